@@ -1,0 +1,52 @@
+// IDescriptorDataCache: the results of one kind under their keys.
+
+#pragma once
+
+#include "DP/IDescriptorData.h"
+#include "DP/IDescriptorDataKey.h"
+#include "DP/Ref.h"
+#include "TVK/ObjectPtr.h"
+#include "quillet/RecursiveMutex.h"
+
+namespace DP {
+
+using RecursiveMutexPtr = TVK::ObjectPtr<quillet::threads::RecursiveMutex>;
+
+/// Keeps the results of one kind, and hands out one mutex for each key, so that a key is
+/// computed by one thread at a time.
+///
+/// Eviction is coarse by design: a store of a new key into a cache that holds more entries
+/// than its limit drops every entry first. A cache therefore holds at most its limit and
+/// one. The limits: 500 for KLT, APT, graph cut and region tracker, 60 for grey and float
+/// grey images, 15 for the pyramids.
+///
+/// Ownership: the cache holds one reference to each key and each result.
+/// Threads: any number of threads may call any operation but `ClearCache`.
+/// Errors: a null key throws the contract error out of the comparator, with every lock
+///   released.
+/// Frozen: the order of the virtual operations is binary interface.
+class IDescriptorDataCache : public TVK::TVKUnknown {
+public:
+    /// Drops every entry; returns 0. Takes no lock: not while another thread uses the
+    /// cache. Mutexes that were handed out stay.
+    virtual int ClearCache() = 0;
+
+    /// Looks a key up.
+    /// @param outData  the result on a hit, untouched on a miss.
+    /// @param outKeyMutex  the key's mutex, on a hit and on a miss. Two calls give the
+    ///        same one until a result is stored under the key.
+    /// @return  whether there was a result.
+    /// @throws TVK::NullInterfaceException where a null result was stored.
+    virtual bool GetCachedData(Ref<IDescriptorDataKey> inKey, Ref<IDescriptorData>& outData,
+                               RecursiveMutexPtr& outKeyMutex) = 0;
+
+    /// Stores a result, unless the key has one already: the first one stays.
+    /// @throws TVK::NullInterfaceException for a null result, after the entry was made:
+    ///         the key throws on every lookup from then on, until the cache is cleared.
+    virtual void StoreData(Ref<IDescriptorDataKey> inKey, Ref<IDescriptorData> inData) = 0;
+
+    /// Bytes of all results, as each said when it was stored.
+    virtual unsigned int GetTotalDataSize() = 0;
+};
+
+}  // namespace DP

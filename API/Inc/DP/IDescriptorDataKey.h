@@ -1,0 +1,50 @@
+// IDescriptorDataKey: the name of one result.
+
+#pragma once
+
+#include "DP/Ref.h"
+#include "TVK/ContractCheck.h"
+#include "TVK/HashValue.h"
+#include "quillet/WideString.h"
+
+namespace DP {
+
+/// Names one result: which source, which frame, at which size, computed with which
+/// parameters. Keys are the map keys of the caches, so their order decides what counts as
+/// the same result. The creation functions of DP/DescriptorFactory.h make keys.
+///
+/// Ownership: counted; references travel by value.
+/// Threads: immutable once made; any thread may call any operation.
+/// Errors: see `IsLessThan`.
+/// Frozen: the order of the virtual operations is binary interface.
+class IDescriptorDataKey : public TVK::TVKUnknown {
+public:
+    /// A hash of source and frame number. Nothing in the library reads it, equality and
+    /// order never use it. Equal keys with a source of eight units or more may hash
+    /// differently; rows, columns and parameters are not in it.
+    virtual TVK::HashValue GetHash() = 0;
+    virtual quillet::WideString GetSourceID() = 0;
+    virtual long long GetFrameNumber() = 0;
+    virtual int GetRows() = 0;
+    virtual int GetColumns() = 0;
+
+    /// Lexicographic order over the members of this key's class. Only meaningful among
+    /// keys of one class: against a key of another class the answer is false (the region
+    /// tracker's key throws TVK::NullInterfaceException instead). Floats that are NaN
+    /// compare as equal.
+    /// @throws the contract error for a null key; a plain key TVK::NullInterfaceException.
+    virtual bool IsLessThan(Ref<IDescriptorDataKey> inDataKey) = 0;
+};
+
+/// The comparator of the caches' maps.
+/// @throws the contract error for a null key on either side.
+struct DataKeyLess {
+    bool operator()(Ref<IDescriptorDataKey> inFirstDataKey,
+                    Ref<IDescriptorDataKey> inSecondDataKey) const {
+        ContractCheck(inFirstDataKey != NULL, false);
+        ContractCheck(inSecondDataKey != NULL, false);
+        return inFirstDataKey->IsLessThan(inSecondDataKey);
+    }
+};
+
+}  // namespace DP

@@ -1,0 +1,34 @@
+// APTDescriptorProperty: what an APT computer computes.
+
+#pragma once
+
+#include "DescriptorObjects.h"
+
+namespace DP {
+
+class APTDescriptorProperty : public TVK::Object<APTDescriptorProperty, DescriptorProperty> {
+public:
+    void Init(unsigned int inMaxFeatures, int inTrackerTag, unsigned int inMinFeatureDistance,
+              unsigned int inMinFeatures, quillet::WideString inSourceID,
+              DescriptorDataType inType, float inStationaryLimit,
+              unsigned int inVerifyAgainstReference);
+
+    unsigned int GetMaxFeatures() const { return mMaxFeatures; }
+    int GetTrackerTag() const { return mTrackerTag; }
+    unsigned int GetMinFeatureDistance() const { return mMinFeatureDistance; }
+    unsigned int GetMinFeatures() const { return mMinFeatures; }
+    float GetStationaryLimit() const { return mStationaryLimit; }
+    unsigned int GetVerifyAgainstReference() const { return mVerifyAgainstReference; }
+
+    bool IsEqual(Ref<IDescriptorProperty> inOther) override;
+
+private:
+    unsigned int mMaxFeatures = 0;
+    int mTrackerTag = 0;
+    unsigned int mMinFeatureDistance = 0;
+    unsigned int mMinFeatures = 0;  // only compared: the key's steers replenishing
+    float mStationaryLimit = 0.0f;
+    unsigned int mVerifyAgainstReference = 0;
+};
+
+}  // namespace DP

@@ -1,0 +1,78 @@
+#include "DescriptorDataCache.h"
+
+#include <cmath>
+#include <cstdint>
+
+#include "quillet/ScopeLock.h"
+
+namespace DP {
+
+using quillet::threads::ScopeLock;
+
+bool DescriptorDataCache::GetCachedData(Ref<IDescriptorDataKey> inKey,
+                                        Ref<IDescriptorData>& outData,
+                                        RecursiveMutexPtr& outKeyMutex) {
+    const bool found = FindData(inKey, outData);
+    outKeyMutex = FindOrMakeKeyMutex(inKey);
+    return found;
+}
+
+bool DescriptorDataCache::FindData(const Ref<IDescriptorDataKey>& inKey,
+                                   Ref<IDescriptorData>& outData) {
+    const ScopeLock lock(mDataMutex);
+    const auto entry = mDataMap.find(inKey);
+    if (entry == mDataMap.end()) return false;
+    outData = entry->second;
+    StampNow(*outData.operator->());
+    return true;
+}
+
+RecursiveMutexPtr DescriptorDataCache::FindOrMakeKeyMutex(
+    const Ref<IDescriptorDataKey>& inKey) {
+    const ScopeLock lock(mInFlightMutex);
+    const auto entry = mInFlightMap.find(inKey);
+    if (entry != mInFlightMap.end()) return entry->second;
+    const auto mutex = TVK::MakeObject<quillet::threads::RecursiveMutex>();
+    mInFlightMap.emplace(inKey, mutex);
+    return mutex;
+}
+
+void DescriptorDataCache::StoreData(Ref<IDescriptorDataKey> inKey,
+                                    Ref<IDescriptorData> inData) {
+    EnterData(inKey, inData);
+    ForgetKeyMutex(inKey);
+}
+
+void DescriptorDataCache::EnterData(const Ref<IDescriptorDataKey>& inKey,
+                                    const Ref<IDescriptorData>& inData) {
+    const ScopeLock lock(mDataMutex);
+    if (mDataMap.find(inKey) != mDataMap.end()) return;
+    if (static_cast<int>(mDataMap.size()) > mMaxEntries) ClearCache();
+    mDataMap.emplace(inKey, inData);
+    mTotalDataSize += inData->GetDataSize();
+    StampNow(*inData.operator->());
+}
+
+void DescriptorDataCache::ForgetKeyMutex(const Ref<IDescriptorDataKey>& inKey) {
+    const ScopeLock lock(mInFlightMutex);
+    mInFlightMap.erase(inKey);
+}
+
+int DescriptorDataCache::ClearCache() {
+    mDataMap.clear();
+    mTotalDataSize = 0;
+    return 0;
+}
+
+unsigned int DescriptorDataCache::GetTotalDataSize() { return mTotalDataSize.load(); }
+
+void DescriptorDataCache::SetMaxEntries(unsigned int inMaxEntries) {
+    mMaxEntries = static_cast<int>(inMaxEntries);
+}
+
+void DescriptorDataCache::StampNow(IDescriptorData& ioData) {
+    const double milliseconds = std::floor(mStopwatch.ElapsedSeconds() * 1000.0);
+    ioData.SetTimeStamp(static_cast<unsigned int>(static_cast<std::int64_t>(milliseconds)));
+}
+
+}  // namespace DP

@@ -1,0 +1,71 @@
+#include "DescriptorDataCacheMgr.h"
+
+#include "DP/DescriptorFactory.h"
+#include "DescriptorDataCache.h"
+#include "TVK/ContractCheck.h"
+#include "quillet/ScopeLock.h"
+
+namespace DP {
+namespace {
+
+constinit TVK::KeptRef<IDescriptorDataCacheMgr> sDataCacheMgr;
+
+// Guards GetDescriptorDataCache. Static, and not a member, since it outlives the manager's
+// teardowns.
+quillet::threads::RecursiveMutex sDataCacheMgrMutex;
+
+constexpr unsigned int kMaxEntries[kDescriptorDataTypeCount] = {
+    500,  // KLT
+    500,  // APT
+    60,   // grey image
+    60,   // float grey image
+    500,  // graph cut
+    15,   // image pyramid
+    15,   // colour pyramid
+    500,  // region tracker
+};
+
+bool IsKnown(DescriptorDataType inType) {
+    return inType >= 0 && inType < kDescriptorDataTypeCount;
+}
+
+}  // namespace
+
+Ref<IDescriptorDataCache> DescriptorDataCacheMgr::GetDescriptorDataCache(
+    DescriptorDataType inType) {
+    const quillet::threads::ScopeLock lock(sDataCacheMgrMutex);
+    const auto entry = mCaches.find(inType);
+    if (entry != mCaches.end()) return entry->second;
+
+    const Ref<DescriptorDataCache> cache = DescriptorDataCache::Create();
+    if (IsKnown(inType)) {
+        cache->SetMaxEntries(kMaxEntries[inType]);
+    } else {
+        AssertWithMessage("DP::DescriptorDataCacheMgr::GetDescriptorDataCache",
+                          "Invalid Descriptor Data Type");
+    }
+    return mCaches.emplace(inType, cache).first->second;
+}
+
+void DescriptorDataCacheMgr::ClearAllCaches() {
+    for (const auto& [type, cache] : mCaches)
+        cache->ClearCache();
+    mCaches.clear();
+}
+
+unsigned int DescriptorDataCacheMgr::GetTotalDataSize() {
+    unsigned int total = 0;
+    for (const auto& [type, cache] : mCaches)
+        total += cache->GetTotalDataSize();
+    return total;
+}
+
+Ref<IDescriptorDataCacheMgr> CreateDescriptorDataCacheMgr() {
+    if (auto kept = sDataCacheMgr.Get(); kept != NULL) return kept;
+    sDataCacheMgr.Set(TVK::gSingleton<DescriptorDataCacheMgr>.Instance());
+    return sDataCacheMgr.Get();
+}
+
+void DropDescriptorDataCacheMgr() { sDataCacheMgr.Set(nullptr); }
+
+}  // namespace DP

@@ -1,0 +1,29 @@
+#include "GreyImage/GreyImageDescriptorWorkerItem.h"
+
+#include "GreyImage/GreyImageDescriptorData.h"
+#include "KindFactories.h"
+#include "TVK/ContractCheck.h"
+#include "image/PixelOps.h"
+
+namespace DP {
+
+void GreyImageDescriptorWorkerItem::SetInputImage(const unsigned char* inCurrImage, int inRows,
+                                                  int inColumns, int inRowBytes) {
+    ContractCheck(inCurrImage != NULL);
+    mFrame = {inCurrImage, inRows, inColumns, inRowBytes};
+}
+
+Ref<IDescriptorData> GreyImageDescriptorWorkerItem::ComputeData() {
+    FormatProgressText(" *** Computing Grey Image Data (%d) **** \n", GetDataKey());
+    ConvertFrame<GreyImageDescriptorData, unsigned char>(mFrame, kDescriptorDataTypeGreyImage,
+                                                         IP::GetGreyImage, mResult);
+    return mResult;
+}
+
+Ref<IDescriptorData> MakeGreyImageDescriptorData() { return GreyImageDescriptorData::Create(); }
+
+Ref<IDescriptorWorkerItem> MakeGreyImageDescriptorWorkerItem() {
+    return GreyImageDescriptorWorkerItem::Create();
+}
+
+}  // namespace DP

@@ -1,0 +1,29 @@
+// KLTDescriptorProperty: what a KLT computer computes.
+
+#pragma once
+
+#include "DescriptorObjects.h"
+
+namespace DP {
+
+class KLTDescriptorProperty : public TVK::Object<KLTDescriptorProperty, DescriptorProperty> {
+public:
+    void Init(unsigned int inMaxFeatures, int inFrameStep, unsigned int inMinFeatureDistance,
+              unsigned int inMinFeatures, quillet::WideString inSourceID,
+              DescriptorDataType inType);
+
+    unsigned int GetMaxFeatures() const { return mMaxFeatures; }
+    int GetFrameStep() const { return mFrameStep; }
+    unsigned int GetMinFeatureDistance() const { return mMinFeatureDistance; }
+    unsigned int GetMinFeatures() const { return mMinFeatures; }
+
+    bool IsEqual(Ref<IDescriptorProperty> inOther) override;
+
+private:
+    unsigned int mMaxFeatures = 0;
+    int mFrameStep = 0;
+    unsigned int mMinFeatureDistance = 0;  // only compared: the tracker keeps its own
+    unsigned int mMinFeatures = 0;         // only compared: the key's steers selection
+};
+
+}  // namespace DP

@@ -1,0 +1,47 @@
+#include "Pyramid/ImagePyramidDescriptorDataKey.h"
+
+#include "KeyOrder.h"
+#include "TVK/ContractCheck.h"
+
+namespace DP {
+
+void ImagePyramidDescriptorDataKey::Init(quillet::WideString inSourceID,
+                                         long long inFrameNumber, float inGradientSigma,
+                                         float inSmoothSigma, float inPyramidSigmaFactor,
+                                         int inSubsampling, int inLevelCount, int inCols,
+                                         int inRows) {
+    DescriptorDataKey::Init(inSourceID, inFrameNumber, inRows, inCols);
+    mGradientSigma = inGradientSigma;
+    mSmoothSigma = inSmoothSigma;
+    mPyramidSigmaFactor = inPyramidSigmaFactor;
+    mSubsampling = inSubsampling;
+    mLevelCount = inLevelCount;
+}
+
+bool ImagePyramidDescriptorDataKey::IsLessThan(Ref<IDescriptorDataKey> inDataKey) {
+    ContractCheck(inDataKey != NULL, false);
+    const Ref<ImagePyramidDescriptorDataKey> other(inDataKey);
+    if (other == NULL) return false;
+    const int order = Order(mFrameNumber, other->GetFrameNumber(),            //
+                            mGradientSigma, other->mGradientSigma,            //
+                            mLevelCount, other->mLevelCount,                  //
+                            mPyramidSigmaFactor, other->mPyramidSigmaFactor,  //
+                            mRows, other->GetRows(),                          //
+                            mCols, other->GetColumns(),                       //
+                            mSmoothSigma, other->mSmoothSigma,                //
+                            mSubsampling, other->mSubsampling);
+    if (order != 0) return order < 0;
+    return mSourceID.compare(other->GetSourceID()) < 0;
+}
+
+Ref<IDescriptorDataKey> CreateImagePyramidDescriptorDataKey(
+    quillet::WideString inSourceID, long long inFrameNumber, float inGradientSigma,
+    float inSmoothSigma, float inPyramidSigmaFactor, int inSubsampling, int inLevelCount,
+    int inColumns, int inRows) {
+    auto key = ImagePyramidDescriptorDataKey::Create();
+    key->Init(inSourceID, inFrameNumber, inGradientSigma, inSmoothSigma, inPyramidSigmaFactor,
+              inSubsampling, inLevelCount, inColumns, inRows);
+    return key;
+}
+
+}  // namespace DP

@@ -1,0 +1,32 @@
+// RegionTrackerDescriptorProperty: what a region tracker's computer computes.
+
+#pragma once
+
+#include "APT/APTDescriptorProperty.h"
+
+namespace DP {
+
+class RegionTrackerDescriptorProperty
+    : public TVK::Object<RegionTrackerDescriptorProperty, APTDescriptorProperty> {
+public:
+    void Init(unsigned int inMaxFeatures, int inTrackerTag, unsigned int inMinFeatureDistance,
+              unsigned int inMinFeatures, quillet::WideString inSourceID, RegionPtr inRegion,
+              int inRegionTag, DescriptorDataType inType);
+
+    RegionPtr GetRegion() const { return mRegion; }
+    int GetRegionTag() const { return mRegionTag; }
+
+    /// Regions are compared by left, right and height: where a rectangle stands in y does
+    /// not matter, on purpose.
+    bool IsEqual(Ref<IDescriptorProperty> inOther) override;
+
+    /// All rows but that of `DescriptorProperty`.
+    TVK::TVKResult QueryInterfaceNoAddRef(const TVK::InterfaceID& inID,
+                                          void** outObject) override;
+
+private:
+    RegionPtr mRegion;  // y upward from the foot of the image
+    int mRegionTag = 0;
+};
+
+}  // namespace DP

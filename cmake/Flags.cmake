@@ -1,0 +1,26 @@
+# What every file of the project is compiled with.
+#
+# -ffp-contract=off: both compilers fuse a product and a sum into one rounding where the
+#   machine can; results would depend on the machine. No fast-math for the same reason.
+# -fmacro-prefix-map: a report names its source file relative to the repository, on every
+#   machine ("Src/APT/APTTracker.cpp").
+
+add_library(dp_flags INTERFACE)
+target_compile_features(dp_flags INTERFACE cxx_std_20)
+target_compile_options(dp_flags INTERFACE
+    -ffp-contract=off
+    -fvisibility=hidden -fvisibility-inlines-hidden
+    "-fmacro-prefix-map=${PROJECT_SOURCE_DIR}/="
+    -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wno-sign-conversion)
+if(DP_WARNINGS_AS_ERRORS)
+    target_compile_options(dp_flags INTERFACE -Werror)
+endif()
+if(DP_SANITIZE)
+    target_compile_options(dp_flags INTERFACE
+        "-fsanitize=${DP_SANITIZE}" -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    target_link_options(dp_flags INTERFACE "-fsanitize=${DP_SANITIZE}")
+endif()
+
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+find_package(Threads REQUIRED)

@@ -1,0 +1,29 @@
+# dp_lapack: the reference LAPACK and BLAS, linked statically with hidden symbols.
+#
+# What stands behind the system's shared liblapack is each machine's choice: it changes
+# the last bits of results and may start threads when it loads. DP_SHARED_LAPACK takes it
+# all the same, for those who know which one they have.
+
+add_library(dp_lapack INTERFACE)
+if(DP_SHARED_LAPACK)
+    find_library(DP_LAPACK_SHARED lapack REQUIRED)
+    target_link_libraries(dp_lapack INTERFACE ${DP_LAPACK_SHARED})
+else()
+    find_library(DP_LAPACK_STATIC liblapack.a REQUIRED
+                 PATH_SUFFIXES lapack "${CMAKE_LIBRARY_ARCHITECTURE}/lapack")
+    find_library(DP_BLAS_STATIC libblas.a REQUIRED
+                 PATH_SUFFIXES blas "${CMAKE_LIBRARY_ARCHITECTURE}/blas")
+    # The Fortran run time is found by the Fortran compiler's own directory.
+    find_library(DP_GFORTRAN NAMES gfortran libgfortran.so.5)
+    if(NOT DP_GFORTRAN)
+        file(GLOB _dp_gfortran "/usr/lib/gcc/*/*/libgfortran.so")
+        list(POP_BACK _dp_gfortran DP_GFORTRAN_FOUND)
+        set(DP_GFORTRAN "${DP_GFORTRAN_FOUND}" CACHE FILEPATH "" FORCE)
+    endif()
+    if(NOT DP_GFORTRAN)
+        message(FATAL_ERROR "The Fortran run time (libgfortran) was not found")
+    endif()
+    target_link_libraries(dp_lapack INTERFACE
+        ${DP_LAPACK_STATIC} ${DP_BLAS_STATIC} ${DP_GFORTRAN})
+    target_link_options(dp_lapack INTERFACE "LINKER:--exclude-libs,ALL")
+endif()

@@ -1,0 +1,47 @@
+# The only helpers of the build.
+
+# dp_add_module(NAME SOURCES ...)
+#   One folder of a layer as object files, compiled once: the shared library `descriptor`
+#   and the static `descriptor_internal` (for tests and benchmarks of what is inside) are
+#   made from the same objects.
+set_property(GLOBAL PROPERTY DP_MODULES "")
+function(dp_add_module name)
+    cmake_parse_arguments(arg "" "" "SOURCES" ${ARGN})
+    add_library(${name} OBJECT ${arg_SOURCES})
+    target_link_libraries(${name} PRIVATE dp_flags PUBLIC foundation)
+    target_include_directories(${name} PUBLIC
+        ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/API/Inc)
+    set_property(GLOBAL APPEND PROPERTY DP_MODULES ${name})
+endfunction()
+
+# dp_add_test(NAME LABEL label SOURCES ... [LIBRARIES ...] [SHARED])
+#   A GoogleTest program. It links the insides, or with SHARED the library as a host does:
+#   never both, since each copy has its own singletons.
+function(dp_add_test name)
+    cmake_parse_arguments(arg "SHARED" "LABEL;TIMEOUT" "SOURCES;LIBRARIES" ${ARGN})
+    add_executable(${name} ${arg_SOURCES})
+    set(library descriptor_internal)
+    if(arg_SHARED)
+        set(library descriptor)
+    endif()
+    target_link_libraries(${name} PRIVATE
+        dp_flags ${library} ${arg_LIBRARIES} test_support GTest::gmock GTest::gtest_main)
+    if(NOT arg_TIMEOUT)
+        set(arg_TIMEOUT 300)
+    endif()
+    add_test(NAME ${name} COMMAND ${name})
+    set_tests_properties(${name} PROPERTIES LABELS ${arg_LABEL} TIMEOUT ${arg_TIMEOUT})
+endfunction()
+
+# dp_add_benchmark(NAME SOURCES ... [LIBRARIES ...])
+#   A Google Benchmark program, which ctest runs for one iteration so that it cannot rot.
+function(dp_add_benchmark name)
+    cmake_parse_arguments(arg "" "" "SOURCES;LIBRARIES" ${ARGN})
+    add_executable(${name} ${arg_SOURCES})
+    target_link_libraries(${name} PRIVATE
+        dp_flags descriptor_internal ${arg_LIBRARIES} test_support benchmark::benchmark_main)
+    if(DP_BUILD_TESTS)
+        add_test(NAME smoke_${name} COMMAND ${name} --benchmark_min_time=0.001)
+        set_tests_properties(smoke_${name} PROPERTIES LABELS bench-smoke TIMEOUT 600)
+    endif()
+endfunction()

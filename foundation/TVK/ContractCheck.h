@@ -1,0 +1,30 @@
+// The two reporting patterns. They are macros because only a macro sees the text of a
+// condition and can give each place a flag of its own; what they do is in functions.
+
+#pragma once
+
+#include "quillet/DeveloperDialogs.h"
+
+/// Checks a precondition: `ContractCheck(inKey != NULL, false)`. Stands at the head of the
+/// operation that it guards, once per condition.
+///
+/// If the condition does not hold, the developer's dialog is shown its text and
+/// `quillet::config::ThrowError` throws. Where a host has set a `ThrowError` that returns,
+/// the operation ends here and returns what stands behind the comma (`{}` for an empty
+/// reference, nothing for `void`), so that what the check guards is never entered.
+#define ContractCheck(inCondition, ...)                                         \
+    do {                                                                        \
+        if (!(inCondition)) {                                                   \
+            ::quillet::debug::ReportContract(#inCondition, __FILE__, __LINE__); \
+            return __VA_ARGS__;                                                 \
+        }                                                                       \
+    } while (0)
+
+/// Reports an impossible value, once for each place if the dialog says so, and goes on.
+/// `inFunction` is the qualified name of the enclosing function.
+#define AssertWithMessage(inFunction, inMessage)                                   \
+    do {                                                                           \
+        static std::atomic<bool> sHidden{false};                                   \
+        ::quillet::debug::ReportImpossible(sHidden, inMessage, __FILE__, __LINE__, \
+                                           inFunction);                            \
+    } while (0)

@@ -1,0 +1,148 @@
+// The recycler. Unused blocks carry their own bookkeeping: a block that nobody uses has
+// room for its links, so keeping it costs no further memory and cannot fail.
+//
+//     class 0  4 KiB   [block]-[block]
+//     class 1  5 KiB                       each class: last in, first out, for a warm cache
+//     class 2  6 KiB   [block]
+//     ...                                  all classes: one chain by age, oldest first, for
+//                                          the bound
+
+#include "TVK/MemoryRecycler.h"
+
+#include <bit>
+#include <cstdlib>
+#include <mutex>
+#include <new>
+
+namespace TVK {
+namespace {
+
+constexpr int kSmallestShift = 12;  // 4 KiB
+constexpr int kLargestShift = 46;   // 64 TiB: beyond every machine's address space
+constexpr int kClassesPerOctave = 4;
+constexpr int kClassCount = (kLargestShift - kSmallestShift) * kClassesPerOctave + 1;
+
+std::size_t ClassSize(int inClass) {
+    const std::size_t octave = std::size_t{1} << (kSmallestShift + inClass / kClassesPerOctave);
+    return octave + octave / kClassesPerOctave * (inClass % kClassesPerOctave);
+}
+
+// The smallest class that holds `inSize`, or -1.
+int ClassOf(std::int64_t inSize) {
+    if (inSize < 0 || inSize > std::int64_t{1} << kLargestShift) return -1;
+    const auto size = static_cast<std::size_t>(inSize);
+    if (size <= std::size_t{1} << kSmallestShift) return 0;
+    const int octave = static_cast<int>(std::bit_width(size - 1)) - 1;  // 2^octave < size
+    const std::size_t step = (std::size_t{1} << octave) / kClassesPerOctave;
+    const std::size_t above = size - (std::size_t{1} << octave);
+    return (octave - kSmallestShift) * kClassesPerOctave +
+           static_cast<int>((above + step - 1) / step);
+}
+
+}  // namespace
+
+struct MemoryRecycler::Pool {
+    struct UnusedBlock {
+        UnusedBlock* mOlder;  // chain by age
+        UnusedBlock* mNewer;
+        UnusedBlock* mBelow;  // stack of the class
+        UnusedBlock* mAbove;
+        int mClass;
+    };
+
+    std::mutex mMutex;  // guards everything below
+    UnusedBlock* mTop[kClassCount] = {};
+    UnusedBlock* mOldest = nullptr;
+    UnusedBlock* mNewest = nullptr;
+    std::size_t mUnusedBytes = 0;
+    std::size_t mUsedBytes = 0;
+
+    void Insert(void* inBlock, int inClass) {
+        auto* const block =
+            new (inBlock) UnusedBlock{mNewest, nullptr, mTop[inClass], nullptr, inClass};
+        (mNewest ? mNewest->mNewer : mOldest) = block;
+        mNewest = block;
+        if (block->mBelow) block->mBelow->mAbove = block;
+        mTop[inClass] = block;
+        mUnusedBytes += ClassSize(inClass);
+    }
+
+    void Remove(UnusedBlock* inBlock) {
+        (inBlock->mOlder ? inBlock->mOlder->mNewer : mOldest) = inBlock->mNewer;
+        (inBlock->mNewer ? inBlock->mNewer->mOlder : mNewest) = inBlock->mOlder;
+        (inBlock->mAbove ? inBlock->mAbove->mBelow : mTop[inBlock->mClass]) = inBlock->mBelow;
+        if (inBlock->mBelow) inBlock->mBelow->mAbove = inBlock->mAbove;
+        mUnusedBytes -= ClassSize(inBlock->mClass);
+    }
+
+    void FreeOldestDownTo(std::size_t inUnusedBytes) {
+        while (mUnusedBytes > inUnusedBytes) {
+            UnusedBlock* const block = mOldest;
+            Remove(block);
+            std::free(block);
+        }
+    }
+};
+
+MemoryRecycler::MemoryRecycler() noexcept : mPool(new (std::nothrow) Pool) {}
+
+MemoryRecycler::~MemoryRecycler() {
+    Trim();
+    delete mPool;
+}
+
+ObjectPtr<MemoryRecycler> MemoryRecycler::Instance() {
+    static const ObjectPtr<MemoryRecycler> sInstance = MakeObject<MemoryRecycler>();
+    return sInstance;
+}
+
+MemoryBuffer MemoryRecycler::AllocateBuffer(std::int64_t inSize) noexcept {
+    const int sizeClass = ClassOf(inSize);
+    if (sizeClass < 0 || !mPool) return {};
+    void* block = nullptr;
+    {
+        const std::lock_guard lock(mPool->mMutex);
+        mPool->mUsedBytes += ClassSize(sizeClass);
+        if (Pool::UnusedBlock* const unused = mPool->mTop[sizeClass]) {
+            mPool->Remove(unused);
+            block = unused;
+        }
+    }
+    if (!block) block = std::aligned_alloc(kAlignment, ClassSize(sizeClass));
+    if (!block) {
+        const std::lock_guard lock(mPool->mMutex);
+        mPool->mUsedBytes -= ClassSize(sizeClass);
+        return {};
+    }
+    return {block, static_cast<std::uintptr_t>(sizeClass)};
+}
+
+void MemoryRecycler::RecycleBuffer(MemoryBuffer& ioBuffer) noexcept {
+    if (!ioBuffer.mBlock) return;
+    const auto sizeClass = static_cast<int>(ioBuffer.mTag);
+    const std::lock_guard lock(mPool->mMutex);
+    mPool->mUsedBytes -= ClassSize(sizeClass);
+    mPool->Insert(ioBuffer.mBlock, sizeClass);
+    mPool->FreeOldestDownTo(kMaxUnusedBytes);
+    ioBuffer = {};
+}
+
+void MemoryRecycler::Trim() noexcept {
+    if (!mPool) return;
+    const std::lock_guard lock(mPool->mMutex);
+    mPool->FreeOldestDownTo(0);
+}
+
+std::size_t MemoryRecycler::GetUnusedBytes() noexcept {
+    if (!mPool) return 0;
+    const std::lock_guard lock(mPool->mMutex);
+    return mPool->mUnusedBytes;
+}
+
+std::size_t MemoryRecycler::GetUsedBytes() noexcept {
+    if (!mPool) return 0;
+    const std::lock_guard lock(mPool->mMutex);
+    return mPool->mUsedBytes;
+}
+
+}  // namespace TVK

@@ -1,0 +1,24 @@
+// ParamRect: a rectangle of four numbers.
+
+#pragma once
+
+namespace TVK {
+
+/// A plain value. Which way y runs is the convention of whoever takes the rectangle.
+///
+/// The trackers that take one from the host (KLT, region) count y **upward from the foot
+/// of the image**: a value y stands for image row `rows - y`, `mTop` is the smaller
+/// number and the edge nearer the foot, `mBottom` the larger and the edge nearer row 0,
+/// and the whole picture is (0, 0, columns, rows). Feature positions and pixel addresses
+/// count y downward from the top row.
+template <class T>
+struct ParamRect {
+    T mLeft{};
+    T mTop{};
+    T mRight{};
+    T mBottom{};
+
+    friend constexpr bool operator==(const ParamRect&, const ParamRect&) = default;
+};
+
+}  // namespace TVK

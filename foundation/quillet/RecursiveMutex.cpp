@@ -1,0 +1,10 @@
+#include "quillet/RecursiveMutex.h"
+
+namespace quillet::threads {
+
+RecursiveMutex::RecursiveMutex() = default;
+RecursiveMutex::~RecursiveMutex() = default;
+void RecursiveMutex::Lock(const char*) { mMutex.lock(); }
+void RecursiveMutex::Unlock() { mMutex.unlock(); }
+
+}  // namespace quillet::threads

@@ -1,0 +1,31 @@
+// RecursiveMutex: a lock that its owner may take again.
+
+#pragma once
+
+#include <mutex>
+
+#include "TVK/Export.h"
+
+namespace quillet::threads {
+
+/// Ownership: held by value, or shared through `TVK::ObjectPtr`; it does not move.
+/// Threads: made for being shared. `Unlock` belongs to the thread that locked, once for
+///   each `Lock`.
+/// Errors: none.
+class TVK_API RecursiveMutex {
+public:
+    RecursiveMutex();
+    ~RecursiveMutex();
+    RecursiveMutex(const RecursiveMutex&) = delete;
+    RecursiveMutex& operator=(const RecursiveMutex&) = delete;
+
+    /// Blocks until the calling thread owns the mutex. `inName` is for a lock profiler
+    /// and may be null; this implementation has no use for it.
+    void Lock(const char* inName);
+    void Unlock();
+
+private:
+    std::recursive_mutex mMutex;
+};
+
+}  // namespace quillet::threads
