@@ -1,0 +1,55 @@
+#include "Support/Reports.h"
+
+#include <mutex>
+
+#include "quillet/DeveloperDialogs.h"
+
+namespace Testing {
+namespace {
+
+std::mutex sMutex;
+std::vector<Report> sContracts;
+std::vector<Report> sAsserts;
+bool sHideLater = true;
+
+bool RecordContract(const char* inExpression, const char* inFile, long) {
+    const std::lock_guard lock(sMutex);
+    sContracts.push_back({inExpression, inFile, ""});
+    return false;
+}
+
+bool RecordAssert(bool& ioHide, const char*, const unsigned char* inMessage, const char* inFile,
+                  long, const char* inFunction) {
+    const std::lock_guard lock(sMutex);
+    ioHide = sHideLater;
+    sAsserts.push_back({reinterpret_cast<const char*>(inMessage), inFile, inFunction});
+    return false;
+}
+
+}  // namespace
+
+RecordedReports::RecordedReports(Later inLater) {
+    const std::lock_guard lock(sMutex);
+    sContracts.clear();
+    sAsserts.clear();
+    sHideLater = inLater == Later::kHide;
+    quillet::debug::SetContractDialog(RecordContract);
+    quillet::debug::SetAssertDialog(RecordAssert);
+}
+
+RecordedReports::~RecordedReports() {
+    quillet::debug::SetContractDialog(nullptr);
+    quillet::debug::SetAssertDialog(nullptr);
+}
+
+std::vector<Report> RecordedReports::Contracts() const {
+    const std::lock_guard lock(sMutex);
+    return sContracts;
+}
+
+std::vector<Report> RecordedReports::Asserts() const {
+    const std::lock_guard lock(sMutex);
+    return sAsserts;
+}
+
+}  // namespace Testing
