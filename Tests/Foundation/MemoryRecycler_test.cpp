@@ -1,0 +1,127 @@
+// The recycler: size classes, the bound, and blocks under threads.
+
+#include "TVK/MemoryRecycler.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cstdint>
+#include <cstring>
+#include <thread>
+#include <vector>
+
+#include "Support/Textures.h"
+
+namespace {
+
+using TVK::MemoryBuffer;
+using TVK::MemoryRecycler;
+
+TEST(MemoryRecycler, BlocksHoldTheirSizeAreAlignedAndWasteAtMostAQuarter) {
+    MemoryRecycler recycler;
+    std::size_t before = 0;
+    for (std::int64_t size : {0, 1, 4095, 4096, 4097, 5120, 5121, 6144, 7169, 8192, 8193, 10240,
+                              10241, 640 * 480, 1920 * 1080 * 4, 3840 * 2160 * 4 + 1}) {
+        MemoryBuffer buffer = recycler.AllocateBuffer(size);
+        ASSERT_NE(buffer.mBlock, nullptr) << size;
+        EXPECT_EQ(reinterpret_cast<std::uintptr_t>(buffer.mBlock) % 64, 0u);
+        std::memset(buffer.mBlock, 0x5A, std::size_t(size));
+        const std::size_t classSize = recycler.GetUsedBytes();
+        EXPECT_GE(classSize, std::size_t(size));
+        EXPECT_LE(classSize, std::max<std::size_t>(4096, std::size_t(size) * 5 / 4));
+        EXPECT_GE(classSize, before) << "classes grow with the size";
+        before = classSize;
+        recycler.RecycleBuffer(buffer);
+        EXPECT_EQ(buffer.mBlock, nullptr);
+        EXPECT_EQ(recycler.GetUsedBytes(), 0u);
+    }
+}
+
+TEST(MemoryRecycler, ABlockComesBackToTheNextOfItsClass) {
+    MemoryRecycler recycler;
+    MemoryBuffer first = recycler.AllocateBuffer(100000);
+    const void* const block = first.mBlock;
+    recycler.RecycleBuffer(first);
+    MemoryBuffer other = recycler.AllocateBuffer(300000);
+    EXPECT_NE(other.mBlock, block);
+    MemoryBuffer again = recycler.AllocateBuffer(100001);
+    EXPECT_EQ(again.mBlock, block);
+    recycler.RecycleBuffer(other);
+    recycler.RecycleBuffer(again);
+}
+
+TEST(MemoryRecycler, ImpossibleSizesGiveANullBlock) {
+    MemoryRecycler recycler;
+    for (std::int64_t size :
+         {std::int64_t{-1}, INT64_MIN, INT64_MAX, (std::int64_t{1} << 46) + 1}) {
+        MemoryBuffer buffer = recycler.AllocateBuffer(size);
+        EXPECT_EQ(buffer.mBlock, nullptr) << size;
+        recycler.RecycleBuffer(buffer);
+    }
+    EXPECT_EQ(recycler.GetUsedBytes(), 0u);
+    EXPECT_EQ(recycler.GetUnusedBytes(), 0u);
+}
+
+TEST(MemoryRecycler, UnusedBytesStayBelowTheBoundAndTheOldestGoFirst) {
+    MemoryRecycler recycler;
+    constexpr std::int64_t kOld = std::int64_t{64} << 20;
+    constexpr std::int64_t kNew = std::int64_t{96} << 20;
+    std::vector<MemoryBuffer> buffers;
+    for (int i = 0; i < 4; ++i)
+        buffers.push_back(recycler.AllocateBuffer(kOld));
+    for (int i = 0; i < 5; ++i)
+        buffers.push_back(recycler.AllocateBuffer(kNew));
+    for (auto& buffer : buffers)
+        recycler.RecycleBuffer(buffer);
+    EXPECT_LE(recycler.GetUnusedBytes(), MemoryRecycler::kMaxUnusedBytes);
+
+    // Of 4 * 64 + 5 * 96 = 736 MiB the four old ones had to go; the five new ones fit.
+    EXPECT_EQ(recycler.GetUnusedBytes(), 5 * std::size_t{kNew});
+}
+
+TEST(MemoryRecycler, TrimFreesWhatIsUnusedAndLeavesTheRest) {
+    MemoryRecycler recycler;
+    MemoryBuffer kept = recycler.AllocateBuffer(10000);
+    MemoryBuffer unused = recycler.AllocateBuffer(20000);
+    recycler.RecycleBuffer(unused);
+    std::memset(kept.mBlock, 1, 10000);
+    recycler.Trim();
+    EXPECT_EQ(recycler.GetUnusedBytes(), 0u);
+    EXPECT_GE(recycler.GetUsedBytes(), 10000u);
+    std::memset(kept.mBlock, 2, 10000);
+    recycler.RecycleBuffer(kept);
+}
+
+TEST(MemoryRecycler, InstanceIsOneForAllAndOutlivesItsCallers) {
+    const auto first = MemoryRecycler::Instance();
+    const auto second = MemoryRecycler::Instance();
+    EXPECT_EQ(first, second);
+}
+
+// Each thread signs its blocks; a block given to two at once would show a foreign mark.
+TEST(MemoryRecycler, ThreadsNeverShareABlock) {
+    MemoryRecycler recycler;
+    std::atomic<int> foreign{0};
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 4; ++t)
+        threads.emplace_back([&, t] {
+            Testing::Random random(std::uint64_t(t) + 1);
+            for (int i = 0; i < 3000; ++i) {
+                const int size = random.Integer(1, 60000);
+                MemoryBuffer buffer = recycler.AllocateBuffer(size);
+                auto* const bytes = static_cast<unsigned char*>(buffer.mBlock);
+                bytes[0] = bytes[size - 1] = static_cast<unsigned char>(t);
+                std::this_thread::yield();
+                if (bytes[0] != t || bytes[size - 1] != t) ++foreign;
+                if (i % 500 == 0) recycler.Trim();
+                recycler.RecycleBuffer(buffer);
+            }
+        });
+    for (auto& thread : threads)
+        thread.join();
+    EXPECT_EQ(foreign, 0);
+    EXPECT_EQ(recycler.GetUsedBytes(), 0u);
+}
+
+}  // namespace

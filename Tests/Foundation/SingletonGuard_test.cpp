@@ -1,0 +1,97 @@
+// Singletons that are torn down with their last reference and built again.
+
+#include "TVK/SingletonGuard.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <barrier>
+#include <thread>
+#include <vector>
+
+namespace {
+
+class IService : public TVK::TVKUnknown {};
+class Service;
+
+}  // namespace
+
+template <>
+inline constexpr TVK::InterfaceID TVK::kIdentifierOf<IService>{8, 1};
+template <>
+inline constexpr TVK::InterfaceID TVK::kIdentifierOf<Service>{8, 2};
+
+namespace {
+
+using TVK::gSingleton;
+using TVK::InterfaceRef;
+
+std::atomic<int> sBuilt{0};
+std::atomic<int> sDestroyed{0};
+
+class Service : public TVK::Singleton<Service, IService> {
+public:
+    Service() { ++sBuilt; }
+    ~Service() override { ++sDestroyed; }
+    int mState = 0;
+};
+
+constexpr int kUnbuilt = TVK::SingletonGuard<Service>::kSingletonUnbuilt;
+
+TEST(SingletonGuard, LastReferenceTearsDownAndTheNextInstanceBuildsAnewInPlace) {
+    EXPECT_EQ(gSingleton<Service>.GetWord(), kUnbuilt);
+    const int built = sBuilt;
+    const void* address = nullptr;
+    {
+        const auto service = gSingleton<Service>.Instance();
+        address = service.operator->();
+        service->mState = 42;
+        EXPECT_EQ(gSingleton<Service>.GetWord(), 1);
+        const InterfaceRef<IService> same(gSingleton<Service>.Instance());
+        EXPECT_EQ(gSingleton<Service>.GetWord(), 2);
+        EXPECT_EQ(sBuilt - built, 1);
+    }
+    EXPECT_EQ(sDestroyed, sBuilt);
+    EXPECT_EQ(gSingleton<Service>.GetWord(), kUnbuilt);
+    const auto again = gSingleton<Service>.Instance();
+    EXPECT_EQ(again.operator->(), address);
+    EXPECT_EQ(again->mState, 0);
+}
+
+TEST(SingletonGuard, EightThreadsBuildAsOftenAsTheyDestroy) {
+    std::barrier start(8);
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 8; ++t)
+        threads.emplace_back([&] {
+            start.arrive_and_wait();
+            for (int i = 0; i < 5000; ++i)
+                gSingleton<Service>.Instance();
+        });
+    for (auto& thread : threads)
+        thread.join();
+    EXPECT_EQ(sBuilt, sDestroyed);
+    EXPECT_EQ(gSingleton<Service>.GetWord(), kUnbuilt);
+}
+
+// Two first callers may both store the reference that keeps the singleton; no count may
+// be lost by it, or the object could never be torn down again.
+TEST(KeptRef, FirstCallersInARaceLoseNoCount) {
+    for (int round = 0; round < 200; ++round) {
+        TVK::KeptRef<IService> kept;
+        std::barrier start(4);
+        std::vector<std::thread> threads;
+        for (int t = 0; t < 4; ++t)
+            threads.emplace_back([&] {
+                start.arrive_and_wait();
+                if (kept.Get() == NULL) kept.Set(gSingleton<Service>.Instance());
+                EXPECT_TRUE(kept.Get() != NULL);
+            });
+        for (auto& thread : threads)
+            thread.join();
+        EXPECT_EQ(gSingleton<Service>.GetWord(), 1);
+        kept.Set(nullptr);
+        ASSERT_EQ(gSingleton<Service>.GetWord(), kUnbuilt);
+    }
+}
+
+}  // namespace
