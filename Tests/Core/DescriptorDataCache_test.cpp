@@ -1,0 +1,161 @@
+// One kind's cache: hits, mutexes, eviction, the running size, and what a null or bad key
+// leaves behind.
+
+#include "DescriptorDataCache.h"
+
+#include <gtest/gtest.h>
+
+#include <thread>
+
+#include "DP/DescriptorFactory.h"
+#include "Support/Items.h"
+#include "Support/Reports.h"
+#include "Support/WideStrings.h"
+#include "quillet/Error.h"
+
+namespace {
+
+using DP::DescriptorDataCache;
+using DP::IDescriptorData;
+using DP::RecursiveMutexPtr;
+using DP::Ref;
+using Testing::CountedData;
+using Testing::RecordedReports;
+using Testing::Wide;
+
+Ref<DP::IDescriptorDataKey> KeyOf(long long inFrame) {
+    return DP::CreateDescriptorDataKey(Wide("clip"), inFrame, 2, 3);
+}
+
+class Cache : public testing::Test {
+protected:
+    Cache() { mCache->SetMaxEntries(15); }
+
+    bool Has(long long inFrame) {
+        Ref<IDescriptorData> data;
+        RecursiveMutexPtr mutex;
+        return mCache->GetCachedData(KeyOf(inFrame), data, mutex);
+    }
+    RecursiveMutexPtr MutexOf(long long inFrame) {
+        Ref<IDescriptorData> data;
+        RecursiveMutexPtr mutex;
+        mCache->GetCachedData(KeyOf(inFrame), data, mutex);
+        return mutex;
+    }
+
+    TVK::InterfaceRef<DescriptorDataCache> mCache = DescriptorDataCache::Create();
+};
+
+TEST_F(Cache, HitGivesTheStoredObjectAndMissLeavesTheReferenceAlone) {
+    const auto stored = CountedData::Make();
+    mCache->StoreData(KeyOf(1), stored);
+    Ref<IDescriptorData> data;
+    RecursiveMutexPtr mutex;
+    EXPECT_TRUE(mCache->GetCachedData(KeyOf(1), data, mutex));
+    EXPECT_EQ(data, stored);
+    EXPECT_TRUE(mutex != NULL);
+    EXPECT_FALSE(mCache->GetCachedData(KeyOf(2), data, mutex));
+    EXPECT_EQ(data, stored);
+    EXPECT_TRUE(mutex != NULL);
+}
+
+TEST_F(Cache, FirstResultStaysAndIsCountedOnce) {
+    const auto first = CountedData::Make(10);
+    mCache->StoreData(KeyOf(1), first);
+    mCache->StoreData(KeyOf(1), CountedData::Make(1000));
+    Ref<IDescriptorData> data;
+    RecursiveMutexPtr mutex;
+    mCache->GetCachedData(KeyOf(1), data, mutex);
+    EXPECT_EQ(data, first);
+    EXPECT_EQ(mCache->GetTotalDataSize(), 10u);
+}
+
+TEST_F(Cache, StoreBeyondTheLimitDropsEveryEntryFirst) {
+    for (int frame = 0; frame < 16; ++frame)
+        mCache->StoreData(KeyOf(frame), CountedData::Make(5));
+    for (int frame = 0; frame < 16; ++frame)
+        EXPECT_TRUE(Has(frame)) << frame;
+    EXPECT_EQ(mCache->GetTotalDataSize(), 80u);
+
+    mCache->StoreData(KeyOf(16), CountedData::Make(7));
+    for (int frame = 0; frame < 16; ++frame)
+        EXPECT_FALSE(Has(frame)) << frame;
+    EXPECT_TRUE(Has(16));
+    EXPECT_EQ(mCache->GetTotalDataSize(), 7u);
+    EXPECT_EQ(CountedData::Alive(), 1);
+}
+
+TEST_F(Cache, AKeyKeepsItsMutexUntilAResultIsStored) {
+    const auto before = MutexOf(1);
+    EXPECT_EQ(MutexOf(1), before);
+    EXPECT_FALSE(MutexOf(2) == before);
+    mCache->ClearCache();
+    EXPECT_EQ(MutexOf(1), before) << "clearing leaves the keys in work alone";
+    mCache->StoreData(KeyOf(1), CountedData::Make());
+    const auto after = MutexOf(1);
+    EXPECT_FALSE(after == before) << "a hit makes a new one";
+    EXPECT_EQ(MutexOf(1), after);
+}
+
+TEST_F(Cache, HitAndStoreStampTheData) {
+    const auto data = CountedData::Make();
+    mCache->StoreData(KeyOf(1), data);
+    unsigned int stored = 0;
+    data->GetTimeStamp(stored);
+    unsigned int hit = stored;
+    for (int tries = 0; tries < 1000 && hit == stored; ++tries) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        EXPECT_TRUE(Has(1));
+        data->GetTimeStamp(hit);
+    }
+    EXPECT_GT(hit, stored);
+}
+
+TEST_F(Cache, NullDataThrowsAfterItsEntryWasMadeAndLocksNothing) {
+    const auto mutex = MutexOf(1);
+    EXPECT_THROW(mCache->StoreData(KeyOf(1), nullptr), TVK::NullInterfaceException);
+    EXPECT_THROW(Has(1), TVK::NullInterfaceException);
+    // From another thread: it would hang if a lock had stayed behind.
+    std::thread([&] {
+        mCache->StoreData(KeyOf(2), CountedData::Make());
+        EXPECT_TRUE(Has(2));
+    }).join();
+    mCache->ClearCache();
+    EXPECT_EQ(MutexOf(1), mutex) << "the key is still in work";
+}
+
+TEST_F(Cache, NullKeyBreaksTheContractOnceTheMapHasAnEntryAndLocksNothing) {
+    const RecordedReports reports;
+    mCache->StoreData(KeyOf(1), CountedData::Make());
+    Ref<IDescriptorData> data;
+    RecursiveMutexPtr mutex;
+    EXPECT_THROW(mCache->GetCachedData(nullptr, data, mutex), quillet::config::ReportedError);
+    EXPECT_THROW(mCache->StoreData(nullptr, CountedData::Make()),
+                 quillet::config::ReportedError);
+    std::thread([&] { EXPECT_TRUE(Has(1)); }).join();
+    for (const auto& report : reports.Contracts())
+        EXPECT_TRUE(report.mText == "inFirstDataKey != NULL" ||
+                    report.mText == "inSecondDataKey != NULL");
+    EXPECT_EQ(CountedData::Alive(), 1);
+}
+
+// It enters the null key among the keys in work; every later lookup then throws.
+TEST_F(Cache, NullKeyOnAnEmptyCacheStaysBehind) {
+    const RecordedReports reports;
+    Ref<IDescriptorData> data;
+    RecursiveMutexPtr mutex;
+    EXPECT_FALSE(mCache->GetCachedData(nullptr, data, mutex));
+    EXPECT_THROW(Has(1), quillet::config::ReportedError);
+    mCache->ClearCache();
+    EXPECT_THROW(Has(1), quillet::config::ReportedError) << "only a new cache is free of it";
+}
+
+TEST_F(Cache, AHigherLimitThanSignedNumbersHaveCountsAsNegative) {
+    mCache->SetMaxEntries(0xFFFFFFFFu);
+    mCache->StoreData(KeyOf(1), CountedData::Make());
+    mCache->StoreData(KeyOf(2), CountedData::Make());
+    EXPECT_FALSE(Has(1));
+    EXPECT_TRUE(Has(2));
+}
+
+}  // namespace

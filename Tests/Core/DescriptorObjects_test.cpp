@@ -1,0 +1,107 @@
+// The bases of all kinds: hash, stamps, clones, keys of items, identity.
+
+#include "DescriptorObjects.h"
+
+#include <gtest/gtest.h>
+
+#include "APT/APTDescriptorDataKey.h"
+#include "RegionTracker/RegionTrackerDescriptorDataKey.h"
+#include "RegionTracker/RegionTrackerDescriptorProperty.h"
+#include "Support/Items.h"
+#include "Support/WideStrings.h"
+
+namespace {
+
+using DP::Ref;
+using Testing::CountedData;
+using Testing::LongWide;
+using Testing::ScriptedItem;
+using Testing::Wide;
+
+Ref<DP::IDescriptorDataKey> KeyOf(const char* inSource, long long inFrame, int inRows = 1,
+                                  int inCols = 1) {
+    return DP::CreateDescriptorDataKey(Wide(inSource), inFrame, inRows, inCols);
+}
+
+TEST(DescriptorDataKey, KeepsWhatItWasMadeOf) {
+    const auto key = DP::CreateDescriptorDataKey(LongWide(), -7, 480, 640);
+    EXPECT_EQ(key->GetSourceID(), LongWide());
+    EXPECT_EQ(key->GetFrameNumber(), -7);
+    EXPECT_EQ(key->GetRows(), 480);
+    EXPECT_EQ(key->GetColumns(), 640);
+}
+
+TEST(DescriptorDataKey, HashIsOfShortSourceAndFrameOnly) {
+    const auto hash = KeyOf("clip", 5)->GetHash();
+    EXPECT_EQ(hash, KeyOf("clip", 5, 9, 9)->GetHash());
+    EXPECT_FALSE(hash == KeyOf("clip", 6)->GetHash());
+    EXPECT_FALSE(hash == KeyOf("clap", 5)->GetHash());
+    EXPECT_FALSE(hash == KeyOf("cli", 5)->GetHash());
+    EXPECT_EQ(hash,
+              DP::CreateKLTDescriptorDataKey(Wide("clip"), 5, 1, 2, 3, 4, 5, 6)->GetHash());
+}
+
+// A string that was longer before leaves stale units behind its terminator.
+TEST(DescriptorDataKey, HashDoesNotSeeStaleUnits) {
+    quillet::WideString once = Wide("abcdefg");
+    once.resize(4);
+    EXPECT_EQ(DP::CreateDescriptorDataKey(once, 5, 1, 1)->GetHash(),
+              KeyOf("abcd", 5)->GetHash());
+}
+
+TEST(DescriptorData, StartsAtZeroWithoutSizeAndClone) {
+    const auto data = DP::DescriptorData::Create();
+    TVK::HashValue hash{{1, 2, 3}};
+    unsigned int time = 1;
+    data->GetHash(hash);
+    data->GetTimeStamp(time);
+    EXPECT_EQ(hash, TVK::HashValue{});
+    EXPECT_EQ(time, 0u);
+    EXPECT_EQ(data->GetDataSize(), 0u);
+    EXPECT_TRUE(data->CloneData() == NULL);
+    data->SetHash({{4, 5, 6}});
+    data->SetTimeStamp(77);
+    data->GetHash(hash);
+    data->GetTimeStamp(time);
+    EXPECT_EQ(hash, (TVK::HashValue{{4, 5, 6}}));
+    EXPECT_EQ(time, 77u);
+}
+
+TEST(DescriptorWorkerItem, HoldsOneKeyAtATime) {
+    const Ref<DP::IDescriptorWorkerItem> item = DP::DescriptorWorkerItem::Create();
+    EXPECT_TRUE(item->GetDataKey() == NULL);
+    const auto first = KeyOf("a", 1);
+    const auto second = KeyOf("a", 2);
+    item->SetDataKey(first);
+    EXPECT_EQ(item->GetDataKey(), first);
+    item->SetDataKey(second);
+    EXPECT_EQ(item->GetDataKey(), second);
+    item->SetDataKey(nullptr);
+    EXPECT_TRUE(item->GetDataKey() == NULL);
+    EXPECT_TRUE(Ref<DP::DescriptorWorkerItem>(item)->ComputeData() == NULL);
+}
+
+TEST(FillNewData, ADataObjectOfAnotherClassThrows) {
+    Ref<DP::IDescriptorData> result;
+    EXPECT_THROW(DP::FillNewData<CountedData>(DP::kDescriptorDataTypeGreyImage, result,
+                                              [](CountedData&) {}),
+                 TVK::NullInterfaceException);
+}
+
+// The region tracker's property and key answer to the interface, to the APT row and to
+// their own, but not to the plain base's.
+TEST(RegionTrackerIdentity, LeavesOutThePlainBase) {
+    const Ref<DP::IDescriptorProperty> property = DP::RegionTrackerDescriptorProperty::Create();
+    EXPECT_TRUE(Ref<DP::APTDescriptorProperty>(property) != NULL);
+    EXPECT_TRUE(Ref<DP::RegionTrackerDescriptorProperty>(property) != NULL);
+    EXPECT_TRUE(Ref<TVK::TVKUnknown>(property) != NULL);
+    EXPECT_TRUE(Ref<DP::DescriptorProperty>(property) == NULL);
+
+    const Ref<DP::IDescriptorDataKey> key = DP::RegionTrackerDescriptorDataKey::Create();
+    EXPECT_TRUE(Ref<DP::APTDescriptorDataKey>(key) != NULL);
+    EXPECT_TRUE(Ref<DP::RegionTrackerDescriptorDataKey>(key) != NULL);
+    EXPECT_TRUE(Ref<TVK::TVKUnknown>(key) != NULL);
+    EXPECT_TRUE(Ref<DP::DescriptorDataKey>(key) == NULL);
+}
+
+}  // namespace

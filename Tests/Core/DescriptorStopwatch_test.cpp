@@ -1,0 +1,47 @@
+// The rule by which two clocks make one answer.
+
+#include "DescriptorStopwatch.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using DP::DescriptorStopwatch;
+
+double Seconds(std::int64_t inCounter, double inFrequency, bool inUsable,
+               std::uint32_t inTicks) {
+    return DescriptorStopwatch::SecondsFrom(inCounter, inFrequency, inUsable, inTicks);
+}
+
+TEST(DescriptorStopwatch, CounterIsBelievedWhileTheTicksAgree) {
+    EXPECT_EQ(Seconds(2500, 1000.0, true, 2400), 2.5);
+    EXPECT_EQ(Seconds(2500, 1000.0, true, 2000), 2.5) << "exactly half a second apart";
+}
+
+TEST(DescriptorStopwatch, TicksOverruleACounterThatJumpsOrDoesNotWork) {
+    EXPECT_EQ(Seconds(2500, 1000.0, true, 1999), 1.999);
+    EXPECT_EQ(Seconds(2500, 1000.0, true, 3001), 3.001);
+    EXPECT_EQ(Seconds(2500, 1000.0, false, 2400), 2.4);
+}
+
+TEST(DescriptorStopwatch, FrequencyThatIsNotPositiveCountsAsOne) {
+    EXPECT_EQ(Seconds(3, 0.0, true, 3000), 3.0);
+    EXPECT_EQ(Seconds(3, -5.0, true, 3000), 3.0);
+}
+
+TEST(DescriptorStopwatch, NeverAnswersANegativeTime) {
+    EXPECT_EQ(Seconds(-200, 1000.0, true, 0), 0.0);
+}
+
+TEST(DescriptorStopwatch, RealClocksDoNotRunBackwards) {
+    DescriptorStopwatch watch;
+    double last = 0.0;
+    for (int i = 0; i < 1000; ++i) {
+        const double now = watch.ElapsedSeconds();
+        ASSERT_GE(now, last);
+        last = now;
+    }
+    EXPECT_GT(last, 0.0);
+}
+
+}  // namespace
