@@ -1,0 +1,269 @@
+// One suite for all kinds: what each kind of descriptor must do because it is one. A kind
+// adds a row to the table and is tested like the others.
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "ClassIDs.h"
+#include "DP/DescriptorFactory.h"
+#include "DP/IFloatGreyImageDescriptor.h"
+#include "DP/IGreyImageDescriptor.h"
+#include "Support/Reports.h"
+#include "Support/Textures.h"
+#include "Support/WideStrings.h"
+#include "TVK/Object.h"
+
+namespace {
+
+using DP::DescriptorDataType;
+using DP::IDescriptorData;
+using DP::IDescriptorWorkerItem;
+using DP::Ref;
+using Testing::RecordedReports;
+using Testing::Wide;
+using TVK::InterfaceID;
+using TVK::kIdentifierOf;
+
+constexpr int kCols = 64;
+constexpr int kRows = 48;
+
+struct Kind {
+    std::string mName;
+    DescriptorDataType mType;
+    InterfaceID mDataInterface;  // all zero for a kind without an interface of its own
+    InterfaceID mDataClass;
+    InterfaceID mItemInterface;
+    InterfaceID mItemClass;
+    std::function<Ref<DP::IDescriptorProperty>()> mMakeProperty;
+    std::function<Ref<DP::IDescriptorDataKey>(long long)> mMakeKey;
+    // Gives the inputs of one frame to an item of the kind.
+    std::function<void(const Ref<IDescriptorWorkerItem>&)> mSetInputs;
+    bool mClones;
+};
+
+void PrintTo(const Kind& inKind, std::ostream* outStream) { *outStream << inKind.mName; }
+
+// ---- The inputs ----------------------------------------------------------------------
+
+const std::vector<unsigned char>& ColourFrame() {
+    static const auto sFrame = Testing::NoiseBytes(kCols * kRows * 4 + 1, 21);
+    return sFrame;
+}
+
+template <class Interface>
+void SetColourFrame(const Ref<IDescriptorWorkerItem>& inItem) {
+    Ref<Interface>(inItem)->SetInputImage(ColourFrame().data(), kRows, kCols, kCols * 4);
+}
+
+Ref<DP::IDescriptorDataKey> PlainKey(long long inFrame) {
+    return DP::CreateDescriptorDataKey(Wide("clip"), inFrame, kRows, kCols);
+}
+
+std::function<Ref<DP::IDescriptorProperty>()> PlainProperty(DescriptorDataType inType) {
+    return [inType] {
+        return DP::CreateDescriptorProperty(Wide("clip"), inType);
+    };
+}
+
+// ---- The table -----------------------------------------------------------------------
+
+const Kind kKinds[] = {
+    {"GreyImage", DP::kDescriptorDataTypeGreyImage, kIdentifierOf<DP::IGreyImageDescriptorData>,
+     kIdentifierOf<DP::GreyImageDescriptorData>,
+     kIdentifierOf<DP::IGreyImageDescriptorWorkerItem>,
+     kIdentifierOf<DP::GreyImageDescriptorWorkerItem>,
+     PlainProperty(DP::kDescriptorDataTypeGreyImage), PlainKey,
+     SetColourFrame<DP::IGreyImageDescriptorWorkerItem>, true},
+    {"FloatGreyImage", DP::kDescriptorDataTypeFloatGreyImage,
+     kIdentifierOf<DP::IFloatGreyImageDescriptorData>,
+     kIdentifierOf<DP::FloatGreyImageDescriptorData>,
+     kIdentifierOf<DP::IFloatGreyImageDescriptorWorkerItem>,
+     kIdentifierOf<DP::FloatGreyImageDescriptorWorkerItem>,
+     PlainProperty(DP::kDescriptorDataTypeFloatGreyImage), PlainKey,
+     SetColourFrame<DP::IFloatGreyImageDescriptorWorkerItem>, true},
+};
+
+template <class I>
+void* Find(const Ref<I>& inObject, const InterfaceID& inID) {
+    void* found = nullptr;
+    inObject->QueryInterfaceNoAddRef(inID, &found);
+    return found;
+}
+
+class Kinds : public testing::TestWithParam<Kind> {
+protected:
+    ~Kinds() override { DP::FlushAllDescriptorResources(); }
+
+    Ref<IDescriptorData> MakeData() const { return DP::CreateDescriptorData(GetParam().mType); }
+    Ref<IDescriptorWorkerItem> MakeItem(long long inFrame) const {
+        const auto item = DP::CreateDescriptorWorkerItem(GetParam().mType);
+        item->SetDataKey(GetParam().mMakeKey(inFrame));
+        return item;
+    }
+    Ref<IDescriptorWorkerItem> MakeItemWithInputs(long long inFrame) const {
+        const auto item = MakeItem(inFrame);
+        GetParam().mSetInputs(item);
+        return item;
+    }
+    Ref<DP::IDescriptorComputer> Computer() const {
+        return DP::CreateDescriptorComputer(GetParam().mMakeProperty());
+    }
+};
+
+INSTANTIATE_TEST_SUITE_P(All, Kinds, testing::ValuesIn(kKinds),
+                         [](const auto& inInfo) { return inInfo.param.mName; });
+
+// ---- Identity ------------------------------------------------------------------------
+
+TEST_P(Kinds, DataIsItsInterfaceAndAnswersToEveryName) {
+    const auto data = MakeData();
+    ASSERT_TRUE(data != NULL);
+    void* const root = Find(data, kIdentifierOf<TVK::TVKUnknown>);
+    EXPECT_NE(Find(data, kIdentifierOf<DP::DescriptorData>), nullptr);
+    EXPECT_NE(Find(data, GetParam().mDataClass), nullptr);
+    if (GetParam().mDataInterface == InterfaceID{}) {
+        EXPECT_EQ(root, Find(data, kIdentifierOf<IDescriptorData>));
+    } else {
+        EXPECT_EQ(root, Find(data, GetParam().mDataInterface));
+        EXPECT_EQ(root, Find(data, GetParam().mDataClass)) << "the primary base";
+        EXPECT_NE(root, Find(data, kIdentifierOf<IDescriptorData>));
+    }
+    EXPECT_EQ(Find(data, kIdentifierOf<DP::IDescriptorProperty>), nullptr);
+}
+
+TEST_P(Kinds, ItemIsItsInterfaceAndItsClassIsThePrimaryBase) {
+    const auto item = MakeItem(0);
+    ASSERT_TRUE(item != NULL);
+    void* const root = Find(item, kIdentifierOf<TVK::TVKUnknown>);
+    void* const primary = Find(item, kIdentifierOf<IDescriptorWorkerItem>);
+    EXPECT_EQ(primary, Find(item, kIdentifierOf<DP::DescriptorWorkerItem>));
+    EXPECT_EQ(primary, Find(item, GetParam().mItemClass));
+    if (GetParam().mItemInterface == InterfaceID{}) {
+        EXPECT_EQ(root, primary);
+    } else {
+        EXPECT_EQ(root, Find(item, GetParam().mItemInterface));
+        EXPECT_NE(root, primary);
+    }
+}
+
+// ---- Through computer and cache ------------------------------------------------------
+
+TEST_P(Kinds, ARequestIsComputedOnceAndServedFromTheCache) {
+    const auto computer = Computer();
+    const auto first = computer->GetDescriptorData(MakeItemWithInputs(1), true);
+    ASSERT_TRUE(first != NULL);
+    EXPECT_GT(first->GetDataSize(), 0u);
+    EXPECT_EQ(DP::CreateDescriptorDataCacheMgr()
+                  ->GetDescriptorDataCache(GetParam().mType)
+                  ->GetTotalDataSize(),
+              first->GetDataSize());
+    // No inputs: a hit does not read them.
+    EXPECT_EQ(computer->GetDescriptorData(MakeItem(1), true), first);
+    EXPECT_FALSE(computer->GetDescriptorData(MakeItemWithInputs(2), true) == first);
+}
+
+TEST_P(Kinds, ResultOutlivesCacheComputerAndItem) {
+    Ref<IDescriptorData> data = Computer()->GetDescriptorData(MakeItemWithInputs(1), true);
+    DP::FlushAllDescriptorResources();
+    const unsigned int size = data->GetDataSize();
+    EXPECT_GT(size, 0u);
+    data = nullptr;
+}
+
+TEST_P(Kinds, CloneIsAnotherObjectOfTheSameSizeOrNull) {
+    const auto data = Computer()->GetDescriptorData(MakeItemWithInputs(1), true);
+    const auto clone = data->CloneData();
+    if (!GetParam().mClones) {
+        EXPECT_TRUE(clone == NULL);
+        return;
+    }
+    ASSERT_TRUE(clone != NULL);
+    EXPECT_FALSE(clone == data);
+    EXPECT_EQ(clone->GetDataSize(), data->GetDataSize());
+    unsigned int stamp = 1;
+    clone->GetTimeStamp(stamp);
+    EXPECT_EQ(stamp, 0u);
+}
+
+TEST_P(Kinds, EmptyDataHasNoSizeAndItsCloneIsEmpty) {
+    const auto data = MakeData();
+    EXPECT_EQ(data->GetDataSize(), 0u);
+    const auto clone = data->CloneData();
+    EXPECT_TRUE(clone == NULL || clone->GetDataSize() == 0u);
+}
+
+// ---- What is special about the grey kinds --------------------------------------------
+
+TEST(GreyKinds, ImagesHoldTheLumaOfTheFrameAndClonesHaveTheirOwnPixels) {
+    for (std::size_t i = 0; i < 2; ++i) {
+        const Kind& kind = kKinds[i];
+        SCOPED_TRACE(kind.mName);
+        const auto item = DP::CreateDescriptorWorkerItem(kind.mType);
+        item->SetDataKey(PlainKey(1));
+        kind.mSetInputs(item);
+        const auto data =
+            DP::CreateDescriptorComputer(kind.mMakeProperty())->GetDescriptorData(item, true);
+        const auto clone = data->CloneData();
+        const unsigned char* const p = ColourFrame().data() + (5 * kCols + 7) * 4;
+        const std::size_t at = 5 * kCols + 7;
+        if (const Ref<DP::IGreyImageDescriptorData> grey(data); grey != NULL) {
+            const auto image = grey->GetGreyImageData();
+            const auto copy = Ref<DP::IGreyImageDescriptorData>(clone)->GetGreyImageData();
+            EXPECT_EQ(image->GetColumns(), kCols);
+            EXPECT_EQ(image->GetRows(), kRows);
+            EXPECT_EQ(image->GetData()[at],
+                      (3735 * p[0] + 19235 * p[1] + 9798 * p[2] + 16384) >> 15);
+            EXPECT_NE(copy->GetData(), image->GetData());
+            EXPECT_EQ(copy->GetData()[at], image->GetData()[at]);
+            EXPECT_EQ(data->GetDataSize(), unsigned(kCols * kRows));
+        } else {
+            const Ref<DP::IFloatGreyImageDescriptorData> floats(data);
+            const auto image = floats->GetFloatGreyImageData();
+            const auto copy =
+                Ref<DP::IFloatGreyImageDescriptorData>(clone)->GetFloatGreyImageData();
+            EXPECT_NEAR(image->GetData()[at], 0.114 * p[0] + 0.587 * p[1] + 0.299 * p[2], 1e-4);
+            EXPECT_NE(copy->GetData(), image->GetData());
+            EXPECT_EQ(copy->GetData()[at], image->GetData()[at]);
+            EXPECT_EQ(data->GetDataSize(), unsigned(kCols * kRows * 4));
+        }
+        DP::FlushAllDescriptorResources();
+    }
+}
+
+TEST(GreyKinds, AFrameThatCannotBeConvertedGivesNullAndStoresNothing) {
+    for (std::size_t i = 0; i < 2; ++i) {
+        const Kind& kind = kKinds[i];
+        SCOPED_TRACE(kind.mName);
+        const auto computer = DP::CreateDescriptorComputer(kind.mMakeProperty());
+        const auto item = DP::CreateDescriptorWorkerItem(kind.mType);
+        item->SetDataKey(PlainKey(1));
+        if (const Ref<DP::IGreyImageDescriptorWorkerItem> grey(item); grey != NULL)
+            grey->SetInputImage(ColourFrame().data(), kRows, kCols, kCols * 4 - 1);
+        else
+            Ref<DP::IFloatGreyImageDescriptorWorkerItem>(item)->SetInputImage(
+                ColourFrame().data(), kRows, kCols, kCols * 4 - 1);
+        EXPECT_TRUE(computer->GetDescriptorData(item, true) == NULL);
+        kind.mSetInputs(item);
+        EXPECT_TRUE(computer->GetDescriptorData(item, true) != NULL);
+        DP::FlushAllDescriptorResources();
+    }
+}
+
+TEST(GreyKinds, NullFrameBreaksTheContract) {
+    const RecordedReports reports;
+    const Ref<DP::IGreyImageDescriptorWorkerItem> grey(
+        DP::CreateDescriptorWorkerItem(DP::kDescriptorDataTypeGreyImage));
+    const Ref<DP::IFloatGreyImageDescriptorWorkerItem> floats(
+        DP::CreateDescriptorWorkerItem(DP::kDescriptorDataTypeFloatGreyImage));
+    EXPECT_ANY_THROW(grey->SetInputImage(nullptr, 1, 1, 4));
+    EXPECT_ANY_THROW(floats->SetInputImage(nullptr, 1, 1, 4));
+    ASSERT_EQ(reports.Contracts().size(), 2u);
+    EXPECT_EQ(reports.Contracts()[0].mText, "inCurrImage != NULL");
+    EXPECT_EQ(reports.Contracts()[0].mFile, "Src/GreyImage/GreyImageDescriptorWorkerItem.cpp");
+}
+
+}  // namespace
