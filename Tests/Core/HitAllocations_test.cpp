@@ -1,30 +1,15 @@
-// A repeated hit takes nothing from the heap. The program's own global `new` counts.
+// A repeated hit takes nothing from the heap.
 
 #include <gtest/gtest.h>
 
-#include <atomic>
-#include <cstdlib>
-#include <new>
-
 #include "DP/DescriptorFactory.h"
+#include "Support/HeapCounter.h"
 #include "Support/Items.h"
 #include "Support/WideStrings.h"
 
 namespace {
 
-std::atomic<long> sAllocations{0};
-
-}  // namespace
-
-void* operator new(std::size_t inSize) {
-    ++sAllocations;
-    if (void* const block = std::malloc(inSize != 0 ? inSize : 1)) return block;
-    throw std::bad_alloc();
-}
-void operator delete(void* inBlock) noexcept { std::free(inBlock); }
-void operator delete(void* inBlock, std::size_t) noexcept { std::free(inBlock); }
-
-namespace {
+using Testing::HeapAllocations;
 
 TEST(CacheHit, TakesNothingFromTheHeapOnceItsMutexIsMade) {
     const auto computer = DP::CreateDescriptorComputer(
@@ -39,13 +24,13 @@ TEST(CacheHit, TakesNothingFromTheHeapOnceItsMutexIsMade) {
     const auto item = request(25);
     computer->GetDescriptorData(item, true);  // makes the mutex of the key
 
-    const long before = sAllocations;
+    const long before = HeapAllocations();
     for (int i = 0; i < 100; ++i)
         computer->GetDescriptorData(item, true);
-    EXPECT_EQ(sAllocations - before, 0);
+    EXPECT_EQ(HeapAllocations() - before, 0);
 
     computer->GetDescriptorData(request(99), true);
-    EXPECT_GT(sAllocations - before, 0) << "the counter counts";
+    EXPECT_GT(HeapAllocations() - before, 0) << "the counter counts";
     DP::FlushAllDescriptorResources();
 }
 
