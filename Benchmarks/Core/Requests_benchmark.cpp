@@ -1,0 +1,122 @@
+// What the road of a request costs when there is nothing to compute.
+//
+// A hit is read beside a lookup of the same keys in a bare std::map, with the same order
+// and a mutex around it: `Hit` makes two such lookups by design (the result, and the key's
+// mutex), and the clock is read twice for the stamp. `Parallel` is a computation of a
+// millisecond under one and two threads; its rate should double.
+
+#include <benchmark/benchmark.h>
+
+#include <chrono>
+#include <map>
+#include <mutex>
+#include <vector>
+
+#include "ClassIDs.h"
+#include "DP/DescriptorFactory.h"
+#include "DescriptorComputer.h"
+#include "Support/Items.h"
+#include "Support/Textures.h"
+#include "Support/WideStrings.h"
+
+namespace {
+
+using DP::IDescriptorData;
+using DP::Ref;
+using Testing::CountedData;
+using Testing::ScriptedItem;
+using Testing::Wide;
+
+Ref<DP::IDescriptorDataKey> KeyOf(long long inFrame) {
+    return DP::CreateDescriptorDataKey(Wide("clip"), inFrame, 1080, 1920);
+}
+
+// A computer of a kind whose cache takes 501 entries, whatever the kind computes: the
+// items are the benchmark's own.
+Ref<DP::IDescriptorComputer> MakeComputer() {
+    auto computer = DP::DescriptorComputer::Create();
+    computer->SetDescriptorProperty(
+        DP::CreateDescriptorProperty(Wide("clip"), DP::kDescriptorDataTypeGraphCut));
+    return computer;
+}
+
+std::vector<Ref<DP::IDescriptorWorkerItem>> FilledCache(
+    const Ref<DP::IDescriptorComputer>& inComputer, int inEntries) {
+    DP::FlushAllDescriptorResources();
+    std::vector<Ref<DP::IDescriptorWorkerItem>> items;
+    for (int frame = 0; frame < inEntries; ++frame) {
+        items.push_back(ScriptedItem::Make(KeyOf(frame), [] { return CountedData::Make(); }));
+        inComputer->GetDescriptorData(items.back(), true);
+        inComputer->GetDescriptorData(items.back(), true);  // makes the key's mutex
+    }
+    return items;
+}
+
+void Hit(benchmark::State& ioState) {
+    const auto computer = MakeComputer();
+    const auto items = FilledCache(computer, static_cast<int>(ioState.range(0)));
+    Testing::Random random(1);
+    for (auto _ : ioState) {
+        const auto& item = items[random.Next() % items.size()];
+        benchmark::DoNotOptimize(computer->GetDescriptorData(item, true));
+    }
+    ioState.SetItemsProcessed(ioState.iterations());
+}
+
+void BareMapLookup(benchmark::State& ioState) {
+    std::map<Ref<DP::IDescriptorDataKey>, Ref<IDescriptorData>, DP::DataKeyLess> map;
+    std::mutex mutex;
+    std::vector<Ref<DP::IDescriptorDataKey>> keys;
+    for (int frame = 0; frame < ioState.range(0); ++frame) {
+        keys.push_back(KeyOf(frame));
+        map.emplace(KeyOf(frame), CountedData::Make());
+    }
+    Testing::Random random(1);
+    for (auto _ : ioState) {
+        const auto& key = keys[random.Next() % keys.size()];
+        const std::lock_guard lock(mutex);
+        Ref<IDescriptorData> data = map.find(key)->second;
+        benchmark::DoNotOptimize(data);
+    }
+    ioState.SetItemsProcessed(ioState.iterations());
+}
+
+void MissWithAnEmptyComputation(benchmark::State& ioState) {
+    const auto computer = MakeComputer();
+    FilledCache(computer, 0);
+    const auto data = CountedData::Make();
+    long long frame = 0;
+    for (auto _ : ioState)
+        benchmark::DoNotOptimize(computer->GetDescriptorData(
+            ScriptedItem::Make(KeyOf(frame++), [&] { return data; }), true));
+    ioState.SetItemsProcessed(ioState.iterations());
+}
+
+// Works, and does not sleep, for a millisecond.
+Ref<IDescriptorData> WorkForAMillisecond() {
+    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(1);
+    unsigned int work = 0;
+    while (std::chrono::steady_clock::now() < end)
+        benchmark::DoNotOptimize(++work);
+    return CountedData::Make();
+}
+
+void Parallel(benchmark::State& ioState) {
+    static Ref<DP::IDescriptorComputer> sComputer;
+    if (ioState.thread_index() == 0) {
+        DP::FlushAllDescriptorResources();
+        sComputer = MakeComputer();
+    }
+    long long frame = ioState.thread_index() * 1000000LL;
+    for (auto _ : ioState)
+        benchmark::DoNotOptimize(sComputer->GetDescriptorData(
+            ScriptedItem::Make(KeyOf(frame++), WorkForAMillisecond), true));
+    ioState.SetItemsProcessed(ioState.iterations());
+}
+
+BENCHMARK(BareMapLookup)->Arg(1)->Arg(60)->Arg(500);
+BENCHMARK(Hit)->Arg(1)->Arg(60)->Arg(500);
+BENCHMARK(MissWithAnEmptyComputation);
+BENCHMARK(Parallel)->Threads(1)->Threads(2)->UseRealTime()->MinTime(0.3);
+
+}  // namespace
