@@ -1,0 +1,107 @@
+#include "Canvas.h"
+
+#include <vector>
+
+#include "UserError.h"
+
+namespace Host {
+
+Canvas::Canvas(int inWidth, int inHeight)
+    : mWidth(inWidth),
+      mHeight(inHeight),
+      mSurface(cairo_image_surface_create(CAIRO_FORMAT_RGB24, inWidth, inHeight)),
+      mCairo(cairo_create(mSurface.get())) {
+    if (cairo_status(mCairo.get()) != CAIRO_STATUS_SUCCESS)
+        throw UserError("a picture of " + std::to_string(inWidth) + "x" +
+                        std::to_string(inHeight) + " is too large to draw on");
+}
+
+const std::uint8_t* Canvas::Pixels() const {
+    cairo_surface_flush(mSurface.get());
+    return cairo_image_surface_get_data(mSurface.get());
+}
+
+int Canvas::Stride() const { return cairo_image_surface_get_stride(mSurface.get()); }
+
+void Canvas::SetColour(const Colour& inColour, double inAlpha) {
+    cairo_set_source_rgba(Cairo(), inColour.mRed / 255.0, inColour.mGreen / 255.0,
+                          inColour.mBlue / 255.0, inAlpha);
+}
+
+void Canvas::Fill(const Colour& inColour) {
+    SetColour(inColour);
+    cairo_paint(Cairo());
+}
+
+void Canvas::DrawPixels(const std::uint8_t* inPixels, int inWidth, int inHeight, int inStride,
+                        const Box& inWhere) {
+    // Cairo only reads a source; it has no type for that.
+    const std::unique_ptr<cairo_surface_t, Deleter> source(cairo_image_surface_create_for_data(
+        const_cast<std::uint8_t*>(inPixels), CAIRO_FORMAT_RGB24, inWidth, inHeight, inStride));
+    cairo_save(Cairo());
+    cairo_translate(Cairo(), inWhere.mX, inWhere.mY);
+    cairo_scale(Cairo(), inWhere.mWidth / inWidth, inWhere.mHeight / inHeight);
+    cairo_set_source_surface(Cairo(), source.get(), 0.0, 0.0);
+    // At its own size a picture keeps its pixels; enlarged pixels stay squares.
+    const bool smaller = inWhere.mWidth < inWidth;
+    cairo_pattern_t* const pattern = cairo_get_source(Cairo());
+    cairo_pattern_set_filter(pattern, smaller ? CAIRO_FILTER_GOOD : CAIRO_FILTER_NEAREST);
+    cairo_pattern_set_extend(pattern, CAIRO_EXTEND_PAD);
+    cairo_rectangle(Cairo(), 0.0, 0.0, inWidth, inHeight);
+    cairo_fill(Cairo());
+    cairo_restore(Cairo());
+}
+
+void Canvas::DrawFrame(const Frame& inFrame, const Box& inWhere) {
+    DrawPixels(inFrame.mPixels.data(), inFrame.mWidth, inFrame.mHeight, inFrame.RowBytes(),
+               inWhere);
+}
+
+void Canvas::DrawGrey(const std::uint8_t* inGrey, int inWidth, int inHeight,
+                      const Box& inWhere) {
+    std::vector<std::uint8_t> pixels(std::size_t(inWidth) * std::size_t(inHeight) * 4);
+    for (std::size_t i = 0; i < pixels.size(); ++i)
+        pixels[i] = i % 4 == 3 ? std::uint8_t(255) : inGrey[i / 4];
+    DrawPixels(pixels.data(), inWidth, inHeight, inWidth * 4, inWhere);
+}
+
+void Canvas::Label(double inX, double inY, const std::string& inText, double inSize) {
+    cairo_select_font_face(Cairo(), "sans-serif", CAIRO_FONT_SLANT_NORMAL,
+                           CAIRO_FONT_WEIGHT_NORMAL);
+    cairo_set_font_size(Cairo(), inSize);
+    cairo_text_extents_t extents;
+    cairo_text_extents(Cairo(), inText.c_str(), &extents);
+    SetColour({16.0, 20.0, 24.0}, 0.72);
+    cairo_rectangle(Cairo(), inX, inY, extents.x_advance + inSize, inSize * 1.6);
+    cairo_fill(Cairo());
+    SetColour({255.0, 255.0, 255.0});
+    cairo_move_to(Cairo(), inX + inSize * 0.5, inY + inSize * 1.15);
+    cairo_show_text(Cairo(), inText.c_str());
+}
+
+void Canvas::Outline(const Box& inBox, const Colour& inColour, double inWidth) {
+    for (const bool rim : {true, false}) {
+        SetColour(rim ? Colour{} : inColour, rim ? 0.6 : 1.0);
+        cairo_set_line_width(Cairo(), rim ? inWidth + 2.0 : inWidth);
+        cairo_rectangle(Cairo(), inBox.mX, inBox.mY, inBox.mWidth, inBox.mHeight);
+        cairo_stroke(Cairo());
+    }
+}
+
+void Canvas::Dot(double inX, double inY, double inRadius, const Colour& inColour) {
+    for (const bool rim : {true, false}) {
+        SetColour(rim ? Colour{} : inColour, rim ? 0.6 : 1.0);
+        cairo_arc(Cairo(), inX, inY, rim ? inRadius + 1.0 : inRadius, 0.0, 6.2831853);
+        cairo_fill(Cairo());
+    }
+}
+
+void Canvas::WritePng(const std::string& inFile) const {
+    cairo_surface_flush(mSurface.get());
+    const cairo_status_t status = cairo_surface_write_to_png(mSurface.get(), inFile.c_str());
+    if (status != CAIRO_STATUS_SUCCESS)
+        throw UserError("picture '" + inFile +
+                        "' cannot be written: " + cairo_status_to_string(status));
+}
+
+}  // namespace Host

@@ -1,0 +1,18 @@
+// The subcommands. Each adds itself to the program; what it does is behind `outRun`.
+
+#pragma once
+
+#include <functional>
+
+namespace CLI {
+class App;
+}
+
+namespace Host {
+
+/// What the chosen subcommand does; gives the exit code.
+using Run = std::function<int()>;
+
+void AddGreyCommand(CLI::App& ioProgram, Run& outRun);
+
+}  // namespace Host

@@ -1,0 +1,177 @@
+// grey: every frame as a grey and a float grey image, each asked for twice.
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <memory>
+#include <optional>
+
+#include "Canvas.h"
+#include "Commands.h"
+#include "FrameLoop.h"
+#include "Help.h"
+#include "ImageRequest.h"
+#include "Options.h"
+#include "UserError.h"
+#include "VideoWriter.h"
+
+namespace Host {
+namespace {
+
+struct GreyOptions {
+    InputOptions mInput;
+    OutputOptions mOutput;
+};
+
+// Times and counts over a run.
+struct GreyFigures {
+    double mGreySeconds = 0.0;
+    double mFloatSeconds = 0.0;
+    double mHitSeconds = 0.0;
+    long long mRequests = 0;
+    long long mHits = 0;
+    double mLargestDifference = 0.0;
+    bool mGreyBytesKept = true;
+};
+
+using GreyRequest = ImageRequest<DP::IGreyImageDescriptorWorkerItem>;
+using FloatGreyRequest = ImageRequest<DP::IFloatGreyImageDescriptorWorkerItem>;
+
+// The second request is a hit if it brings the very object of the first.
+template <class Request>
+DP::Ref<DP::IDescriptorData> AskTwice(const Request& inRequest, const Frame& inFrame,
+                                      long long inNumber, double& ioSeconds,
+                                      GreyFigures& ioFigures) {
+    const Stopwatch computing;
+    const DP::Ref<DP::IDescriptorData> first = inRequest.Ask(inFrame, inNumber);
+    ioSeconds += computing.Seconds();
+    const Stopwatch looking;
+    const DP::Ref<DP::IDescriptorData> second = inRequest.Ask(inFrame, inNumber);
+    ioFigures.mHitSeconds += looking.Seconds();
+    ioFigures.mRequests += 2;
+    if (first == second) ++ioFigures.mHits;
+    return first;
+}
+
+// The float image as bytes to look at, and how far the 8-bit image is from it.
+std::vector<std::uint8_t> ShownAsBytes(const IP::Image<float>& inFloat,
+                                       const IP::Image<unsigned char>& inGrey,
+                                       GreyFigures& ioFigures) {
+    std::vector<std::uint8_t> bytes(std::size_t(inFloat.GetColumns()) *
+                                    std::size_t(inFloat.GetRows()));
+    for (std::size_t i = 0; i < bytes.size(); ++i) {
+        const double value = double(inFloat.GetData()[i]);
+        ioFigures.mLargestDifference =
+            std::max(ioFigures.mLargestDifference, std::abs(value - inGrey.GetData()[i]));
+        bytes[i] = std::uint8_t(std::clamp(value + 0.5, 0.0, 255.0));
+    }
+    return bytes;
+}
+
+// Three panels side by side, not wider than a screen.
+class GreySheet {
+public:
+    GreySheet(int inWidth, int inHeight)
+        : mPanelWidth(std::min(inWidth, 640)),
+          mPanelHeight(std::max(1, inHeight * mPanelWidth / inWidth)),
+          mCanvas(3 * mPanelWidth + 2 * kGap, mPanelHeight) {}
+
+    const Canvas& Draw(const Frame& inFrame, const IP::Image<unsigned char>& inGrey,
+                       const std::vector<std::uint8_t>& inFloatGrey, long long inNumber) {
+        mCanvas.Fill({255.0, 255.0, 255.0});
+        mCanvas.DrawFrame(inFrame, Panel(0));
+        mCanvas.DrawGrey(inGrey.GetData(), inFrame.mWidth, inFrame.mHeight, Panel(1));
+        mCanvas.DrawGrey(inFloatGrey.data(), inFrame.mWidth, inFrame.mHeight, Panel(2));
+        mCanvas.Label(8.0, 8.0, "frame " + std::to_string(inNumber));
+        mCanvas.Label(Panel(1).mX + 8.0, 8.0, "grey, 8 bit");
+        mCanvas.Label(Panel(2).mX + 8.0, 8.0, "float grey");
+        return mCanvas;
+    }
+    const Canvas& GetCanvas() const { return mCanvas; }
+
+private:
+    static constexpr int kGap = 6;
+    Box Panel(int inIndex) const {
+        return {double(inIndex * (mPanelWidth + kGap)), 0.0, double(mPanelWidth),
+                double(mPanelHeight)};
+    }
+
+    int mPanelWidth, mPanelHeight;
+    Canvas mCanvas;
+};
+
+void Report(const FrameSource& inSource, const LoopResult& inResult,
+            const GreyFigures& inFigures) {
+    const double frames = double(std::max(1LL, inResult.mFrames));
+    std::printf("%s, %dx%d, %lld frames\n", inSource.Name().c_str(), inSource.Width(),
+                inSource.Height(), inResult.mFrames);
+    std::printf("  grey        %8.3f ms a frame\n", inFigures.mGreySeconds / frames * 1e3);
+    std::printf("  float grey  %8.3f ms a frame\n", inFigures.mFloatSeconds / frames * 1e3);
+    std::printf("  from cache  %8.3f ms a request; %lld of %lld requests were cache hits\n",
+                inFigures.mHitSeconds / (2.0 * frames) * 1e3, inFigures.mHits,
+                inFigures.mRequests);
+    std::printf("  8 bits round away at most %.3f of a grey level\n",
+                inFigures.mLargestDifference);
+    if (!inFigures.mGreyBytesKept) std::printf("  grey input was changed by the conversion\n");
+    std::printf("  whole run   %8.1f frames/s with reading, drawing and writing\n",
+                inResult.FramesPerSecond());
+}
+
+int RunGrey(const GreyOptions& inOptions) {
+    const std::unique_ptr<FrameSource> source = inOptions.mInput.Open();
+    inOptions.mOutput.Prepare();
+    const GreyRequest grey(source->Name(), DP::kDescriptorDataTypeGreyImage);
+    const FloatGreyRequest floatGrey(source->Name(), DP::kDescriptorDataTypeFloatGreyImage);
+    GreySheet sheet(source->Width(), source->Height());
+    std::optional<VideoWriter> video;
+    if (!inOptions.mOutput.mWithoutVideo)
+        video.emplace(inOptions.mOutput.Path("grey.mp4"), sheet.GetCanvas().Width(),
+                      sheet.GetCanvas().Height(), source->FrameRate());
+
+    GreyFigures figures;
+    const auto step = [&](const Frame& inFrame, long long inNumber) {
+        const auto greyImage =
+            GreyImageOf(AskTwice(grey, inFrame, inNumber, figures.mGreySeconds, figures));
+        const auto floatImage = FloatGreyImageOf(
+            AskTwice(floatGrey, inFrame, inNumber, figures.mFloatSeconds, figures));
+        if (!inFrame.mGrey.empty() &&
+            !std::equal(inFrame.mGrey.begin(), inFrame.mGrey.end(), greyImage->GetData()))
+            figures.mGreyBytesKept = false;
+        sheet.Draw(inFrame, *greyImage, ShownAsBytes(*floatImage, *greyImage, figures),
+                   inNumber);
+        if (video) video->Write(sheet.GetCanvas());
+    };
+    const LoopResult result = ForEachFrame(*source, "grey", step);
+
+    if (video) video->Finish();
+    Report(*source, result, figures);
+    if (result.mFrames > 0) {
+        sheet.GetCanvas().WritePng(inOptions.mOutput.Path("grey.png"));
+        std::printf("  wrote %s%s\n", inOptions.mOutput.Path("grey.png").c_str(),
+                    video ? (" and " + video->File()).c_str() : "");
+    }
+    return result.ExitCode();
+}
+
+}  // namespace
+
+void AddGreyCommand(CLI::App& ioProgram, Run& outRun) {
+    CLI::App* const command = ioProgram.add_subcommand(
+        "grey",
+        "Grey and float grey images of every frame, each asked for twice: the second "
+        "time it comes from the cache.");
+    const auto options = std::make_shared<GreyOptions>();
+    options->mInput.AddTo(*command);
+    options->mOutput.AddTo(*command);
+    command->footer(
+        "Writes grey.mp4, and grey.png of the last frame.\n"
+        "Example:  descriptor-host grey holiday.mp4 --frames 100 -o out");
+    command->callback([&outRun, options] {
+        outRun = [options] {
+            return RunGrey(*options);
+        };
+    });
+}
+
+}  // namespace Host

@@ -1,0 +1,46 @@
+// The loop over the frames of an input, the same for every command.
+
+#pragma once
+
+#include <iostream>
+#include <string>
+
+#include "FrameSource.h"
+#include "Interrupt.h"
+#include "Progress.h"
+
+namespace Host {
+
+struct LoopResult {
+    long long mFrames = 0;
+    double mSeconds = 0.0;
+    bool mStopped = false;
+
+    double FramesPerSecond() const { return mSeconds > 0.0 ? double(mFrames) / mSeconds : 0.0; }
+    /// The exit code of the command; says on standard error when the user stopped it.
+    int ExitCode() const {
+        if (!mStopped) return 0;
+        std::cerr << "stopped after " << mFrames
+                  << " frames; the files hold what was done until then\n";
+        return kInterruptedExitCode;
+    }
+};
+
+/// Calls `inStep(frame, number)` for each frame, numbers from 0, until the frames end or
+/// the user presses Ctrl-C.
+template <class Step>
+LoopResult ForEachFrame(FrameSource& ioSource, const std::string& inWhat, Step inStep) {
+    Progress progress(inWhat, ioSource.FrameCount());
+    LoopResult result;
+    Frame frame;
+    while (!Interrupted() && ioSource.Read(frame)) {
+        inStep(frame, result.mFrames);
+        ++result.mFrames;
+        progress.Advance();
+    }
+    result.mStopped = Interrupted();
+    result.mSeconds = progress.Seconds();
+    return result;
+}
+
+}  // namespace Host

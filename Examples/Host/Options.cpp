@@ -1,0 +1,89 @@
+#include "Options.h"
+
+#include <CLI/CLI.hpp>
+#include <charconv>
+#include <cstdio>
+#include <filesystem>
+
+#include "FrameReader.h"
+#include "Help.h"
+#include "RenderedClip.h"
+#include "UserError.h"
+
+namespace Host {
+
+Size ParseSize(const std::string& inText) {
+    const auto number = [](const char* inFrom, const char* inTo) {
+        int value = 0;
+        const auto result = std::from_chars(inFrom, inTo, value);
+        return result.ec == std::errc() && result.ptr == inTo ? value : -1;
+    };
+    const std::size_t cross = inText.find('x');
+    if (cross != std::string::npos) {
+        const char* const text = inText.c_str();
+        const Size size{number(text, text + cross),
+                        number(text + cross + 1, text + inText.size())};
+        if (size.mWidth >= 16 && size.mWidth <= 16384 && size.mHeight >= 16 &&
+            size.mHeight <= 16384)
+            return size;
+    }
+    throw UserError("a size is written as in 640x480, each side from 16 to 16384; '" + inText +
+                    "' is none");
+}
+
+void InputOptions::AddTo(CLI::App& ioCommand) {
+    ioCommand
+        .add_option("INPUT", mInput,
+                    Wrapped("A video, a picture, a folder of pictures, or a pattern such as "
+                            "frames/%04d.png. Left out, a clip with known motion is rendered."))
+        ->type_name("");
+    ioCommand.add_option("--frames", mFrames, "Stop after so many frames (rendered: 120).")
+        ->check(CLI::Range(1LL, 1000000LL).description(""))
+        ->type_name("N");
+    ioCommand.add_option("--size", mSize, "Size of the rendered clip (640x480).")
+        ->type_name("WxH");
+}
+
+std::unique_ptr<FrameSource> InputOptions::Open() const {
+    if (!mInput.empty()) {
+        if (!mSize.empty())
+            throw UserError("--size is for the rendered clip; '" + mInput +
+                            "' has a size of its own");
+        return std::make_unique<FrameReader>(mInput, mFrames);
+    }
+    RenderedClip::Shape shape;
+    if (!mSize.empty()) {
+        const Size size = ParseSize(mSize);
+        shape.mWidth = size.mWidth;
+        shape.mHeight = size.mHeight;
+    }
+    if (mFrames > 0) shape.mFrames = int(mFrames);
+    return std::make_unique<RenderedSource>(shape);
+}
+
+void OutputOptions::AddFolderTo(CLI::App& ioCommand) {
+    ioCommand
+        .add_option("-o,--output", mFolder, "Folder for what is written (" + mFolder + ").")
+        ->type_name("FOLDER");
+}
+
+void OutputOptions::AddTo(CLI::App& ioCommand) {
+    AddFolderTo(ioCommand);
+    ioCommand.add_flag("--no-video", mWithoutVideo, "Write pictures only.");
+}
+
+std::string OutputOptions::Path(const std::string& inName) const {
+    return (std::filesystem::path(mFolder) / inName).string();
+}
+
+void OutputOptions::Prepare() const {
+    std::error_code error;
+    std::filesystem::create_directories(mFolder, error);
+    const std::string probe = Path(".descriptor-host-probe");
+    std::FILE* const file = error ? nullptr : std::fopen(probe.c_str(), "wb");
+    if (!file) throw UserError("folder '" + mFolder + "' cannot be written");
+    std::fclose(file);
+    std::filesystem::remove(probe, error);
+}
+
+}  // namespace Host

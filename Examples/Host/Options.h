@@ -1,0 +1,45 @@
+// The options that commands share: where frames come from and where files go.
+
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "FrameSource.h"
+
+namespace CLI {
+class App;
+}
+
+namespace Host {
+
+/// Numbers of a text such as "640x480".
+struct Size {
+    int mWidth = 0;
+    int mHeight = 0;
+};
+/// @throws UserError for anything but two numbers from 16 to 16384.
+Size ParseSize(const std::string& inText);
+
+struct InputOptions {
+    std::string mInput;
+    std::string mSize;
+    long long mFrames = 0;
+
+    void AddTo(CLI::App& ioCommand);
+    /// Opens the input, or the rendered clip where none is named.
+    std::unique_ptr<FrameSource> Open() const;
+};
+
+struct OutputOptions {
+    std::string mFolder = "descriptor-out";
+    bool mWithoutVideo = false;
+
+    void AddTo(CLI::App& ioCommand);
+    void AddFolderTo(CLI::App& ioCommand);
+    /// Makes the folder and tries whether a file can be written there, before any work.
+    void Prepare() const;
+    std::string Path(const std::string& inName) const;
+};
+
+}  // namespace Host

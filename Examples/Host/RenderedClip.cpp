@@ -1,0 +1,134 @@
+#include "RenderedClip.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "Texture.h"
+
+namespace Host {
+namespace {
+
+// How much of the pixel around `inCentre` lies between two edges, on one axis.
+double Covered(double inCentre, double inFrom, double inTo) {
+    return std::clamp(std::min(inCentre + 0.5, inTo) - std::max(inCentre - 0.5, inFrom), 0.0,
+                      1.0);
+}
+
+std::uint8_t ToByte(double inValue) {
+    return std::uint8_t(std::clamp(inValue + 0.5, 0.0, 255.0));
+}
+
+}  // namespace
+
+RenderedClip::Camera RenderedClip::CameraAt(int inFrame) const {
+    const double n = inFrame;
+    // The half-angle's tangent gives cosine and sine as quotients.
+    const double t = 0.018 * Wave(n / 211.0);
+    const double zoom = 1.0 + 0.04 * Wave(n / 173.0);
+    Camera camera;
+    camera.mCosine = zoom * (1.0 - t * t) / (1.0 + t * t);
+    camera.mSine = zoom * 2.0 * t / (1.0 + t * t);
+    camera.mShiftX = -(1.1 * n + 6.0 * Wave(n / 97.0));
+    camera.mShiftY = 9.0 * Wave(n / 131.0);
+    return camera;
+}
+
+Point RenderedClip::FromGround(const Camera& inCamera, const Point& inGround) const {
+    const double x = inGround.mX - mShape.mWidth * 0.5;
+    const double y = inGround.mY - mShape.mHeight * 0.5;
+    // The shift is one of the ground, so that the zoom stays about the picture's centre.
+    const double u = x + inCamera.mShiftX;
+    const double v = y + inCamera.mShiftY;
+    return {inCamera.mCosine * u - inCamera.mSine * v + mShape.mWidth * 0.5,
+            inCamera.mSine * u + inCamera.mCosine * v + mShape.mHeight * 0.5};
+}
+
+Point RenderedClip::ToGround(const Camera& inCamera, const Point& inPoint) const {
+    const double x = inPoint.mX - mShape.mWidth * 0.5;
+    const double y = inPoint.mY - mShape.mHeight * 0.5;
+    const double square = inCamera.mCosine * inCamera.mCosine + inCamera.mSine * inCamera.mSine;
+    const double u = (inCamera.mCosine * x + inCamera.mSine * y) / square;
+    const double v = (inCamera.mCosine * y - inCamera.mSine * x) / square;
+    return {u - inCamera.mShiftX + mShape.mWidth * 0.5,
+            v - inCamera.mShiftY + mShape.mHeight * 0.5};
+}
+
+Box RenderedClip::ObjectBox(int inFrame) const {
+    const double n = inFrame;
+    // The reach is a share of the picture; the periods grow with it, so that the panel
+    // moves at most two pixels a frame at any size.
+    const double reachX = 0.2 * mShape.mWidth;
+    const double reachY = 0.12 * mShape.mHeight;
+    const double size = 1.0 + 0.1 * Wave(n / 190.0);
+    Box box;
+    box.mWidth = 0.26 * mShape.mWidth * size;
+    box.mHeight = 0.24 * mShape.mHeight * size;
+    box.mX = 0.5 * mShape.mWidth + reachX * Wave(n / (4.0 * reachX) + 0.8) - 0.5 * box.mWidth;
+    box.mY =
+        0.52 * mShape.mHeight + reachY * Wave(n / (6.0 * reachY) + 0.1) - 0.5 * box.mHeight;
+    return box;
+}
+
+bool RenderedClip::IsOnObject(const Point& inPoint, int inFrame) const {
+    const Box box = ObjectBox(inFrame);
+    const double x = inPoint.mX + 0.5;
+    const double y = inPoint.mY + 0.5;
+    return x >= box.mX && x < box.Right() && y >= box.mY && y < box.Bottom();
+}
+
+Point RenderedClip::MoveGround(const Point& inPoint, int inFrom, int inTo) const {
+    return FromGround(CameraAt(inTo), ToGround(CameraAt(inFrom), inPoint));
+}
+
+Point RenderedClip::MoveObject(const Point& inPoint, int inFrom, int inTo) const {
+    const Box from = ObjectBox(inFrom);
+    const Box to = ObjectBox(inTo);
+    return {to.mX + (inPoint.mX + 0.5 - from.mX) / from.mWidth * to.mWidth - 0.5,
+            to.mY + (inPoint.mY + 0.5 - from.mY) / from.mHeight * to.mHeight - 0.5};
+}
+
+std::optional<Point> RenderedClip::Move(const Point& inPoint, int inFrom, int inTo) const {
+    if (IsOnObject(inPoint, inFrom)) return MoveObject(inPoint, inFrom, inTo);
+    const Point moved = MoveGround(inPoint, inFrom, inTo);
+    if (IsOnObject(moved, inTo)) return std::nullopt;
+    return moved;
+}
+
+void RenderedClip::Render(int inFrame, Frame& outFrame) const {
+    outFrame.Resize(mShape.mWidth, mShape.mHeight);
+    const Camera camera = CameraAt(inFrame);
+    const Box box = ObjectBox(inFrame);
+    // The grain is one of the panel: it grows with it.
+    const double grain = 0.26 * mShape.mWidth / 7.0;
+    for (int y = 0; y < mShape.mHeight; ++y) {
+        const double coverY = Covered(y + 0.5, box.mY, box.Bottom());
+        for (int x = 0; x < mShape.mWidth; ++x) {
+            const double cover = coverY * Covered(x + 0.5, box.mX, box.Right());
+            Colour colour;
+            if (cover < 1.0) {
+                const Point ground = ToGround(camera, {double(x), double(y)});
+                colour = GroundTexture(ground.mX, ground.mY, mShape.mSeed);
+            }
+            if (cover > 0.0) {
+                const double u = std::clamp((x + 0.5 - box.mX) / box.mWidth, 0.0, 1.0);
+                const double v = std::clamp((y + 0.5 - box.mY) / box.mHeight, 0.0, 1.0);
+                colour = Mix(colour, PanelTexture(u, v, grain, mShape.mSeed + 7), cover);
+            }
+            const double noise = mShape.mNoise * PixelNoise(x, y, inFrame, mShape.mSeed + 3);
+            std::uint8_t* const pixel = outFrame.Pixel(x, y);
+            pixel[0] = ToByte(colour.mBlue + noise);
+            pixel[1] = ToByte(colour.mGreen + noise);
+            pixel[2] = ToByte(colour.mRed + noise);
+            pixel[3] = 255;
+        }
+    }
+    outFrame.Finish();
+}
+
+bool RenderedSource::Read(Frame& outFrame) {
+    if (mNext >= mClip.GetShape().mFrames) return false;
+    mClip.Render(mNext++, outFrame);
+    return true;
+}
+
+}  // namespace Host

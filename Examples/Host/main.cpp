@@ -1,0 +1,82 @@
+// descriptor-host: drives the descriptor library as a video editor does, and shows what
+// comes out.
+
+#include <CLI/CLI.hpp>
+#include <exception>
+#include <iostream>
+
+#include "Commands/Commands.h"
+#include "DP/DescriptorFactory.h"
+#include "Help.h"
+#include "Interrupt.h"
+#include "UserError.h"
+
+namespace {
+
+constexpr int kBadInput = 1;
+constexpr int kBadOption = 2;
+constexpr int kLibraryFailed = 3;
+
+int Complain(const std::string& inText, int inExitCode) {
+    std::string line = inText;
+    for (char& letter : line)
+        if (letter == '\n') letter = ' ';
+    std::cerr << "descriptor-host: " << line << "\n";
+    return inExitCode;
+}
+
+// The parser would only say that a command is missing.
+void RefuseUnknownCommand(const CLI::App& inProgram, int inCount, char** inArguments) {
+    if (inCount < 2 || inArguments[1][0] == '-') return;
+    std::string names;
+    for (const CLI::App* command :
+         inProgram.get_subcommands([](const CLI::App*) { return true; })) {
+        if (command->get_name() == inArguments[1]) return;
+        names += (names.empty() ? "" : ", ") + command->get_name();
+    }
+    throw Host::UserError(std::string("there is no command '") + inArguments[1] +
+                          "'; the commands are: " + names);
+}
+
+int RunProgram(int inCount, char** inArguments) {
+    CLI::App program(
+        Host::Wrapped(
+            "Shows what the descriptor library computes from video: images, tracked points and "
+            "rectangles, and selections. Without an input, a command renders a short clip "
+            "whose "
+            "true motion is known, and reports how far its results are off.",
+            88),
+        "descriptor-host");
+    program.footer(
+        "Try:      descriptor-host grey -o out\n"
+        "Details:  descriptor-host grey --help");
+    program.require_subcommand(1);
+    program.get_formatter()->column_width(28);
+
+    Host::Run run;
+    Host::AddGreyCommand(program, run);
+    RefuseUnknownCommand(program, inCount, inArguments);
+    try {
+        program.parse(inCount, inArguments);
+    } catch (const CLI::ParseError& error) {
+        if (error.get_exit_code() == 0) return program.exit(error);  // help
+        return Complain(std::string(error.what()) + " (--help tells more)", kBadOption);
+    }
+
+    Host::CatchInterrupts();
+    const int exitCode = run();
+    DP::FlushAllDescriptorResources();
+    return exitCode;
+}
+
+}  // namespace
+
+int main(int inCount, char** inArguments) {
+    try {
+        return RunProgram(inCount, inArguments);
+    } catch (const Host::UserError& error) {
+        return Complain(error.what(), kBadInput);
+    } catch (const std::exception& error) {
+        return Complain(std::string("the run failed: ") + error.what(), kLibraryFailed);
+    }
+}
