@@ -11,6 +11,11 @@
 
 namespace Host {
 
+/// "1 frame", "12 frames".
+inline std::string FramesText(long long inCount) {
+    return std::to_string(inCount) + (inCount == 1 ? " frame" : " frames");
+}
+
 struct LoopResult {
     long long mFrames = 0;
     double mSeconds = 0.0;
@@ -20,8 +25,8 @@ struct LoopResult {
     /// The exit code of the command; says on standard error when the user stopped it.
     int ExitCode() const {
         if (!mStopped) return 0;
-        std::cerr << "stopped after " << mFrames
-                  << " frames; the files hold what was done until then\n";
+        std::cerr << "stopped after " << FramesText(mFrames)
+                  << "; the files hold what was done until then\n";
         return kInterruptedExitCode;
     }
 };

@@ -99,7 +99,7 @@ void RenderedClip::Render(int inFrame, Frame& outFrame) const {
     const Camera camera = CameraAt(inFrame);
     const Box box = ObjectBox(inFrame);
     // The grain is one of the panel: it grows with it.
-    const double grain = 0.26 * mShape.mWidth / 7.0;
+    const double grain = 0.26 * mShape.mWidth / 8.0;
     for (int y = 0; y < mShape.mHeight; ++y) {
         const double coverY = Covered(y + 0.5, box.mY, box.Bottom());
         for (int x = 0; x < mShape.mWidth; ++x) {

@@ -143,7 +143,7 @@ Colour PanelTexture(double inU, double inV, double inGrain, std::uint32_t inSeed
     constexpr Colour kGlass{44.0, 54.0, 76.0};
     const double noise =
         0.6 * GradientNoise(inU * inGrain, inV * inGrain, inSeed) +
-        0.4 * GradientNoise(inU * inGrain * 2.7, inV * inGrain * 2.7, inSeed + 1);
+        0.4 * GradientNoise(inU * inGrain * 0.4, inV * inGrain * 0.4, inSeed + 1);
 
     // Edges are as wide as two hundredths of the side, which is a pixel or two.
     const auto band = [](double inAt, double inFrom, double inTo) {

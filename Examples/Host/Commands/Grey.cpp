@@ -104,8 +104,8 @@ private:
 void Report(const FrameSource& inSource, const LoopResult& inResult,
             const GreyFigures& inFigures) {
     const double frames = double(std::max(1LL, inResult.mFrames));
-    std::printf("%s, %dx%d, %lld frames\n", inSource.Name().c_str(), inSource.Width(),
-                inSource.Height(), inResult.mFrames);
+    std::printf("%s, %dx%d, %s\n", inSource.Name().c_str(), inSource.Width(), inSource.Height(),
+                FramesText(inResult.mFrames).c_str());
     std::printf("  grey        %8.3f ms a frame\n", inFigures.mGreySeconds / frames * 1e3);
     std::printf("  float grey  %8.3f ms a frame\n", inFigures.mFloatSeconds / frames * 1e3);
     std::printf("  from cache  %8.3f ms a request; %lld of %lld requests were cache hits\n",

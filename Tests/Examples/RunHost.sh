@@ -1,0 +1,104 @@
+#!/bin/sh
+# Runs the example host as a person would, in a folder that is removed afterwards.
+#
+#   RunHost.sh PROGRAM SCENARIO
+
+host=$1
+scenario=$2
+folder=$(mktemp -d) || exit 1
+trap 'rm -rf "$folder"' EXIT
+cd "$folder" || exit 1
+
+fail() {
+    echo "FAILED: $*"
+    [ -f errors ] && cat errors
+    exit 1
+}
+
+# written FILE BYTES: the file is there and not smaller than that.
+written() {
+    [ -f "$1" ] || fail "$1 was not written"
+    size=$(wc -c <"$1")
+    [ "$size" -ge "$2" ] || fail "$1 has only $size bytes"
+}
+
+# says TEXT: the last run printed it.
+says() {
+    grep -q -- "$1" output || { cat output; fail "the output does not say '$1'"; }
+}
+
+# runs ARGUMENTS...: the program succeeds.
+runs() {
+    "$host" "$@" >output 2>errors || fail "exit code $? of: $*"
+}
+
+# refuses CODE ARGUMENTS...: exit code, one line on standard error, nothing on the other.
+refuses() {
+    expected=$1
+    shift
+    "$host" "$@" >output 2>errors
+    code=$?
+    [ "$code" -eq "$expected" ] || fail "exit code $code instead of $expected of: $*"
+    [ "$(wc -l <errors)" -eq 1 ] || fail "not one line of: $*"
+    [ ! -s output ] || fail "standard output of: $*"
+}
+
+case $scenario in
+help)
+    runs --help
+    for command in $(sed -n '/Subcommands:/,/^$/s/^  \([a-z]\{1,\}\) .*/\1/p' output); do
+        runs "$command" --help
+        says "Example:  descriptor-host $command"
+    done
+    ;;
+grey)
+    runs grey -o out --frames 12 --size 160x120
+    written out/grey.png 20000
+    written out/grey.mp4 3000
+    says "24 of 48 requests were cache hits"
+    # A picture that was written can be read again, and so can the video.
+    runs grey out/grey.png -o again --no-video
+    says "1 frame$"
+    [ ! -e again/grey.mp4 ] || fail "a video was written all the same"
+    runs grey out/grey.mp4 -o again
+    says "12 frames"
+    ;;
+bad_input)
+    refuses 2
+    refuses 1 gray
+    refuses 2 grey --bogus
+    refuses 2 grey --frames 0
+    refuses 2 grey --frames many
+    refuses 1 grey --size 640
+    refuses 1 grey nosuch.mp4
+    refuses 1 grey 'nosuch%d.png'
+    echo "no picture" >text.png
+    refuses 1 grey text.png
+    refuses 1 grey text.png --size 64x64
+    mkdir empty
+    refuses 1 grey empty
+    refuses 1 grey --frames 1 -o text.png/out
+    refuses 1 grey --frames 1 -o /proc/nowhere
+    ;;
+interrupt)
+    "$host" grey -o out --frames 100000 --size 160x120 >output 2>errors &
+    process=$!
+    tries=0
+    until [ -s out/grey.mp4 ] || [ $tries -ge 200 ]; do
+        sleep 0.1
+        tries=$((tries + 1))
+    done
+    sleep 0.5
+    kill -INT $process
+    wait $process
+    code=$?
+    [ "$code" -eq 130 ] || fail "exit code $code"
+    grep -q "stopped after" errors || fail "no last line"
+    written out/grey.png 20000
+    runs grey out/grey.mp4 -o again --no-video
+    ;;
+*)
+    fail "no scenario $scenario"
+    ;;
+esac
+exit 0

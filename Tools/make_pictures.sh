@@ -1,0 +1,25 @@
+#!/bin/sh
+# Makes the pictures of README and Docs from the example host's own rendered clips.
+#
+#   Tools/make_pictures.sh [BUILD_FOLDER]      default: build
+#
+# The same build gives the same pictures; each stays below 300 KB.
+
+set -e
+root=$(cd "$(dirname "$0")/.." && pwd)
+host=${1:-$root/build}/Examples/descriptor-host
+pictures=$root/Docs/pictures
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+mkdir -p "$pictures"
+
+# take FOLDER FILE NAME: keeps one file of a run as a picture.
+take() {
+    cp "$work/$1/$2" "$pictures/$3"
+    size=$(wc -c <"$pictures/$3")
+    echo "$pictures/$3: $size bytes"
+    [ "$size" -lt 307200 ] || { echo "too large" >&2; exit 1; }
+}
+
+"$host" grey -o "$work/grey" --size 352x264 --frames 40 --no-video
+take grey grey.png grey.png
