@@ -16,8 +16,11 @@ constinit TVK::KeptRef<IDescriptorComputerMgr> sComputerMgr;
 // A new computer set up from its property, or null for a kind that there is not.
 Ref<IDescriptorComputer> MakeComputer(const Ref<IDescriptorProperty>& inProperty) {
     switch (inProperty->GetDescriptorDataType()) {
+        case kDescriptorDataTypeAPT:
+            return MakeAPTDescriptorComputer(inProperty);
         case kDescriptorDataTypeGreyImage:
         case kDescriptorDataTypeFloatGreyImage:
+        case kDescriptorDataTypeColourPyramid:
             return DescriptorComputer::Create();
         default:
             AssertWithMessage("DP::DescriptorComputerMgr::GetDescriptorComputer",

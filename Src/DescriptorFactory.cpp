@@ -99,10 +99,14 @@ Ref<IDescriptorDataKey> CreateRegionTrackerDescriptorDataKey(
 
 Ref<IDescriptorData> CreateDescriptorData(DescriptorDataType inType) {
     switch (inType) {
+        case kDescriptorDataTypeAPT:
+            return MakeAPTDescriptorData();
         case kDescriptorDataTypeGreyImage:
             return MakeGreyImageDescriptorData();
         case kDescriptorDataTypeFloatGreyImage:
             return MakeFloatGreyImageDescriptorData();
+        case kDescriptorDataTypeColourPyramid:
+            return MakeColourPyramidDescriptorData();
         default:
             AssertWithMessage("DP::CreateDescriptorData", "Invalid Data Type");
             return {};
@@ -111,10 +115,14 @@ Ref<IDescriptorData> CreateDescriptorData(DescriptorDataType inType) {
 
 Ref<IDescriptorWorkerItem> CreateDescriptorWorkerItem(DescriptorDataType inType) {
     switch (inType) {
+        case kDescriptorDataTypeAPT:
+            return MakeAPTDescriptorWorkerItem();
         case kDescriptorDataTypeGreyImage:
             return MakeGreyImageDescriptorWorkerItem();
         case kDescriptorDataTypeFloatGreyImage:
             return MakeFloatGreyImageDescriptorWorkerItem();
+        case kDescriptorDataTypeColourPyramid:
+            return MakeColourPyramidDescriptorWorkerItem();
         default:
             AssertWithMessage("DP::CreateDescriptorWorkerItem",
                               "Descriptor Type Unavailable !!!!");

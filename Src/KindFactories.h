@@ -17,4 +17,13 @@ Ref<IDescriptorWorkerItem> MakeGreyImageDescriptorWorkerItem();
 Ref<IDescriptorData> MakeFloatGreyImageDescriptorData();
 Ref<IDescriptorWorkerItem> MakeFloatGreyImageDescriptorWorkerItem();
 
+/// The computer is set up from the property.
+/// @throws TVK::NullInterfaceException for a property of another class.
+Ref<IDescriptorData> MakeAPTDescriptorData();
+Ref<IDescriptorWorkerItem> MakeAPTDescriptorWorkerItem();
+Ref<IDescriptorComputer> MakeAPTDescriptorComputer(const Ref<IDescriptorProperty>& inProperty);
+
+Ref<IDescriptorData> MakeColourPyramidDescriptorData();
+Ref<IDescriptorWorkerItem> MakeColourPyramidDescriptorWorkerItem();
+
 }  // namespace DP

@@ -1,0 +1,45 @@
+#include "APT/APTDescriptorWorkerItem.h"
+
+#include "APT/APTDescriptorData.h"
+#include "APT/APTWrapper.h"
+#include "KindFactories.h"
+#include "TVK/ContractCheck.h"
+
+namespace DP {
+
+void APTDescriptorWorkerItem::SetInputs(IP::ImagePtr<float> inPrevImage,
+                                        IP::ImagePtr<float> inCurrImage,
+                                        Ref<IAPTDescriptorData> inPrevData,
+                                        unsigned int inWidth, unsigned int inHeight) {
+    ContractCheck(inCurrImage != NULL);
+    mPrevImage = inPrevImage;
+    mCurrImage = inCurrImage;
+    mPrevData = inPrevData;
+    mWidth = inWidth;
+    mHeight = inHeight;
+}
+
+void APTDescriptorWorkerItem::SetTracker(APTTrackerPtr inAPTTracker) {
+    ContractCheck(inAPTTracker != NULL);
+    mTracker = inAPTTracker;
+}
+
+Ref<IDescriptorData> APTDescriptorWorkerItem::ComputeData() {
+    if (mTracker != NULL && mCurrImage != NULL) {
+        APTWrapper wrapper(mHeight, mWidth, mTracker);
+        const APTFeatureListPtr features =
+            wrapper.ComputeFeatures(mPrevImage != NULL ? mPrevImage->GetData() : nullptr,
+                                    mCurrImage->GetData(), mPrevData, GetDataKey());
+        if (features != NULL)
+            FillNewData<APTDescriptorData>(
+                kDescriptorDataTypeAPT, mResult,
+                [&](APTDescriptorData& outData) { outData.SetFeatures(features); });
+    }
+    return mResult;
+}
+
+Ref<IDescriptorWorkerItem> MakeAPTDescriptorWorkerItem() {
+    return APTDescriptorWorkerItem::Create();
+}
+
+}  // namespace DP

@@ -1,0 +1,88 @@
+#include "APT/APTImagePyramid.h"
+
+#include <algorithm>
+
+#include "ColourPyramid/ReduceByTwo.h"
+
+namespace DP {
+namespace {
+
+// A tile holds a block of the default patch with some room around it; wide rather than
+// high, since a row of it is made in one go.
+constexpr int kTileWidth = 64;
+constexpr int kTileHeight = 16;
+
+int TilesAcross(int inSize, int inTileSize) { return (inSize + inTileSize - 1) / inTileSize; }
+
+}  // namespace
+
+void APTImagePyramid::Reset(const float* inImage, int inWidth, int inHeight, int inChannels,
+                            int inLevels) {
+    mChannels = inChannels;
+    mLevels.resize(static_cast<std::size_t>(std::max(inLevels, 0)));
+    for (std::size_t i = 0; i < mLevels.size(); ++i) {
+        Level& level = mLevels[i];
+        level.mWidth =
+            static_cast<int>(LevelSide(static_cast<std::size_t>(std::max(inWidth, 0)), i));
+        level.mHeight =
+            static_cast<int>(LevelSide(static_cast<std::size_t>(std::max(inHeight, 0)), i));
+        if (i == 0) {
+            level.mPixels = inImage;
+            continue;
+        }
+        level.mTileColumns = TilesAcross(level.mWidth, kTileWidth);
+        const int tileRows = TilesAcross(level.mHeight, kTileHeight);
+        level.mTileIsMade.assign(
+            static_cast<std::size_t>(level.mTileColumns) * static_cast<std::size_t>(tileRows),
+            0);
+        level.mOwned.resize(static_cast<std::size_t>(level.mWidth) *
+                            static_cast<std::size_t>(level.mHeight) *
+                            static_cast<std::size_t>(inChannels));
+        level.mPixels = level.mOwned.data();
+    }
+}
+
+const float* APTImagePyramid::GetBlock(int inLevel, int inX, int inY, int inLastX,
+                                       int inLastY) {
+    Level& level = mLevels[static_cast<std::size_t>(inLevel)];
+    if (inLevel > 0)
+        for (int row = inY / kTileHeight; row <= inLastY / kTileHeight; ++row)
+            for (int column = inX / kTileWidth; column <= inLastX / kTileWidth; ++column) {
+                std::uint8_t& isMade =
+                    level.mTileIsMade[static_cast<std::size_t>(row) *
+                                          static_cast<std::size_t>(level.mTileColumns) +
+                                      static_cast<std::size_t>(column)];
+                if (isMade) continue;
+                isMade = 1;
+                MakeTile(inLevel, column, row);
+            }
+    return level.mPixels + inY * GetRowLength(inLevel) + std::ptrdiff_t{inX} * mChannels;
+}
+
+// The tile's part of the level: a frame of zeros around the reduced interior. A level whose
+// source is too small to be reduced is all zero.
+void APTImagePyramid::MakeTile(int inLevel, int inTileColumn, int inTileRow) {
+    Level& level = mLevels[static_cast<std::size_t>(inLevel)];
+    const std::size_t channels = static_cast<std::size_t>(mChannels);
+    const int left = inTileColumn * kTileWidth;
+    const int right = std::min(left + kTileWidth, level.mWidth);
+    const int top = inTileRow * kTileHeight;
+    const int bottom = std::min(top + kTileHeight, level.mHeight);
+    const bool isReduced =
+        GetWidth(inLevel - 1) >= 3 && GetHeight(inLevel - 1) >= 3 && IsReducible(channels);
+    const int innerLeft = std::max(left, 1);
+    const int innerRight = std::min(right, level.mWidth - 1);
+
+    for (int y = top; y < bottom; ++y) {
+        float* const row = level.mOwned.data() + y * GetRowLength(inLevel);
+        std::fill(row + left * mChannels, row + right * mChannels, 0.0f);
+        if (!isReduced || y == 0 || y == level.mHeight - 1 || innerLeft >= innerRight) continue;
+        const float* const source =
+            GetBlock(inLevel - 1, 2 * innerLeft - 1, 2 * y, 2 * innerRight - 1, 2 * y);
+        ReduceRow(source - (2 * innerLeft - 1) * mChannels, channels,
+                  static_cast<std::size_t>(innerLeft), static_cast<std::size_t>(innerRight),
+                  row + innerLeft * mChannels);
+    }
+}
+
+}  // namespace DP

@@ -1,0 +1,146 @@
+#include "APT/APTPatchSums.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace DP {
+namespace {
+
+// sum over pixels of inTerm(index of the channel's float). With the stride known at compile
+// time, one channel runs as vector code.
+template <int kStride, class Term>
+float SumStrided(int inPixels, Term inTerm) {
+    float lanes[kAPTLanes] = {};
+    int pixel = 0;
+    for (; pixel + kAPTLanes <= inPixels; pixel += kAPTLanes)
+        for (int lane = 0; lane < kAPTLanes; ++lane)
+            lanes[lane] += inTerm((pixel + lane) * kStride);
+    for (int lane = 0; pixel + lane < inPixels; ++lane)
+        lanes[lane] += inTerm((pixel + lane) * kStride);
+    return FoldLanes(lanes);
+}
+
+template <class Term>
+float SumOverChannel(const APTPatchShape& inShape, Term inTerm) {
+    switch (inShape.mChannels) {
+        case 1:
+            return SumStrided<1>(inShape.GetPixels(), inTerm);
+        case 2:
+            return SumStrided<2>(inShape.GetPixels(), inTerm);
+        case 3:
+            return SumStrided<3>(inShape.GetPixels(), inTerm);
+        case 4:
+            return SumStrided<4>(inShape.GetPixels(), inTerm);
+        default:
+            return 0.0f;
+    }
+}
+
+}  // namespace
+
+float BlockDot(const float* inA, const float* inB, const APTPatchShape& inShape) {
+    return SumStrided<1>(inShape.GetBlockFloats(), [=](int i) { return inA[i] * inB[i]; });
+}
+
+float ChannelDot(const float* inA, const float* inB, const APTPatchShape& inShape,
+                 int inChannel) {
+    return SumOverChannel(inShape,
+                          [=](int i) { return inA[i + inChannel] * inB[i + inChannel]; });
+}
+
+float ChannelSum(const float* inA, const APTPatchShape& inShape, int inChannel) {
+    return SumOverChannel(inShape, [=](int i) { return inA[i + inChannel]; });
+}
+
+bool NormalisedCorrelation(const float* inA, const float* inB, const APTPatchShape& inShape,
+                           float& outCorrelation) {
+    if (!inShape.HasSupportedChannels()) return false;
+    const float pixels = static_cast<float>(inShape.GetPixels());
+    float total = 0.0f;
+    for (int c = 0; c < inShape.mChannels; ++c) {
+        const float sumA = ChannelSum(inA, inShape, c);
+        const float sumB = ChannelSum(inB, inShape, c);
+        const float varianceA = pixels * ChannelDot(inA, inA, inShape, c) - sumA * sumA;
+        const float varianceB = pixels * ChannelDot(inB, inB, inShape, c) - sumB * sumB;
+        if (varianceA == 0.0f || varianceB == 0.0f) continue;
+        total += (pixels * ChannelDot(inA, inB, inShape, c) - sumA * sumB) /
+                 std::sqrt(varianceB * varianceA);
+    }
+    outCorrelation = total / static_cast<float>(inShape.mChannels);
+    return true;
+}
+
+void FillNormalMatrix(const APTColumns& inColumns, const APTPatchShape& inShape,
+                      float* outMatrix) {
+    const int order = inColumns.GetOrder(inShape.mChannels);
+    const int geometric = inColumns.mGeometricCount;
+    std::fill_n(outMatrix, order * order, 0.0f);
+    for (int j = 0; j < geometric; ++j)
+        for (int i = j; i < geometric; ++i)
+            outMatrix[j * order + i] =
+                0.25f * BlockDot(inColumns.mGeometric[i], inColumns.mGeometric[j], inShape);
+    if (!inColumns.mHasGain) return;
+    for (int c = 0; c < inShape.mChannels; ++c) {
+        const int gain = geometric + 2 * c;
+        const int offset = gain + 1;
+        for (int j = 0; j < geometric; ++j) {
+            const float* const column = inColumns.mGeometric[j];
+            outMatrix[j * order + gain] =
+                0.5f * ChannelDot(column, inColumns.mTemplate, inShape, c);
+            outMatrix[j * order + offset] = 0.5f * ChannelSum(column, inShape, c);
+        }
+        outMatrix[gain * order + gain] =
+            ChannelDot(inColumns.mTemplate, inColumns.mTemplate, inShape, c);
+        outMatrix[gain * order + offset] = ChannelSum(inColumns.mTemplate, inShape, c);
+        outMatrix[offset * order + offset] = static_cast<float>(inShape.GetPixels());
+    }
+}
+
+void FillRightSide(const APTColumns& inColumns, const float* inResidual,
+                   const APTPatchShape& inShape, float* outRightSide) {
+    const int geometric = inColumns.mGeometricCount;
+    for (int i = 0; i < geometric; ++i)
+        outRightSide[i] = 0.5f * BlockDot(inResidual, inColumns.mGeometric[i], inShape);
+    if (!inColumns.mHasGain) return;
+    for (int c = 0; c < inShape.mChannels; ++c) {
+        outRightSide[geometric + 2 * c] =
+            ChannelDot(inColumns.mTemplate, inResidual, inShape, c);
+        outRightSide[geometric + 2 * c + 1] = ChannelSum(inResidual, inShape, c);
+    }
+}
+
+void FillGainResidual(const float* inTemplate, const float* inPatch, const float* inGains,
+                      const APTPatchShape& inShape, float* outResidual) {
+    const int channels = inShape.mChannels;
+    for (int c = 0; c < channels; ++c) {
+        const float gain = inGains[2 * c];
+        const float offset = inGains[2 * c + 1];
+        for (int i = c; i < inShape.GetFloats(); i += channels)
+            outResidual[i] = inTemplate[i] - (gain * inPatch[i] + offset);
+    }
+}
+
+void FillResidual(const float* inTemplate, const float* inPatch, const APTPatchShape& inShape,
+                  float* outResidual) {
+    for (int i = 0; i < inShape.GetFloats(); ++i)
+        outResidual[i] = inTemplate[i] - inPatch[i];
+}
+
+bool UpdateGains(const float* inUpdate, float inGainTolerance, float inOffsetTolerance,
+                 int inChannels, float* ioGains) {
+    bool isSmall = true;
+    for (int c = 0; c < inChannels; ++c) {
+        const float gainUpdate = inUpdate[2 * c];
+        const float offsetUpdate = inUpdate[2 * c + 1];
+        // In double and rounded once: C libraries differ in the last bit.
+        const float factor = static_cast<float>(std::exp(static_cast<double>(gainUpdate)));
+        ioGains[2 * c] = ioGains[2 * c] * factor;
+        ioGains[2 * c + 1] = (ioGains[2 * c + 1] + offsetUpdate) * factor;
+        if (std::abs(gainUpdate) >= inGainTolerance ||
+            std::abs(offsetUpdate) >= inOffsetTolerance)
+            isSmall = false;
+    }
+    return isSmall;
+}
+
+}  // namespace DP

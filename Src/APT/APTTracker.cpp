@@ -1,0 +1,204 @@
+#include "APT/APTTracker.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "TVK/ContractCheck.h"
+#include "TVK/Exception.h"
+
+namespace DP {
+namespace {
+
+constexpr std::uint64_t kMostLevels = 32;  // every side is 1 pixel by then
+
+void RequireImage(const float* inImage) {
+    if (!inImage) throw TVK::NullInterfaceException();
+}
+
+void RequireLists(const APTFeatureListPtrVec& inLists) {
+    for (const auto& list : inLists)
+        if (list == NULL) throw TVK::NullInterfaceException();
+}
+
+// A new point in a slot; what else the slot holds stays.
+void Fill(APTFeature& outFeature, const APTCandidate& inCandidate, unsigned int inFrame) {
+    outFeature.mX = inCandidate.mX;
+    outFeature.mY = inCandidate.mY;
+    outFeature.mStatus = static_cast<std::int32_t>(inFrame + 1u);
+    outFeature.mAge = 0;
+}
+
+std::size_t CountFree(const APTFeatureList& inFeatures) {
+    return inFeatures.size() - CountLiveFeatures(inFeatures);
+}
+
+}  // namespace
+
+unsigned int CountLiveFeatures(const APTFeatureList& inFeatures) {
+    return static_cast<unsigned int>(
+        std::count_if(inFeatures.begin(), inFeatures.end(),
+                      [](const APTFeature& inFeature) { return inFeature.mStatus >= 0; }));
+}
+
+void APTTracker::ApplyParams() {
+    mCapacity = mParams.mMaxFeatures;
+    mSelection.ApplyParams(mParams);
+    const APTPatchShape shape{static_cast<int>(mParams.mPatchHalfWidth),
+                              static_cast<int>(mParams.mPatchHalfHeight), kChannels};
+    const int levels = static_cast<int>(std::min(mParams.mPyramidLevels, kMostLevels));
+    mWorkspace.Init(shape);
+    mTemplates.Init(shape, levels);
+    if (mParams.mVerifyAgainstReference) mVerification.Init(shape, levels, mCapacity);
+}
+
+// ---- Selection -----------------------------------------------------------------------
+
+TVK::ParamRect<float> APTTracker::NormaliseRect(const TVK::ParamRect<float>& inRect,
+                                                int inWidth, int inHeight) const {
+    const float width = static_cast<float>(inWidth);
+    const float height = static_cast<float>(inHeight);
+    if (inRect.mRight - inRect.mLeft == width && inRect.mBottom - inRect.mTop == height)
+        return inRect;
+    return {inRect.mLeft, height - inRect.mBottom, inRect.mRight, height - inRect.mTop};
+}
+
+void APTTracker::SelectFeatures(const float* inImage, int inWidth, int inHeight,
+                                unsigned int inFrame, const APTRectList& inROIRects,
+                                const APTFeatureListPtrVec& outFeatureListPtrVec) {
+    ContractCheck(inROIRects.size() == outFeatureListPtrVec.size());
+    RequireImage(inImage);
+    RequireLists(outFeatureListPtrVec);
+    mSelection.SetImage(inImage, inWidth, inHeight);
+    for (std::size_t i = 0; i < inROIRects.size(); ++i) {
+        mSelection.FindCorners(nullptr, nullptr,
+                               NormaliseRect(inROIRects[i], inWidth, inHeight), mCapacity,
+                               i + 1 == inROIRects.size());
+        APTFeatureList& list = *outFeatureListPtrVec[i];
+        list.resize(mCapacity);
+        const auto& selected = mSelection.GetSelected();
+        for (std::size_t slot = 0; slot < list.size(); ++slot)
+            if (slot < selected.size())
+                Fill(list[slot], selected[slot], inFrame);
+            else
+                list[slot].mStatus = kAPTFeatureInactive;
+    }
+}
+
+void APTTracker::ReplenishFeatures(const float* inImage, int inWidth, int inHeight,
+                                   unsigned int inFrame, const APTRectList& inROIRects,
+                                   const APTFeatureListPtrVec& ioFeatureListPtrVec) {
+    RequireImage(inImage);
+    RequireLists(ioFeatureListPtrVec);
+    const std::size_t count = std::min(inROIRects.size(), ioFeatureListPtrVec.size());
+    if (std::all_of(ioFeatureListPtrVec.begin(), ioFeatureListPtrVec.end(),
+                    [](const auto& inList) { return CountFree(*inList) == 0; }))
+        return;  // whatever was selected would be dropped
+    mSelection.SetImage(inImage, inWidth, inHeight);
+    for (std::size_t i = 0; i < count; ++i) {
+        APTFeatureList& list = *ioFeatureListPtrVec[i];
+        const bool isLast = i + 1 == count;
+        const std::size_t limit = isLast ? std::min(CountFree(list), mCapacity) : mCapacity;
+        mSelection.FindCorners(list.data(), list.data() + list.size(),
+                               NormaliseRect(inROIRects[i], inWidth, inHeight), limit, isLast);
+        auto candidate = mSelection.GetSelected().begin();
+        const auto end = mSelection.GetSelected().end();
+        for (APTFeature& feature : list) {
+            if (candidate == end) break;
+            if (feature.mStatus < 0) Fill(feature, *candidate++, inFrame);
+        }
+    }
+}
+
+// ---- Tracking ------------------------------------------------------------------------
+
+void APTTracker::TrackFeatures(const float* inPrevImage, const float* inCurrImage, int inWidth,
+                               int inHeight, unsigned int,
+                               const APTFeatureListPtrVec& inFeatureListPtrVec,
+                               const APTFeatureListPtrVec& outFeatureListPtrVec) {
+    RequireImage(inPrevImage);
+    RequireImage(inCurrImage);
+    RequireLists(inFeatureListPtrVec);
+    RequireLists(outFeatureListPtrVec);
+    const int levels = static_cast<int>(std::min(mParams.mPyramidLevels, kMostLevels));
+    mPrevPyramid.Reset(inPrevImage, inWidth, inHeight, kChannels, levels);
+    mCurrPyramid.Reset(inCurrImage, inWidth, inHeight, kChannels, levels);
+    const std::size_t count = std::min(inFeatureListPtrVec.size(), outFeatureListPtrVec.size());
+    for (std::size_t i = 0; i < count; ++i) {
+        const APTFeatureListPtr input = inFeatureListPtrVec[i];
+        TrackFeatureList(*input, *outFeatureListPtrVec[i]);
+    }
+}
+
+void APTTracker::TrackFeatureList(const APTFeatureList& inFeatures,
+                                  APTFeatureList& outFeatures) {
+    outFeatures.resize(mCapacity);
+    const bool isVerified = mParams.mVerifyAgainstReference && mVerification.Exists();
+    if (isVerified) mVerification.Capture(inFeatures, mPrevPyramid);
+    AlignFeatures(inFeatures, outFeatures);
+    if (isVerified) {
+        mVerification.HandOver(outFeatures);
+        mVerification.VerifyFeatures(mCurrPyramid, outFeatures, GetTolerances(),
+                                     static_cast<float>(mParams.mMinCorrelation),
+                                     mParams.mVerifyModel, GetIterationLimit());
+    }
+    FinishStep(inFeatures, outFeatures);
+}
+
+// From frame to frame. A lost point leaves the position of its output record alone.
+void APTTracker::AlignFeatures(const APTFeatureList& inFeatures, APTFeatureList& outFeatures) {
+    const APTTolerances tolerances = GetTolerances();
+    const float correlationLimit = static_cast<float>(mParams.mMinCorrelation);
+    float start[kAPTMaxParameters] = {};
+    for (int c = 0; c < kChannels; ++c)
+        start[2 + 2 * c] = 1.0f;
+    float result[kAPTMaxParameters] = {};
+    const std::size_t slots = std::min(inFeatures.size(), outFeatures.size());
+    for (std::size_t i = 0; i < slots; ++i) {
+        const APTFeature& from = inFeatures[i];
+        APTFeature& to = outFeatures[i];
+        if (from.mStatus < 0) {
+            to.mStatus = kAPTFeatureInactive;
+            continue;
+        }
+        mTemplates.Locate(mPrevPyramid.GetLevelCount(), from.mX, from.mY, mPrevPyramid);
+        if (AlignPatch(mWorkspace, mTemplates, mCurrPyramid, from.mX, from.mY, start, result,
+                       mParams.mTrackingModel, tolerances, correlationLimit,
+                       GetIterationLimit()) < 0) {
+            to.mStatus = kAPTFeatureLost;
+            ++mLost;
+            continue;
+        }
+        to.mX = from.mX + result[0];
+        to.mY = from.mY + result[1];
+        to.mStatus = kAPTFeatureTracked;
+    }
+}
+
+// Age and motion of the points that came through, and the end of those that stand still.
+void APTTracker::FinishStep(const APTFeatureList& inFeatures,
+                            APTFeatureList& ioFeatures) const {
+    const std::size_t slots = std::min(inFeatures.size(), ioFeatures.size());
+    for (std::size_t i = 0; i < slots; ++i) {
+        APTFeature& feature = ioFeatures[i];
+        if (feature.mStatus != kAPTFeatureTracked) continue;
+        feature.mAge = inFeatures[i].mAge + 1;
+        feature.mDeltaX = feature.mX - inFeatures[i].mX;
+        feature.mDeltaY = feature.mY - inFeatures[i].mY;
+        if (std::abs(static_cast<double>(feature.mDeltaX)) <= mParams.mStationaryLimit &&
+            std::abs(static_cast<double>(feature.mDeltaY)) <= mParams.mStationaryLimit)
+            feature.mStatus = kAPTFeatureInactive;
+    }
+}
+
+APTTolerances APTTracker::GetTolerances() const {
+    return {static_cast<float>(mParams.mTranslationTolerance),
+            static_cast<float>(mParams.mWarpTolerance),
+            static_cast<float>(mParams.mGainTolerance),
+            static_cast<float>(mParams.mOffsetTolerance)};
+}
+
+int APTTracker::GetIterationLimit() const {
+    return static_cast<int>(std::min<std::uint64_t>(mParams.mMaxIterations, 1u << 30));
+}
+
+}  // namespace DP

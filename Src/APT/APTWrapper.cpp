@@ -1,0 +1,49 @@
+#include "APT/APTWrapper.h"
+
+#include "APT/APTDescriptorDataKey.h"
+#include "TVK/ContractCheck.h"
+
+namespace DP {
+
+APTWrapper::APTWrapper(unsigned int inHeight, unsigned int inWidth, APTTrackerPtr inTracker)
+    : mTracker(inTracker), mWidth(inWidth), mHeight(inHeight) {}
+
+unsigned int APTWrapper::CountLive(APTFeatureListPtr inFeatures) {
+    return CountLiveFeatures(*inFeatures);
+}
+
+TVK::ParamRect<float> APTWrapper::GetFullFrame() const {
+    return {0.0f, 0.0f, static_cast<float>(mWidth), static_cast<float>(mHeight)};
+}
+
+APTFeatureListPtr APTWrapper::ComputeFeatures(const float* inPrevImage,
+                                              const float* inCurrImage,
+                                              Ref<IAPTDescriptorData> inPrevData,
+                                              Ref<IDescriptorDataKey> inDataKey) {
+    ContractCheck(inCurrImage != NULL, TVK::MakeObject<APTFeatureList>());
+    ContractCheck(mTracker != NULL, TVK::MakeObject<APTFeatureList>());
+    const int width = static_cast<int>(mWidth);
+    const int height = static_cast<int>(mHeight);
+    const auto result = TVK::MakeObject<APTFeatureList>();
+    const APTFeatureListPtrVec output{result};
+
+    if (inPrevData == NULL) {
+        const long long frame = inDataKey->GetFrameNumber();
+        mTracker->mStartFrame = static_cast<std::uint64_t>(frame);
+        mTracker->SelectFeatures(inCurrImage, width, height, static_cast<unsigned int>(frame),
+                                 {GetFullFrame()}, output);
+        return result;
+    }
+
+    // The engine turns a null image or list down before it reads anything.
+    const APTFeatureListPtrVec input{inPrevData->GetFeatures()};
+    const auto frame = static_cast<unsigned int>(inDataKey->GetFrameNumber());
+    mTracker->TrackFeatures(inPrevImage, inCurrImage, width, height, frame, input, output);
+    const Ref<APTDescriptorDataKey> key(inDataKey);
+    if (CountLiveFeatures(*result) < key->GetMinFeatures())
+        mTracker->ReplenishFeatures(inCurrImage, width, height, frame, {GetFullFrame()},
+                                    output);
+    return result;
+}
+
+}  // namespace DP

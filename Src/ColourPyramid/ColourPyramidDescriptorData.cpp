@@ -1,0 +1,35 @@
+#include "ColourPyramid/ColourPyramidDescriptorData.h"
+
+#include <algorithm>
+#include <new>
+
+#include "KindFactories.h"
+
+namespace DP {
+
+ColourPyramidDescriptorData::~ColourPyramidDescriptorData() {
+    if (mRecycler != NULL) mRecycler->RecycleBuffer(mBuffer);
+}
+
+void ColourPyramidDescriptorData::InitPyramid(std::uint32_t inWidth, std::uint32_t inHeight,
+                                              std::uint32_t inChannels,
+                                              std::uint32_t inLevels) {
+    const ColourPyramidShape shape{inWidth, inHeight, inChannels, inLevels};
+    const std::size_t floats = shape.TotalFloats();
+    mRecycler = TVK::MemoryRecycler::Instance();
+    mBuffer = mRecycler->AllocateBuffer(static_cast<std::int64_t>(floats * sizeof(float)));
+    if (!mBuffer.mBlock) throw std::bad_alloc();
+    mShape = shape;
+    mData = static_cast<float*>(mBuffer.mBlock);
+    std::fill_n(mData, floats, 0.0f);
+}
+
+unsigned int ColourPyramidDescriptorData::GetDataSize() {
+    return static_cast<unsigned int>(mShape.TotalFloats() * sizeof(float));
+}
+
+Ref<IDescriptorData> MakeColourPyramidDescriptorData() {
+    return ColourPyramidDescriptorData::Create();
+}
+
+}  // namespace DP

@@ -1,0 +1,63 @@
+#include "ColourPyramid/ReduceByTwo.h"
+
+#include <algorithm>
+
+namespace DP {
+namespace {
+
+// With the channels known the loop becomes vector code.
+template <std::size_t kChannels>
+void ReduceRowOf(const float* inRow, std::size_t inBegin, std::size_t inEnd, float* outPixels) {
+    const float* source = inRow + 2 * inBegin * kChannels;
+    for (std::size_t k = inBegin; k < inEnd; ++k, source += 2 * kChannels)
+        for (std::size_t c = 0; c < kChannels; ++c) {
+            const float middle = source[c];
+            const float before =
+                source[static_cast<std::ptrdiff_t>(c) - static_cast<std::ptrdiff_t>(kChannels)];
+            const float after = source[c + kChannels];
+            *outPixels++ = (((middle + before) + middle) + after) * 0.25f;
+        }
+}
+
+}  // namespace
+
+void ReduceRow(const float* inRow, std::size_t inChannels, std::size_t inBegin,
+               std::size_t inEnd, float* outPixels) {
+    switch (inChannels) {
+        case 1:
+            return ReduceRowOf<1>(inRow, inBegin, inEnd, outPixels);
+        case 3:
+            return ReduceRowOf<3>(inRow, inBegin, inEnd, outPixels);
+        case 4:
+            return ReduceRowOf<4>(inRow, inBegin, inEnd, outPixels);
+        default:
+            return;
+    }
+}
+
+void ReduceByTwo(const float* inSource, std::size_t inWidth, std::size_t inHeight,
+                 std::size_t inChannels, float* outTarget, float* ioScratch) {
+    const std::size_t width = (inWidth + 1) / 2;
+    const std::size_t height = (inHeight + 1) / 2;
+    const std::size_t row = width * inChannels;
+    if (inWidth < 3 || inHeight < 3) {
+        std::fill_n(outTarget, row, 0.0f);
+        return;
+    }
+
+    const std::size_t inner = (width - 2) * inChannels;
+    for (std::size_t y = 0; y < inHeight; ++y)
+        ReduceRow(inSource + y * inWidth * inChannels, inChannels, 1, width - 1,
+                  ioScratch + y * inner);
+
+    std::fill_n(outTarget, row, 0.0f);
+    for (std::size_t j = 1; j + 1 < height; ++j) {
+        float* const target = outTarget + j * row;
+        std::fill_n(target, inChannels, 0.0f);
+        std::copy_n(ioScratch + 2 * j * inner, inner, target + inChannels);
+        std::fill_n(target + inChannels + inner, inChannels, 0.0f);
+    }
+    std::fill_n(outTarget + (height - 1) * row, row, 0.0f);
+}
+
+}  // namespace DP
