@@ -1,0 +1,434 @@
+// The motion fit: motions that are known come back, the right one of two moves the
+// rectangle, each rule of the steps, and what a point list without sense gives.
+
+#include "RegionTracker/RegionMotionFit.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <functional>
+#include <limits>
+#include <vector>
+
+#include "Support/Textures.h"
+#include "image/Truncate.h"
+
+namespace {
+
+using DP::APTFeature;
+using DP::APTFeatureList;
+using DP::MotionGroups;
+using DP::MotionSystem;
+using Rect = TVK::ParamRect<float>;
+
+constexpr int kRows = 200;
+constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
+constexpr float kInfinity = std::numeric_limits<float>::infinity();
+
+APTFeature At(float inX, float inY, int inStatus = DP::kAPTFeatureTracked) {
+    APTFeature feature;
+    feature.mX = inX;
+    feature.mY = inY;
+    feature.mStatus = inStatus;
+    return feature;
+}
+
+// Six numbers of an affine motion in image coordinates.
+struct Affine {
+    double a, b, c, d, e, f;
+    APTFeature operator()(const APTFeature& inFeature) const {
+        return At(static_cast<float>(a * inFeature.mX + b * inFeature.mY + c),
+                  static_cast<float>(d * inFeature.mX + e * inFeature.mY + f));
+    }
+};
+constexpr Affine kStill{1, 0, 0, 0, 1, 0};
+
+struct Fit {
+    Rect mRect;
+    MotionGroups mGroups;
+    int mSelected = -1;
+};
+
+Fit FitOf(const APTFeatureList& inCurrent, const APTFeatureList& inPrevious,
+          const Rect& inRect) {
+    Fit fit;
+    DP::FitRegionMotion(TVK::MakeObject<APTFeatureList>(inCurrent),
+                        TVK::MakeObject<APTFeatureList>(inPrevious), kRows, &inRect, &fit.mRect,
+                        fit.mGroups, &fit.mSelected);
+    return fit;
+}
+
+// Points all over a rectangle, y upward, as the host gives it.
+APTFeatureList PointsIn(const Rect& inRect, int inCount, std::uint64_t inSeed) {
+    Testing::Random random(inSeed);
+    APTFeatureList points;
+    for (int i = 0; i < inCount; ++i) {
+        const double x = inRect.mLeft + random.Real() * (inRect.mRight - inRect.mLeft);
+        const double y = inRect.mTop + random.Real() * (inRect.mBottom - inRect.mTop);
+        points.push_back(At(static_cast<float>(x), static_cast<float>(kRows - y)));
+    }
+    return points;
+}
+
+template <class Motion>
+APTFeatureList Moved(const APTFeatureList& inPoints, const Motion& inMotion) {
+    APTFeatureList moved(inPoints.size());
+    std::transform(inPoints.begin(), inPoints.end(), moved.begin(), inMotion);
+    return moved;
+}
+
+void ExpectRectNear(const Rect& inRect, const Rect& inExpected, double inTolerance) {
+    EXPECT_NEAR(inRect.mLeft, inExpected.mLeft, inTolerance);
+    EXPECT_NEAR(inRect.mTop, inExpected.mTop, inTolerance);
+    EXPECT_NEAR(inRect.mRight, inExpected.mRight, inTolerance);
+    EXPECT_NEAR(inRect.mBottom, inExpected.mBottom, inTolerance);
+}
+
+// Positions are below 256: a coordinate is off by 2^-17 at the most when it is rounded,
+// and a corner adds three such terms of a motion fitted to many points.
+constexpr double kPositionError = 8.0 / 131072.0;
+
+// ---- Known motions ---------------------------------------------------------------------
+
+constexpr Rect kRect{40.0f, 60.0f, 140.0f, 160.0f};
+
+TEST(RegionMotionFit, ATranslationMovesTheRectangleByItself) {
+    const APTFeatureList points = PointsIn(kRect, 60, 1);
+    const Fit fit = FitOf(Moved(points, Affine{1, 0, 3, 0, 1, -2}), points, kRect);
+    // Two rows up in the image are +2 in a rectangle's y.
+    ExpectRectNear(fit.mRect, {43.0f, 62.0f, 143.0f, 162.0f}, kPositionError);
+    EXPECT_EQ(fit.mGroups[0].size() + fit.mGroups[1].size(), 60u) << "no point is left out";
+}
+
+TEST(RegionMotionFit, RandomAffineMotionsMoveTheSidesToTheMeansOfTheirCorners) {
+    Testing::Random random(11);
+    for (int round = 0; round < 50; ++round) {
+        const auto about = [&](double inMiddle, double inSpread) {
+            return inMiddle + inSpread * (2.0 * random.Real() - 1.0);
+        };
+        const Affine motion{about(1, 0.1), about(0, 0.1), about(0, 5),
+                            about(0, 0.1), about(1, 0.1), about(0, 5)};
+        const APTFeatureList points = PointsIn(kRect, 40, std::uint64_t(round));
+        const Fit fit = FitOf(Moved(points, motion), points, kRect);
+
+        const auto corner = [&](float inX, float inY) {
+            return motion(At(inX, kRows - inY));
+        };
+        const APTFeature leftTop = corner(kRect.mLeft, kRect.mTop);
+        const APTFeature leftBottom = corner(kRect.mLeft, kRect.mBottom);
+        const APTFeature rightTop = corner(kRect.mRight, kRect.mTop);
+        const APTFeature rightBottom = corner(kRect.mRight, kRect.mBottom);
+        ExpectRectNear(
+            fit.mRect,
+            {(leftTop.mX + leftBottom.mX) / 2, kRows - (leftTop.mY + rightTop.mY) / 2,
+             (rightTop.mX + rightBottom.mX) / 2, kRows - (leftBottom.mY + rightBottom.mY) / 2},
+            4 * kPositionError);
+    }
+}
+
+TEST(RegionMotionFit, TheObjectAtTheCentreWinsOverTheBackgroundAtTheRim) {
+    const Rect object{52.0f, 72.0f, 128.0f, 148.0f};
+    const Affine objectMotion{1, 0, 4, 0, 1, -3};
+    APTFeatureList previous = PointsIn(kRect, 400, 3);
+    APTFeatureList current;
+    std::size_t objectCount = 0;
+    for (const APTFeature& point : previous) {
+        const bool isObject = point.mX > object.mLeft && point.mX < object.mRight &&
+                              kRows - point.mY > object.mTop &&
+                              kRows - point.mY < object.mBottom;
+        objectCount += isObject;
+        current.push_back(isObject ? objectMotion(point) : kStill(point));
+    }
+    const Fit fit = FitOf(current, previous, kRect);
+    ExpectRectNear(fit.mRect, {44.0f, 63.0f, 144.0f, 163.0f}, 4 * kPositionError);
+    EXPECT_EQ(fit.mGroups[std::size_t(fit.mSelected)].size(), objectCount)
+        << "the groups have sorted themselves out";
+    EXPECT_EQ(fit.mGroups[0].size() + fit.mGroups[1].size(), previous.size());
+}
+
+TEST(RegionMotionFit, PointsOfNeitherMotionAreLeftOutAndDoNotBendIt) {
+    APTFeatureList previous = PointsIn(kRect, 200, 4);
+    APTFeatureList current = Moved(previous, Affine{1, 0, 2, 0, 1, 1});
+    Testing::Random random(5);
+    for (std::size_t i = 0; i < current.size(); i += 10) {
+        current[i].mX += static_cast<float>(random.Integer(0, 1) ? 15 : -15);
+        current[i].mY += static_cast<float>(random.Integer(10, 20));
+    }
+    const Fit fit = FitOf(current, previous, kRect);
+    ExpectRectNear(fit.mRect, {42.0f, 59.0f, 142.0f, 159.0f}, 4 * kPositionError);
+    for (const auto& group : fit.mGroups)
+        for (const int index : group)
+            EXPECT_NE(index % 10, 0) << "a stray point joined a group";
+}
+
+TEST(RegionMotionFit, FreeSlotsTakeNoPart) {
+    const APTFeatureList previous = PointsIn(kRect, 60, 6);
+    const APTFeatureList current = Moved(previous, Affine{1, 0, 3, 0, 1, -2});
+    const Fit clean = FitOf(current, previous, kRect);
+    APTFeatureList currentSlots, previousSlots;
+    for (std::size_t i = 0; i < current.size(); ++i) {
+        currentSlots.push_back(At(kNaN, 1e30f, -1 - int(i % 4)));
+        previousSlots.push_back(At(0.0f, kInfinity, DP::kAPTFeatureInactive));
+        currentSlots.push_back(current[i]);
+        previousSlots.push_back(previous[i]);
+    }
+    const Fit fit = FitOf(currentSlots, previousSlots, kRect);
+    EXPECT_EQ(fit.mRect, clean.mRect);
+    EXPECT_EQ(fit.mSelected, clean.mSelected);
+}
+
+// ---- Partition -------------------------------------------------------------------------
+
+TEST(PartitionFeatures, TheEdgeOfTheInnerBoxBelongsToIt) {
+    // Inner box: x 20 to 100 of (10, 30) to (110, 130), y 40 to 120 upward.
+    const Rect rect{10.0f, 30.0f, 110.0f, 130.0f};
+    const auto isInner = [&](float inX, float inY) {
+        MotionGroups groups;
+        DP::PartitionFeatures({At(inX, inY)}, kRows, rect, groups);
+        EXPECT_EQ(groups.size(), 2u);
+        EXPECT_EQ(groups[0].size() + groups[1].size(), 1u);
+        return groups[0].size() == 1;
+    };
+    for (const float x : {20.0f, 60.5f, 100.0f, 100.99f})
+        for (const float y : {kRows - 40.0f, kRows - 80.0f, kRows - 120.0f, kRows - 120.9f})
+            EXPECT_TRUE(isInner(x, y)) << x << ", " << y;
+    for (const float x : {19.99f, 101.0f, -5.0f, kNaN, kInfinity, -1e20f}) {
+        EXPECT_FALSE(isInner(x, kRows - 80.0f)) << x;
+        if (std::isnan(x)) continue;
+        EXPECT_FALSE(isInner(60.0f, x == 19.99f ? kRows - 39.0f : kRows - 121.0f));
+    }
+    EXPECT_FALSE(isInner(60.0f, kNaN));
+}
+
+TEST(PartitionFeatures, ARectangleTurnedOverHasNoInside) {
+    MotionGroups groups;
+    DP::PartitionFeatures({At(60.0f, 120.0f)}, kRows, {110.0f, 30.0f, 10.0f, 130.0f}, groups);
+    EXPECT_TRUE(groups[0].empty());
+    groups.clear();
+    DP::PartitionFeatures({At(60.0f, 120.0f)}, kRows, {kNaN, 30.0f, 110.0f, 130.0f}, groups);
+    EXPECT_TRUE(groups[0].empty());
+}
+
+// ---- Reassignment ----------------------------------------------------------------------
+
+MotionSystem Translation(double inX, double inY) {
+    MotionSystem system;
+    system.mCx = {1.0, 0.0, inX};
+    system.mCy = {0.0, 1.0, inY};
+    return system;
+}
+
+// A point that moves by (m, 0) is m from motion 0, which stands still, and |m - far| from
+// motion 1, which moves by (far, 0). Numbers are exact in single precision.
+struct ReassignCase {
+    float mMotion;
+    float mFar;
+    int mGroup;  // -1 for neither
+};
+
+class Reassign : public testing::TestWithParam<ReassignCase> {};
+
+TEST_P(Reassign, FollowsTheTwoLimitsAndTheRatio) {
+    const auto [motion, farMotion, expected] = GetParam();
+    const DP::MotionSystems systems = {Translation(0, 0), Translation(farMotion, 0)};
+    MotionGroups groups = {{7}, {8}};  // what stood there before is forgotten
+    DP::ReassignFeatures({At(8.0f + motion, 16.0f)}, {At(8.0f, 16.0f)}, systems, groups);
+    EXPECT_EQ(groups[0].size(), expected == 0 ? 1u : 0u);
+    EXPECT_EQ(groups[1].size(), expected == 1 ? 1u : 0u);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Cases, Reassign,
+    testing::Values(ReassignCase{0.0f, 8.0f, 0},     // exact, and the other far
+                    ReassignCase{8.0f, 8.0f, 1},     //
+                    ReassignCase{0.5f, 1.0f, 0},     // equal and good: group 0
+                    ReassignCase{0.5f, 0.875f, 1},   // close together, the better one
+                    ReassignCase{0.75f, 1.5f, -1},   // equal and not good enough
+                    ReassignCase{1.0f, 2.25f, -1},   // 1.25 : 1, not clear
+                    ReassignCase{1.0f, 2.5f, -1},    // 1.5 : 1 exactly, not clear
+                    ReassignCase{1.0f, 2.625f, 0},   // 1.625 : 1, clear
+                    ReassignCase{1.9375f, 8.0f, 0},  // just usable
+                    ReassignCase{2.0f, 64.0f, -1},   // just not
+                    ReassignCase{kNaN, 8.0f, -1}));  // never
+
+TEST(MotionResidual, IsTheSumOfBothAxes) {
+    const MotionSystem motion = Translation(3, -2);
+    EXPECT_EQ(DP::FeatureMotionResidual(At(8, 8), At(11, 6), motion), 0.0f);
+    EXPECT_EQ(DP::FeatureMotionResidual(At(8, 8), At(10, 7.5f), motion), 2.5f);
+}
+
+TEST(MotionResidual, OfNoPointIsNotANumber) {
+    EXPECT_TRUE(std::isnan(DP::MeanMotionResidual({{}, {}}, {}, {}, {})));
+}
+
+TEST(MotionResidual, IsTakenOverBothGroupsEachUnderItsOwnMotion) {
+    const APTFeatureList previous = {At(0, 0), At(0, 0), At(0, 0), At(0, 0)};
+    const APTFeatureList current = {At(1, 0), At(5, 0), At(9, 9), At(6, 0)};
+    EXPECT_EQ(DP::MeanMotionResidual({{0}, {1, 3}}, current, previous,
+                                     {Translation(0, 0), Translation(5, 0)}),
+              2.0f / 3.0f);
+}
+
+// ---- Score -----------------------------------------------------------------------------
+
+// The definition, with its linear search through the group.
+float LiteralScore(const DP::MotionGroup& inGroup, const APTFeatureList& inFeatures,
+                   const Rect& inRect, int inRows) {
+    const int cx = IP::TruncateToInt(float((inRect.mLeft + inRect.mRight) * 0.5));
+    const int cy = IP::TruncateToInt(float((inRect.mTop + inRect.mBottom) * 0.5));
+    const long long dx = IP::TruncateToInt(inRect.mLeft) - cx;
+    const long long dy = IP::TruncateToInt(inRect.mTop) - cy;
+    const float D = float(std::sqrt(float(dx * dx + dy * dy)) + 1.0);
+    float score = 0.0f;
+    for (int i = 0; i < int(inFeatures.size()); ++i) {
+        if (std::find(inGroup.begin(), inGroup.end(), i) == inGroup.end()) continue;
+        const long long px = IP::TruncateToInt(inFeatures[std::size_t(i)].mX);
+        const long long py = IP::TruncateToInt(float(inRows) - inFeatures[std::size_t(i)].mY);
+        const float d = std::sqrt(float((cx - px) * (cx - px) + (cy - py) * (cy - py)));
+        score = float(score + (10.0 - d * 10.0 / D));
+    }
+    return score;
+}
+
+TEST(ScoreMotionGroup, GivesTheBitsOfItsDefinition) {
+    Testing::Random random(17);
+    for (int round = 0; round < 30; ++round) {
+        const Rect rect{float(random.Real() * 80), float(random.Real() * 80),
+                        float(90 + random.Real() * 80), float(90 + random.Real() * 80)};
+        const APTFeatureList points = PointsIn({0, 0, 200, 200}, 100, std::uint64_t(round));
+        DP::MotionGroup group;
+        for (int i = 0; i < 100; ++i)
+            if (random.Integer(0, 2) == 0) group.push_back(i);
+        EXPECT_EQ(DP::ScoreMotionGroup(group, points, rect, kRows),
+                  LiteralScore(group, points, rect, kRows));
+    }
+}
+
+TEST(ScoreMotionGroup, IsTenAtTheCentreAndBelowNoughtBeyondTheCorners) {
+    const APTFeatureList points = {At(90.5f, kRows - 110.5f), At(40, kRows - 60),
+                                   At(0, kRows - 20), At(kNaN, kNaN)};
+    EXPECT_EQ(DP::ScoreMotionGroup({0}, points, kRect, kRows), 10.0f);
+    const float corner = DP::ScoreMotionGroup({1}, points, kRect, kRows);
+    EXPECT_GT(corner, 0.0f);
+    EXPECT_LT(corner, 0.25f);
+    EXPECT_LT(DP::ScoreMotionGroup({2}, points, kRect, kRows), 0.0f);
+    EXPECT_LT(DP::ScoreMotionGroup({3}, points, kRect, kRows), -1e8f);
+    EXPECT_EQ(DP::ScoreMotionGroup({}, points, kRect, kRows), 0.0f);
+}
+
+// ---- Few points, and none --------------------------------------------------------------
+
+TEST(RegionMotionFitDegenerate, WithoutALivePointTheRectangleHasNoArea) {
+    const Rect gone{0.0f, float(kRows), 0.0f, float(kRows)};
+    for (const APTFeatureList& list : {APTFeatureList{}, APTFeatureList{At(50, 50, -1)}}) {
+        const Fit fit = FitOf(list, list, kRect);
+        EXPECT_EQ(fit.mRect, gone);
+        EXPECT_EQ(fit.mSelected, 1);
+        ASSERT_EQ(fit.mGroups.size(), 2u);
+        EXPECT_TRUE(fit.mGroups[0].empty() && fit.mGroups[1].empty());
+    }
+}
+
+TEST(RegionMotionFitDegenerate, OnePointAtTheCentreGivesTheShortestMotion) {
+    // The shortest c with c . (90, 90, 1) = 93 is 93 (90, 90, 1) / (90^2 + 90^2 + 1).
+    const Fit fit = FitOf({At(93, 91)}, {At(90, 90)}, kRect);
+    EXPECT_EQ(fit.mSelected, 0);
+    const double scale = 1.0 / (2 * 90.0 * 90.0 + 1);
+    const auto moved = [&](double inTo, double inX, double inY) {
+        return inTo * scale * (90.0 * inX + 90.0 * inY + 1.0);
+    };
+    // Rows of the rectangle's sides: 140 and 40; their mean is 90.
+    EXPECT_NEAR(fit.mRect.mLeft, moved(93, 40, 90), 1e-4);
+    EXPECT_NEAR(fit.mRect.mRight, moved(93, 140, 90), 1e-4);
+    EXPECT_NEAR(fit.mRect.mTop, kRows - moved(91, 90, 140), 1e-4);
+    EXPECT_NEAR(fit.mRect.mBottom, kRows - moved(91, 90, 40), 1e-4);
+}
+
+TEST(RegionMotionFitDegenerate, TwoPointsAreBothMetExactly) {
+    const APTFeatureList previous = {At(80, 85), At(100, 95)};
+    const Fit fit = FitOf({At(83, 83), At(103, 93)}, previous, kRect);
+    EXPECT_EQ(fit.mSelected, 0);
+    EXPECT_EQ(fit.mGroups[0], (DP::MotionGroup{0, 1}));
+    for (const float side :
+         {fit.mRect.mLeft, fit.mRect.mTop, fit.mRect.mRight, fit.mRect.mBottom})
+        EXPECT_TRUE(std::isfinite(side));
+}
+
+TEST(RegionMotionFitDegenerate, PointsOnALineKeepToTheLine) {
+    APTFeatureList previous, current;
+    for (int i = 0; i < 12; ++i) {
+        previous.push_back(At(float(65 + 5 * i), 90.0f));
+        current.push_back(At(float(68 + 5 * i), 92.0f));
+    }
+    // Along the line the motion is known; the rectangle's middle lies on it.
+    const Fit fit = FitOf(current, previous, kRect);
+    EXPECT_EQ(fit.mSelected, 0);
+    EXPECT_NEAR((fit.mRect.mLeft + fit.mRect.mRight) / 2, 93.0, 1e-3);
+    EXPECT_NEAR((fit.mRect.mTop + fit.mRect.mBottom) / 2, kRows - 92.0, 1e-3);
+}
+
+TEST(RegionMotionFitDegenerate, AGroupThatIsOutsideLosesToAnEmptyOne) {
+    // All points are far from the rectangle, so group 1 holds them and scores below 0; group
+    // 0 is empty and scores 0, which is more; its motion is the one that was never solved.
+    const APTFeatureList previous = {At(500, 10), At(600, 20), At(700, 5), At(650, 90)};
+    const Fit fit = FitOf(Moved(previous, Affine{1, 0, 1, 0, 1, 1}), previous, kRect);
+    EXPECT_EQ(fit.mSelected, 0);
+    EXPECT_EQ(fit.mRect, (Rect{0.0f, float(kRows), 0.0f, float(kRows)}));
+}
+
+TEST(RegionMotionFitDegenerate, AGroupThatGoesEmptyKeepsItsLastMotion) {
+    // The inner points scatter: no motion fits them, so that after the first pass they are
+    // in no group, while the rim follows its own.
+    const APTFeatureList previous = {At(70, 70),   At(110, 75), At(75, 110), At(112, 108),
+                                     At(92, 88),   At(42, 42),  At(138, 45), At(41, 138),
+                                     At(137, 137), At(90, 41)};
+    APTFeatureList current = Moved(previous, Affine{1, 0, 1, 0, 1, 0});
+    const float scatter[5][2] = {{40, -30}, {-35, 45}, {50, 35}, {-45, -40}, {-30, 55}};
+    for (std::size_t i = 0; i < 5; ++i) {
+        current[i].mX = previous[i].mX + scatter[i][0] / 2;
+        current[i].mY = previous[i].mY + scatter[i][1] / 2;
+    }
+    const Fit fit = FitOf(current, previous, kRect);
+    ASSERT_EQ(fit.mGroups.size(), 2u);
+    EXPECT_TRUE(std::isfinite(fit.mRect.mLeft) && std::isfinite(fit.mRect.mBottom));
+    EXPECT_LT(fit.mGroups[0].size(), 5u);
+    EXPECT_EQ(fit.mGroups[1].size(), 5u);
+}
+
+// A fit with numbers that are none must end, and read and write only where it may.
+TEST(RegionMotionFitDegenerate, OddNumbersEndTheFitAllTheSame) {
+    Testing::Random random(23);
+    const float odd[] = {kNaN,   kInfinity, -kInfinity, 3e38f, -3e38f,
+                         1e-42f, 0.0f,      -1e10f,     4e9f,  2147483648.0f};
+    const auto pick = [&] {
+        return odd[random.Integer(0, 9)];
+    };
+    for (int round = 0; round < 300; ++round) {
+        APTFeatureList previous = PointsIn(kRect, random.Integer(1, 12), std::uint64_t(round));
+        APTFeatureList current = Moved(previous, Affine{1, 0, 3, 0, 1, -2});
+        for (APTFeatureList* list : {&previous, &current})
+            for (APTFeature& point : *list) {
+                if (random.Integer(0, 3) == 0) point.mX = pick();
+                if (random.Integer(0, 3) == 0) point.mY = pick();
+            }
+        Rect rect = kRect;
+        if (round % 2) rect = {pick(), pick(), pick(), pick()};
+        const Fit fit = FitOf(current, previous, rect);
+        EXPECT_TRUE(fit.mSelected == 0 || fit.mSelected == 1);
+        EXPECT_LE(fit.mGroups[0].size() + fit.mGroups[1].size(), current.size());
+    }
+}
+
+// The matrix is not finite, so the head of each right-hand side stands in for the motion.
+TEST(RegionMotionFitDegenerate, AFailedSolveLeavesTheHeadOfTheRightHandSide) {
+    std::vector<double> x = {9, 9, 9};
+    DP::LeastSquares solver;
+    EXPECT_FALSE(DP::SolveLeastSquares({kNaN, 0, 1, 0, 0, 1}, {5, 6}, x, 0.0, solver));
+    EXPECT_EQ(x, (std::vector<double>{5, 6, 0}));
+    EXPECT_FALSE(DP::SolveLeastSquares({}, {}, x, 0.0, solver));
+    EXPECT_EQ(x, (std::vector<double>{5, 6, 0})) << "nothing to solve changes nothing";
+    EXPECT_TRUE(DP::SolveLeastSquares({1, 0, 0, 0, 1, 0}, {5, 7}, x, 0.0, solver));
+}
+
+}  // namespace
