@@ -16,10 +16,13 @@ constinit TVK::KeptRef<IDescriptorComputerMgr> sComputerMgr;
 // A new computer set up from its property, or null for a kind that there is not.
 Ref<IDescriptorComputer> MakeComputer(const Ref<IDescriptorProperty>& inProperty) {
     switch (inProperty->GetDescriptorDataType()) {
+        case kDescriptorDataTypeKLT:
+            return MakeKLTDescriptorComputer(inProperty);
         case kDescriptorDataTypeAPT:
             return MakeAPTDescriptorComputer(inProperty);
         case kDescriptorDataTypeGreyImage:
         case kDescriptorDataTypeFloatGreyImage:
+        case kDescriptorDataTypeImagePyramid:
         case kDescriptorDataTypeColourPyramid:
             return DescriptorComputer::Create();
         default:

@@ -99,12 +99,16 @@ Ref<IDescriptorDataKey> CreateRegionTrackerDescriptorDataKey(
 
 Ref<IDescriptorData> CreateDescriptorData(DescriptorDataType inType) {
     switch (inType) {
+        case kDescriptorDataTypeKLT:
+            return MakeKLTDescriptorData();
         case kDescriptorDataTypeAPT:
             return MakeAPTDescriptorData();
         case kDescriptorDataTypeGreyImage:
             return MakeGreyImageDescriptorData();
         case kDescriptorDataTypeFloatGreyImage:
             return MakeFloatGreyImageDescriptorData();
+        case kDescriptorDataTypeImagePyramid:
+            return MakeImagePyramidDescriptorData();
         case kDescriptorDataTypeColourPyramid:
             return MakeColourPyramidDescriptorData();
         default:
@@ -115,12 +119,16 @@ Ref<IDescriptorData> CreateDescriptorData(DescriptorDataType inType) {
 
 Ref<IDescriptorWorkerItem> CreateDescriptorWorkerItem(DescriptorDataType inType) {
     switch (inType) {
+        case kDescriptorDataTypeKLT:
+            return MakeKLTDescriptorWorkerItem();
         case kDescriptorDataTypeAPT:
             return MakeAPTDescriptorWorkerItem();
         case kDescriptorDataTypeGreyImage:
             return MakeGreyImageDescriptorWorkerItem();
         case kDescriptorDataTypeFloatGreyImage:
             return MakeFloatGreyImageDescriptorWorkerItem();
+        case kDescriptorDataTypeImagePyramid:
+            return MakeImagePyramidDescriptorWorkerItem();
         case kDescriptorDataTypeColourPyramid:
             return MakeColourPyramidDescriptorWorkerItem();
         default:

@@ -11,17 +11,25 @@
 
 namespace DP {
 
+// In the order of the kinds. A tracker's computer is set up from the property that it is
+// made for; a property of another class throws TVK::NullInterfaceException.
+
+Ref<IDescriptorData> MakeKLTDescriptorData();
+Ref<IDescriptorWorkerItem> MakeKLTDescriptorWorkerItem();
+Ref<IDescriptorComputer> MakeKLTDescriptorComputer(const Ref<IDescriptorProperty>& inProperty);
+
+Ref<IDescriptorData> MakeAPTDescriptorData();
+Ref<IDescriptorWorkerItem> MakeAPTDescriptorWorkerItem();
+Ref<IDescriptorComputer> MakeAPTDescriptorComputer(const Ref<IDescriptorProperty>& inProperty);
+
 Ref<IDescriptorData> MakeGreyImageDescriptorData();
 Ref<IDescriptorWorkerItem> MakeGreyImageDescriptorWorkerItem();
 
 Ref<IDescriptorData> MakeFloatGreyImageDescriptorData();
 Ref<IDescriptorWorkerItem> MakeFloatGreyImageDescriptorWorkerItem();
 
-/// The computer is set up from the property.
-/// @throws TVK::NullInterfaceException for a property of another class.
-Ref<IDescriptorData> MakeAPTDescriptorData();
-Ref<IDescriptorWorkerItem> MakeAPTDescriptorWorkerItem();
-Ref<IDescriptorComputer> MakeAPTDescriptorComputer(const Ref<IDescriptorProperty>& inProperty);
+Ref<IDescriptorData> MakeImagePyramidDescriptorData();
+Ref<IDescriptorWorkerItem> MakeImagePyramidDescriptorWorkerItem();
 
 Ref<IDescriptorData> MakeColourPyramidDescriptorData();
 Ref<IDescriptorWorkerItem> MakeColourPyramidDescriptorWorkerItem();

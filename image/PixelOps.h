@@ -1,4 +1,4 @@
-// PixelOps: grey conversion of host frames.
+// PixelOps: grey conversion of host frames, and the widths of kernels.
 
 #pragma once
 
@@ -20,5 +20,9 @@ bool GetGreyImage(const unsigned char* inFrame, int inRows, int inColumns, int i
 /// (0.114f B + 0.587f G) + 0.299f R, each operation rounded to single precision; 0 to 255.
 bool GetFloatGreyImage(const unsigned char* inFrame, int inRows, int inColumns, int inRowBytes,
                        float* outGrey);
+
+/// The widths of the kernels that smoothing and gradients use at `inSigma`: odd, 1 to 71.
+/// A border rule needs them without the kernels.
+void GetKernelWidths(float inSigma, int& outGaussWidth, int& outGaussDerivWidth);
 
 }  // namespace IP

@@ -1,0 +1,278 @@
+// One feature, one level.
+//
+// The point is known in image 1 and estimated in image 2. With the difference d of the two
+// windows and the sum (gx, gy) of their gradients, one Newton step solves
+//
+//     | sum gx gx   sum gx gy | | dx |     | sum d gx |
+//     | sum gx gy   sum gy gy | | dy |  =  | sum d gy |
+//
+// and moves the estimate. The sum of both gradients makes the step symmetric in the two
+// frames. All sums run over the window row by row, in single precision, one accumulator
+// each: their order is part of the result.
+
+#include "KLT/KLTTrackerUtils.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+
+#include "TVK/ContractCheck.h"
+
+namespace DP {
+namespace {
+
+std::size_t Area(int inWidth, int inHeight) {
+    return static_cast<std::size_t>(inWidth) * static_cast<std::size_t>(inHeight);
+}
+
+// Calls `inDo(i, j)` for the offsets of a window, row by row.
+template <class Do>
+void ForWindow(int inHalfWidth, int inHalfHeight, Do inDo) {
+    for (int j = -inHalfHeight; j <= inHalfHeight; ++j)
+        for (int i = -inHalfWidth; i <= inHalfWidth; ++i)
+            inDo(static_cast<float>(i), static_cast<float>(j));
+}
+
+// Whether a window reaches over the edge. The interpolation reads one pixel further, and
+// the far edges keep a margin against rounding. Written so that NaN is outside.
+bool WindowIsOutside(float inPosition, int inHalf, int inSize) {
+    const float kMargin = 1.001f;
+    const float half = static_cast<float>(inHalf);
+    return !(inPosition - half >= 0.0f) ||
+           !(static_cast<float>(inSize) - (inPosition + half) >= kMargin);
+}
+
+}  // namespace
+
+FloatWindow::FloatWindow(int inWidth, int inHeight)
+    : mWidth(inWidth), mHeight(inHeight), mValues(Area(inWidth, inHeight)) {
+    std::fill(mValues.begin(), mValues.end(), 0.0f);
+}
+
+float InterpolateBilinear(const FloatImage& inImage, float inX, float inY) {
+    const int xt = static_cast<int>(inX);
+    const int yt = static_cast<int>(inY);
+    const float ax = inX - static_cast<float>(xt);
+    const float ay = inY - static_cast<float>(yt);
+    const std::ptrdiff_t cols = inImage->GetColumns();
+    const float* const p = inImage->GetData() + yt * cols + xt;
+    return (1.0f - ax) * (1.0f - ay) * p[0] + ax * (1.0f - ay) * p[1] +
+           (1.0f - ax) * ay * p[cols] + ax * ay * p[cols + 1];
+}
+
+// ---- Windows -------------------------------------------------------------------------
+
+void ComputeIntensityDifference(const FloatImage& inImage1, const FloatImage& inImage2,
+                                float inX1, float inY1, float inX2, float inY2,
+                                FloatWindowPtr outDifference) {
+    float* out = outDifference->mValues.begin();
+    ForWindow(outDifference->mWidth / 2, outDifference->mHeight / 2, [&](float i, float j) {
+        *out++ = InterpolateBilinear(inImage1, inX1 + i, inY1 + j) -
+                 InterpolateBilinear(inImage2, inX2 + i, inY2 + j);
+    });
+}
+
+void ComputeGradientSum(const FloatImage& inGradX1, const FloatImage& inGradY1,
+                        const FloatImage& inGradX2, const FloatImage& inGradY2, float inX1,
+                        float inY1, float inX2, float inY2, FloatWindowPtr inGradx,
+                        FloatWindowPtr inGrady) {
+    ContractCheck(inGradx->mHeight == inGrady->mHeight);
+    ContractCheck(inGradx->mWidth == inGrady->mWidth);
+    float* gradx = inGradx->mValues.begin();
+    float* grady = inGrady->mValues.begin();
+    ForWindow(inGradx->mWidth / 2, inGradx->mHeight / 2, [&](float i, float j) {
+        *gradx++ = InterpolateBilinear(inGradX1, inX1 + i, inY1 + j) +
+                   InterpolateBilinear(inGradX2, inX2 + i, inY2 + j);
+        *grady++ = InterpolateBilinear(inGradY1, inX1 + i, inY1 + j) +
+                   InterpolateBilinear(inGradY2, inX2 + i, inY2 + j);
+    });
+}
+
+void ComputeIntensityDifferenceLightingInsensitive(const FloatImage& inImage1,
+                                                   const FloatImage& inImage2, float inX1,
+                                                   float inY1, float inX2, float inY2,
+                                                   FloatWindowPtr outDifference) {
+    const int halfWidth = outDifference->mWidth / 2;
+    const int halfHeight = outDifference->mHeight / 2;
+    float sum1 = 0.0f, sum2 = 0.0f, squares1 = 0.0f, squares2 = 0.0f;
+    ForWindow(halfWidth, halfHeight, [&](float i, float j) {
+        const float g1 = InterpolateBilinear(inImage1, inX1 + i, inY1 + j);
+        const float g2 = InterpolateBilinear(inImage2, inX2 + i, inY2 + j);
+        sum1 += g1;
+        sum2 += g2;
+        squares1 += g1 * g1;
+        squares2 += g2 * g2;
+    });
+    const float n = static_cast<float>(Area(outDifference->mWidth, outDifference->mHeight));
+    const float alpha = std::sqrt((squares1 / n) / (squares2 / n));
+    const float beta = sum1 / n - alpha * (sum2 / n);
+
+    float* out = outDifference->mValues.begin();
+    ForWindow(halfWidth, halfHeight, [&](float i, float j) {
+        const float g1 = InterpolateBilinear(inImage1, inX1 + i, inY1 + j);
+        const float g2 = InterpolateBilinear(inImage2, inX2 + i, inY2 + j);
+        *out++ = g1 - alpha * g2 - beta;
+    });
+}
+
+void ComputeGradientSumLightingInsensitive(
+    const FloatImage& inGradX1, const FloatImage& inGradY1, const FloatImage& inGradX2,
+    const FloatImage& inGradY2, const FloatImage& inImage1, const FloatImage& inImage2,
+    float inX1, float inY1, float inX2, float inY2, FloatWindowPtr inGradx,
+    FloatWindowPtr inGrady) {
+    ContractCheck(inGradx->mHeight == inGrady->mHeight);
+    ContractCheck(inGradx->mWidth == inGrady->mWidth);
+    // Halved once here and once more below: the square is a quarter of the window.
+    const int width = inGradx->mWidth / 2;
+    const int height = inGradx->mHeight / 2;
+    float sum1 = 0.0f, sum2 = 0.0f;
+    ForWindow(width / 2, height / 2, [&](float i, float j) {
+        sum1 += InterpolateBilinear(inImage1, inX1 + i, inY1 + j);
+        sum2 += InterpolateBilinear(inImage2, inX2 + i, inY2 + j);
+    });
+    const float n = static_cast<float>(Area(width, height));
+    const float alpha = std::sqrt((sum1 / n) / (sum2 / n));
+
+    float* gradx = inGradx->mValues.begin();
+    float* grady = inGrady->mValues.begin();
+    ForWindow(width / 2, height / 2, [&](float i, float j) {
+        *gradx++ = InterpolateBilinear(inGradX1, inX1 + i, inY1 + j) +
+                   alpha * InterpolateBilinear(inGradX2, inX2 + i, inY2 + j);
+        *grady++ = InterpolateBilinear(inGradY1, inX1 + i, inY1 + j) +
+                   alpha * InterpolateBilinear(inGradY2, inX2 + i, inY2 + j);
+    });
+}
+
+// ---- The system ----------------------------------------------------------------------
+
+void Compute2by2GradientMatrix(FloatWindowPtr inGradx, FloatWindowPtr inGrady, float& outGxx,
+                               float& outGxy, float& outGyy) {
+    ContractCheck(inGradx->mHeight == inGrady->mHeight);
+    ContractCheck(inGradx->mWidth == inGrady->mWidth);
+    outGxx = outGxy = outGyy = 0.0f;
+    for (std::size_t k = 0; k < inGradx->mValues.size(); ++k) {
+        const float gx = inGradx->mValues[k];
+        const float gy = inGrady->mValues[k];
+        outGxx += gx * gx;
+        outGxy += gx * gy;
+        outGyy += gy * gy;
+    }
+}
+
+void Compute2by1ErrorVector(FloatWindowPtr inDifference, FloatWindowPtr inGradx,
+                            FloatWindowPtr inGrady, float inStepFactor, float& outEx,
+                            float& outEy) {
+    ContractCheck(inGradx->mHeight == inGrady->mHeight);
+    ContractCheck(inGradx->mWidth == inGrady->mWidth);
+    outEx = outEy = 0.0f;
+    for (std::size_t k = 0; k < inDifference->mValues.size(); ++k) {
+        outEx += inDifference->mValues[k] * inGradx->mValues[k];
+        outEy += inDifference->mValues[k] * inGrady->mValues[k];
+    }
+    outEx *= inStepFactor;
+    outEy *= inStepFactor;
+}
+
+std::int32_t SolveEquation(float inGxx, float inGxy, float inGyy, float inEx, float inEy,
+                           float inSmall, float& outDx, float& outDy) {
+    const float determinant = inGxx * inGyy - inGxy * inGxy;
+    if (determinant < inSmall) return kKLTSmallDet;
+    outDx = (inGyy * inEx - inGxy * inEy) / determinant;
+    outDy = (inGxx * inEy - inGxy * inEx) / determinant;
+    return kKLTTracked;
+}
+
+float SumAbsFloatWindow(FloatWindowPtr inWindow) {
+    float sum = 0.0f;
+    for (const float value : inWindow->mValues)
+        sum += std::abs(value);
+    return sum;
+}
+
+// ---- The search ----------------------------------------------------------------------
+
+std::int32_t TrackFeature(float inX1, float inY1, float& ioX2, float& ioY2,
+                          const FloatImage& inImage1, const FloatImage& inGradX1,
+                          const FloatImage& inGradY1, const FloatImage& inImage2,
+                          const FloatImage& inGradX2, const FloatImage& inGradY2, int inWidth,
+                          int inHeight, float inStepFactor, int inMaxIterations, float inSmall,
+                          float inThreshold, float inMaxResidue, bool inLightingInsensitive) {
+    const int halfWidth = inWidth / 2;
+    const int halfHeight = inHeight / 2;
+    const int cols = inImage1->GetColumns();
+    const int rows = inImage1->GetRows();
+    // The same size but for pyramids kept from a frame of another one.
+    const int cols2 = std::min(cols, inImage2->GetColumns());
+    const int rows2 = std::min(rows, inImage2->GetRows());
+    const auto firstIsOutside = [&] {
+        return WindowIsOutside(inX1, halfWidth, cols) ||
+               WindowIsOutside(inY1, halfHeight, rows);
+    };
+    const auto secondIsOutside = [&] {
+        return WindowIsOutside(ioX2, halfWidth, cols2) ||
+               WindowIsOutside(ioY2, halfHeight, rows2);
+    };
+    const auto makeWindow = [&] {
+        return TVK::MakeObject<FloatWindow>(inWidth, inHeight);
+    };
+    const FloatWindowPtr difference = makeWindow(), gradx = makeWindow(), grady = makeWindow();
+    const auto computeDifference = [&] {
+        (inLightingInsensitive ? ComputeIntensityDifferenceLightingInsensitive
+                               : ComputeIntensityDifference)(inImage1, inImage2, inX1, inY1,
+                                                             ioX2, ioY2, difference);
+    };
+    const auto computeGradients = [&] {
+        if (inLightingInsensitive)
+            ComputeGradientSumLightingInsensitive(inGradX1, inGradY1, inGradX2, inGradY2,
+                                                  inImage1, inImage2, inX1, inY1, ioX2, ioY2,
+                                                  gradx, grady);
+        else
+            ComputeGradientSum(inGradX1, inGradY1, inGradX2, inGradY2, inX1, inY1, ioX2, ioY2,
+                               gradx, grady);
+    };
+
+    int iteration = 0;
+    float dx = 0.0f, dy = 0.0f;
+    bool isSingular = false;
+    do {
+        if (firstIsOutside() || secondIsOutside()) return kKLTOutOfBounds;
+        computeDifference();
+        computeGradients();
+        float gxx, gxy, gyy, ex, ey;
+        Compute2by2GradientMatrix(gradx, grady, gxx, gxy, gyy);
+        Compute2by1ErrorVector(difference, gradx, grady, inStepFactor, ex, ey);
+        isSingular = SolveEquation(gxx, gxy, gyy, ex, ey, inSmall, dx, dy) == kKLTSmallDet;
+        if (isSingular) break;
+        ioX2 += dx;
+        ioY2 += dy;
+        ++iteration;
+    } while ((std::abs(dx) >= inThreshold || std::abs(dy) >= inThreshold) &&
+             iteration < inMaxIterations);
+
+    if (secondIsOutside()) return kKLTOutOfBounds;  // comes before the singular system
+    if (isSingular) return kKLTSmallDet;
+    computeDifference();
+    const float area = static_cast<float>(Area(inWidth, inHeight));
+    if (SumAbsFloatWindow(difference) / area > inMaxResidue) return kKLTLargeResidue;
+    return iteration < inMaxIterations ? kKLTTracked : kKLTMaxIterations;
+}
+
+bool IsOutOfBounds(float inX, float inY, int inCols, int inRows, int inBorderX, int inBorderY) {
+    const auto isInside = [](float inPosition, int inSize, int inBorder) {
+        const auto last = std::int64_t{inSize} - inBorder - 1;
+        return inPosition >= static_cast<float>(inBorder) &&
+               inPosition <= static_cast<float>(last);
+    };
+    return !isInside(inX, inCols, inBorderX) || !isInside(inY, inRows, inBorderY);
+}
+
+void PrintFloatWindow(FloatWindowPtr inWindow) {
+    const float* value = inWindow->mValues.begin();
+    for (int y = 0; y < inWindow->mHeight; ++y) {
+        for (int x = 0; x < inWindow->mWidth; ++x)
+            std::fprintf(stderr, "%6.1f ", static_cast<double>(*value++));
+        std::fprintf(stderr, "\n");
+    }
+}
+
+}  // namespace DP

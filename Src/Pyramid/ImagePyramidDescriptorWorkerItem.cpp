@@ -1,0 +1,28 @@
+#include "Pyramid/ImagePyramidDescriptorWorkerItem.h"
+
+#include "KindFactories.h"
+#include "Pyramid/ImagePyramidDescriptorData.h"
+#include "Pyramid/ImagePyramidDescriptorDataKey.h"
+#include "image/IPFramePyramids.h"
+
+namespace DP {
+
+Ref<IDescriptorData> ImagePyramidDescriptorWorkerItem::ComputeData() {
+    const Ref<ImagePyramidDescriptorDataKey> key(GetDataKey());
+    const Ref<IDescriptorData> result = CreateDescriptorData(kDescriptorDataTypeImagePyramid);
+    if (key == NULL || result == NULL || !mCurrImage) return result;
+
+    const IP::FramePyramids pyramids = IP::ComputeFramePyramids(
+        mCurrImage, key->GetColumns(), key->GetRows(),
+        {key->GetGradientSigma(), key->GetSmoothSigma(), key->GetPyramidSigmaFactor(),
+         key->GetSubsampling(), key->GetLevelCount()});
+    Ref<ImagePyramidDescriptorData>(result)->SetPyramids(
+        pyramids.mSmoothed, pyramids.mGradientX, pyramids.mGradientY);
+    return result;
+}
+
+Ref<IDescriptorWorkerItem> MakeImagePyramidDescriptorWorkerItem() {
+    return ImagePyramidDescriptorWorkerItem::Create();
+}
+
+}  // namespace DP

@@ -1,0 +1,23 @@
+// ImagePyramidDescriptorWorkerItem: makes the pyramids of a frame.
+
+#pragma once
+
+#include "DescriptorObjects.h"
+
+namespace DP {
+
+class ImagePyramidDescriptorWorkerItem
+    : public TVK::Object<ImagePyramidDescriptorWorkerItem, DescriptorWorkerItem> {
+public:
+    /// 8-bit grey pixels in the size of the key, rows without gaps. Not owned; null is
+    /// allowed.
+    void SetPyramidImage(const unsigned char* inCurrImage) { mCurrImage = inCurrImage; }
+
+    /// Empty data if there is no frame, or if the key is not that of an image pyramid.
+    Ref<IDescriptorData> ComputeData() override;
+
+private:
+    const unsigned char* mCurrImage = nullptr;
+};
+
+}  // namespace DP

@@ -1,0 +1,75 @@
+// Pyramids by smoothing and point sampling.
+//
+//     level i, smoothed            level i + 1, subsampling 4
+//     . . . . . . . .
+//     . . . . . . . .              a b        a level is a sample of the smoothed level
+//     . . a . . . b .      -->     c d        before it, taken in the middle of each
+//     . . . . . . . .                         block; what is left over at the right and
+//     . . . . . . . .                         at the foot is dropped
+//     . . . . . . . .
+//     . . c . . . d .
+
+#include "image/IPImagePyramid.h"
+
+#include <cstdint>
+
+#include "TVK/ContractCheck.h"
+#include "image/IPConvolveImage.h"
+
+namespace IP {
+namespace {
+
+// Truncating. There is nothing to divide by 0 into: such a level is empty.
+int Quotient(int inSize, int inDivisor) {
+    return inDivisor == 0 ? 0 : static_cast<int>(std::int64_t{inSize} / inDivisor);
+}
+
+void SampleBlockMiddles(const Image<float>& inImage, int inStep, Image<float>& outLevel) {
+    const std::ptrdiff_t cols = inImage.GetColumns();
+    const std::ptrdiff_t half = inStep / 2;
+    float* out = outLevel.GetData();
+    for (std::ptrdiff_t y = 0; y < outLevel.GetRows(); ++y)
+        for (std::ptrdiff_t x = 0; x < outLevel.GetColumns(); ++x)
+            *out++ = inImage.GetData()[(inStep * y + half) * cols + inStep * x + half];
+}
+
+}  // namespace
+
+ImagePyramidImpl<float>::ImagePyramidImpl(int inCols, int inRows, int inSubsampling,
+                                          int inLevelCount)
+    : mCols(inCols),
+      mRows(inRows),
+      mSubsampling(inSubsampling),
+      mLevelCount(inLevelCount),
+      mLevels(inLevelCount < 1 ? nullptr : new ImagePtr<float>[std::size_t(inLevelCount)]) {
+    for (int level = 0; level < inLevelCount; ++level) {
+        mLevels[level] = TVK::MakeObject<Image<float>>(inCols, inRows);
+        inCols = Quotient(inCols, inSubsampling);
+        inRows = Quotient(inRows, inSubsampling);
+    }
+}
+
+void ImagePyramidImpl<float>::ComputePyramid(ImagePtr<float> inImage, float inSigmaFactor) {
+    const float sigma = inSigmaFactor * static_cast<float>(mSubsampling);
+    if (mSubsampling != 2 && mSubsampling != 4 && mSubsampling != 8 && mSubsampling != 16 &&
+        mSubsampling != 32)
+        AssertWithMessage(
+            "IP::ImagePyramidImpl<float>::ComputePyramid",
+            "(ComputePyramid)  Pyramid's subsampling must be either 2, 4, 8, 16, or 32");
+    if (mLevelCount < 1) return;
+
+    mLevels[0]->CopyPixelsFrom(inImage);
+    if (inImage == NULL || inImage->GetColumns() != mCols || inImage->GetRows() != mRows)
+        return;  // reported above, and the host's own ThrowError came back
+
+    ImagePtr<float> current = inImage;
+    for (int level = 1; level < mLevelCount; ++level) {
+        const auto temporary =
+            TVK::MakeObject<Image<float>>(current->GetColumns(), current->GetRows());
+        ComputeSmoothedImage(current, sigma, temporary);
+        SampleBlockMiddles(*temporary, mSubsampling, *mLevels[level]);
+        current = mLevels[level];
+    }
+}
+
+}  // namespace IP
