@@ -36,7 +36,7 @@ float Exp(float inValue) { return static_cast<float>(std::exp(double{inValue}));
 // out at a width below 1.
 int WidthAboveCutOff(const float* inTaps, float inPeak) {
     int width = MAX_KERNEL_WIDTH;
-    for (int i = 0; i < MAX_KERNEL_WIDTH && std::abs(inTaps[i] / inPeak) < kCutOff; ++i)
+    for (int i = 0; i < MAX_KERNEL_WIDTH && std::abs(inTaps[i]) / inPeak < kCutOff; ++i)
         width -= 2;
     return width;
 }

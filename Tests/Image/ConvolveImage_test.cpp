@@ -1,0 +1,254 @@
+// Kernels and convolution: the laws of both, the frame of zeros, and the bits of the plain
+// way over odd sizes and all sorts of sigmas.
+
+#include "image/IPConvolveImage.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <string>
+#include <tuple>
+#include <vector>
+
+#include "Image/PlainConvolution.h"
+#include "Support/Bits.h"
+#include "Support/Images.h"
+#include "Support/Reports.h"
+#include "Support/Textures.h"
+#include "image/PixelOps.h"
+
+namespace {
+
+using IP::ConvolutionKernel;
+using IP::ImagePtr;
+using Testing::ImageOf;
+using Testing::NoiseFrame;
+using Testing::PlainImage;
+using Testing::RecordedReports;
+using Testing::SameBits;
+using Testing::StaleImage;
+
+constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
+
+ConvolutionKernel KernelOf(const std::vector<float>& inTaps) {
+    ConvolutionKernel kernel;
+    kernel.mWidth = int(inTaps.size());
+    std::copy(inTaps.begin(), inTaps.end(), kernel.mTaps);
+    return kernel;
+}
+
+PlainImage Noise(int inCols, int inRows, std::uint64_t inSeed) {
+    return {inCols, inRows, NoiseFrame(inCols, inRows, inSeed)};
+}
+
+ImagePtr<float> ToImage(const PlainImage& inPlain) {
+    return ImageOf(inPlain.mCols, inPlain.mRows, inPlain.mPixels);
+}
+
+testing::AssertionResult Same(const ImagePtr<float>& inActual, const PlainImage& inExpected) {
+    return SameBits(inActual->GetData(), inExpected.mPixels.data(), inExpected.mPixels.size(),
+                    inExpected.mCols);
+}
+
+std::pair<int, int> Widths(float inSigma) {
+    int gauss = 0, deriv = 0;
+    IP::GetKernelWidths(inSigma, gauss, deriv);
+    return {gauss, deriv};
+}
+
+// ---- Kernels -------------------------------------------------------------------------
+
+TEST(Kernels, WidthsFollowTheCutOff) {
+    EXPECT_EQ(Widths(1.0f), std::pair(7, 7));
+    EXPECT_EQ(Widths(0.7f), std::pair(5, 5));
+    EXPECT_EQ(Widths(3.6f), std::pair(21, 25));
+}
+
+TEST(Kernels, WidthsOfStrangeSigmasStayInsideTheArray) {
+    const RecordedReports reports(RecordedReports::Later::kShow);
+    EXPECT_EQ(Widths(-1.0f), std::pair(7, 1)) << "a negative peak: every tap is below it";
+    EXPECT_EQ(Widths(0.2f), std::pair(1, 1));
+    EXPECT_EQ(Widths(0.0f).first, 1);
+    for (const float sigma : {1e-30f, 0.1f, 8.7f, 10.0f, 11.5f, 12.0f, 1e9f, -20.0f, kNaN}) {
+        const auto [gauss, deriv] = Widths(sigma);
+        EXPECT_TRUE(gauss % 2 == 1 && gauss >= 1 && gauss <= 71) << sigma;
+        EXPECT_TRUE(deriv % 2 == 1 && deriv >= 1 && deriv <= 71) << sigma;
+    }
+}
+
+TEST(Kernels, TailsBeyondTheArrayAreReportedOnceEach) {
+    const RecordedReports reports(RecordedReports::Later::kShow);
+    Widths(8.0f);
+    EXPECT_TRUE(reports.Asserts().empty());
+    EXPECT_EQ(Widths(12.0f), std::pair(71, 71));
+    ASSERT_EQ(reports.Asserts().size(), 1u);
+    EXPECT_EQ(reports.Asserts()[0].mText,
+              "(ComputeKernels) MAX_KERNEL_WIDTH %d is too small for a inSigma of %f\r\n");
+    EXPECT_EQ(reports.Asserts()[0].mFunction, "IP::`anonymous-namespace'::ComputeKernels");
+    EXPECT_EQ(reports.Asserts()[0].mFile, "image/IPConvolveImage.cpp");
+}
+
+// ---- The bits of the plain way -------------------------------------------------------
+
+// Sizes around the kernels and the vector widths; narrower than a kernel is all border.
+class ConvolveSizes : public testing::TestWithParam<std::tuple<int, int>> {
+protected:
+    PlainImage mImage = Noise(std::get<0>(GetParam()), std::get<1>(GetParam()), 17);
+
+    ImagePtr<float> Result() const { return StaleImage(mImage.mCols, mImage.mRows); }
+};
+
+INSTANTIATE_TEST_SUITE_P(All, ConvolveSizes,
+                         testing::Combine(testing::Values(1, 2, 3, 7, 8, 9, 15, 16, 17, 31, 33,
+                                                          40, 71, 75, 150, 301),
+                                          testing::Values(1, 4, 6, 21, 26, 75)),
+                         [](const auto& inInfo) {
+                             return std::to_string(std::get<0>(inInfo.param)) + "x" +
+                                    std::to_string(std::get<1>(inInfo.param));
+                         });
+
+TEST_P(ConvolveSizes, PassesGiveTheBitsOfThePlainOnes) {
+    for (const int width : {1, 3, 5, 7, 21, 25, 71}) {
+        SCOPED_TRACE(width);
+        const std::vector<float> taps = NoiseFrame(width, 1, 5);
+        auto result = Result();
+        IP::ConvolveImageHorizontal(ToImage(mImage), KernelOf(taps), result);
+        EXPECT_TRUE(Same(result, PlainHorizontal(mImage, taps)));
+        result = Result();
+        IP::ConvolveImageVertical(ToImage(mImage), KernelOf(taps), result);
+        EXPECT_TRUE(Same(result, PlainVertical(mImage, taps)));
+        result = Result();
+        const std::vector<float> other = NoiseFrame(5, 1, 6);
+        IP::ConvolveSeparable(ToImage(mImage), KernelOf(taps), KernelOf(other), result);
+        EXPECT_TRUE(Same(result, PlainVertical(PlainHorizontal(mImage, taps), other)));
+    }
+}
+
+TEST_P(ConvolveSizes, SmoothingAndGradientsGiveTheBitsOfThePlainOnes) {
+    const RecordedReports reports(RecordedReports::Later::kShow);
+    Testing::Random random(99);
+    std::vector<float> sigmas{0.7f, 1.0f, 3.6f, 7.2f, 0.1f, -1.0f, 0.0f, 9.5f, 13.0f, kNaN};
+    for (int i = 0; i < 6; ++i)
+        sigmas.push_back(float(0.2 + 11.0 * random.Real()));
+    for (const float sigma : sigmas) {
+        SCOPED_TRACE(sigma);
+        const auto smooth = Result(), gradX = Result(), gradY = Result();
+        IP::ComputeSmoothedImage(ToImage(mImage), sigma, smooth);
+        IP::ComputeGradients(ToImage(mImage), sigma, gradX, gradY);
+        EXPECT_TRUE(Same(smooth, PlainSmoothed(mImage, sigma)));
+        EXPECT_TRUE(Same(gradX, PlainGradientX(mImage, sigma)));
+        EXPECT_TRUE(Same(gradY, PlainGradientY(mImage, sigma)));
+    }
+}
+
+// ---- Laws ----------------------------------------------------------------------------
+
+TEST(ConvolveLaws, ImpulseComesOutAsTheKernelForwards) {
+    PlainImage impulse(21, 1);
+    impulse.At(10, 0) = 1.0f;
+    const std::vector<float> taps{1, 2, 3, 4, 5};
+    const auto result = StaleImage(21, 1);
+    IP::ConvolveImageHorizontal(ToImage(impulse), KernelOf(taps), result);
+    for (int x = 0; x < 21; ++x)
+        EXPECT_EQ(result->GetData()[x], x >= 8 && x <= 12 ? taps[x - 8] : 0.0f) << x;
+}
+
+// n products and n sums err by at most n epsilon of the sum of magnitudes, in each pass.
+TEST(ConvolveLaws, ConstantStaysConstantInsideTheFrameOfZeros) {
+    for (const float sigma : {0.7f, 1.0f, 3.6f}) {
+        const int radius = Widths(sigma).first / 2;
+        const PlainImage flat(61, 55, std::vector<float>(61 * 55, 100.0f));
+        const auto result = StaleImage(61, 55);
+        IP::ComputeSmoothedImage(ToImage(flat), sigma, result);
+        const float error = 100.0f * 2.0f * float(2 * radius + 2) * 1.2e-7f;
+        for (int y = 0; y < 55; ++y)
+            for (int x = 0; x < 61; ++x) {
+                const float pixel = result->GetData()[y * 61 + x];
+                if (x < radius || y < radius || x >= 61 - radius || y >= 55 - radius)
+                    EXPECT_EQ(pixel, 0.0f) << x << ", " << y;
+                else
+                    EXPECT_NEAR(pixel, 100.0f, error) << x << ", " << y;
+            }
+    }
+}
+
+TEST(ConvolveLaws, RampHasItsSlopeAsGradient) {
+    PlainImage ramp(40, 30);
+    for (int y = 0; y < 30; ++y)
+        for (int x = 0; x < 40; ++x)
+            ramp.At(x, y) = float(2 * x - 3 * y);
+    const auto gradX = StaleImage(40, 30), gradY = StaleImage(40, 30);
+    IP::ComputeGradients(ToImage(ramp), 1.0f, gradX, gradY);
+    const float error = 14 * 1.2e-7f * 200.0f;
+    for (int y = 3; y < 27; ++y)
+        for (int x = 3; x < 37; ++x) {
+            EXPECT_NEAR(gradX->GetData()[y * 40 + x], 2.0f, error);
+            EXPECT_NEAR(gradY->GetData()[y * 40 + x], -3.0f, error);
+        }
+}
+
+// At sigma 3.6 the derivative has 25 taps and is moved by the shift of the Gaussian's 21,
+// so it holds the taps of -10 to 14 and stands off centre by 2 pixels.
+TEST(ConvolveLaws, DerivativeOfOtherWidthStandsOffCentre) {
+    PlainImage impulse(101, 101);
+    impulse.At(50, 50) = 1.0f;
+    const auto gradX = StaleImage(101, 101), gradY = StaleImage(101, 101);
+    IP::ComputeGradients(ToImage(impulse), 3.6f, gradX, gradY);
+    const auto at = [&](int x) {
+        return gradX->GetData()[50 * 101 + x];
+    };
+    EXPECT_EQ(at(48), 0.0f) << "the tap of 0";
+    EXPECT_GT(at(47), 0.0f);
+    EXPECT_LT(at(49), 0.0f);
+    EXPECT_EQ(at(37), 0.0f);
+    EXPECT_GT(at(38), 0.0f) << "the first tap, that of -10";
+    EXPECT_LT(at(62), 0.0f) << "the last tap, that of 14";
+    EXPECT_EQ(at(63), 0.0f);
+}
+
+// With pixel and middle tap q = 1 + 2^-12, q * q rounds to 1 + 2^-11 and the sum with -q is
+// 2^-12. A fused multiply-add would keep another 2^-24.
+TEST(ConvolveLaws, ProductsAreRoundedBeforeTheyAreAdded) {
+    const float q = 1.0f + std::ldexp(1.0f, -12);
+    const PlainImage flat(33, 5, std::vector<float>(33 * 5, q));
+    for (const bool vertical : {false, true}) {
+        const auto result = StaleImage(33, 5);
+        (vertical ? IP::ConvolveImageVertical : IP::ConvolveImageHorizontal)(
+            ToImage(flat), KernelOf({0.0f, q, -1.0f}), result);
+        for (int x = 1; x < 32; ++x)
+            EXPECT_EQ(result->GetData()[2 * 33 + x], std::ldexp(1.0f, -12)) << x;
+    }
+}
+
+// ---- Contracts -----------------------------------------------------------------------
+
+TEST(ConvolveContracts, AreCheckedInOrder) {
+    const auto none = TVK::MakeObject<IP::Image<float>>();
+    const auto small = StaleImage(4, 4), wide = StaleImage(9, 4), large = StaleImage(9, 9);
+    const auto firstReport = [](auto inCall) {
+        const RecordedReports reports;
+        EXPECT_ANY_THROW(inCall());
+        EXPECT_EQ(reports.Contracts().at(0).mFile, "image/IPConvolveImage.cpp");
+        return reports.Contracts().at(0).mText;
+    };
+    const ConvolutionKernel kernel = KernelOf({1.0f});
+    EXPECT_EQ(firstReport([&] { IP::ConvolveImageHorizontal(none, kernel, none); }),
+              "inImage->GetData() != NULL");
+    EXPECT_EQ(firstReport([&] { IP::ConvolveImageVertical(small, kernel, none); }),
+              "outImage->GetData() != NULL");
+    EXPECT_EQ(firstReport([&] { IP::ComputeSmoothedImage(large, 1, small); }),
+              "outSmoothImage->GetColumns() >= inImage->GetColumns()");
+    EXPECT_EQ(firstReport([&] { IP::ComputeSmoothedImage(large, 1, wide); }),
+              "outSmoothImage->GetRows() >= inImage->GetRows()");
+    EXPECT_EQ(firstReport([&] { IP::ComputeGradients(large, 1, small, small); }),
+              "outGradX->GetColumns() >= inImage->GetColumns()");
+    EXPECT_EQ(firstReport([&] { IP::ComputeGradients(large, 1, wide, small); }),
+              "outGradX->GetRows() >= inImage->GetRows()");
+    EXPECT_EQ(firstReport([&] { IP::ComputeGradients(large, 1, large, small); }),
+              "outGradY->GetColumns() >= inImage->GetColumns()");
+    EXPECT_EQ(firstReport([&] { IP::ComputeGradients(large, 1, large, wide); }),
+              "outGradY->GetRows() >= inImage->GetRows()");
+}
+
+}  // namespace
