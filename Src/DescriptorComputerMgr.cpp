@@ -22,6 +22,7 @@ Ref<IDescriptorComputer> MakeComputer(const Ref<IDescriptorProperty>& inProperty
             return MakeAPTDescriptorComputer(inProperty);
         case kDescriptorDataTypeGreyImage:
         case kDescriptorDataTypeFloatGreyImage:
+        case kDescriptorDataTypeGraphCut:
         case kDescriptorDataTypeImagePyramid:
         case kDescriptorDataTypeColourPyramid:
             return DescriptorComputer::Create();

@@ -107,6 +107,8 @@ Ref<IDescriptorData> CreateDescriptorData(DescriptorDataType inType) {
             return MakeGreyImageDescriptorData();
         case kDescriptorDataTypeFloatGreyImage:
             return MakeFloatGreyImageDescriptorData();
+        case kDescriptorDataTypeGraphCut:
+            return MakeGraphCutDescriptorData();
         case kDescriptorDataTypeImagePyramid:
             return MakeImagePyramidDescriptorData();
         case kDescriptorDataTypeColourPyramid:
@@ -127,6 +129,8 @@ Ref<IDescriptorWorkerItem> CreateDescriptorWorkerItem(DescriptorDataType inType)
             return MakeGreyImageDescriptorWorkerItem();
         case kDescriptorDataTypeFloatGreyImage:
             return MakeFloatGreyImageDescriptorWorkerItem();
+        case kDescriptorDataTypeGraphCut:
+            return MakeGraphCutDescriptorWorkerItem();
         case kDescriptorDataTypeImagePyramid:
             return MakeImagePyramidDescriptorWorkerItem();
         case kDescriptorDataTypeColourPyramid:

@@ -28,6 +28,9 @@ Ref<IDescriptorWorkerItem> MakeGreyImageDescriptorWorkerItem();
 Ref<IDescriptorData> MakeFloatGreyImageDescriptorData();
 Ref<IDescriptorWorkerItem> MakeFloatGreyImageDescriptorWorkerItem();
 
+Ref<IDescriptorData> MakeGraphCutDescriptorData();
+Ref<IDescriptorWorkerItem> MakeGraphCutDescriptorWorkerItem();
+
 Ref<IDescriptorData> MakeImagePyramidDescriptorData();
 Ref<IDescriptorWorkerItem> MakeImagePyramidDescriptorWorkerItem();
 

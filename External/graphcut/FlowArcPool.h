@@ -1,0 +1,43 @@
+// FlowArc, and the pool that a graph takes its arcs from.
+
+#pragma once
+
+/// One directed arc. The flow on it is `mCapacity` minus `mResidual`.
+///
+/// Frozen: the order of the members.
+struct FlowArc {
+    unsigned int mTail;
+    unsigned int mHead;
+    float mCapacity;
+    float mResidual;
+    FlowArc* mReverse;
+    FlowArc* mNext;  // the next arc leaving mTail
+};
+
+/// Hands out arcs in pairs from blocks of 1024. The two arcs of a pair are neighbours and
+/// share a cache line: whoever looks at one looks at the other.
+///
+/// Ownership: owns the blocks and frees them all at its end; no arc is given back.
+/// Threads: one thread at a time.
+/// Errors: `std::bad_alloc` passes through.
+class FlowArcPool {
+public:
+    static constexpr int kArcsPerBlock = 1024;
+
+    FlowArcPool() = default;
+    ~FlowArcPool();
+    FlowArcPool(const FlowArcPool&) = delete;
+    FlowArcPool& operator=(const FlowArcPool&) = delete;
+
+    /// Returns the first of two arcs, members not set but for `mReverse`, each the other's.
+    FlowArc* TakePair();
+
+private:
+    struct FreeArc;
+    struct Block;
+
+    void AddBlock();
+
+    FreeArc* mFreeArcs = nullptr;
+    Block* mArcBlocks = nullptr;
+};

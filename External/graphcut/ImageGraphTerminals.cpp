@@ -1,0 +1,174 @@
+// The terminal energies of an ImageGraph: what strokes, bias and fit make of a pixel.
+//
+//                 H, or the bias               H where stroked as foreground
+//        source ------------------> node ------------------> sink
+//     (background)                                        (foreground)
+//
+// H is so large that no cut takes it, and so small that a region all of whose pixels are
+// stroked stays finite. Beside it the bias is lost to rounding: a pixel that changes from
+// one side to the other leaves 0 behind, and not the bias of its region's other pixels.
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <limits>
+
+#include "External/graphcut/ImageGraphParts.h"
+
+namespace graphcut {
+
+float HardCapacity(std::int32_t inMaxRegionPixels) {
+    return static_cast<float>(double{std::numeric_limits<float>::max()} /
+                              (inMaxRegionPixels * 2.0));
+}
+
+}  // namespace graphcut
+
+namespace {
+
+// The graph's terminals, as these operations take them for granted.
+constexpr unsigned int kSource = 0;
+constexpr unsigned int kSink = 1;
+
+struct Energies {
+    float mSource;
+    float mSink;
+};
+
+// What pixels without a stroke get, by their fit.
+class UnstrokedEnergies {
+public:
+    UnstrokedEnergies(double inBiasWeight, TerminalEnergyMode inMode, bool inBiasTowardSource,
+                      float inHard)
+        : mSourceBias(inBiasTowardSource ? static_cast<float>(inBiasWeight) : 0.0f),
+          mSinkBias(inBiasTowardSource ? 0.0f : static_cast<float>(inBiasWeight)),
+          mTowardSource(inBiasTowardSource),
+          mHard(inHard) {
+        for (int fit = 0; fit < 256; ++fit)
+            mByFit[static_cast<std::size_t>(fit)] = Evaluate(inMode, fit);
+    }
+
+    const Energies& ByFit(unsigned char inFit) const { return mByFit[inFit]; }
+
+private:
+    Energies Evaluate(TerminalEnergyMode inMode, int inFit) const {
+        const double p = inFit / 255.0;
+        switch (inMode) {
+            case kTerminalEnergyFit:
+                return {SourceLog(p), SinkLog(p)};
+            case kTerminalEnergyBlendedFit:
+                return Blend(p);
+            case kTerminalEnergyClippedFit:
+                if (mTowardSource && p > 0.5) return {0, mHard};
+                if (!mTowardSource && p < 0.5) return {mHard, 0};
+                return Blend(p);
+            default:
+                return {mSourceBias * Infinity(), mSinkBias * Infinity()};
+        }
+    }
+
+    // Double on widened floats, from left to right.
+    Energies Blend(double inP) const {
+        const double a = mSourceBias, b = mSinkBias;
+        const double infinity = Infinity(), sourceLog = SourceLog(inP), sinkLog = SinkLog(inP);
+        if (mTowardSource)
+            return {static_cast<float>((1 - inP) * a * infinity + sourceLog * inP),
+                    static_cast<float>((1 - inP) * b * infinity + sinkLog * inP)};
+        return {static_cast<float>(a * inP * infinity + sourceLog * (1 - inP)),
+                static_cast<float>(b * inP * infinity + sinkLog * (1 - inP))};
+    }
+
+    // Stands in for the logarithm of 1 / 0: twice the full scale of 8 bits.
+    static float Infinity() { return static_cast<float>(std::log(510.0)); }
+    static float SourceLog(double inP) {
+        return inP > 0 ? static_cast<float>(std::log(1 / inP)) : Infinity();
+    }
+    static float SinkLog(double inP) {
+        return inP < 1 ? static_cast<float>(std::log(1 / (1 - inP))) : Infinity();
+    }
+
+    float mSourceBias;
+    float mSinkBias;
+    bool mTowardSource;
+    float mHard;
+    std::array<Energies, 256> mByFit;
+};
+
+// Moves a node's capacities by what its pixel's energies moved.
+Energies Moved(const Energies& inCapacities, float inSourceBy, float inSinkBy) {
+    const float source = inCapacities.mSource + inSourceBy;
+    const float sink = inCapacities.mSink + inSinkBy;
+    return {source < 0 ? 0 : source, sink < 0 ? 0 : sink};
+}
+
+Energies CapacitiesOf(const FlowGraph& inGraph, unsigned int inNode) {
+    const FlowArc* const toSource = inGraph.FindArc(inNode, kSource);
+    const FlowArc* const toSink = inGraph.FindArc(inNode, kSink);
+    return {toSource ? toSource->mReverse->mCapacity : 0.0f, toSink ? toSink->mCapacity : 0.0f};
+}
+
+}  // namespace
+
+// Gives the pixel at `inPlace` of the node image its energies. `inSkipUnchanged` saves the
+// update of a region's node whose pixel had them already.
+void ImageGraph::SetPixelTerminals(std::ptrdiff_t inPlace, float inSource, float inSink,
+                                   bool inSkipUnchanged) {
+    const unsigned int node = mNodeImage[inPlace];
+    Energies capacities{inSource, inSink};
+    if (mRegionMode) {
+        float& storedSource = mPixelSourceEnergies[static_cast<std::size_t>(inPlace)];
+        float& storedSink = mPixelSinkEnergies[static_cast<std::size_t>(inPlace)];
+        const float sourceBy = inSource - storedSource;
+        const float sinkBy = inSink - storedSink;
+        storedSource = inSource;
+        storedSink = inSink;
+        if (inSkipUnchanged && sourceBy == 0 && sinkBy == 0) return;
+        capacities = Moved(CapacitiesOf(*mFlowGraph, node), sourceBy, sinkBy);
+    }
+    mFlowGraph->SetTerminalCapacities(node, capacities.mSource, capacities.mSink, kSource,
+                                      kSink);
+}
+
+void ImageGraph::SetTerminalEnergies(
+    const unsigned char* /*inCurrentLabels*/, const unsigned char* inFit,
+    const unsigned char* inForeground, const unsigned char* inBackground, double inBiasWeight,
+    TerminalEnergyMode inMode, bool inBiasTowardSource, unsigned char inThreshold, int inRows,
+    int inColumns, int inLeft, int inTop, int /*inCurrentLabelStride*/, int inFitStride,
+    int inForegroundStride, int inBackgroundStride) {
+    const bool knownMode =
+        inMode >= kTerminalEnergyStrokesOnly && inMode <= kTerminalEnergyClippedFit;
+    const bool readsFit = inMode != kTerminalEnergyStrokesOnly;
+    const float hard = graphcut::HardCapacity(mMaxRegionPixels);
+    const UnstrokedEnergies unstroked(inBiasWeight, inMode, inBiasTowardSource, hard);
+
+    VisitPixels(
+        inRows, inColumns, inLeft, inTop,
+        [&](std::ptrdiff_t inRow, std::ptrdiff_t inColumn, std::ptrdiff_t inPlace) {
+            Energies energies;
+            if (inForeground[inRow * inForegroundStride + inColumn] > inThreshold) {
+                energies = {0, hard};
+            } else if (inBackground[inRow * inBackgroundStride + inColumn] > inThreshold) {
+                energies = {hard, 0};
+            } else if (knownMode) {
+                energies =
+                    unstroked.ByFit(readsFit ? inFit[inRow * inFitStride + inColumn] : 0);
+            } else {
+                return;
+            }
+            SetPixelTerminals(inPlace, energies.mSource, energies.mSink, false);
+        });
+}
+
+void ImageGraph::SetStrokeEnergies(const unsigned char* inForeground,
+                                   const unsigned char* inBackground, unsigned char inThreshold,
+                                   int inRows, int inColumns, int inLeft, int inTop,
+                                   int inForegroundStride, int inBackgroundStride) {
+    const float hard = graphcut::HardCapacity(mMaxRegionPixels);
+    VisitPixels(inRows, inColumns, inLeft, inTop,
+                [&](std::ptrdiff_t inRow, std::ptrdiff_t inColumn, std::ptrdiff_t inPlace) {
+                    if (inForeground[inRow * inForegroundStride + inColumn] > inThreshold)
+                        SetPixelTerminals(inPlace, 0, hard, true);
+                    else if (inBackground[inRow * inBackgroundStride + inColumn] > inThreshold)
+                        SetPixelTerminals(inPlace, hard, 0, true);
+                });
+}

@@ -1,0 +1,106 @@
+#include "External/graphcut/MWSegment.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <limits>
+
+#include "External/graphcut/MWSegmentSeedFill.h"
+#include "External/graphcut/SquaredRadius.h"
+#include "TVK/ContractCheck.h"
+
+namespace {
+
+// What the regions of all variants are made from.
+struct Request {
+    const void* mPlanes[4];
+    int mRows;
+    int mColumns;
+    unsigned int* mLabels;
+    int mRowStride;
+    int mLabelStride;
+    float mToleranceSquared;
+    int mRadiusSquared;
+};
+
+// The limit on the sum of the squared differences: the planes' mean times their number.
+float SquaredTolerance(float inTolerance, int inBitDepth, int inPlanes) {
+    const float scale = inBitDepth == 8 ? 255.0f : inBitDepth == 16 ? 32768.0f : 1.0f;
+    const float scaled = inTolerance * scale;
+    return scaled * scaled * static_cast<float>(inPlanes);
+}
+
+template <class T, int kPlanes>
+unsigned int SegmentPlanes(const Request& inRequest) {
+    MWSegmentSeedFillPlanes<T, unsigned int, kPlanes> fill;
+    fill.mLabels = inRequest.mLabels;
+    fill.mLabelStride = inRequest.mLabelStride;
+    fill.mColourToleranceSquared = inRequest.mToleranceSquared;
+    fill.mRadiusSquared = inRequest.mRadiusSquared;
+    fill.mRowStride = inRequest.mRowStride;
+    for (int plane = 0; plane < kPlanes; ++plane)
+        fill.mPlanes[plane] = static_cast<const T*>(inRequest.mPlanes[plane]);
+
+    const auto row = [&](int inY) {
+        return inRequest.mLabels + std::ptrdiff_t{inY} * inRequest.mLabelStride;
+    };
+    for (int y = 0; y < inRequest.mRows; ++y)
+        std::fill_n(row(y), std::max(inRequest.mColumns, 0), 0u);
+
+    const FillArea area{0, 0, inRequest.mColumns - 1, inRequest.mRows - 1};
+    constexpr unsigned int kFirstRegion = 2;
+    unsigned int region = kFirstRegion;
+    for (int y = 0; y < inRequest.mRows; ++y)
+        for (int x = 0; x < inRequest.mColumns; ++x) {
+            if (row(y)[x] != 0) continue;
+            fill.mRegionId = region++;
+            fill.SetSeed(x, y);
+            SeedFill(x, y, area, fill);
+        }
+    return region - kFirstRegion;
+}
+
+// One hide flag of the report for each depth: this is compiled once for each.
+template <class T>
+unsigned int SegmentDepth(const Request& inRequest, int inPlanes) {
+    switch (inPlanes) {
+        case 1:
+            return SegmentPlanes<T, 1>(inRequest);
+        case 3:
+            return SegmentPlanes<T, 3>(inRequest);
+        case 4:
+            return SegmentPlanes<T, 4>(inRequest);
+        default:
+            AssertWithMessage("MWSegment", "WARNING: Unexpected # of image planes.");
+            return 0;
+    }
+}
+
+}  // namespace
+
+void MWSegment(const void* inPlane0, const void* inPlane1, const void* inPlane2,
+               const void* inPlane3, int inRows, int inColumns, int /*inLeft*/, int /*inTop*/,
+               unsigned int* outLabels, int inRowStride, int inLabelStride, int inPlanes,
+               int inBitDepth, float inTolerance, int inRadius, unsigned int* outRegionCount) {
+    *outRegionCount = 0;
+    const Request request{{inPlane0, inPlane1, inPlane2, inPlane3},
+                          inRows,
+                          inColumns,
+                          outLabels,
+                          inRowStride,
+                          inLabelStride,
+                          SquaredTolerance(inTolerance, inBitDepth, inPlanes),
+                          SquareOrMost(inRadius)};
+    switch (inBitDepth) {
+        case 8:
+            *outRegionCount = SegmentDepth<unsigned char>(request, inPlanes);
+            return;
+        case 16:
+            *outRegionCount = SegmentDepth<unsigned short>(request, inPlanes);
+            return;
+        case 32:
+            *outRegionCount = SegmentDepth<float>(request, inPlanes);
+            return;
+        default:
+            AssertWithMessage("MWSegment", "WARNING: Unexpected image bit depth.");
+    }
+}

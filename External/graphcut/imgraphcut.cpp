@@ -1,0 +1,600 @@
+// Pixels to nodes, and pictures to the capacities of links.
+//
+// A link between two regions is met once for each pixel pair along their border:
+//
+//        a a a b b           pairs behind a pixel (left, and the three above) are visited
+//        a a b b b           in raster order, so each pair is met once; the energies of
+//        a c c b b           the pairs of two regions add up in that order, in single
+//                            precision, and the first pair adds the link.
+//
+// The order in which links are added is the order of the arc lists, and so is behaviour.
+
+#include "External/graphcut/imgraphcut.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <stdexcept>
+
+#include "External/graphcut/ImageGraphParts.h"
+#include "External/graphcut/LinkEnergies.h"
+#include "External/graphcut/MWSegment.h"
+#include "External/graphcut/MaxFlowSolver.h"
+#include "External/graphcut/SquaredRadius.h"
+#include "TVK/ContractCheck.h"
+
+using graphcut::NeighborOffset;
+
+// ---- Neighbourhoods ------------------------------------------------------------------
+
+namespace graphcut {
+
+std::span<const NeighborOffset> NeighborOffsets(unsigned short inNeighborhood) {
+    static const double kDiagonal = 1.0 / std::sqrt(2.0);
+    static const double kKnight = 1.0 / std::sqrt(5.0);
+    static const NeighborOffset kFour[] = {{-1, 0, 1.0}, {0, -1, 1.0}};
+    static const NeighborOffset kTwenty[] = {
+        {-1, 0, 1.0},     {-1, -1, kDiagonal}, {0, -1, 1.0},      {1, -1, kDiagonal},
+        {-2, 0, 0.5},     {-2, -1, kKnight},   {-1, -2, kKnight}, {0, -2, 0.5},
+        {1, -2, kKnight}, {2, -1, kKnight},
+    };
+    switch (inNeighborhood) {
+        case 4:
+            return kFour;
+        case 8:
+            return std::span(kTwenty).first(4);
+        case 20:
+            return kTwenty;
+        default:
+            return {};
+    }
+}
+
+}  // namespace graphcut
+
+// ---- Building ------------------------------------------------------------------------
+
+ImageGraph::~ImageGraph() { ReleaseGraph(); }
+
+void ImageGraph::Initialize(const GraphRect& inBounds, FlowGraph* inSharedGraph,
+                            unsigned short inNeighborhood,
+                            std::vector<unsigned char>* inSharedSegments, unsigned int inSource,
+                            unsigned int inSink) {
+    mLeft = inBounds.mLeft;
+    mTop = inBounds.mTop;
+    const auto extent = [](int inFirst, int inEnd) {
+        return static_cast<int>(static_cast<unsigned>(inEnd) - static_cast<unsigned>(inFirst));
+    };
+    Initialize(extent(inBounds.mTop, inBounds.mBottom), extent(inBounds.mLeft, inBounds.mRight),
+               inSharedGraph, inNeighborhood, inSharedSegments, inSource, inSink);
+}
+
+void ImageGraph::Initialize(int inRows, int inColumns, FlowGraph* inSharedGraph,
+                            unsigned short inNeighborhood,
+                            std::vector<unsigned char>* inSharedSegments, unsigned int inSource,
+                            unsigned int inSink) {
+    ReleaseGraph();
+    mRows = inRows;
+    mColumns = inColumns;
+    const auto pixels = static_cast<std::int32_t>(static_cast<std::uint32_t>(inRows) *
+                                                  static_cast<std::uint32_t>(inColumns));
+    if (pixels <= 0) return;
+
+    mNodeImage.reset(new unsigned int[static_cast<std::size_t>(pixels)]);
+    if (inSharedGraph) {
+        mFlowGraph = inSharedGraph;
+        mSegments = inSharedSegments;
+        mSourceNode = inSource;
+        mSinkNode = inSink;
+    } else {
+        MakeOwnFlowGraph();
+    }
+    mDefaultNode = mSourceNode;
+    std::fill_n(mNodeImage.get(), pixels, mDefaultNode);
+    mNeighborhood = inNeighborhood;
+    mValid = true;
+}
+
+void ImageGraph::MakeOwnFlowGraph() {
+    auto graph = std::make_unique<FlowGraph>();
+    mSourceNode = graph->AddNode();
+    mSinkNode = graph->AddNode();
+    graph->mDynamic = true;
+    graph->mPersistent = true;
+    mSegments = new std::vector<unsigned char>;
+    mFlowGraph = graph.release();
+    mOwnsFlowGraph = true;
+}
+
+void ImageGraph::BuildRegionGraph(const void* inPlane0, const void* inPlane1,
+                                  const void* inPlane2, const void* inPlane3, int inRows,
+                                  int inColumns, int inLeft, int inTop, int inRowStride,
+                                  int inPlanes, int inBitDepth, float inTolerance,
+                                  int inRadius) {
+    ContractCheck(mNodeImage != NULL);
+    ContractCheck(inRows <= mRows && inColumns <= mColumns);
+    mRegionMode = true;
+    mRegionCount = 0;
+    MWSegment(inPlane0, inPlane1, inPlane2, inPlane3, inRows, inColumns, inLeft, inTop,
+              mNodeImage.get(), inRowStride, mColumns, inPlanes, inBitDepth, inTolerance,
+              inRadius, &mRegionCount);
+
+    mFlowGraph->ReserveNodes(mRegionCount);
+    for (unsigned int region = 0; region < mRegionCount; ++region)
+        mFlowGraph->AddNodeWithTerminals(mSourceNode, mSinkNode);
+
+    // One entry for each pixel of the node image, by which they are found.
+    const std::size_t pixels =
+        static_cast<std::size_t>(mRows) * static_cast<unsigned>(mColumns);
+    mPixelSourceEnergies.resize(pixels, 0.0f);
+    mPixelSinkEnergies.resize(pixels, 0.0f);
+    mMaxRegionPixels = SquareOrMost(2 * std::int64_t{inRadius} + 1);
+}
+
+void ImageGraph::ResetRegionGraph() {
+    if (mOwnsFlowGraph) {
+        delete mFlowGraph;
+        delete mSegments;
+    }
+    mFlowGraph = nullptr;
+    mSegments = nullptr;
+    mOwnsFlowGraph = false;
+    MakeOwnFlowGraph();
+    mTerminalEnergiesSet = false;
+    mLinksBuilt = false;
+    mValid = true;
+    mBiasTowardSource = true;
+    mFlowGraph->ReserveNodes(mRegionCount);
+    for (unsigned int region = 0; region < mRegionCount; ++region)
+        mFlowGraph->AddNodeWithTerminals(mSourceNode, mSinkNode);
+    std::fill(mPixelSourceEnergies.begin(), mPixelSourceEnergies.end(), 0.0f);
+    std::fill(mPixelSinkEnergies.begin(), mPixelSinkEnergies.end(), 0.0f);
+}
+
+void ImageGraph::ReleaseGraph() {
+    if (mOwnsFlowGraph) {
+        delete mFlowGraph;
+        delete mSegments;
+    }
+    mFlowGraph = nullptr;
+    mSegments = nullptr;
+    mOwnsFlowGraph = false;
+    mNodeImage.reset();
+    mRows = 0;
+    mColumns = 0;
+    mTerminalEnergiesSet = false;
+    mLinksBuilt = false;
+    mValid = false;
+    mBiasTowardSource = true;
+}
+
+// ---- Walking an area -----------------------------------------------------------------
+
+// Calls `inVisit(row, column, node, neighbour's node, offset)` for the pairs of pixels that
+// have a node each, neither of them the other's, from the pixels of the area.
+template <class Area, class Visit>
+void ImageGraph::VisitPairs(const Area& inArea, Visit inVisit) const {
+    const auto offsets = graphcut::NeighborOffsets(mNeighborhood);
+    const unsigned int* const nodes = mNodeImage.get();
+    VisitPixels(inArea.mRows, inArea.mColumns, inArea.mLeft, inArea.mTop,
+                [&](std::int64_t inRow, std::int64_t inColumn, std::int64_t inPlace) {
+                    const unsigned int node = nodes[inPlace];
+                    if (node == mDefaultNode) return;
+                    const std::int64_t x = inPlace % mColumns;
+                    const std::int64_t y = inPlace / mColumns;
+                    for (const NeighborOffset& offset : offsets) {
+                        const std::int64_t neighborX = x + offset.mX;
+                        if (neighborX < 0 || neighborX >= mColumns || y + offset.mY < 0)
+                            continue;
+                        const unsigned int neighbor =
+                            nodes[(y + offset.mY) * mColumns + neighborX];
+                        if (neighbor != node && neighbor != mDefaultNode)
+                            inVisit(inRow, inColumn, node, neighbor, offset);
+                    }
+                });
+}
+
+// ---- Pixel mode ----------------------------------------------------------------------
+
+void ImageGraph::AddPixelNodes(int inRows, int inColumns) {
+    if (inRows <= 0 || inColumns <= 0) return;
+    mFlowGraph->ReserveNodes(static_cast<std::size_t>(inRows) *
+                             static_cast<std::size_t>(inColumns));
+    VisitPixels(
+        inRows, inColumns, mLeft, mTop, [&](std::int64_t, std::int64_t, std::int64_t inPlace) {
+            mNodeImage[inPlace] = mFlowGraph->AddNodeWithTerminals(mSourceNode, mSinkNode);
+        });
+}
+
+void ImageGraph::AddPixelLinks(int inRows, int inColumns) {
+    const graphcut::PictureArea area{{}, inRows, inColumns, mLeft, mTop, 0};
+    VisitPairs(area, [&](std::int64_t, std::int64_t, unsigned int inNode,
+                         unsigned int inNeighbor, const NeighborOffset&) {
+        mFlowGraph->AddLinkPair(inNode, inNeighbor, 0, 0);
+    });
+}
+
+// ---- Link energies -------------------------------------------------------------------
+
+namespace {
+
+void SetCapacityAndResidual(FlowArc& ioArc, float inCapacity) {
+    ioArc.mCapacity = ioArc.mResidual = inCapacity;
+}
+
+struct ImageGraphReports {
+    static constexpr const char* kReportedName = "ImageGraph::SetNeighborEnergies";
+};
+
+template <class Energies>
+float EnergyOf(const Energies& inEnergies, std::int64_t inRow, std::int64_t inColumn,
+               const NeighborOffset& inOffset) {
+    return inEnergies(inEnergies.At(inColumn, inRow),
+                      inEnergies.At(inColumn + inOffset.mX, inRow + inOffset.mY),
+                      inOffset.mWeight);
+}
+
+}  // namespace
+
+void ImageGraph::SetNeighborEnergies(const void* inPlane0, const void* inPlane1,
+                                     const void* inPlane2, const void* inPlane3, int inRows,
+                                     int inColumns, int inLeft, int inTop, int inRowStride,
+                                     int inPlanes, int inBitDepth, double inScale,
+                                     double inSigma, double inExponent, bool inBuildLinks) {
+    const graphcut::PictureArea area{{inPlane0, inPlane1, inPlane2, inPlane3},
+                                     inRows,
+                                     inColumns,
+                                     inLeft,
+                                     inTop,
+                                     inRowStride};
+    graphcut::VisitPairEnergies<ImageGraphReports>(
+        area, inPlanes, inBitDepth, {inScale, inSigma, inExponent},
+        [&](const auto& inEnergies) {
+            if (!mRegionMode)
+                SetPixelEnergies(inEnergies, inBuildLinks);
+            else
+                SetRegionEnergies(inEnergies, inBuildLinks);
+            mLinksBuilt = true;
+        });
+}
+
+// The sum over the border of two regions.
+template <class Energies>
+void ImageGraph::SetRegionEnergies(const Energies& inEnergies, bool inBuildLinks) {
+    VisitPairs(inEnergies.Area(),
+               [&](std::int64_t inRow, std::int64_t inColumn, unsigned int inNode,
+                   unsigned int inNeighbor, const NeighborOffset& inOffset) {
+                   const float energy = EnergyOf(inEnergies, inRow, inColumn, inOffset);
+                   FlowArc* const arc = mFlowGraph->FindArc(inNode, inNeighbor);
+                   if (!arc) {
+                       if (inBuildLinks)
+                           mFlowGraph->AddLinkPair(inNode, inNeighbor, energy, energy);
+                       return;
+                   }
+                   const float there = arc->mCapacity + energy;
+                   const float back = arc->mReverse->mCapacity + energy;
+                   if (mFlowGraph->IsDynamicAndSolved()) {
+                       mFlowGraph->UpdateLinkCapacities(inNode, inNeighbor, there, back,
+                                                        mSourceNode, mSinkNode);
+                   } else {
+                       SetCapacityAndResidual(*arc, there);
+                       SetCapacityAndResidual(*arc->mReverse, back);
+                   }
+               });
+}
+
+// The energy of the pair itself.
+template <class Energies>
+void ImageGraph::SetPixelEnergies(const Energies& inEnergies, bool inBuildLinks) {
+    VisitPairs(inEnergies.Area(),
+               [&](std::int64_t inRow, std::int64_t inColumn, unsigned int inNode,
+                   unsigned int inNeighbor, const NeighborOffset& inOffset) {
+                   const float energy = EnergyOf(inEnergies, inRow, inColumn, inOffset);
+                   if (inBuildLinks) {
+                       mFlowGraph->AddLinkPair(inNode, inNeighbor, energy, energy);
+                   } else if (mFlowGraph->IsDynamicAndSolved()) {
+                       mFlowGraph->UpdateLinkCapacities(inNode, inNeighbor, energy, energy,
+                                                        mSourceNode, mSinkNode);
+                   } else if (FlowArc* const arc = mFlowGraph->FindArc(inNode, inNeighbor)) {
+                       SetCapacityAndResidual(*arc, energy);
+                       SetCapacityAndResidual(*arc->mReverse, energy);
+                   }
+               });
+}
+
+// ---- Results -------------------------------------------------------------------------
+
+void ImageGraph::ExtractLabels(unsigned char* outLabels, int inRows, int inColumns, int inLeft,
+                               int inTop, int inStride, bool inKeepDefault) const {
+    if (!mSegments || mSegments->empty()) return;
+    const unsigned char* const segments = mSegments->data();
+    const std::size_t count = mSegments->size();
+    const unsigned int* const nodes = mNodeImage.get();
+    const std::ptrdiff_t stride = inStride;
+    VisitPixels(inRows, inColumns, inLeft, inTop,
+                [=, this](std::int64_t inRow, std::int64_t inColumn, std::int64_t inPlace) {
+                    const unsigned int node = nodes[inPlace];
+                    if (inKeepDefault && node == mDefaultNode) return;
+                    const bool inside =
+                        node < count && segments[node] == MaxFlowSolver::kSinkTree;
+                    outLabels[inRow * stride + inColumn] = inside ? 255 : 0;
+                });
+}
+
+void ImageGraph::StampBorderRegionMask(void* outMask, int inRows, int inColumns, int inLeft,
+                                       int inTop, int inRowBytes, int inBitDepth,
+                                       const std::uint32_t* inRegionBits) const {
+    const auto stamp = [&](auto inFull) {
+        using Mask = decltype(inFull);
+        VisitPixels(inRows, inColumns, inLeft, inTop,
+                    [&](std::int64_t inRow, std::int64_t inColumn, std::int64_t inPlace) {
+                        const unsigned int node = mNodeImage[inPlace];
+                        const bool isSet = (inRegionBits[node / 32] >> (node % 32)) & 1u;
+                        auto* const row = reinterpret_cast<Mask*>(
+                            static_cast<unsigned char*>(outMask) + inRow * inRowBytes);
+                        row[inColumn] = isSet ? inFull : Mask{0};
+                    });
+    };
+    switch (inBitDepth) {
+        case 8:
+            return stamp(static_cast<unsigned char>(255));
+        case 16:
+            return stamp(static_cast<unsigned short>(32767));
+        case 32:
+            return stamp(1.0f);
+        default:
+            AssertWithMessage("ImageGraph::StampBorderRegionMask",
+                              "WARNING - unexpected bitdepth");
+    }
+}
+
+// ---- Queries -------------------------------------------------------------------------
+
+template <class Visit>
+void ImageGraph::VisitLinks(unsigned int inNode, Visit inVisit) const {
+    if (!mFlowGraph || inNode >= mFlowGraph->mNodeCount) return;
+    for (const FlowArc* arc = mFlowGraph->mFirstArcs[inNode]; arc; arc = arc->mNext)
+        if (arc->mHead != mSourceNode && arc->mHead != mSinkNode)
+            inVisit(double{arc->mCapacity});
+}
+
+int ImageGraph::GetLinkCount(unsigned int inNode) const {
+    int count = 0;
+    VisitLinks(inNode, [&](double) { ++count; });
+    return count;
+}
+
+double ImageGraph::GetLinkCapacity(unsigned int inNode, int inPosition) const {
+    double capacity = 0;
+    int position = 0;
+    VisitLinks(inNode, [&](double inCapacity) {
+        if (position++ == inPosition) capacity = inCapacity;
+    });
+    return capacity;
+}
+
+double ImageGraph::GetLargestLinkCapacity(unsigned int inNode) const {
+    double largest = std::numeric_limits<double>::lowest();
+    VisitLinks(inNode, [&](double inCapacity) { largest = std::max(largest, inCapacity); });
+    return largest;
+}
+
+double ImageGraph::GetSmallestLinkCapacity(unsigned int inNode) const {
+    double smallest = std::numeric_limits<double>::max();
+    VisitLinks(inNode, [&](double inCapacity) { smallest = std::min(smallest, inCapacity); });
+    return smallest;
+}
+
+double ImageGraph::GetMeanLinkCapacity(unsigned int inNode) const {
+    double sum = 0;
+    VisitLinks(inNode, [&](double inCapacity) { sum += inCapacity; });
+    const int count = GetLinkCount(inNode);
+    return count == 0 ? 0 : sum / count;
+}
+
+double ImageGraph::GetTerminalBalance(unsigned int inNode) const {
+    if (!mFlowGraph) return 0;
+    const FlowArc* const toSource = mFlowGraph->FindArc(inNode, mSourceNode);
+    const FlowArc* const toSink = mFlowGraph->FindArc(inNode, mSinkNode);
+    return (toSource ? double{toSource->mReverse->mCapacity} : 0.0) -
+           (toSink ? double{toSink->mCapacity} : 0.0);
+}
+
+// ---- Tiles ---------------------------------------------------------------------------
+
+struct TiledImageGraph::Shared {
+    FlowGraph mFlowGraph;
+    std::vector<unsigned char> mSegments;
+    std::unique_ptr<ImageGraph[]> mTileGraphs;
+};
+
+namespace {
+
+struct TiledImageGraphReports {
+    static constexpr const char* kReportedName =
+        "TiledImageGraph::BuildLinksAndSetNeighborEnergies";
+};
+
+std::int64_t HeightOf(const GraphRect& inRect) {
+    return std::int64_t{inRect.mBottom} - inRect.mTop;
+}
+std::int64_t WidthOf(const GraphRect& inRect) {
+    return std::int64_t{inRect.mRight} - inRect.mLeft;
+}
+
+std::int64_t TilesAlong(std::int64_t inExtent, std::int64_t inTileExtent) {
+    return inExtent <= 0 ? 0 : (inExtent + inTileExtent - 1) / inTileExtent;
+}
+
+TileGrid MakeGrid(const GraphRect& inBounds, const GraphRect& inTileBounds) {
+    const std::int64_t height = HeightOf(inTileBounds);
+    const std::int64_t width = WidthOf(inTileBounds);
+    const std::int64_t columns = TilesAlong(WidthOf(inBounds), width);
+    const std::int64_t rows = TilesAlong(HeightOf(inBounds), height);
+    if (columns != 0 && rows > std::numeric_limits<std::int32_t>::max() / columns)
+        throw std::length_error("vector<T> too long");
+
+    TileGrid grid;
+    grid.mBounds = inBounds;
+    grid.mTileBounds = inTileBounds;
+    grid.mTileCount = static_cast<std::int32_t>(rows * columns);
+    grid.mTiles.reserve(static_cast<std::size_t>(grid.mTileCount));
+    for (std::int32_t index = 0; index < grid.mTileCount; ++index) {
+        const std::int64_t top = inBounds.mTop + index / columns * height;
+        const std::int64_t left = inBounds.mLeft + index % columns * width;
+        const std::int64_t bottom = std::min<std::int64_t>(top + height, inBounds.mBottom);
+        const std::int64_t right = std::min<std::int64_t>(left + width, inBounds.mRight);
+        grid.mTiles.push_back({static_cast<std::int32_t>(top), static_cast<std::int32_t>(left),
+                               static_cast<std::int32_t>(bottom),
+                               static_cast<std::int32_t>(right), index});
+    }
+    return grid;
+}
+
+}  // namespace
+
+int TileGrid::FindTile(int inX, int inY) const {
+    if (inY < mBounds.mTop || inY >= mBounds.mBottom) return -1;
+    if (inX < mBounds.mLeft || inX >= mBounds.mRight) return -1;
+    const std::int64_t columns = TilesAlong(WidthOf(mBounds), WidthOf(mTileBounds));
+    const std::int64_t row = (std::int64_t{inY} - mBounds.mTop) / HeightOf(mTileBounds);
+    const std::int64_t column = (std::int64_t{inX} - mBounds.mLeft) / WidthOf(mTileBounds);
+    return static_cast<int>(row * columns + column);
+}
+
+TiledImageGraph::TiledImageGraph(const GraphRect& inBounds, int inTileSize,
+                                 unsigned short inNeighborhood)
+    : TiledImageGraph(inBounds, GraphRect{0, 0, inTileSize, inTileSize}, inNeighborhood) {}
+
+TiledImageGraph::TiledImageGraph(const GraphRect& inBounds, const GraphRect& inTileBounds,
+                                 unsigned short inNeighborhood)
+    : mNeighborhood(inNeighborhood) {
+    ContractCheck(HeightOf(inTileBounds) > 0 && WidthOf(inTileBounds) > 0);
+    ContractCheck(!graphcut::NeighborOffsets(inNeighborhood).empty());
+    mGrid = MakeGrid(inBounds, inTileBounds);
+    mShared = TVK::MakeObject<Shared>();
+    mFlowGraph = &mShared->mFlowGraph;
+    mSegments = &mShared->mSegments;
+    mSourceNode = mFlowGraph->AddNode();
+    mSinkNode = mFlowGraph->AddNode();
+    mDefaultNode = mSourceNode;
+    if (mGrid.mTileCount > 0)
+        mShared->mTileGraphs.reset(new ImageGraph[static_cast<std::size_t>(mGrid.mTileCount)]);
+    mTileGraphs = mShared->mTileGraphs.get();
+}
+
+void TiledImageGraph::ActivateTile(int inIndex) {
+    if (inIndex < 0 || inIndex >= mGrid.mTileCount) return;
+    const TileRecord& tile = mGrid.mTiles[static_cast<std::size_t>(inIndex)];
+    ImageGraph& graph = mTileGraphs[inIndex];
+    if (!graph.mValid) {
+        graph.Initialize(tile.bottom - tile.top, tile.right - tile.left, mFlowGraph,
+                         mNeighborhood, mSegments, mSourceNode, mSinkNode);
+        graph.mTop = tile.top;
+        graph.mLeft = tile.left;
+        if (!graph.mValid) return;
+    } else if (std::find(mActiveTiles.begin(), mActiveTiles.end(), inIndex) !=
+               mActiveTiles.end()) {
+        return;
+    }
+    mActiveTiles.push_back(inIndex);
+}
+
+void TiledImageGraph::AddPixelNodes() {
+    for (int i = 0; i < mGrid.mTileCount; ++i)
+        if (mTileGraphs[i].mValid)
+            mTileGraphs[i].AddPixelNodes(mTileGraphs[i].mRows, mTileGraphs[i].mColumns);
+}
+
+void TiledImageGraph::AddPixelLinks() {
+    for (int i = 0; i < mGrid.mTileCount; ++i)
+        if (mTileGraphs[i].mValid)
+            mTileGraphs[i].AddPixelLinks(mTileGraphs[i].mRows, mTileGraphs[i].mColumns);
+}
+
+ImageGraph* TiledImageGraph::GetTile(int inX, int inY) const {
+    const int index = mGrid.FindTile(inX, inY);
+    return index < 0 ? nullptr : &mTileGraphs[index];
+}
+
+unsigned int* TiledImageGraph::GetNodeAt(int inX, int inY) const {
+    const ImageGraph* const tile = GetTile(inX, inY);
+    if (!tile || !tile->mValid) return nullptr;
+    const std::ptrdiff_t row = std::ptrdiff_t{inY} - tile->mTop;
+    return &tile->mNodeImage[row * tile->mColumns + inX - tile->mLeft];
+}
+
+void TiledImageGraph::SetForegroundPixel(int inX, int inY) { BindPixel(inX, inY, true); }
+void TiledImageGraph::SetBackgroundPixel(int inX, int inY) { BindPixel(inX, inY, false); }
+
+void TiledImageGraph::BindPixel(int inX, int inY, bool inToForeground) {
+    unsigned int* const node = GetNodeAt(inX, inY);
+    if (!node) return;
+    if (*node == mDefaultNode) *node = mFlowGraph->AddNodeWithTerminals(mSourceNode, mSinkNode);
+    const float hard = graphcut::HardCapacity(GetTile(inX, inY)->mMaxRegionPixels);
+    mFlowGraph->SetTerminalCapacities(*node, inToForeground ? 0 : hard,
+                                      inToForeground ? hard : 0, mSourceNode, mSinkNode);
+}
+
+void TiledImageGraph::BuildLinksAndSetNeighborEnergies(
+    const void* inPlane0, const void* inPlane1, const void* inPlane2, const void* inPlane3,
+    int inRows, int inColumns, int inLeft, int inTop, int inRowStride, int inPlanes,
+    int inBitDepth, unsigned int* ioLinkCount, double inScale, double inSigma,
+    double inExponent, bool inBuildLinks) {
+    const graphcut::PictureArea area{{inPlane0, inPlane1, inPlane2, inPlane3},
+                                     inRows,
+                                     inColumns,
+                                     inLeft,
+                                     inTop,
+                                     inRowStride};
+    graphcut::VisitPairEnergies<TiledImageGraphReports>(
+        area, inPlanes, inBitDepth, {inScale, inSigma, inExponent},
+        [&](const auto& inEnergies) {
+            for (const int index : mActiveTiles)
+                SetTileEnergies(mGrid.mTiles[static_cast<std::size_t>(index)], inEnergies,
+                                ioLinkCount, inBuildLinks);
+        });
+}
+
+template <class Energies>
+void TiledImageGraph::SetTileEnergies(const TileRecord& inTile, const Energies& inEnergies,
+                                      unsigned int* ioLinkCount, bool inBuildLinks) {
+    const graphcut::PictureArea& area = inEnergies.Area();
+    const std::int64_t areaBottom = std::int64_t{area.mTop} + area.mRows;
+    const std::int64_t areaRight = std::int64_t{area.mLeft} + area.mColumns;
+    const int top = std::max(inTile.top, area.mTop);
+    const int left = std::max(inTile.left, area.mLeft);
+    const int bottom = static_cast<int>(std::min<std::int64_t>(inTile.bottom, areaBottom));
+    const int right = static_cast<int>(std::min<std::int64_t>(inTile.right, areaRight));
+    const auto offsets = graphcut::NeighborOffsets(mNeighborhood);
+
+    for (int y = top; y < bottom; ++y)
+        for (int x = left; x < right; ++x) {
+            const unsigned int node = *GetNodeAt(x, y);
+            if (node == mDefaultNode) continue;
+            for (const NeighborOffset& offset : offsets) {
+                const unsigned int* const neighbor = GetNodeAt(x + offset.mX, y + offset.mY);
+                if (!neighbor || *neighbor == mDefaultNode) continue;
+                const float energy = EnergyOf(inEnergies, std::int64_t{y} - area.mTop,
+                                              std::int64_t{x} - area.mLeft, offset);
+                SetPairEnergy(node, *neighbor, energy, ioLinkCount, inBuildLinks);
+            }
+        }
+}
+
+void TiledImageGraph::SetPairEnergy(unsigned int inNode, unsigned int inNeighbor,
+                                    float inEnergy, unsigned int* ioLinkCount,
+                                    bool inBuildLinks) {
+    FlowArc* const arc = mFlowGraph->FindArc(inNode, inNeighbor);
+    if (!arc) {
+        if (!inBuildLinks) return;
+        mFlowGraph->AddLinkPair(inNode, inNeighbor, inEnergy, inEnergy);
+        if (ioLinkCount) ++*ioLinkCount;
+    } else if (mFlowGraph->IsDynamicAndSolved()) {
+        mFlowGraph->UpdateLinkCapacities(inNode, inNeighbor, inEnergy, inEnergy, mSourceNode,
+                                         mSinkNode);
+    } else {
+        SetCapacityAndResidual(*arc, inEnergy);
+        SetCapacityAndResidual(*arc->mReverse, inEnergy);
+    }
+}

@@ -1,0 +1,219 @@
+#include "GraphCut/GraphCutWrapper.h"
+
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <new>
+
+#include "External/graphcut/NodeList.h"
+#include "Image.h"
+#include "TVK/ContractCheck.h"
+
+namespace DP {
+namespace {
+
+constexpr unsigned short kGraphCutNeighborhood = 8;
+constexpr int kGraphCutPlaneCount = 3;
+constexpr int kGraphCutBitDepth = 8;
+
+// Single precision on purpose: they are widened where a double is asked for.
+constexpr float kRegionColourTolerance = 10.0f / 255.0f;
+constexpr int kRegionRadius = 5;
+constexpr float kNeighborEnergyScale = 500.0f;
+constexpr float kNeighborEnergySigma = 16.0f / 255.0f;
+constexpr float kNeighborEnergyExponent = 0.5f;
+constexpr float kStrokeThreshold = 0.5f;
+constexpr float kTerminalBiasWeight = 0.5f;
+constexpr bool kBiasTowardSource = true;
+
+static_assert(std::bit_cast<std::uint32_t>(kRegionColourTolerance) == 0x3d20a0a1);
+static_assert(std::bit_cast<std::uint32_t>(kNeighborEnergySigma) == 0x3d808081);
+
+constexpr auto kStrokeThreshold8Bit = static_cast<unsigned char>(kStrokeThreshold * 255 + 0.5);
+
+// A label that a foreground stroke must exceed to reach the caller's label image.
+constexpr unsigned char kMergeThreshold = 254;
+
+// Intermediates for a developer to look at. They are written on every call; where the
+// folder is missing nothing comes of it, and here only an administrator can make it.
+#if defined(_WIN32)
+#define DP_CALL_FOLDER "c:\\QRL\\"
+#define DP_FRAME_FOLDER "C:\\QRL\\"
+#else
+#define DP_CALL_FOLDER "/QRL/"
+#define DP_FRAME_FOLDER "/QRL/"
+#endif
+
+using Image = GraphCutWrapper::Image;
+
+Image NewImage(int inColumns, int inRows) {
+    const auto image = TVK::MakeObject<IP::Image<unsigned char>>(inColumns, inRows);
+    if (image->GetData() == NULL) throw std::bad_alloc();
+    return image;
+}
+
+std::size_t PixelCount(const Image& inImage) {
+    return static_cast<std::size_t>(inImage->GetRows()) *
+           static_cast<std::size_t>(inImage->GetColumns());
+}
+
+Image NewClearedImage(int inColumns, int inRows) {
+    const Image image = NewImage(inColumns, inRows);
+    std::memset(image->GetData(), 0, PixelCount(image));
+    return image;
+}
+
+void WritePicture(const char* inPath, const Image& inImage) {
+    CAFU::WritePPMFileRGB(inPath, inImage->GetData(), inImage->GetData(), inImage->GetData(),
+                          inImage->GetColumns(), inImage->GetRows());
+}
+
+bool CheckStrokes(const Image& inForegroundStrokeImage, const Image& inBackgroundStrokeImage,
+                  const Image& inCurrentLabelImage) {
+    ContractCheck(inForegroundStrokeImage != NULL, false);
+    ContractCheck(inBackgroundStrokeImage != NULL, false);
+    ContractCheck(
+        (inForegroundStrokeImage->GetColumns() == inBackgroundStrokeImage->GetColumns()) &&
+            (inForegroundStrokeImage->GetRows() == inBackgroundStrokeImage->GetRows()),
+        false);
+    ContractCheck(
+        inCurrentLabelImage == NULL ||
+            ((inCurrentLabelImage != NULL &&
+              (inForegroundStrokeImage->GetColumns() == inCurrentLabelImage->GetColumns()) &&
+              (inForegroundStrokeImage->GetRows() == inCurrentLabelImage->GetRows()))),
+        false);
+    return true;
+}
+
+bool CheckFrame(const unsigned char* inRGBImage, const FrameBounds& inRGBImageBounds) {
+    ContractCheck(inRGBImage != NULL, false);
+    ContractCheck(inRGBImageBounds.Height() > 0 && inRGBImageBounds.Width() > 0, false);
+    return true;
+}
+
+}  // namespace
+
+GraphCutWrapper& GraphCutWrapper::Instance() {
+    static GraphCutWrapper sInstance;
+    return sInstance;
+}
+
+// The kept solver gives its list cells back when the library is unloaded: their pool must
+// be there before the wrapper, to be there after it.
+GraphCutWrapper::GraphCutWrapper() { NodeCellPool::Instance(); }
+
+// Whether the kept graph has the frame's size and is whole.
+bool GraphCutWrapper::KeepsFrame(int inColumns, int inRows) const {
+    return mImageGraph != NULL && mImageGraph->mValid && mImageGraph->mColumns == inColumns &&
+           mImageGraph->mRows == inRows && !mImageGraph->mPixelSinkEnergies.empty();
+}
+
+Image GraphCutWrapper::ComputeLabelImage(const unsigned char* inRGBImage,
+                                         unsigned int inRowBytes, Image inForegroundStrokeImage,
+                                         Image inBackgroundStrokeImage,
+                                         Image inCurrentLabelImage) {
+    if (!CheckStrokes(inForegroundStrokeImage, inBackgroundStrokeImage, inCurrentLabelImage))
+        return {};
+    const int columns = inForegroundStrokeImage->GetColumns();
+    const int rows = inForegroundStrokeImage->GetRows();
+    const FrameBounds bounds{0, 0, columns, rows};
+    const bool isNewFrame = inCurrentLabelImage == NULL;
+    if (isNewFrame) {
+        if (!CheckFrame(inRGBImage, bounds)) return {};
+    } else {
+        ContractCheck(KeepsFrame(columns, rows), {});
+    }
+    ContractCheck(inForegroundStrokeImage->GetData() != NULL, {});
+    ContractCheck(inBackgroundStrokeImage->GetData() != NULL, {});
+
+    const Image result = NewClearedImage(columns, rows);
+    if (isNewFrame) {
+        if (mImageGraph != NULL) mImageGraph->ReleaseGraph();
+        mImageGraph = NULL;
+        BuildImageGraph(inRGBImage, bounds, inRowBytes);
+        if (!KeepsFrame(columns, rows)) return {};
+        inCurrentLabelImage = NewImage(columns, rows);
+        inCurrentLabelImage->CopyPixelsFrom(inForegroundStrokeImage);
+    } else {
+        MergeForegroundIntoLabel(inForegroundStrokeImage, inCurrentLabelImage);
+    }
+
+    const Image fit = NewClearedImage(columns, rows);  // stays so: no mode in use reads it
+    WritePicture(DP_CALL_FOLDER "ForegroundImage.ppm", inForegroundStrokeImage);
+    WritePicture(DP_CALL_FOLDER "BackgroundImage.ppm", inBackgroundStrokeImage);
+    WritePicture(DP_CALL_FOLDER "FitImage.ppm", fit);
+    WritePicture(DP_CALL_FOLDER "CurrentSelectionImage.ppm", inCurrentLabelImage);
+
+    SetEnergies(inForegroundStrokeImage, inBackgroundStrokeImage, inCurrentLabelImage, fit);
+    constexpr double kNoTimeLimit = -1.0;
+    RunMaxFlow(*mImageGraph->mFlowGraph, mImageGraph->mSourceNode, mImageGraph->mSinkNode,
+               *mImageGraph->mSegments, kNoTimeLimit, NULL);
+    mImageGraph->ExtractLabels(result->GetData(), rows, columns, 0, 0, columns, false);
+    return result;
+}
+
+// All pixels once per frame, and after that those under the strokes alone.
+void GraphCutWrapper::SetEnergies(const Image& inForeground, const Image& inBackground,
+                                  const Image& inCurrentLabel, const Image& inFit) {
+    ImageGraph& graph = *mImageGraph;
+    const int rows = inForeground->GetRows();
+    const int columns = inForeground->GetColumns();
+    if (graph.mTerminalEnergiesSet && graph.mBiasTowardSource == kBiasTowardSource)
+        graph.SetStrokeEnergies(inForeground->GetData(), inBackground->GetData(),
+                                kStrokeThreshold8Bit, rows, columns, 0, 0, columns, columns);
+    else
+        graph.SetTerminalEnergies(inCurrentLabel->GetData(), inFit->GetData(),
+                                  inForeground->GetData(), inBackground->GetData(),
+                                  double{kTerminalBiasWeight}, kTerminalEnergyStrokesOnly,
+                                  kBiasTowardSource, kStrokeThreshold8Bit, rows, columns, 0, 0,
+                                  columns, columns, columns, columns);
+    graph.mTerminalEnergiesSet = true;
+    graph.mBiasTowardSource = kBiasTowardSource;
+}
+
+void GraphCutWrapper::BuildImageGraph(const unsigned char* inRGBImage,
+                                      const FrameBounds& inRGBImageBounds,
+                                      unsigned int inRowBytes) {
+    if (!CheckFrame(inRGBImage, inRGBImageBounds)) return;
+    if (mImageGraph != NULL) return;
+    const int height = static_cast<int>(inRGBImageBounds.Height());
+    const int width = static_cast<int>(inRGBImageBounds.Width());
+
+    mImageGraph = TVK::MakeObject<ImageGraph>();
+    mImageGraph->Initialize(GraphRect{0, 0, height, width}, NULL, kGraphCutNeighborhood, NULL,
+                            0, 1);
+    if (!mImageGraph->mValid) return;
+
+    const Image red = NewImage(width, height);
+    const Image green = NewImage(width, height);
+    const Image blue = NewImage(width, height);
+    CAFU::SplitPackedPixels(inRGBImage, height, width, static_cast<int>(inRowBytes),
+                            red->GetData(), green->GetData(), blue->GetData());
+    using quillet::utility::AsciiToUTF16;
+    IP::WriteImageToPPM(*red, AsciiToUTF16(DP_FRAME_FOLDER "RedComOriginalImage.ppm"));
+    IP::WriteImageToPPM(*green, AsciiToUTF16(DP_FRAME_FOLDER "GreenComOriginalImage.ppm"));
+    IP::WriteImageToPPM(*blue, AsciiToUTF16(DP_FRAME_FOLDER "BlueComOriginalImage.ppm"));
+
+    mImageGraph->BuildRegionGraph(red->GetData(), green->GetData(), blue->GetData(), NULL,
+                                  height, width, 0, 0, width, kGraphCutPlaneCount,
+                                  kGraphCutBitDepth, kRegionColourTolerance, kRegionRadius);
+    mImageGraph->SetNeighborEnergies(
+        red->GetData(), green->GetData(), blue->GetData(), NULL, height, width, 0, 0, width,
+        kGraphCutPlaneCount, kGraphCutBitDepth, double{kNeighborEnergyScale},
+        double{kNeighborEnergySigma}, double{kNeighborEnergyExponent}, true);
+}
+
+void GraphCutWrapper::MergeForegroundIntoLabel(Image inForegroundImage, Image ioLabelImage) {
+    ContractCheck(inForegroundImage->GetData() != NULL);
+    ContractCheck(ioLabelImage->GetData() != NULL);
+    ContractCheck(inForegroundImage->GetRows() == ioLabelImage->GetRows() &&
+                  inForegroundImage->GetColumns() == ioLabelImage->GetColumns());
+    const unsigned char* const foreground = inForegroundImage->GetData();
+    unsigned char* const labels = ioLabelImage->GetData();
+    const std::size_t count = PixelCount(inForegroundImage);
+    for (std::size_t i = 0; i < count; ++i)
+        labels[i] = foreground[i] > kMergeThreshold ? 255 : labels[i];
+}
+
+}  // namespace DP

@@ -1,0 +1,75 @@
+// GraphCutWrapper: strokes on a frame to a label image, and what is kept between strokes.
+
+#pragma once
+
+#include <cstdint>
+
+#include "External/graphcut/imgraphcut.h"
+#include "image/IPImage.h"
+
+namespace DP {
+
+/// Right and bottom are exclusive; y runs downward.
+struct FrameBounds {
+    std::int32_t mLeft = 0;
+    std::int32_t mTop = 0;
+    std::int32_t mRight = 0;
+    std::int32_t mBottom = 0;
+
+    std::int64_t Height() const { return std::int64_t{mBottom} - mTop; }
+    std::int64_t Width() const { return std::int64_t{mRight} - mLeft; }
+};
+
+/// Selects a foreground. There is no colour model: strokes bind pixels, every other pixel
+/// has one small bias to the background, and all that is seen in the picture is in the
+/// links between neighbouring regions.
+///
+/// Two states. Without a current label image a call starts a **new frame**: it drops the
+/// kept graph and builds one. With one it goes on with the **kept frame**: only terminal
+/// capacities change and the same maximum flow is resumed.
+///
+/// Ownership: keeps the graph of one frame, until the next new frame or its own end. No
+///   picture is kept.
+/// Threads: one computation at a time in the process.
+/// Errors: a broken precondition throws the contract error; the kept graph and the caller's
+///   images stay as they were. `std::bad_alloc` passes through; what was half built is
+///   dropped by the next new frame.
+/// Frozen: the order of the members.
+class GraphCutWrapper {
+public:
+    using Image = IP::ImagePtr<unsigned char>;
+
+    /// The one of the process, which lives as long as the library is loaded.
+    static GraphCutWrapper& Instance();
+
+    GraphCutWrapper();
+    GraphCutWrapper(const GraphCutWrapper&) = delete;
+    GraphCutWrapper& operator=(const GraphCutWrapper&) = delete;
+
+    /// Returns a new image, 255 for foreground and 0 for all else. All sizes come from the
+    /// foreground stroke image.
+    /// @param inRGBImage  four bytes a pixel and one more; not read for a kept frame.
+    /// @param inCurrentLabelImage  may be null; else the strokes are merged into it.
+    Image ComputeLabelImage(const unsigned char* inRGBImage, unsigned int inRowBytes,
+                            Image inForegroundStrokeImage, Image inBackgroundStrokeImage,
+                            Image inCurrentLabelImage);
+
+    /// Cuts the frame into regions and weighs their links, unless a graph is kept.
+    void BuildImageGraph(const unsigned char* inRGBImage, const FrameBounds& inRGBImageBounds,
+                         unsigned int inRowBytes);
+
+    /// Labels become 255 where the foreground is.
+    void MergeForegroundIntoLabel(Image inForegroundImage, Image ioLabelImage);
+
+    const ImageGraph* GetImageGraph() const { return mImageGraph.Get(); }
+
+private:
+    bool KeepsFrame(int inColumns, int inRows) const;
+    void SetEnergies(const Image& inForeground, const Image& inBackground,
+                     const Image& inCurrentLabel, const Image& inFit);
+
+    TVK::ObjectPtr<ImageGraph> mImageGraph;
+    Image mUnused[3];  // no operation sets them
+};
+
+}  // namespace DP
