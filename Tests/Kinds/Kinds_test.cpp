@@ -9,9 +9,17 @@
 #include <vector>
 
 #include "ClassIDs.h"
+#include "ColourPyramid/ColourPyramidDescriptorDataKey.h"
+#include "ColourPyramid/ColourPyramidDescriptorWorkerItem.h"
 #include "DP/DescriptorFactory.h"
+#include "DP/IAPTDescriptor.h"
 #include "DP/IFloatGreyImageDescriptor.h"
+#include "DP/IGraphCutDescriptor.h"
 #include "DP/IGreyImageDescriptor.h"
+#include "DP/IKLTDescriptor.h"
+#include "Pyramid/ImagePyramidDescriptorDataKey.h"
+#include "Pyramid/ImagePyramidDescriptorWorkerItem.h"
+#include "Support/Images.h"
 #include "Support/Reports.h"
 #include "Support/Textures.h"
 #include "Support/WideStrings.h"
@@ -59,6 +67,46 @@ void SetColourFrame(const Ref<IDescriptorWorkerItem>& inItem) {
     Ref<Interface>(inItem)->SetInputImage(ColourFrame().data(), kRows, kCols, kCols * 4);
 }
 
+const std::vector<unsigned char>& GreyBytes() {
+    static const auto sFrame = Testing::TexturedBytes(kCols, kRows, 0, 0);
+    return sFrame;
+}
+
+const std::vector<float>& GreyFloats() {
+    static const auto sFrame = Testing::TexturedFrame(kCols, kRows, 0, 0);
+    return sFrame;
+}
+
+// One stroke pixel in the corner named.
+IP::ImagePtr<unsigned char> Stroke(int inX, int inY) {
+    std::vector<unsigned char> pixels(std::size_t(kCols * kRows), 0);
+    pixels[std::size_t(inY * kCols + inX)] = 255;
+    return Testing::ImageOf(kCols, kRows, pixels);
+}
+
+void SetKLTInputs(const Ref<IDescriptorWorkerItem>& inItem) {
+    Ref<DP::IKLTDescriptorWorkerItem>(inItem)->SetInputImages(
+        nullptr, Testing::ImageOf(kCols, kRows, GreyBytes()), nullptr);
+}
+
+void SetAPTInputs(const Ref<IDescriptorWorkerItem>& inItem) {
+    Ref<DP::IAPTDescriptorWorkerItem>(inItem)->SetInputs(
+        nullptr, Testing::ImageOf(kCols, kRows, GreyFloats()), nullptr, kCols, kRows);
+}
+
+void SetGraphCutInputs(const Ref<IDescriptorWorkerItem>& inItem) {
+    Ref<DP::IGraphCutDescriptorWorkerItem>(inItem)->SetInputs(
+        ColourFrame().data(), kCols * 4, Stroke(10, 10), Stroke(50, 40), nullptr);
+}
+
+void SetImagePyramidInputs(const Ref<IDescriptorWorkerItem>& inItem) {
+    Ref<DP::ImagePyramidDescriptorWorkerItem>(inItem)->SetPyramidImage(GreyBytes().data());
+}
+
+void SetColourPyramidInputs(const Ref<IDescriptorWorkerItem>& inItem) {
+    Ref<DP::ColourPyramidDescriptorWorkerItem>(inItem)->SetCurrImage(GreyFloats().data());
+}
+
 Ref<DP::IDescriptorDataKey> PlainKey(long long inFrame) {
     return DP::CreateDescriptorDataKey(Wide("clip"), inFrame, kRows, kCols);
 }
@@ -70,6 +118,8 @@ std::function<Ref<DP::IDescriptorProperty>()> PlainProperty(DescriptorDataType i
 }
 
 // ---- The table -----------------------------------------------------------------------
+
+constexpr InterfaceID kNone{};
 
 const Kind kKinds[] = {
     {"GreyImage", DP::kDescriptorDataTypeGreyImage, kIdentifierOf<DP::IGreyImageDescriptorData>,
@@ -85,6 +135,53 @@ const Kind kKinds[] = {
      kIdentifierOf<DP::FloatGreyImageDescriptorWorkerItem>,
      PlainProperty(DP::kDescriptorDataTypeFloatGreyImage), PlainKey,
      SetColourFrame<DP::IFloatGreyImageDescriptorWorkerItem>, true},
+    {"KLT", DP::kDescriptorDataTypeKLT, kIdentifierOf<DP::IKLTDescriptorData>,
+     kIdentifierOf<DP::KLTDescriptorData>, kIdentifierOf<DP::IKLTDescriptorWorkerItem>,
+     kIdentifierOf<DP::KLTDescriptorWorkerItem>,
+     [] {
+         return DP::CreateKLTDescriptorProperty(20, 1, 10, 10, Wide("clip"),
+                                                DP::kDescriptorDataTypeKLT);
+     },
+     [](long long inFrame) {
+         return DP::CreateKLTDescriptorDataKey(Wide("clip"), inFrame, 1, 20, kRows, kCols, 10,
+                                               10);
+     },
+     SetKLTInputs, true},
+    {"APT", DP::kDescriptorDataTypeAPT, kIdentifierOf<DP::IAPTDescriptorData>,
+     kIdentifierOf<DP::APTDescriptorData>, kIdentifierOf<DP::IAPTDescriptorWorkerItem>,
+     kIdentifierOf<DP::APTDescriptorWorkerItem>,
+     [] {
+         return DP::CreateAPTDescriptorProperty(20, 0, 5, 10, Wide("clip"),
+                                                DP::kDescriptorDataTypeAPT, 0.0f, 0);
+     },
+     [](long long inFrame) {
+         return DP::CreateAPTDescriptorDataKey(Wide("clip"), inFrame, 0, 20, kRows, kCols, 5,
+                                               10, 0.0f, 0);
+     },
+     SetAPTInputs, true},
+    {"GraphCut", DP::kDescriptorDataTypeGraphCut, kIdentifierOf<DP::IGraphCutDescriptorData>,
+     kIdentifierOf<DP::GraphCutDescriptorData>,
+     kIdentifierOf<DP::IGraphCutDescriptorWorkerItem>,
+     kIdentifierOf<DP::GraphCutDescriptorWorkerItem>,
+     PlainProperty(DP::kDescriptorDataTypeGraphCut), PlainKey, SetGraphCutInputs, true},
+    {"ImagePyramid", DP::kDescriptorDataTypeImagePyramid, kNone,
+     kIdentifierOf<DP::ImagePyramidDescriptorData>, kNone,
+     kIdentifierOf<DP::ImagePyramidDescriptorWorkerItem>,
+     PlainProperty(DP::kDescriptorDataTypeImagePyramid),
+     [](long long inFrame) {
+         return DP::CreateImagePyramidDescriptorDataKey(Wide("clip"), inFrame, 1.0f, 0.7f, 0.9f,
+                                                        4, 2, kCols, kRows);
+     },
+     SetImagePyramidInputs, false},
+    {"ColourPyramid", DP::kDescriptorDataTypeColourPyramid, kNone,
+     kIdentifierOf<DP::ColourPyramidDescriptorData>, kNone,
+     kIdentifierOf<DP::ColourPyramidDescriptorWorkerItem>,
+     PlainProperty(DP::kDescriptorDataTypeColourPyramid),
+     [](long long inFrame) {
+         return DP::CreateColourPyramidDescriptorDataKey(Wide("clip"), inFrame, kRows, kCols, 0,
+                                                         2, 1);
+     },
+     SetColourPyramidInputs, false},
 };
 
 template <class I>
@@ -125,7 +222,7 @@ TEST_P(Kinds, DataIsItsInterfaceAndAnswersToEveryName) {
     void* const root = Find(data, kIdentifierOf<TVK::TVKUnknown>);
     EXPECT_NE(Find(data, kIdentifierOf<DP::DescriptorData>), nullptr);
     EXPECT_NE(Find(data, GetParam().mDataClass), nullptr);
-    if (GetParam().mDataInterface == InterfaceID{}) {
+    if (GetParam().mDataInterface == kNone) {
         EXPECT_EQ(root, Find(data, kIdentifierOf<IDescriptorData>));
     } else {
         EXPECT_EQ(root, Find(data, GetParam().mDataInterface));
@@ -142,7 +239,7 @@ TEST_P(Kinds, ItemIsItsInterfaceAndItsClassIsThePrimaryBase) {
     void* const primary = Find(item, kIdentifierOf<IDescriptorWorkerItem>);
     EXPECT_EQ(primary, Find(item, kIdentifierOf<DP::DescriptorWorkerItem>));
     EXPECT_EQ(primary, Find(item, GetParam().mItemClass));
-    if (GetParam().mItemInterface == InterfaceID{}) {
+    if (GetParam().mItemInterface == kNone) {
         EXPECT_EQ(root, primary);
     } else {
         EXPECT_EQ(root, Find(item, GetParam().mItemInterface));
