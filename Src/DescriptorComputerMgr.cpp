@@ -65,9 +65,7 @@ void DescriptorComputerMgr::RemoveAllDescriptorComputers() {
 }
 
 Ref<IDescriptorComputerMgr> CreateDescriptorComputerMgr() {
-    if (auto kept = sComputerMgr.Get(); kept != NULL) return kept;
-    sComputerMgr.Set(TVK::gSingleton<DescriptorComputerMgr>.Instance());
-    return sComputerMgr.Get();
+    return sComputerMgr.GetOrMake<DescriptorComputerMgr>();
 }
 
 void DropDescriptorComputerMgr() { sComputerMgr.Set(nullptr); }

@@ -21,7 +21,8 @@ bool DescriptorDataCache::FindData(const Ref<IDescriptorDataKey>& inKey,
                                    Ref<IDescriptorData>& outData) {
     const ScopeLock lock(mDataMutex);
     const auto entry = mDataMap.find(inKey);
-    if (entry == mDataMap.end()) return false;
+    // Where a host's ThrowError returns, the comparator calls a null key equal to any.
+    if (entry == mDataMap.end() || inKey == NULL) return false;
     outData = entry->second;
     StampNow(*outData.operator->());
     return true;
@@ -55,7 +56,9 @@ void DescriptorDataCache::EnterData(const Ref<IDescriptorDataKey>& inKey,
 
 void DescriptorDataCache::ForgetKeyMutex(const Ref<IDescriptorDataKey>& inKey) {
     const ScopeLock lock(mInFlightMutex);
-    mInFlightMap.erase(inKey);
+    // One entry: a key with a NaN is equal to many.
+    const auto entry = mInFlightMap.find(inKey);
+    if (entry != mInFlightMap.end()) mInFlightMap.erase(entry);
 }
 
 int DescriptorDataCache::ClearCache() {

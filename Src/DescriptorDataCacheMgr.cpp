@@ -61,9 +61,7 @@ unsigned int DescriptorDataCacheMgr::GetTotalDataSize() {
 }
 
 Ref<IDescriptorDataCacheMgr> CreateDescriptorDataCacheMgr() {
-    if (auto kept = sDataCacheMgr.Get(); kept != NULL) return kept;
-    sDataCacheMgr.Set(TVK::gSingleton<DescriptorDataCacheMgr>.Instance());
-    return sDataCacheMgr.Get();
+    return sDataCacheMgr.GetOrMake<DescriptorDataCacheMgr>();
 }
 
 void DropDescriptorDataCacheMgr() { sDataCacheMgr.Set(nullptr); }

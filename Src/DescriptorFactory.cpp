@@ -13,18 +13,6 @@
 #include "TVK/ContractCheck.h"
 
 namespace DP {
-namespace {
-
-// Object, initialising operation, public interface.
-template <class Class, class... Args>
-TVK::InterfaceRef<Class> MakeInitialised(Args&&... inArgs) {
-    auto object = Class::Create();
-    object->Init(std::forward<Args>(inArgs)...);
-    return object;
-}
-
-}  // namespace
-
 // ---- Properties ----------------------------------------------------------------------
 
 Ref<IDescriptorProperty> CreateDescriptorProperty(quillet::WideString inSourceID,

@@ -45,7 +45,14 @@ void CopyStringObject(const quillet::WideString& inString, unsigned char* outByt
 
     const auto object = reinterpret_cast<std::uintptr_t>(&inString);
     const auto characters = reinterpret_cast<std::uintptr_t>(inString.data());
-    if (characters < object || characters >= object + sizeof(inString)) return;
+    if (characters < object || characters >= object + sizeof(inString)) {
+#if defined(__GLIBCXX__)
+        // Address, size, capacity, and eight bytes that nobody wrote.
+        static_assert(sizeof(inString) == 32);
+        std::memset(outBytes + 24, 0, 8);
+#endif
+        return;
+    }
 
     for (std::size_t at = 0; at + sizeof(characters) <= sizeof(inString);
          at += sizeof(characters))

@@ -7,6 +7,7 @@
 #pragma once
 
 #include <atomic>
+#include <utility>
 
 #include "ClassIDs.h"
 #include "DP/DescriptorFactory.h"
@@ -85,6 +86,14 @@ public:
 private:
     Ref<IDescriptorDataKey> mKey;
 };
+
+/// What every property and key is made by: the object, then its initialising operation.
+template <class Class, class... Args>
+Ref<Class> MakeInitialised(Args&&... inArgs) {
+    auto object = Class::Create();
+    object->Init(std::forward<Args>(inArgs)...);
+    return object;
+}
 
 /// What `ComputeData` of most kinds ends with: puts a new data object of `inType` into
 /// `outResult` and hands it to `inFill` as its class.

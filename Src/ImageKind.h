@@ -28,7 +28,7 @@ public:
                static_cast<unsigned int>(mImage->GetRows()) * sizeof(Pixel);
     }
 
-    /// The clone has pixels of its own, or none if this has none.
+    /// The clone has pixels of its own, or none if this has none or memory runs out.
     Ref<IDescriptorData> CloneData() override {
         Ref<IDescriptorData> clone;
         FillNewData<Self>(kKind, clone, [&](Self& outClone) {
@@ -36,7 +36,7 @@ public:
             const auto copy =
                 TVK::MakeObject<IP::Image<Pixel>>(mImage->GetColumns(), mImage->GetRows());
             copy->CopyPixelsFrom(mImage);
-            outClone.SetImage(copy);
+            if (copy->GetData()) outClone.SetImage(copy);
         });
         return clone;
     }
@@ -45,17 +45,16 @@ protected:
     IP::ImagePtr<Pixel> mImage;
 };
 
-/// Converts `inFrame` by `inConvert` into a new image under a new data object. Returns
-/// false, and leaves `ioResult` alone, if the conversion does.
+/// Converts `inFrame` by `inConvert` into a new image under a new data object. Leaves
+/// `ioResult` alone if the conversion fails.
 template <class Data, class Pixel, class Convert>
-bool ConvertFrame(const HostFrame& inFrame, DescriptorDataType inKind, Convert inConvert,
+void ConvertFrame(const HostFrame& inFrame, DescriptorDataType inKind, Convert inConvert,
                   Ref<IDescriptorData>& ioResult) {
     const auto image = TVK::MakeObject<IP::Image<Pixel>>(inFrame.mColumns, inFrame.mRows);
     if (!inConvert(inFrame.mPixels, inFrame.mRows, inFrame.mColumns, inFrame.mRowBytes,
                    image->GetData()))
-        return false;
+        return;
     FillNewData<Data>(inKind, ioResult, [&](Data& outData) { outData.SetImage(image); });
-    return true;
 }
 
 }  // namespace DP

@@ -13,12 +13,11 @@ else()
                  PATH_SUFFIXES lapack "${CMAKE_LIBRARY_ARCHITECTURE}/lapack")
     find_library(DP_BLAS_STATIC libblas.a REQUIRED
                  PATH_SUFFIXES blas "${CMAKE_LIBRARY_ARCHITECTURE}/blas")
-    # The Fortran run time is found by the Fortran compiler's own directory.
-    find_library(DP_GFORTRAN NAMES gfortran libgfortran.so.5)
-    if(NOT DP_GFORTRAN)
-        file(GLOB _dp_gfortran "/usr/lib/gcc/*/*/libgfortran.so")
-        list(POP_BACK _dp_gfortran DP_GFORTRAN_FOUND)
-        set(DP_GFORTRAN "${DP_GFORTRAN_FOUND}" CACHE FILEPATH "" FORCE)
+    # The Fortran run time is the compiler's own, and shared like those of C and C++.
+    execute_process(COMMAND ${CMAKE_CXX_COMPILER} -print-file-name=libgfortran.so
+        OUTPUT_VARIABLE gfortran OUTPUT_STRIP_TRAILING_WHITESPACE)
+    if(EXISTS "${gfortran}")
+        set(DP_GFORTRAN "${gfortran}" CACHE FILEPATH "The Fortran run time")
     endif()
     if(NOT DP_GFORTRAN)
         message(FATAL_ERROR "The Fortran run time (libgfortran) was not found")

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <type_traits>
 
 #include "TVK/ContractCheck.h"
 #include "TVK/MemoryRecycler.h"
@@ -57,6 +58,7 @@ public:
         mRowBytes = static_cast<std::int32_t>(std::int64_t{inCols} * kPixelBytes);
         if (mData || mRecycler != NULL) return;
         mRecycler = TVK::MemoryRecycler::Instance();
+        if (mRecycler == NULL) return;
         mBuffer = mRecycler->AllocateBuffer(ByteCount(inCols, inRows));
         mData = static_cast<T*>(mBuffer.mBlock);
     }
@@ -66,11 +68,11 @@ public:
     T* GetData() { return mData; }
     const T* GetData() const { return mData; }
 
-    /// Copies all pixels of an image of the same size.
+    /// Copies all pixels of an image of the same size; nothing where either has none.
     void CopyPixelsFrom(ImagePtr<T> inImage) {
-        ContractCheck(inImage != NULL);
-        ContractCheck(mCols == inImage->GetColumns());
-        ContractCheck(mRows == inImage->GetRows());
+        ContractCheckIn("image/IPImage.h", inImage != NULL);
+        ContractCheckIn("image/IPImage.h", mCols == inImage->GetColumns());
+        ContractCheckIn("image/IPImage.h", mRows == inImage->GetRows());
         if (inImage->PixelCount() != 0 && PixelCount() != 0)
             std::memcpy(mData, inImage->GetData(), PixelCount() * kPixelBytes);
     }
@@ -79,9 +81,9 @@ public:
     /// number of pixels comes from the image's size before the call; the given size, which
     /// must not be larger, becomes the image's. Callers pass the image's own size.
     void ConvertFromBytes(const unsigned char* inBytes, int inCols,
-                          int inRows) requires(sizeof(T) == sizeof(float)) {
-        ContractCheck(mCols >= inCols);
-        ContractCheck(mRows >= inRows);
+                          int inRows) requires std::is_same_v<T, float> {
+        ContractCheckIn("image/IPImage.h", mCols >= inCols);
+        ContractCheckIn("image/IPImage.h", mRows >= inRows);
         const std::size_t count = PixelCount();
         mCols = inCols;
         mRows = inRows;

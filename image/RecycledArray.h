@@ -23,7 +23,7 @@ class RecycledArray {
 public:
     explicit RecycledArray(std::size_t inCount)
         : mRecycler(TVK::MemoryRecycler::Instance()), mCount(inCount) {
-        if (inCount <= std::size_t{PTRDIFF_MAX} / sizeof(T))
+        if (mRecycler != NULL && inCount <= std::size_t{PTRDIFF_MAX} / sizeof(T))
             mBuffer = mRecycler->AllocateBuffer(static_cast<std::int64_t>(inCount * sizeof(T)));
         if (!mBuffer.mBlock) throw std::bad_alloc();
     }

@@ -17,6 +17,7 @@ void ColourPyramidDescriptorData::InitPyramid(std::uint32_t inWidth, std::uint32
     const ColourPyramidShape shape{inWidth, inHeight, inChannels, inLevels};
     const std::size_t floats = shape.TotalFloats();
     mRecycler = TVK::MemoryRecycler::Instance();
+    if (mRecycler == NULL) throw std::bad_alloc();
     mBuffer = mRecycler->AllocateBuffer(static_cast<std::int64_t>(floats * sizeof(float)));
     if (!mBuffer.mBlock) throw std::bad_alloc();
     mShape = shape;

@@ -32,10 +32,9 @@ bool ColourPyramidDescriptorDataKey::IsLessThan(Ref<IDescriptorDataKey> inDataKe
 Ref<IDescriptorDataKey> CreateColourPyramidDescriptorDataKey(
     quillet::WideString inSourceID, long long inFrameNumber, int inRows, int inColumns,
     unsigned int inColourVariant, unsigned int inLevelCount, unsigned int inChannels) {
-    auto key = ColourPyramidDescriptorDataKey::Create();
-    key->Init(inSourceID, inFrameNumber, inRows, inColumns, inColourVariant, inLevelCount,
-              inChannels);
-    return key;
+    return MakeInitialised<ColourPyramidDescriptorDataKey>(inSourceID, inFrameNumber, inRows,
+                                                           inColumns, inColourVariant,
+                                                           inLevelCount, inChannels);
 }
 
 }  // namespace DP

@@ -38,10 +38,9 @@ Ref<IDescriptorDataKey> CreateImagePyramidDescriptorDataKey(
     quillet::WideString inSourceID, long long inFrameNumber, float inGradientSigma,
     float inSmoothSigma, float inPyramidSigmaFactor, int inSubsampling, int inLevelCount,
     int inColumns, int inRows) {
-    auto key = ImagePyramidDescriptorDataKey::Create();
-    key->Init(inSourceID, inFrameNumber, inGradientSigma, inSmoothSigma, inPyramidSigmaFactor,
-              inSubsampling, inLevelCount, inColumns, inRows);
-    return key;
+    return MakeInitialised<ImagePyramidDescriptorDataKey>(
+        inSourceID, inFrameNumber, inGradientSigma, inSmoothSigma, inPyramidSigmaFactor,
+        inSubsampling, inLevelCount, inColumns, inRows);
 }
 
 }  // namespace DP

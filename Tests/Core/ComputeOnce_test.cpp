@@ -181,7 +181,14 @@ TEST_F(ComputeOnce, ASecondThreadWaitsForTheFirstAndGetsItsObject) {
         });
     });
     inside.wait();
-    std::thread two([&] { second = GetCached(1); });
+    // The second is on its way before the first may finish. Whether it already waits on
+    // the key cannot be seen from here; that it never computes can.
+    std::latch onItsWay(1);
+    std::thread two([&] {
+        onItsWay.count_down();
+        second = GetCached(1);
+    });
+    onItsWay.wait();
     // Another key passes while the first is being computed; it would hang here otherwise.
     EXPECT_TRUE(Get(2, mCount) != NULL);
     mayFinish.count_down();

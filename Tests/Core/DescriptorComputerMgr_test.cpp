@@ -86,6 +86,17 @@ TEST_F(ComputerMgr, NullPropertyBreaksTheContractAndAnUnknownKindIsReported) {
     std::thread([] { EXPECT_TRUE(Grey("a") != NULL); }).join();
 }
 
+TEST_F(ComputerMgr, APlainPropertyOfATrackersKindThrowsAndLeavesNothingBehind) {
+    const auto grey = Grey("a");
+    for (const auto kind : {DP::kDescriptorDataTypeKLT, DP::kDescriptorDataTypeAPT}) {
+        const auto property = CreateDescriptorProperty(Wide("a"), kind);
+        EXPECT_THROW(CreateDescriptorComputer(property), TVK::NullInterfaceException);
+        EXPECT_THROW(CreateDescriptorComputer(property), TVK::NullInterfaceException)
+            << "no half-made computer is found";
+    }
+    std::thread([&] { EXPECT_EQ(Grey("a"), grey); }).join();
+}
+
 TEST_F(ComputerMgr, ComputerWithoutAPropertyHasNoSourceAndThrowsForItsKind) {
     const auto computer = DP::DescriptorComputer::Create();
     EXPECT_TRUE(computer->GetSourceID().empty());

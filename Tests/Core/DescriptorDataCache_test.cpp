@@ -5,9 +5,13 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <limits>
 #include <thread>
+#include <vector>
 
 #include "DP/DescriptorFactory.h"
+#include "Pyramid/ImagePyramidDescriptorDataKey.h"
 #include "Support/Items.h"
 #include "Support/Reports.h"
 #include "Support/WideStrings.h"
@@ -97,18 +101,82 @@ TEST_F(Cache, AKeyKeepsItsMutexUntilAResultIsStored) {
     EXPECT_EQ(MutexOf(1), after);
 }
 
-TEST_F(Cache, HitAndStoreStampTheData) {
+// Milliseconds since the cache was built: not less than what has passed before, not more
+// than what has passed after.
+TEST_F(Cache, StoreAndHitStampTheDataInMilliseconds) {
+    using Clock = std::chrono::steady_clock;
+    using std::chrono::milliseconds;
+    const auto before = Clock::now();
+    const auto cache = DescriptorDataCache::Create();
+    cache->SetMaxEntries(15);
+    const auto built = Clock::now();
+    const auto expectStampOf = [&](const Ref<IDescriptorData>& inData, auto inWork) {
+        const auto least = std::chrono::floor<milliseconds>(Clock::now() - built).count();
+        inWork();
+        const auto most = std::chrono::ceil<milliseconds>(Clock::now() - before).count();
+        unsigned int stamp = 0;
+        inData->GetTimeStamp(stamp);
+        EXPECT_GE(stamp, least);
+        EXPECT_LE(stamp, most);
+    };
     const auto data = CountedData::Make();
-    mCache->StoreData(KeyOf(1), data);
-    unsigned int stored = 0;
-    data->GetTimeStamp(stored);
-    unsigned int hit = stored;
-    for (int tries = 0; tries < 1000 && hit == stored; ++tries) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        EXPECT_TRUE(Has(1));
-        data->GetTimeStamp(hit);
-    }
-    EXPECT_GT(hit, stored);
+    std::this_thread::sleep_for(milliseconds(5));
+    expectStampOf(data, [&] { cache->StoreData(KeyOf(1), data); });
+    std::this_thread::sleep_for(milliseconds(5));
+    Ref<IDescriptorData> hit;
+    RecursiveMutexPtr mutex;
+    expectStampOf(data, [&] { cache->GetCachedData(KeyOf(1), hit, mutex); });
+}
+
+// A NaN is equal to every number, so a key with one stands for many; a store under it may
+// take the mutex of one of them, and of no more.
+TEST_F(Cache, StoreUnderANaNKeyTakesOneMutexAtMost) {
+    const auto keyOf = [](float inSigma) {
+        return DP::CreateImagePyramidDescriptorDataKey(Wide("clip"), 1, inSigma, 1, 1, 4, 2, 8,
+                                                       8);
+    };
+    const auto mutexOf = [&](float inSigma) {
+        Ref<IDescriptorData> data;
+        RecursiveMutexPtr mutex;
+        DescriptorDataCache& cache = *mCache.operator->();
+        cache.GetCachedData(keyOf(inSigma), data, mutex);
+        return mutex;
+    };
+    std::vector<RecursiveMutexPtr> before;
+    for (int sigma = 1; sigma <= 4; ++sigma)
+        before.push_back(mutexOf(float(sigma)));
+    mCache->StoreData(keyOf(std::numeric_limits<float>::quiet_NaN()), CountedData::Make());
+    mCache->ClearCache();
+    int changed = 0;
+    for (int sigma = 1; sigma <= 4; ++sigma)
+        changed += !(mutexOf(float(sigma)) == before[std::size_t(sigma) - 1]);
+    EXPECT_LE(changed, 1);
+}
+
+// What a null key does where there is nothing to compare it with.
+TEST_F(Cache, NullKeyIsStoredIntoAnEmptyCacheAndSpoilsItUntilCleared) {
+    const RecordedReports reports;
+    mCache->StoreData(nullptr, CountedData::Make());
+    EXPECT_THROW(Has(1), quillet::config::ReportedError);
+    mCache->ClearCache();
+    EXPECT_FALSE(Has(1));
+}
+
+// A host whose ThrowError returns: the null key is reported, and is no hit.
+TEST_F(Cache, NullKeyIsNoHitWhereAHostsProcedureReturns) {
+    const RecordedReports reports;
+    mCache->StoreData(KeyOf(1), CountedData::Make());
+    quillet::config::SetThrowError([](quillet::config::ErrorLevel, const char*, unsigned long,
+                                      long, bool, const quillet::config::ReplacementValue&,
+                                      const quillet::config::ReplacementValue&,
+                                      const quillet::config::ReplacementValue&,
+                                      const quillet::config::ReplacementValue&) {});
+    Ref<IDescriptorData> data;
+    RecursiveMutexPtr mutex;
+    EXPECT_FALSE(mCache->GetCachedData(nullptr, data, mutex));
+    EXPECT_TRUE(data == NULL);
+    quillet::config::SetThrowError(nullptr);
+    EXPECT_FALSE(reports.Contracts().empty());
 }
 
 TEST_F(Cache, NullDataThrowsAfterItsEntryWasMadeAndLocksNothing) {

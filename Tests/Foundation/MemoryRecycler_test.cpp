@@ -15,6 +15,17 @@
 
 namespace {
 
+// Destroyed after the library's own statics, whose first use comes later: what it asks for
+// then must still work.
+struct MakesABlockAtExit {
+    ~MakesABlockAtExit() {
+        const auto recycler = TVK::MemoryRecycler::Instance();
+        TVK::MemoryBuffer buffer = recycler->AllocateBuffer(10000);
+        std::memset(buffer.mBlock, 1, 10000);
+        recycler->RecycleBuffer(buffer);
+    }
+} sMakesABlockAtExit;
+
 using TVK::MemoryBuffer;
 using TVK::MemoryRecycler;
 
@@ -78,6 +89,17 @@ TEST(MemoryRecycler, UnusedBytesStayBelowTheBoundAndTheOldestGoFirst) {
 
     // Of 4 * 64 + 5 * 96 = 736 MiB the four old ones had to go; the five new ones fit.
     EXPECT_EQ(recycler.GetUnusedBytes(), 5 * std::size_t{kNew});
+}
+
+TEST(MemoryRecycler, ABlockBeyondTheBoundPushesNothingOut) {
+    MemoryRecycler recycler;
+    MemoryBuffer small = recycler.AllocateBuffer(1 << 20);
+    MemoryBuffer huge = recycler.AllocateBuffer(std::int64_t{MemoryRecycler::kMaxUnusedBytes} +
+                                                (std::int64_t{1} << 20));
+    recycler.RecycleBuffer(small);
+    recycler.RecycleBuffer(huge);
+    EXPECT_EQ(recycler.GetUnusedBytes(), std::size_t{1} << 20);
+    EXPECT_EQ(recycler.GetUsedBytes(), 0u);
 }
 
 TEST(MemoryRecycler, TrimFreesWhatIsUnusedAndLeavesTheRest) {

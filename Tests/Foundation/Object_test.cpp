@@ -108,7 +108,30 @@ TEST(Object, ABaseTwoLayersDownIsFound) {
     EXPECT_EQ(Find(derived, kIdentifierOf<IOwn>), static_cast<IOwn*>(&derived));
     EXPECT_EQ(Find(derived, kIdentifierOf<TVKUnknown>),
               static_cast<TVKUnknown*>(static_cast<IThird*>(&derived)));
-    EXPECT_EQ(base.GetUnknown(), derived.GetUnknown());
+}
+
+// Through whichever base it is asked, an object is one and the same TVKUnknown, and the
+// reference that comes with the answer is on its one count.
+template <class Made>
+void ExpectOneIdentity() {
+    auto* const object = Made::Create().Detach();
+    Base& base = *object;
+    void* root = nullptr;
+    object->QueryInterfaceNoAddRef(kIdentifierOf<TVKUnknown>, &root);
+    {
+        const auto unknown = base.GetUnknown();
+        EXPECT_EQ(unknown.operator->(), root);
+        object->Release();
+        EXPECT_EQ(sAlive, 1) << "the answer holds the object";
+    }
+    EXPECT_EQ(sAlive, 0);
+}
+
+TEST(Object, GetUnknownIsTheIdentityThroughEveryBase) {
+    ExpectOneIdentity<Base>();
+    ExpectOneIdentity<DataLike>();
+    ExpectOneIdentity<ItemLike>();
+    ExpectOneIdentity<Derived>();
 }
 
 TEST(Object, UnknownIdentifierGivesNullAndTheOneFailureCode) {

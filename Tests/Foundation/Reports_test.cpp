@@ -92,6 +92,9 @@ TEST(AssertWithMessage, ReportsOncePerPlaceWhenTheDialogHidesLaterOnes) {
     ASSERT_EQ(reports.Asserts().size(), 2u);
     EXPECT_EQ(reports.Asserts()[0].mText, "Odd value %d\r\n");
     EXPECT_EQ(reports.Asserts()[0].mFunction, "Testing::ReportHere");
+    EXPECT_EQ(reports.Asserts()[0].mExpression, "false");
+    EXPECT_EQ(reports.Asserts()[0].mFile, "Tests/Foundation/Reports_test.cpp");
+    EXPECT_LT(reports.Asserts()[0].mLine, reports.Asserts()[1].mLine);
     EXPECT_EQ(reports.Asserts()[1].mFunction, "Testing::ReportThere");
 }
 

@@ -6,6 +6,8 @@
 
 #include <atomic>
 #include <barrier>
+#include <cstddef>
+#include <new>
 #include <thread>
 #include <vector>
 
@@ -28,10 +30,14 @@ using TVK::InterfaceRef;
 
 std::atomic<int> sBuilt{0};
 std::atomic<int> sDestroyed{0};
+std::atomic<bool> sFailNext{false};
 
 class Service : public TVK::Singleton<Service, IService> {
 public:
-    Service() { ++sBuilt; }
+    Service() {
+        if (sFailNext.exchange(false)) throw std::bad_alloc();
+        ++sBuilt;
+    }
     ~Service() override { ++sDestroyed; }
     int mState = 0;
 };
@@ -56,6 +62,25 @@ TEST(SingletonGuard, LastReferenceTearsDownAndTheNextInstanceBuildsAnewInPlace) 
     const auto again = gSingleton<Service>.Instance();
     EXPECT_EQ(again.operator->(), address);
     EXPECT_EQ(again->mState, 0);
+}
+
+TEST(SingletonGuard, TeardownLeavesTheStorageZero) {
+    const unsigned char* bytes = nullptr;
+    {
+        const auto service = gSingleton<Service>.Instance();
+        service->mState = -1;
+        bytes = reinterpret_cast<const unsigned char*>(service.operator->());
+    }
+    for (std::size_t i = 0; i < sizeof(Service); ++i)
+        EXPECT_EQ(bytes[i], 0) << "byte " << i;
+}
+
+TEST(SingletonGuard, AConstructorThatThrowsLeavesNoCountBehind) {
+    sFailNext = true;
+    EXPECT_THROW(gSingleton<Service>.Instance(), std::bad_alloc);
+    EXPECT_EQ(gSingleton<Service>.GetWord(), kUnbuilt);
+    { const auto service = gSingleton<Service>.Instance(); }
+    EXPECT_EQ(gSingleton<Service>.GetWord(), kUnbuilt) << "and it can be torn down again";
 }
 
 TEST(SingletonGuard, EightThreadsBuildAsOftenAsTheyDestroy) {

@@ -17,6 +17,7 @@
 #include "DP/IGraphCutDescriptor.h"
 #include "DP/IGreyImageDescriptor.h"
 #include "DP/IKLTDescriptor.h"
+#include "DescriptorObjects.h"
 #include "Pyramid/ImagePyramidDescriptorDataKey.h"
 #include "Pyramid/ImagePyramidDescriptorWorkerItem.h"
 #include "Support/Images.h"
@@ -348,6 +349,30 @@ TEST(GreyKinds, AFrameThatCannotBeConvertedGivesNullAndStoresNothing) {
         EXPECT_TRUE(computer->GetDescriptorData(item, true) != NULL);
         DP::FlushAllDescriptorResources();
     }
+}
+
+TEST(GreyKinds, TheGreyItemReadsItsKeyAndTheFloatGreyItemDoesNot) {
+    for (std::size_t i = 0; i < 2; ++i) {
+        const auto item = DP::CreateDescriptorWorkerItem(kKinds[i].mType);
+        kKinds[i].mSetInputs(item);
+        const Ref<DP::DescriptorWorkerItem> computing(item);
+        if (kKinds[i].mType == DP::kDescriptorDataTypeGreyImage)
+            EXPECT_THROW(computing->ComputeData(), TVK::NullInterfaceException);
+        else
+            EXPECT_TRUE(computing->ComputeData() != NULL);
+    }
+}
+
+TEST(GreyKinds, AnItemKeepsItsEarlierResultWhenALaterConversionFails) {
+    const auto item = DP::CreateDescriptorWorkerItem(DP::kDescriptorDataTypeGreyImage);
+    item->SetDataKey(PlainKey(1));
+    const Ref<DP::DescriptorWorkerItem> computing(item);
+    const Ref<DP::IGreyImageDescriptorWorkerItem> grey(item);
+    grey->SetInputImage(ColourFrame().data(), kRows, kCols, kCols * 4);
+    const auto first = computing->ComputeData();
+    grey->SetInputImage(ColourFrame().data(), kRows, kCols, 1);
+    EXPECT_EQ(computing->ComputeData(), first);
+    EXPECT_TRUE(first != NULL);
 }
 
 TEST(GreyKinds, NullFrameBreaksTheContract) {

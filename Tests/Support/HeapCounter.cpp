@@ -9,11 +9,14 @@ namespace {
 
 std::atomic<long> sAllocations{0};
 
-void* Allocate(std::size_t inSize, std::size_t inAlignment) {
+void* AllocateOrNull(std::size_t inSize, std::size_t inAlignment) noexcept {
     ++sAllocations;
     const std::size_t size = (inSize + inAlignment - 1) / inAlignment * inAlignment;
-    if (void* const block = std::aligned_alloc(inAlignment, size != 0 ? size : inAlignment))
-        return block;
+    return std::aligned_alloc(inAlignment, size != 0 ? size : inAlignment);
+}
+
+void* Allocate(std::size_t inSize, std::size_t inAlignment) {
+    if (void* const block = AllocateOrNull(inSize, inAlignment)) return block;
     throw std::bad_alloc();
 }
 
@@ -35,10 +38,10 @@ void* operator new[](std::size_t inSize, std::align_val_t inAlignment) {
     return Allocate(inSize, static_cast<std::size_t>(inAlignment));
 }
 void* operator new(std::size_t inSize, const std::nothrow_t&) noexcept {
-    return Allocate(inSize, alignof(std::max_align_t));
+    return AllocateOrNull(inSize, alignof(std::max_align_t));
 }
 void* operator new[](std::size_t inSize, const std::nothrow_t&) noexcept {
-    return Allocate(inSize, alignof(std::max_align_t));
+    return AllocateOrNull(inSize, alignof(std::max_align_t));
 }
 void operator delete(void* inBlock) noexcept { std::free(inBlock); }
 void operator delete[](void* inBlock) noexcept { std::free(inBlock); }

@@ -12,17 +12,18 @@ std::vector<Report> sContracts;
 std::vector<Report> sAsserts;
 bool sHideLater = true;
 
-bool RecordContract(const char* inExpression, const char* inFile, long) {
+bool RecordContract(const char* inExpression, const char* inFile, long inLine) {
     const std::lock_guard lock(sMutex);
-    sContracts.push_back({inExpression, inFile, ""});
+    sContracts.push_back({inExpression, inFile, inLine, "", inExpression});
     return false;
 }
 
-bool RecordAssert(bool& ioHide, const char*, const unsigned char* inMessage, const char* inFile,
-                  long, const char* inFunction) {
+bool RecordAssert(bool& ioHide, const char* inExpression, const unsigned char* inMessage,
+                  const char* inFile, long inLine, const char* inFunction) {
     const std::lock_guard lock(sMutex);
     ioHide = sHideLater;
-    sAsserts.push_back({reinterpret_cast<const char*>(inMessage), inFile, inFunction});
+    sAsserts.push_back(
+        {reinterpret_cast<const char*>(inMessage), inFile, inLine, inFunction, inExpression});
     return false;
 }
 

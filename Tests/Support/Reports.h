@@ -11,7 +11,9 @@ namespace Testing {
 struct Report {
     std::string mText;  // the condition, or the message with its line end
     std::string mFile;
-    std::string mFunction;  // empty for a contract
+    long mLine = 0;
+    std::string mFunction;    // empty for a contract
+    std::string mExpression;  // the same as the text for a contract
 };
 
 /// Takes the place of both dialogs for its lifetime and keeps what they are shown. One at

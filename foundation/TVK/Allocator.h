@@ -11,9 +11,9 @@ namespace TVK {
 /// The allocator of counts, scratch blocks and, through `SmallBlockAllocator`, of wide
 /// strings. Both libraries and the host share this one.
 ///
-/// It stands on the C library's allocator, which keeps small blocks per thread already;
-/// a pool of our own measured no faster and would hide misuse from the sanitizers. The
-/// size is part of the contract all the same, so that a pool can take its place.
+/// It stands on the C library's allocator, which keeps small blocks per thread already; a
+/// pool of our own would hide misuse from the sanitizers. The size is part of the contract
+/// all the same, so that a pool can take its place.
 ///
 /// Ownership: the caller owns a block until `Dispose`.
 /// Threads: any thread may allocate, and dispose of any thread's block.

@@ -20,6 +20,16 @@
         }                                                                       \
     } while (0)
 
+/// The same in a public header, which a host compiles under a path of its own: the report
+/// names `inFile`, the header's place in the repository.
+#define ContractCheckIn(inFile, inCondition, ...)                             \
+    do {                                                                      \
+        if (!(inCondition)) {                                                 \
+            ::quillet::debug::ReportContract(#inCondition, inFile, __LINE__); \
+            return __VA_ARGS__;                                               \
+        }                                                                     \
+    } while (0)
+
 /// Reports an impossible value, once for each place if the dialog says so, and goes on.
 /// `inFunction` is the qualified name of the enclosing function.
 #define AssertWithMessage(inFunction, inMessage)                                   \

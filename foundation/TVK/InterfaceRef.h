@@ -20,6 +20,7 @@ namespace TVK {
 /// Errors: access through a null reference throws `NullInterfaceException`. The
 ///   comparison with null is the separate test that never throws. A failed conversion
 ///   is no error and gives null.
+/// Frozen: one pointer.
 ///
 /// Conversion. A reference of another interface converts by asking the object:
 ///   - by copy: null if the source is null or the object does not answer to `I`;

@@ -13,6 +13,7 @@
 #include <cstdlib>
 #include <mutex>
 #include <new>
+#include <utility>
 
 namespace TVK {
 namespace {
@@ -91,9 +92,27 @@ MemoryRecycler::~MemoryRecycler() {
     delete mPool;
 }
 
+// The kept reference. The two statics need no destructor, so a static object of the host
+// that makes an image after ours are gone finds them as they are and gets a new recycler.
 ObjectPtr<MemoryRecycler> MemoryRecycler::Instance() {
-    static const ObjectPtr<MemoryRecycler> sInstance = MakeObject<MemoryRecycler>();
-    return sInstance;
+    using Kept = ObjectPtr<MemoryRecycler>;
+    static constinit std::mutex sMutex;
+    static constinit Kept* sKept = nullptr;
+    static const struct DropAtUnload {
+        ~DropAtUnload() {
+            const std::lock_guard lock(sMutex);
+            delete std::exchange(sKept, nullptr);
+        }
+    } sDropAtUnload;
+
+    const std::lock_guard lock(sMutex);
+    if (!sKept) {
+        Kept made(new (std::nothrow) MemoryRecycler);
+        if (made == NULL) return made;
+        sKept = new (std::nothrow) Kept(made);
+        if (!sKept) return made;
+    }
+    return *sKept;
 }
 
 MemoryBuffer MemoryRecycler::AllocateBuffer(std::int64_t inSize) noexcept {
@@ -122,8 +141,12 @@ void MemoryRecycler::RecycleBuffer(MemoryBuffer& ioBuffer) noexcept {
     const auto sizeClass = static_cast<int>(ioBuffer.mTag);
     const std::lock_guard lock(mPool->mMutex);
     mPool->mUsedBytes -= ClassSize(sizeClass);
-    mPool->Insert(ioBuffer.mBlock, sizeClass);
-    mPool->FreeOldestDownTo(kMaxUnusedBytes);
+    if (ClassSize(sizeClass) > kMaxUnusedBytes) {
+        std::free(ioBuffer.mBlock);  // would push everything else out, and then itself
+    } else {
+        mPool->Insert(ioBuffer.mBlock, sizeClass);
+        mPool->FreeOldestDownTo(kMaxUnusedBytes);
+    }
     ioBuffer = {};
 }
 

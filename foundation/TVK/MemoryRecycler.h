@@ -25,15 +25,17 @@ struct MemoryBuffer {
 ///
 /// Bound: unused blocks sum up to at most `kMaxUnusedBytes`. A block given back beyond
 /// that pushes out those that have lain unused the longest; so old sizes make room for
-/// new ones when a host changes from one frame size to another.
+/// new ones when a host changes from one frame size to another. A single block beyond the
+/// bound is freed at once.
 ///
 /// Ownership: `Instance` keeps one reference for as long as the foundation library is
 ///   loaded; that is what holds the blocks between frames. An owner of a block holds a
 ///   reference of its own beside it, so a recycler outlives every block it gave out. The
 ///   destructor frees what lies unused.
 /// Threads: any thread may call any operation.
-/// Errors: no memory, or an impossible size, gives a buffer with a null block. Nothing
-///   throws.
+/// Errors: no memory, or an impossible size, gives a buffer with a null block, and a null
+///   `Instance` if there is not even room for the recycler. Nothing throws.
+/// Frozen: the operations and the layout of `MemoryBuffer`.
 class TVK_API MemoryRecycler {
 public:
     /// 512 MiB: a dozen float frames of 3840x2160 with their pyramids.

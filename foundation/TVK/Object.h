@@ -70,8 +70,9 @@ public:
         return found;
     }
 
-    // `GetUnknown` is new in the first class above an interface and overrides below it,
-    // so none of the operations of this layer can say `override`.
+    // `GetUnknown` is new in the class next to an interface and overrides in the classes
+    // under that one, so it cannot say `override`; and where one does not, compilers want
+    // none to.
     virtual TVKResult QueryInterface(const InterfaceID& inID, void** outObject) {
         const TVKResult result = this->QueryInterfaceNoAddRef(inID, outObject);
         if (result == kTVKSuccess) AddRef();

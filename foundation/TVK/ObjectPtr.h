@@ -19,6 +19,7 @@ namespace TVK {
 ///   block for the count, the object is reached all the same but belongs to nobody.
 /// Threads: the count is atomic, one `ObjectPtr` is not.
 /// Errors: none are raised; access through a null pointer is undefined, test first.
+/// Frozen: the pointer to the count, then the pointer to the object.
 template <class T, class Count = AtomicValue>
 class ObjectPtr {
 public:

@@ -58,17 +58,23 @@ public:
 
     InterfaceRef<T> Instance() {
         // The addition is both the announcement that keeps Release from tearing down and
-        // the look at whether there is an object.
-        if (mWord.fetch_add(1) + 1 < 0) BuildOnce();
-        InterfaceRef<T> result(Object());
-        mWord.fetch_sub(1);
-        return result;
+        // the look at whether there is an object. It is taken back at the end, also when
+        // the building throws.
+        const bool isBuilt = mWord.fetch_add(1) + 1 >= 0;
+        const Announcement announcement{mWord};
+        if (!isBuilt) BuildOnce();
+        return InterfaceRef<T>(Object());
     }
 
     /// Negative while there is no object; for tests.
     std::int32_t GetWord() const { return mWord.load(); }
 
 private:
+    struct Announcement {
+        ~Announcement() { mWord.fetch_sub(1); }
+        std::atomic<std::int32_t>& mWord;
+    };
+
     T* Object() { return std::launder(reinterpret_cast<T*>(mStorage)); }
 
     void BuildOnce() {
@@ -103,6 +109,14 @@ template <class Interface>
 class KeptRef {
 public:
     InterfaceRef<Interface> Get() const { return InterfaceRef<Interface>(mPointer.load()); }
+
+    /// The kept reference; where there is none, that of the singleton `T`, kept from now on.
+    template <class T>
+    InterfaceRef<Interface> GetOrMake() {
+        if (auto kept = Get(); kept != NULL) return kept;
+        Set(gSingleton<T>.Instance());
+        return Get();
+    }
 
     void Set(InterfaceRef<Interface> inRef) {
         InterfaceRef<Interface>::Adopt(mPointer.exchange(inRef.Detach()));

@@ -83,7 +83,7 @@ void ReportImpossible(std::atomic<bool>& ioHidden, const char* inMessage, const 
     const bool wantsBreak = BreakAfterAssertDialog(
         hide, "false", reinterpret_cast<const unsigned char*>(message.c_str()), inFile, inLine,
         inFunction);
-    ioHidden.store(hide);
+    if (hide) ioHidden.store(true);
     BreakIfWanted(wantsBreak);
 }
 

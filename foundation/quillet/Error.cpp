@@ -19,7 +19,7 @@ ReplacementValue::ReplacementValue() = default;
 ReplacementValue::~ReplacementValue() = default;
 
 ReportedError::ReportedError(ErrorLevel inLevel, const char* inMessage)
-    : mLevel(inLevel), mMessage(inMessage) {}
+    : mLevel(inLevel), mMessage(inMessage ? inMessage : "") {}
 ReportedError::ReportedError(const ReportedError&) = default;
 ReportedError& ReportedError::operator=(const ReportedError&) = default;
 ReportedError::~ReportedError() = default;

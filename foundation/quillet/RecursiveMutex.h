@@ -11,7 +11,8 @@ namespace quillet::threads {
 /// Ownership: held by value, or shared through `TVK::ObjectPtr`; it does not move.
 /// Threads: made for being shared. `Unlock` belongs to the thread that locked, once for
 ///   each `Lock`.
-/// Errors: none.
+/// Errors: none, short of locking it some billions of times in a row.
+/// Frozen: the operations; hosts reach mutexes through pointers.
 class TVK_API RecursiveMutex {
 public:
     RecursiveMutex();

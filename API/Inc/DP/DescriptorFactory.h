@@ -57,7 +57,9 @@ DP_API Ref<IDescriptorProperty> CreateAPTDescriptorProperty(
 
 /// The parameters of the APT property, and:
 /// @param inRegion  compared by left, right and height only: two regions of one size at
-///        another height share a computer.
+///        another height share a computer. A null region throws
+///        TVK::NullInterfaceException where properties are compared: a computer that was
+///        made for one makes later requests throw until it is removed.
 /// @param inRegionTag  the host's own mark; only compared.
 DP_API Ref<IDescriptorProperty> CreateRegionTrackerDescriptorProperty(
     unsigned int inMaxFeatures, int inTrackerTag, unsigned int inMinFeatureDistance,
@@ -112,7 +114,10 @@ DP_API Ref<IDescriptorWorkerItem> CreateDescriptorWorkerItem(DescriptorDataType 
 /// name says. See `IDescriptorComputerMgr::GetDescriptorComputer` for the errors.
 DP_API Ref<IDescriptorComputer> CreateDescriptorComputer(Ref<IDescriptorProperty> inProperty);
 
+/// The one manager of the computers; built where there is none.
 DP_API Ref<IDescriptorComputerMgr> CreateDescriptorComputerMgr();
+
+/// The one manager of the caches; built where there is none.
 DP_API Ref<IDescriptorDataCacheMgr> CreateDescriptorDataCacheMgr();
 
 /// Empties all caches, removes all computers and lets both managers go. The next call

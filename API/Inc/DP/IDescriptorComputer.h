@@ -29,7 +29,8 @@ namespace DP {
 ///   into a new interface, never into this one.
 class IDescriptorComputer : public TVK::TVKUnknown {
 public:
-    /// Returns the descriptor that the item's key names, computed at most once.
+    /// Returns the descriptor that the item's key names, computed once for as long as it
+    /// stays in the cache.
     ///
     /// On a hit the item's inputs are not read. On a miss the work is done here, on the
     /// calling thread; another thread that wants the same key waits and gets the same

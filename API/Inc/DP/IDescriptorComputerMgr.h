@@ -24,7 +24,8 @@ public:
     /// finds equal to itself; a new one where there is none.
     /// @return null for an unknown kind, which is reported to the developer.
     /// @throws the contract error for a null property; TVK::NullInterfaceException for a
-    ///         property of a tracker's kind that was not made by that tracker's function.
+    ///         property of a tracker's kind that was not made by that tracker's function,
+    ///         and for region tracker properties of which one has a null region.
     virtual Ref<IDescriptorComputer> GetDescriptorComputer(
         Ref<IDescriptorProperty> inDescriptorProperty) = 0;
 

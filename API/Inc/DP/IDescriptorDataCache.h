@@ -23,7 +23,8 @@ using RecursiveMutexPtr = TVK::ObjectPtr<quillet::threads::RecursiveMutex>;
 /// Ownership: the cache holds one reference to each key and each result.
 /// Threads: any number of threads may call any operation but `ClearCache`.
 /// Errors: a null key throws the contract error out of the comparator, with every lock
-///   released.
+///   released. An empty map has nothing to compare with: there a null key is entered, and
+///   every later lookup throws until the cache is gone.
 /// Frozen: the order of the virtual operations is binary interface.
 class IDescriptorDataCache : public TVK::TVKUnknown {
 public:
@@ -45,7 +46,8 @@ public:
     ///         the key throws on every lookup from then on, until the cache is cleared.
     virtual void StoreData(Ref<IDescriptorDataKey> inKey, Ref<IDescriptorData> inData) = 0;
 
-    /// Bytes of all results, as each said when it was stored.
+    /// Bytes of all results, as each said when it was stored, in unsigned 32-bit
+    /// arithmetic.
     virtual unsigned int GetTotalDataSize() = 0;
 };
 

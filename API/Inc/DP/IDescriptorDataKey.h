@@ -29,9 +29,10 @@ public:
     virtual int GetColumns() = 0;
 
     /// Lexicographic order over the members of this key's class. Only meaningful among
-    /// keys of one class: against a key of another class the answer is false (the region
-    /// tracker's key throws TVK::NullInterfaceException instead). Floats that are NaN
-    /// compare as equal.
+    /// keys of one class. Against a key of another class a plain key compares its own four
+    /// members all the same, an APT key does so with a region tracker's, a region
+    /// tracker's throws TVK::NullInterfaceException, and all others answer false. Floats
+    /// that are NaN compare as equal.
     /// @throws the contract error for a null key; a plain key TVK::NullInterfaceException.
     virtual bool IsLessThan(Ref<IDescriptorDataKey> inDataKey) = 0;
 };
@@ -39,10 +40,12 @@ public:
 /// The comparator of the caches' maps.
 /// @throws the contract error for a null key on either side.
 struct DataKeyLess {
+    static constexpr char kThisFile[] = "API/Inc/DP/IDescriptorDataKey.h";
+
     bool operator()(Ref<IDescriptorDataKey> inFirstDataKey,
                     Ref<IDescriptorDataKey> inSecondDataKey) const {
-        ContractCheck(inFirstDataKey != NULL, false);
-        ContractCheck(inSecondDataKey != NULL, false);
+        ContractCheckIn(kThisFile, inFirstDataKey != NULL, false);
+        ContractCheckIn(kThisFile, inSecondDataKey != NULL, false);
         return inFirstDataKey->IsLessThan(inSecondDataKey);
     }
 };

@@ -27,7 +27,8 @@ public:
     /// Whether `inOther` describes the same work. The question is this object's: a plain
     /// property looks at source and kind only, a tracker's at its class and parameters
     /// too, so the answer can differ when the two change places.
-    /// @throws TVK::NullInterfaceException for a null `inOther`.
+    /// @throws TVK::NullInterfaceException for a null `inOther`, and between two region
+    ///         tracker properties of which one has a null region.
     virtual bool IsEqual(Ref<IDescriptorProperty> inOther) = 0;
 };
 
