@@ -1,236 +1,218 @@
-// Corner selection, step by step over whole planes.
+// From cornerness to points.
+//
+// A corner is a pixel that stands above its eight neighbours. Corners below a threshold or
+// outside the rectangle go; of the others the best is taken, its disc is closed to the rest,
+// and so on.
+//
+// The threshold is a part of the best corner of the whole image, clamped from above and
+// with a floor:
+//
+//     0 ....... floor ............ limit ............... clamp ..... cornerness
+//       never          depends on            always
+//       taken          the whole image       taken           limit = relative * clamp
+//
+// so for a rectangle that is a part of the image mostly the rectangle alone is looked at.
+// The rest of the image is searched only if a corner inside lies between floor and limit,
+// and only until a corner at the clamp is found.
 
 #include "APT/APTCornerSelection.h"
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
+
+#include "APT/APTCornerRows.h"
 
 namespace DP {
 namespace {
 
-int Crop(int inMargin, int inReach) { return std::max(inMargin - inReach, 0); }
+constexpr float kNoCorner = -100000.0f;
+constexpr float kEverything = std::numeric_limits<float>::infinity();
 
-std::vector<float> GaussianTaps(double inSigma) {
-    const int radius = static_cast<int>(3.5 * inSigma + 0.5);
-    const double s = 1.0 / (inSigma * std::sqrt(2.0));
-    std::vector<float> taps(static_cast<std::size_t>(2 * radius + 1));
-    double sum = 0.0;
-    for (int i = 1; i <= radius; ++i) {
-        const double tap = i * s < 2.5 ? std::erf((i + 0.5) * s) - std::erf((i - 0.5) * s)
-                                       : std::erfc((i - 0.5) * s) - std::erfc((i + 0.5) * s);
-        taps[static_cast<std::size_t>(radius - i)] = static_cast<float>(tap);
-        taps[static_cast<std::size_t>(radius + i)] = static_cast<float>(tap);
-        sum += tap;
-    }
-    const double centre = std::erf(0.5 * s) - std::erf(-0.5 * s);
-    taps[static_cast<std::size_t>(radius)] = static_cast<float>(centre);
-    sum = 2.0 * sum + centre;
-    for (float& tap : taps)
-        tap = static_cast<float>(static_cast<double>(tap) / sum);
-    return taps;
+// The first and the end of the whole numbers in [inBegin, inEnd) that are strictly above,
+// and below, a value. A NaN has none.
+int FirstAbove(float inValue, int inBegin, int inEnd) {
+    if (!(inValue < static_cast<float>(inEnd))) return inEnd;
+    if (inValue < static_cast<float>(inBegin)) return inBegin;
+    return static_cast<int>(std::floor(inValue)) + 1;
+}
+int EndBelow(float inValue, int inBegin, int inEnd) {
+    if (!(inValue > static_cast<float>(inBegin))) return inBegin;
+    if (inValue >= static_cast<float>(inEnd)) return inEnd;
+    return static_cast<int>(std::ceil(inValue));
 }
 
-// A line of `inCount` floats, `inStep` apart, with its ends repeated.
-void ConvolveLine(float* ioLine, std::ptrdiff_t inStep, int inCount,
-                  const std::vector<float>& inTaps, std::vector<float>& ioPadded) {
-    const int radius = static_cast<int>(inTaps.size() / 2);
-    ioPadded.clear();
-    for (int i = -radius; i < inCount + radius; ++i)
-        ioPadded.push_back(ioLine[std::clamp(i, 0, inCount - 1) * inStep]);
-    for (int i = 0; i < inCount; ++i) {
-        float sum = 0.0f;
-        for (std::size_t k = 0; k < inTaps.size(); ++k)
-            sum += inTaps[k] * ioPadded[static_cast<std::size_t>(i) + k];
-        ioLine[i * inStep] = sum;
-    }
-}
-
-// out[i] = P[min(n - 1, i + half)] - P[i - half - 1], P the running total.
-void SumLine(float* ioLine, std::ptrdiff_t inStep, int inCount, int inHalf,
-             std::vector<float>& ioTotals) {
-    ioTotals.clear();
-    float total = 0.0f;
-    for (int i = 0; i < inCount; ++i)
-        ioTotals.push_back(total += ioLine[i * inStep]);
-    for (int i = 0; i < inCount; ++i) {
-        float sum = ioTotals[static_cast<std::size_t>(std::min(inCount - 1, i + inHalf))];
-        if (i - inHalf - 1 >= 0) sum -= ioTotals[static_cast<std::size_t>(i - inHalf - 1)];
-        ioLine[i * inStep] = sum;
-    }
+// A whole number as an int, brought into [-1, inSize] first.
+int ClipToInt(float inValue, int inSize) {
+    if (!(inValue > -1.0f)) return -1;
+    if (inValue >= static_cast<float>(inSize)) return inSize;
+    return static_cast<int>(inValue);
 }
 
 }  // namespace
 
-void APTCornerSelection::ApplyParams(const APTTrackerParams& inParams) { mParams = inParams; }
+void APTCornerSelection::ApplyParams(const APTTrackerParams& inParams) {
+    mParams = inParams;
+    mStream.ApplyParams(inParams);
+}
 
 void APTCornerSelection::SetImage(const float* inImage, int inWidth, int inHeight) {
+    mImage = inImage;
     mWidth = std::max(inWidth, 0);
     mHeight = std::max(inHeight, 0);
-    const auto pixels = static_cast<std::size_t>(mWidth) * static_cast<std::size_t>(mHeight);
-    for (auto& plane : mPlanes)
-        plane.resize(pixels);
-    mCornerness.resize(pixels);
-    std::copy_n(inImage, pixels, mPlanes[0].begin());
 }
 
 void APTCornerSelection::FindCorners(const APTFeature* inFirst, const APTFeature* inLast,
                                      const TVK::ParamRect<float>& inRect, std::size_t inLimit,
-                                     bool) {
+                                     bool inIsLast) {
     mSelected.clear();
-    if (mParams.mSmoothImage) SmoothImage();
-    ComputeCornerness();
-    const float largest = PickLocalMaxima();
-
-    const float pixels = static_cast<float>((2 * mParams.mPatchHalfWidth + 1) *
-                                            (2 * mParams.mPatchHalfHeight + 1));
-    const float threshold = std::max(
-        mParams.mMinEigenRelative * std::min(largest, pixels * mParams.mMaxEigenPerPixel),
-        pixels * mParams.mMinEigenPerPixel);
-    const auto width = static_cast<std::uint64_t>(mWidth);
-    std::erase_if(mCorners, [&](const Corner& inCorner) {
-        const float x = static_cast<float>(inCorner.mIndex % width);
-        const float y = static_cast<float>(inCorner.mIndex / width);
-        return inCorner.mScore < threshold || !(inRect.mLeft < x && x < inRect.mRight &&
-                                                inRect.mTop < y && y < inRect.mBottom);
-    });
-
-    std::fill(mPlanes[0].begin(), mPlanes[0].end(), 1.0f);
-    for (const APTFeature* feature = inFirst; feature != inLast; ++feature)
-        if (feature->mStatus >= 0) ClearDisc(feature->mX, feature->mY);
-
-    std::sort(mCorners.begin(), mCorners.end(), [](const Corner& inA, const Corner& inB) {
-        return inA.mScore != inB.mScore ? inA.mScore > inB.mScore : inA.mIndex < inB.mIndex;
-    });
-    const std::size_t limit = std::min<std::size_t>(inLimit, mParams.mMaxFeatures);
-    for (const Corner& corner : mCorners) {
-        if (mSelected.size() >= limit) break;
-        if (mPlanes[0][corner.mIndex] == 0.0f) continue;
-        const int x = static_cast<int>(corner.mIndex % width);
-        const int y = static_cast<int>(corner.mIndex / width);
-        mSelected.push_back({static_cast<float>(x), static_cast<float>(y), corner.mScore});
-        if (mSelected.size() < limit) ClearDisc(x, y);
-    }
-}
-
-void APTCornerSelection::SmoothImage() {
-    const int hw = static_cast<int>(mParams.mPatchHalfWidth);
-    const int hh = static_cast<int>(mParams.mPatchHalfHeight);
-    const int border = static_cast<int>(mParams.mBorder);
-    const std::vector<float> taps = GaussianTaps(static_cast<double>(
-        static_cast<float>(2 * std::max(hw, hh) + 1) * mParams.mSmoothSigmaFactor));
-    const int radius = static_cast<int>(taps.size() / 2);
-    const int cropX = Crop(border, hw + radius + 2);
-    const int cropY = Crop(border, hh + radius + 2);
-    const int cols = mWidth - 2 * cropX;
-    const int rows = mHeight - 2 * cropY;
-    if (cols <= 0 || rows <= 0) return;
-    float* const area = mPlanes[0].data() + std::ptrdiff_t{cropY} * mWidth + cropX;
-    std::vector<float> padded;
-    for (int y = 0; y < rows; ++y)
-        ConvolveLine(area + std::ptrdiff_t{y} * mWidth, 1, cols, taps, padded);
-    for (int x = 0; x < cols; ++x)
-        ConvolveLine(area + x, mWidth, rows, taps, padded);
-}
-
-void APTCornerSelection::ComputeCornerness() {
-    const int hw = static_cast<int>(mParams.mPatchHalfWidth);
-    const int hh = static_cast<int>(mParams.mPatchHalfHeight);
-    const int border = static_cast<int>(mParams.mBorder);
-    const int cropX = Crop(border, hw + 2);
-    const int cropY = Crop(border, hh + 2);
-    const int cols = mWidth - 2 * cropX;
-    const int rows = mHeight - 2 * cropY;
-    if (cols <= 0 || rows <= 0) return;
-    const std::ptrdiff_t start = std::ptrdiff_t{cropY} * mWidth + cropX;
-    for (int y = 0; y < rows; ++y)
-        for (int x = 0; x < cols; ++x) {
-            const std::ptrdiff_t i = start + std::ptrdiff_t{y} * mWidth + x;
-            const float* const at = mPlanes[0].data() + i;
-            const float gx = x > 0 && x < cols - 1 ? at[1] - at[-1] : 0.0f;
-            const float gy = y > 0 && y < rows - 1 ? at[mWidth] - at[-mWidth] : 0.0f;
-            mPlanes[1][static_cast<std::size_t>(i)] = gx * gx;
-            mPlanes[2][static_cast<std::size_t>(i)] = gy * gy;
-            mPlanes[3][static_cast<std::size_t>(i)] = gx * gy;
-        }
-    std::vector<float> totals;
-    for (int plane = 1; plane <= 3; ++plane) {
-        float* const area = mPlanes[plane].data() + start;
-        for (int y = 0; y < rows; ++y)
-            SumLine(area + std::ptrdiff_t{y} * mWidth, 1, cols, hw, totals);
-        for (int x = 0; x < cols; ++x)
-            SumLine(area + x, mWidth, rows, hh, totals);
-    }
-    if (cols - 2 * hw - 2 <= 0 || rows - 2 * hh - 2 <= 0) return;
-    std::fill(mCornerness.begin(), mCornerness.end(), 0.0f);
-    for (int y = hh + 1; y < rows - hh - 1; ++y)
-        for (int x = hw + 1; x < cols - hw - 1; ++x) {
-            const auto i = static_cast<std::size_t>(start + std::ptrdiff_t{y} * mWidth + x);
-            const float a = mPlanes[1][i];
-            const float b = mPlanes[2][i];
-            const float c = mPlanes[3][i];
-            const float s = a + b;
-            mCornerness[i] = s - std::sqrt(s * s - 4.0f * (a * b - c * c));
-        }
-}
-
-float APTCornerSelection::PickLocalMaxima() {
-    const int marginX = std::max(static_cast<int>(mParams.mPatchHalfWidth) + 2,
-                                 static_cast<int>(mParams.mBorder));
-    const int marginY = std::max(static_cast<int>(mParams.mPatchHalfHeight) + 2,
-                                 static_cast<int>(mParams.mBorder));
     mCorners.clear();
-    float largest = -100000.0f;
-    for (int y = marginY; y < mHeight - marginY; ++y)
-        for (int x = marginX; x < mWidth - marginX; ++x) {
-            const float* const at = mCornerness.data() + std::ptrdiff_t{y} * mWidth + x;
-            const float* const up = at - mWidth;
-            const float* const down = at + mWidth;
-            const float value = *at;
-            if (!(value > up[-1] && value > up[0] && value > up[1] && value > at[-1] &&
-                  value > at[1] && value > down[-1] && value > down[0] && value > down[1]))
-                continue;
-            mCorners.push_back(
-                {value, static_cast<std::uint64_t>(y) * static_cast<std::uint64_t>(mWidth) +
-                            static_cast<std::uint64_t>(x)});
-            largest = std::max(largest, value);
+    const std::size_t limit = std::min<std::size_t>(inLimit, mParams.mMaxFeatures);
+    if (limit == 0 && inIsLast) return;
+
+    const APTPixelRange range = GetRangeInside(inRect);
+    if (!range.IsEmpty()) {
+        const float largest = CollectCorners(range, kEverything, true);
+        const float threshold = ChooseThreshold(range, largest);
+        std::erase_if(mCorners,
+                      [=](const Corner& inCorner) { return inCorner.mScore < threshold; });
+    }
+    if (mCorners.empty() && inIsLast) return;
+    MakeMask(inFirst, inLast);
+    SelectBest(limit);
+    if (inIsLast) return;
+    mMaskImage.assign(mMask.begin(), mMask.end());
+    mImage = mMaskImage.data();
+}
+
+APTPixelRange APTCornerSelection::GetRangeInside(const TVK::ParamRect<float>& inRect) const {
+    const APTPixelRange scan = mStream.GetScanRange(mWidth, mHeight);
+    if (scan.IsEmpty()) return {};
+    return {FirstAbove(inRect.mLeft, scan.mLeft, scan.mRight),
+            FirstAbove(inRect.mTop, scan.mTop, scan.mBottom),
+            EndBelow(inRect.mRight, scan.mLeft, scan.mRight),
+            EndBelow(inRect.mBottom, scan.mTop, scan.mBottom)};
+}
+
+// Walks the corners of a range and returns the largest cornerness among them. Stops behind
+// the row in which `inEnough` is reached.
+float APTCornerSelection::CollectCorners(const APTPixelRange& inRange, float inEnough,
+                                         bool inKeep) {
+    float largest = kNoCorner;
+    mColumns.resize(static_cast<std::size_t>(mWidth));
+    mStream.Start(mImage, mWidth, mHeight, inRange);
+    while (mStream.NextRow() && largest < inEnough) {
+        const int y = mStream.GetRowNumber() - 1;
+        if (y < inRange.mTop) continue;
+        const float* const row = mStream.GetRow(y);
+        const int count =
+            mStream.GetProcs().mPickMaxima(mStream.GetRow(y - 1), row, mStream.GetRow(y + 1),
+                                           inRange.mLeft, inRange.mRight, mColumns.data());
+        for (int i = 0; i < count; ++i) {
+            const int x = mColumns[static_cast<std::size_t>(i)];
+            largest = std::max(largest, row[x]);
+            if (inKeep)
+                mCorners.push_back({row[x], static_cast<std::uint64_t>(y) *
+                                                    static_cast<std::uint64_t>(mWidth) +
+                                                static_cast<std::uint64_t>(x)});
         }
+    }
     return largest;
 }
 
+float APTCornerSelection::GetThreshold(float inLargest) const {
+    const float pixels = static_cast<float>((2 * mParams.mPatchHalfWidth + 1) *
+                                            (2 * mParams.mPatchHalfHeight + 1));
+    return std::max(
+        mParams.mMinEigenRelative * std::min(inLargest, pixels * mParams.mMaxEigenPerPixel),
+        pixels * mParams.mMinEigenPerPixel);
+}
+
+// The threshold of the whole image, or one that drops the same corners. `inLargest` is the
+// largest of the range.
+float APTCornerSelection::ChooseThreshold(const APTPixelRange& inRange, float inLargest) {
+    const APTPixelRange scan = mStream.GetScanRange(mWidth, mHeight);
+    const bool isWhole = inRange.mLeft == scan.mLeft && inRange.mRight == scan.mRight &&
+                         inRange.mTop == scan.mTop && inRange.mBottom == scan.mBottom;
+    if (isWhole) return GetThreshold(inLargest);
+    // A larger best corner never lowers the threshold.
+    const float lowest = GetThreshold(inLargest);
+    const float highest = GetThreshold(kEverything);
+    const bool depends =
+        std::any_of(mCorners.begin(), mCorners.end(), [=](const Corner& inCorner) {
+            return inCorner.mScore >= lowest && inCorner.mScore < highest;
+        });
+    if (!depends) return highest;
+    const float clamp = static_cast<float>((2 * mParams.mPatchHalfWidth + 1) *
+                                           (2 * mParams.mPatchHalfHeight + 1)) *
+                        mParams.mMaxEigenPerPixel;
+    return GetThreshold(CollectCorners(scan, clamp, false));
+}
+
+// Best first, without sorting more corners than are looked at.
+void APTCornerSelection::SelectBest(std::size_t inLimit) {
+    const auto isBetter = [](const Corner& inA, const Corner& inB) {
+        return inA.mScore != inB.mScore ? inA.mScore > inB.mScore : inA.mIndex < inB.mIndex;
+    };
+    const auto width = static_cast<std::uint64_t>(mWidth);
+    std::size_t sorted = 0;
+    std::size_t portion = 4 * inLimit;
+    for (std::size_t i = 0; i < mCorners.size() && mSelected.size() < inLimit; ++i) {
+        if (i == sorted) {
+            const auto begin = mCorners.begin() + static_cast<std::ptrdiff_t>(i);
+            sorted += std::min(portion, mCorners.size() - i);
+            const auto end = mCorners.begin() + static_cast<std::ptrdiff_t>(sorted);
+            std::nth_element(begin, end - 1, mCorners.end(), isBetter);
+            std::sort(begin, end, isBetter);
+            portion *= 2;
+        }
+        const Corner& corner = mCorners[i];
+        if (mMask[corner.mIndex] == 0) continue;
+        const int x = static_cast<int>(corner.mIndex % width);
+        const int y = static_cast<int>(corner.mIndex / width);
+        mSelected.push_back({static_cast<float>(x), static_cast<float>(y), corner.mScore});
+        if (mSelected.size() < inLimit) ClearDisc(x, y);
+    }
+}
+
+void APTCornerSelection::MakeMask(const APTFeature* inFirst, const APTFeature* inLast) {
+    mMask.assign(static_cast<std::size_t>(mWidth) * static_cast<std::size_t>(mHeight), 1);
+    for (const APTFeature* feature = inFirst; feature != inLast; ++feature)
+        if (feature->mStatus >= 0) ClearDisc(feature->mX, feature->mY);
+}
+
+// A whole position and a whole radius, in integers: a radius beyond the image is as good as
+// one that just covers it.
 void APTCornerSelection::ClearDisc(int inX, int inY) {
     const auto most = static_cast<std::uint64_t>(mWidth) + static_cast<std::uint64_t>(mHeight);
     const auto radius = static_cast<std::int64_t>(std::min(mParams.mMinFeatureDistance, most));
-    for (std::int64_t v = std::max<std::int64_t>(0, inY - radius);
-         v <= std::min<std::int64_t>(mHeight - 1, inY + radius); ++v) {
+    const std::int64_t top = std::max<std::int64_t>(0, inY - radius);
+    const std::int64_t bottom = std::min<std::int64_t>(mHeight - 1, inY + radius);
+    for (std::int64_t v = top; v <= bottom; ++v) {
         const auto s = static_cast<std::int64_t>(
             std::sqrt(static_cast<double>(radius * radius - (v - inY) * (v - inY))));
         const std::int64_t first = std::max<std::int64_t>(0, inX - s);
         const std::int64_t last = std::min<std::int64_t>(mWidth - 1, inX + s);
-        for (std::int64_t x = first; x <= last; ++x)
-            mPlanes[0][static_cast<std::size_t>(v * mWidth + x)] = 0.0f;
+        std::fill_n(mMask.begin() + (v * mWidth + first), last - first + 1, std::uint8_t{0});
     }
 }
 
+// A real position, in single precision. A point that is nowhere clears nothing.
 void APTCornerSelection::ClearDisc(float inX, float inY) {
     if (!std::isfinite(inX) || !std::isfinite(inY)) return;
     const float radius = static_cast<float>(mParams.mMinFeatureDistance);
-    const auto clip = [](float inValue, int inSize) {  // to an int in [-1, inSize]
-        return inValue < -1.0f                         ? -1
-               : inValue >= static_cast<float>(inSize) ? inSize
-                                                       : static_cast<int>(inValue);
-    };
-    const int top = std::max(0, clip(std::ceil(inY - radius), mHeight));
-    const int bottom = std::min(mHeight - 1, clip(std::floor(inY + radius), mHeight));
+    const int top = std::max(0, ClipToInt(std::ceil(inY - radius), mHeight));
+    const int bottom = std::min(mHeight - 1, ClipToInt(std::floor(inY + radius), mHeight));
     for (int v = top; v <= bottom; ++v) {
         const float away = static_cast<float>(v) - inY;
         const float root = radius * radius - away * away;
         if (!(root >= 0.0f)) continue;
         const float s = std::sqrt(root);
-        const int first = std::max(0, clip(std::ceil(inX - s), mWidth));
-        const int last = std::min(mWidth - 1, clip(std::floor(inX + s), mWidth));
-        for (int x = first; x <= last; ++x)
-            mPlanes[0][static_cast<std::size_t>(v) * static_cast<std::size_t>(mWidth) +
-                       static_cast<std::size_t>(x)] = 0.0f;
+        const int first = std::max(0, ClipToInt(std::ceil(inX - s), mWidth));
+        const int last = std::min(mWidth - 1, ClipToInt(std::floor(inX + s), mWidth));
+        if (first > last) continue;
+        std::fill_n(mMask.begin() + (std::ptrdiff_t{v} * mWidth + first), last - first + 1,
+                    std::uint8_t{0});
     }
 }
 

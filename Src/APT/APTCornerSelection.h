@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "APT/APTCornerStream.h"
 #include "APT/APTTrackerParams.h"
 #include "DP/APTFeature.h"
 #include "TVK/ParamRect.h"
@@ -50,25 +51,33 @@ public:
     /// then the left one first.
     const std::vector<APTCandidate>& GetSelected() const { return mSelected; }
 
+    /// For tests: the stream of cornerness, to choose its loops.
+    APTCornerStream& GetStream() { return mStream; }
+
 private:
     struct Corner {
         float mScore;
         std::uint64_t mIndex;
     };
 
-    void SmoothImage();
-    void ComputeCornerness();
-    float PickLocalMaxima();
-    void SumWindows(std::vector<float>& ioPlane);
+    APTPixelRange GetRangeInside(const TVK::ParamRect<float>& inRect) const;
+    float CollectCorners(const APTPixelRange& inRange, float inEnough, bool inKeep);
+    float GetThreshold(float inLargest) const;
+    float ChooseThreshold(const APTPixelRange& inRange, float inLargest);
+    void SelectBest(std::size_t inLimit);
+    void MakeMask(const APTFeature* inFirst, const APTFeature* inLast);
     void ClearDisc(int inX, int inY);
     void ClearDisc(float inX, float inY);
 
     APTTrackerParams mParams;
+    APTCornerStream mStream;
+    const float* mImage = nullptr;
     int mWidth = 0;
     int mHeight = 0;
-    std::vector<float> mPlanes[4];
-    std::vector<float> mCornerness;
+    std::vector<int> mColumns;  // maxima of a row
     std::vector<Corner> mCorners;
+    std::vector<std::uint8_t> mMask;  // 0 in the discs
+    std::vector<float> mMaskImage;    // what a further call works on
     std::vector<APTCandidate> mSelected;
 };
 

@@ -1,0 +1,238 @@
+#include "PlainCornerSelection.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace Testing {
+namespace {
+
+int Crop(int inMargin, int inReach) { return std::max(inMargin - inReach, 0); }
+
+std::vector<float> GaussianTaps(double inSigma) {
+    const int radius = static_cast<int>(3.5 * inSigma + 0.5);
+    const double s = 1.0 / (inSigma * std::sqrt(2.0));
+    std::vector<float> taps(static_cast<std::size_t>(2 * radius + 1));
+    double sum = 0.0;
+    for (int i = 1; i <= radius; ++i) {
+        const double tap = i * s < 2.5 ? std::erf((i + 0.5) * s) - std::erf((i - 0.5) * s)
+                                       : std::erfc((i - 0.5) * s) - std::erfc((i + 0.5) * s);
+        taps[static_cast<std::size_t>(radius - i)] = static_cast<float>(tap);
+        taps[static_cast<std::size_t>(radius + i)] = static_cast<float>(tap);
+        sum += tap;
+    }
+    const double centre = std::erf(0.5 * s) - std::erf(-0.5 * s);
+    taps[static_cast<std::size_t>(radius)] = static_cast<float>(centre);
+    sum = 2.0 * sum + centre;
+    for (float& tap : taps)
+        tap = static_cast<float>(static_cast<double>(tap) / sum);
+    return taps;
+}
+
+// A line of `inCount` floats, `inStep` apart, with its ends repeated.
+void ConvolveLine(float* ioLine, std::ptrdiff_t inStep, int inCount,
+                  const std::vector<float>& inTaps, std::vector<float>& ioPadded) {
+    const int radius = static_cast<int>(inTaps.size() / 2);
+    ioPadded.clear();
+    for (int i = -radius; i < inCount + radius; ++i)
+        ioPadded.push_back(ioLine[std::clamp(i, 0, inCount - 1) * inStep]);
+    for (int i = 0; i < inCount; ++i) {
+        float sum = 0.0f;
+        for (std::size_t k = 0; k < inTaps.size(); ++k)
+            sum += inTaps[k] * ioPadded[static_cast<std::size_t>(i) + k];
+        ioLine[i * inStep] = sum;
+    }
+}
+
+// out[i] = P[min(n - 1, i + half)] - P[i - half - 1], P the running total.
+void SumLine(float* ioLine, std::ptrdiff_t inStep, int inCount, int inHalf,
+             std::vector<float>& ioTotals) {
+    ioTotals.clear();
+    float total = 0.0f;
+    for (int i = 0; i < inCount; ++i)
+        ioTotals.push_back(total += ioLine[i * inStep]);
+    for (int i = 0; i < inCount; ++i) {
+        float sum = ioTotals[static_cast<std::size_t>(std::min(inCount - 1, i + inHalf))];
+        if (i - inHalf - 1 >= 0) sum -= ioTotals[static_cast<std::size_t>(i - inHalf - 1)];
+        ioLine[i * inStep] = sum;
+    }
+}
+
+}  // namespace
+
+void PlainCornerSelection::ApplyParams(const DP::APTTrackerParams& inParams) {
+    mParams = inParams;
+}
+
+void PlainCornerSelection::SetImage(const float* inImage, int inWidth, int inHeight) {
+    mWidth = std::max(inWidth, 0);
+    mHeight = std::max(inHeight, 0);
+    const auto pixels = static_cast<std::size_t>(mWidth) * static_cast<std::size_t>(mHeight);
+    for (auto& plane : mPlanes)
+        plane.resize(pixels);
+    mCornerness.resize(pixels);
+    std::copy_n(inImage, pixels, mPlanes[0].begin());
+}
+
+void PlainCornerSelection::FindCorners(const DP::APTFeature* inFirst,
+                                       const DP::APTFeature* inLast,
+                                       const TVK::ParamRect<float>& inRect,
+                                       std::size_t inLimit) {
+    mSelected.clear();
+    if (mParams.mSmoothImage) SmoothImage();
+    ComputeCornerness();
+    const float largest = PickLocalMaxima();
+
+    const float pixels = static_cast<float>((2 * mParams.mPatchHalfWidth + 1) *
+                                            (2 * mParams.mPatchHalfHeight + 1));
+    const float threshold = std::max(
+        mParams.mMinEigenRelative * std::min(largest, pixels * mParams.mMaxEigenPerPixel),
+        pixels * mParams.mMinEigenPerPixel);
+    const auto width = static_cast<std::uint64_t>(mWidth);
+    std::erase_if(mCorners, [&](const Corner& inCorner) {
+        const float x = static_cast<float>(inCorner.mIndex % width);
+        const float y = static_cast<float>(inCorner.mIndex / width);
+        return inCorner.mScore < threshold || !(inRect.mLeft < x && x < inRect.mRight &&
+                                                inRect.mTop < y && y < inRect.mBottom);
+    });
+
+    std::fill(mPlanes[0].begin(), mPlanes[0].end(), 1.0f);
+    for (const DP::APTFeature* feature = inFirst; feature != inLast; ++feature)
+        if (feature->mStatus >= 0) ClearDisc(feature->mX, feature->mY);
+
+    std::sort(mCorners.begin(), mCorners.end(), [](const Corner& inA, const Corner& inB) {
+        return inA.mScore != inB.mScore ? inA.mScore > inB.mScore : inA.mIndex < inB.mIndex;
+    });
+    const std::size_t limit = std::min<std::size_t>(inLimit, mParams.mMaxFeatures);
+    for (const Corner& corner : mCorners) {
+        if (mSelected.size() >= limit) break;
+        if (mPlanes[0][corner.mIndex] == 0.0f) continue;
+        const int x = static_cast<int>(corner.mIndex % width);
+        const int y = static_cast<int>(corner.mIndex / width);
+        mSelected.push_back({static_cast<float>(x), static_cast<float>(y), corner.mScore});
+        if (mSelected.size() < limit) ClearDisc(x, y);
+    }
+}
+
+void PlainCornerSelection::SmoothImage() {
+    const int hw = static_cast<int>(mParams.mPatchHalfWidth);
+    const int hh = static_cast<int>(mParams.mPatchHalfHeight);
+    const int border = static_cast<int>(mParams.mBorder);
+    const std::vector<float> taps = GaussianTaps(static_cast<double>(
+        static_cast<float>(2 * std::max(hw, hh) + 1) * mParams.mSmoothSigmaFactor));
+    const int radius = static_cast<int>(taps.size() / 2);
+    const int cropX = Crop(border, hw + radius + 2);
+    const int cropY = Crop(border, hh + radius + 2);
+    const int cols = mWidth - 2 * cropX;
+    const int rows = mHeight - 2 * cropY;
+    if (cols <= 0 || rows <= 0) return;
+    float* const area = mPlanes[0].data() + std::ptrdiff_t{cropY} * mWidth + cropX;
+    std::vector<float> padded;
+    for (int y = 0; y < rows; ++y)
+        ConvolveLine(area + std::ptrdiff_t{y} * mWidth, 1, cols, taps, padded);
+    for (int x = 0; x < cols; ++x)
+        ConvolveLine(area + x, mWidth, rows, taps, padded);
+}
+
+void PlainCornerSelection::ComputeCornerness() {
+    const int hw = static_cast<int>(mParams.mPatchHalfWidth);
+    const int hh = static_cast<int>(mParams.mPatchHalfHeight);
+    const int border = static_cast<int>(mParams.mBorder);
+    const int cropX = Crop(border, hw + 2);
+    const int cropY = Crop(border, hh + 2);
+    const int cols = mWidth - 2 * cropX;
+    const int rows = mHeight - 2 * cropY;
+    if (cols <= 0 || rows <= 0) return;
+    const std::ptrdiff_t start = std::ptrdiff_t{cropY} * mWidth + cropX;
+    for (int y = 0; y < rows; ++y)
+        for (int x = 0; x < cols; ++x) {
+            const std::ptrdiff_t i = start + std::ptrdiff_t{y} * mWidth + x;
+            const float* const at = mPlanes[0].data() + i;
+            const float gx = x > 0 && x < cols - 1 ? at[1] - at[-1] : 0.0f;
+            const float gy = y > 0 && y < rows - 1 ? at[mWidth] - at[-mWidth] : 0.0f;
+            mPlanes[1][static_cast<std::size_t>(i)] = gx * gx;
+            mPlanes[2][static_cast<std::size_t>(i)] = gy * gy;
+            mPlanes[3][static_cast<std::size_t>(i)] = gx * gy;
+        }
+    std::vector<float> totals;
+    for (int plane = 1; plane <= 3; ++plane) {
+        float* const area = mPlanes[plane].data() + start;
+        for (int y = 0; y < rows; ++y)
+            SumLine(area + std::ptrdiff_t{y} * mWidth, 1, cols, hw, totals);
+        for (int x = 0; x < cols; ++x)
+            SumLine(area + x, mWidth, rows, hh, totals);
+    }
+    if (cols - 2 * hw - 2 <= 0 || rows - 2 * hh - 2 <= 0) return;
+    std::fill(mCornerness.begin(), mCornerness.end(), 0.0f);
+    for (int y = hh + 1; y < rows - hh - 1; ++y)
+        for (int x = hw + 1; x < cols - hw - 1; ++x) {
+            const auto i = static_cast<std::size_t>(start + std::ptrdiff_t{y} * mWidth + x);
+            const float a = mPlanes[1][i];
+            const float b = mPlanes[2][i];
+            const float c = mPlanes[3][i];
+            const float s = a + b;
+            mCornerness[i] = s - std::sqrt(s * s - 4.0f * (a * b - c * c));
+        }
+}
+
+float PlainCornerSelection::PickLocalMaxima() {
+    const int marginX = std::max(static_cast<int>(mParams.mPatchHalfWidth) + 2,
+                                 static_cast<int>(mParams.mBorder));
+    const int marginY = std::max(static_cast<int>(mParams.mPatchHalfHeight) + 2,
+                                 static_cast<int>(mParams.mBorder));
+    mCorners.clear();
+    float largest = -100000.0f;
+    for (int y = marginY; y < mHeight - marginY; ++y)
+        for (int x = marginX; x < mWidth - marginX; ++x) {
+            const float* const at = mCornerness.data() + std::ptrdiff_t{y} * mWidth + x;
+            const float* const up = at - mWidth;
+            const float* const down = at + mWidth;
+            const float value = *at;
+            if (!(value > up[-1] && value > up[0] && value > up[1] && value > at[-1] &&
+                  value > at[1] && value > down[-1] && value > down[0] && value > down[1]))
+                continue;
+            mCorners.push_back(
+                {value, static_cast<std::uint64_t>(y) * static_cast<std::uint64_t>(mWidth) +
+                            static_cast<std::uint64_t>(x)});
+            largest = std::max(largest, value);
+        }
+    return largest;
+}
+
+void PlainCornerSelection::ClearDisc(int inX, int inY) {
+    const auto most = static_cast<std::uint64_t>(mWidth) + static_cast<std::uint64_t>(mHeight);
+    const auto radius = static_cast<std::int64_t>(std::min(mParams.mMinFeatureDistance, most));
+    for (std::int64_t v = std::max<std::int64_t>(0, inY - radius);
+         v <= std::min<std::int64_t>(mHeight - 1, inY + radius); ++v) {
+        const auto s = static_cast<std::int64_t>(
+            std::sqrt(static_cast<double>(radius * radius - (v - inY) * (v - inY))));
+        const std::int64_t first = std::max<std::int64_t>(0, inX - s);
+        const std::int64_t last = std::min<std::int64_t>(mWidth - 1, inX + s);
+        for (std::int64_t x = first; x <= last; ++x)
+            mPlanes[0][static_cast<std::size_t>(v * mWidth + x)] = 0.0f;
+    }
+}
+
+void PlainCornerSelection::ClearDisc(float inX, float inY) {
+    if (!std::isfinite(inX) || !std::isfinite(inY)) return;
+    const float radius = static_cast<float>(mParams.mMinFeatureDistance);
+    const auto clip = [](float inValue, int inSize) {  // to an int in [-1, inSize]
+        return inValue < -1.0f                         ? -1
+               : inValue >= static_cast<float>(inSize) ? inSize
+                                                       : static_cast<int>(inValue);
+    };
+    const int top = std::max(0, clip(std::ceil(inY - radius), mHeight));
+    const int bottom = std::min(mHeight - 1, clip(std::floor(inY + radius), mHeight));
+    for (int v = top; v <= bottom; ++v) {
+        const float away = static_cast<float>(v) - inY;
+        const float root = radius * radius - away * away;
+        if (!(root >= 0.0f)) continue;
+        const float s = std::sqrt(root);
+        const int first = std::max(0, clip(std::ceil(inX - s), mWidth));
+        const int last = std::min(mWidth - 1, clip(std::floor(inX + s), mWidth));
+        for (int x = first; x <= last; ++x)
+            mPlanes[0][static_cast<std::size_t>(v) * static_cast<std::size_t>(mWidth) +
+                       static_cast<std::size_t>(x)] = 0.0f;
+    }
+}
+
+}  // namespace Testing
