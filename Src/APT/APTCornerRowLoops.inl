@@ -12,68 +12,70 @@ namespace {
 constexpr int kBlock = 16;
 constexpr int kUsualTaps = 9;
 
-// kTaps 0: the number is not known while compiling.
+// With the number of taps known while compiling, the loop over the taps is unrolled and
+// the one over the pixels becomes vector code.
 template <int kTaps>
-inline void SmoothAcrossOf(const float* __restrict inLine, const float* __restrict inTaps,
-                           int inTapCount, int inCount, float* __restrict outRow) {
-    const int taps = kTaps ? kTaps : inTapCount;
-    int i = 0;
-    for (; i + kBlock <= inCount; i += kBlock) {
-        float sums[kBlock] = {};
-        for (int k = 0; k < taps; ++k)
-            for (int lane = 0; lane < kBlock; ++lane)
-                sums[lane] += inTaps[k] * inLine[i + k + lane];
-        for (int lane = 0; lane < kBlock; ++lane)
-            outRow[i + lane] = sums[lane];
+inline void SmoothAcrossBy(const float* __restrict inLine, const float* __restrict inTaps,
+                           int inCount, float* __restrict outRow) {
+    float taps[kTaps];
+    for (int k = 0; k < kTaps; ++k)
+        taps[k] = inTaps[k];
+    for (int i = 0; i < inCount; ++i) {
+        float sum = taps[0] * inLine[i];
+        for (int k = 1; k < kTaps; ++k)
+            sum += taps[k] * inLine[i + k];
+        outRow[i] = sum;
     }
-    for (; i < inCount; ++i) {
-        float sum = 0.0f;
-        for (int k = 0; k < taps; ++k)
-            sum += inTaps[k] * inLine[i + k];
+}
+
+template <int kTaps>
+inline void SmoothDownBy(const float* const* inRows, const float* __restrict inTaps,
+                         int inCount, float* __restrict outRow) {
+    float taps[kTaps];
+    const float* rows[kTaps];
+    for (int k = 0; k < kTaps; ++k) {
+        taps[k] = inTaps[k];
+        rows[k] = inRows[k];
+    }
+    for (int i = 0; i < inCount; ++i) {
+        float sum = taps[0] * rows[0][i];
+        for (int k = 1; k < kTaps; ++k)
+            sum += taps[k] * rows[k][i];
         outRow[i] = sum;
     }
 }
 
 void SmoothAcross(const float* inLine, const float* inTaps, int inTapCount, int inCount,
                   float* outRow) {
-    if (inTapCount == kUsualTaps)
-        SmoothAcrossOf<kUsualTaps>(inLine, inTaps, inTapCount, inCount, outRow);
-    else
-        SmoothAcrossOf<0>(inLine, inTaps, inTapCount, inCount, outRow);
-}
-
-template <int kTaps>
-inline void SmoothDownOf(const float* const* inRows, const float* __restrict inTaps,
-                         int inTapCount, int inCount, float* __restrict outRow) {
-    const int taps = kTaps ? kTaps : inTapCount;
-    int i = 0;
-    for (; i + kBlock <= inCount; i += kBlock) {
-        float sums[kBlock] = {};
-        for (int k = 0; k < taps; ++k)
-            for (int lane = 0; lane < kBlock; ++lane)
-                sums[lane] += inTaps[k] * inRows[k][i + lane];
-        for (int lane = 0; lane < kBlock; ++lane)
-            outRow[i + lane] = sums[lane];
+    if (inTapCount == kUsualTaps) {
+        SmoothAcrossBy<kUsualTaps>(inLine, inTaps, inCount, outRow);
+        return;
     }
-    for (; i < inCount; ++i) {
-        float sum = 0.0f;
-        for (int k = 0; k < taps; ++k)
-            sum += inTaps[k] * inRows[k][i];
+    for (int i = 0; i < inCount; ++i) {
+        float sum = inTaps[0] * inLine[i];
+        for (int k = 1; k < inTapCount; ++k)
+            sum += inTaps[k] * inLine[i + k];
         outRow[i] = sum;
     }
 }
 
 void SmoothDown(const float* const* inRows, const float* inTaps, int inTapCount, int inCount,
                 float* outRow) {
-    if (inTapCount == kUsualTaps)
-        SmoothDownOf<kUsualTaps>(inRows, inTaps, inTapCount, inCount, outRow);
-    else
-        SmoothDownOf<0>(inRows, inTaps, inTapCount, inCount, outRow);
+    if (inTapCount == kUsualTaps) {
+        SmoothDownBy<kUsualTaps>(inRows, inTaps, inCount, outRow);
+        return;
+    }
+    for (int i = 0; i < inCount; ++i) {
+        float sum = inTaps[0] * inRows[0][i];
+        for (int k = 1; k < inTapCount; ++k)
+            sum += inTaps[k] * inRows[k][i];
+        outRow[i] = sum;
+    }
 }
 
 template <bool kHasY>
-inline void MultiplyOf(const float* inAbove, const float* inRow, const float* inBelow,
-                       int inCount, APTProductRows outRows) {
+inline void MultiplyOf(const float* __restrict inAbove, const float* __restrict inRow,
+                       const float* __restrict inBelow, int inCount, APTProductRows outRows) {
     float* const __restrict xx = outRows.mXX;
     float* const __restrict yy = outRows.mYY;
     float* const __restrict xy = outRows.mXY;
@@ -176,3 +178,10 @@ int PickMaxima(const float* inAbove, const float* inRow, const float* inBelow, i
 }  // namespace
 }  // namespace DP_CORNER_ROWS
 }  // namespace DP
+
+#define DP_CORNER_ROW_PROCS(inName)                                                           \
+    {                                                                                         \
+        inName, DP_CORNER_ROWS::SmoothAcross, DP_CORNER_ROWS::SmoothDown,                     \
+            DP_CORNER_ROWS::Multiply, DP_CORNER_ROWS::TotalAcross, DP_CORNER_ROWS::TotalDown, \
+            DP_CORNER_ROWS::Cornerness, DP_CORNER_ROWS::PickMaxima                            \
+    }

@@ -49,6 +49,8 @@ struct APTCornerRowProcs {
                        int inBegin, int inEnd, int* outColumns);
 };
 
+inline constexpr int kAPTCornerRowVariants = 2;
+
 /// The variants that this machine can run, the plain one first and the widest last.
 int GetAPTCornerRowVariants(const APTCornerRowProcs** outVariants);
 

@@ -47,6 +47,13 @@ std::vector<float> GaussianTaps(double inSigma) {
     return taps;
 }
 
+// Floats from one row of a ring to the next. Rows a power of two apart would fall into the
+// same lines of the cache.
+std::size_t StrideOf(int inWidth) {
+    const std::size_t stride = (static_cast<std::size_t>(inWidth) + 31) / 16 * 16;
+    return stride % 256 == 0 ? stride + 16 : stride;
+}
+
 float* RowOf(std::vector<float>& inRing, std::size_t inStride, int inRow) {
     return inRing.data() + static_cast<std::size_t>(inRow) * inStride;
 }
@@ -100,7 +107,7 @@ void APTCornerStream::Start(const float* inImage, int inWidth, int inHeight,
     mTotalCols = inRange.mRight - mCropX + mHalfWidth + 1;
     mSmoothCols = mTotalCols + 1;
 
-    const auto stride = static_cast<std::size_t>(inWidth);
+    const std::size_t stride = StrideOf(inWidth);
     if (stride != mStride) {
         mStride = stride;
         mPadded.resize(stride + mTaps.size());

@@ -40,7 +40,7 @@ void ExpectSamePoints(const std::vector<APTCandidate>& inActual,
 }
 
 std::vector<const DP::APTCornerRowProcs*> Variants() {
-    const DP::APTCornerRowProcs* variants[8];
+    const DP::APTCornerRowProcs* variants[DP::kAPTCornerRowVariants];
     const int count = DP::GetAPTCornerRowVariants(variants);
     return {variants, variants + count};
 }
