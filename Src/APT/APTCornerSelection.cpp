@@ -12,8 +12,10 @@
 //       taken          the whole image       taken           limit = relative * clamp
 //
 // so for a rectangle that is a part of the image mostly the rectangle alone is looked at.
-// The rest of the image is searched only if a corner inside lies between floor and limit,
-// and only until a corner at the clamp is found.
+// The rest of the image matters only when it is a corner's turn that lies between floor and
+// limit, and only until a corner is found that is good enough to drop it. A clip that
+// needed the whole image once will mostly need it again: the next call then walks the image
+// in one go.
 
 #include "APT/APTCornerSelection.h"
 
@@ -70,13 +72,15 @@ void APTCornerSelection::FindCorners(const APTFeature* inFirst, const APTFeature
     const std::size_t limit = std::min<std::size_t>(inLimit, mParams.mMaxFeatures);
     if (limit == 0 && inIsLast) return;
 
-    const APTPixelRange range = GetRangeInside(inRect);
-    if (!range.IsEmpty()) {
-        const float largest = CollectCorners(range, kEverything, true);
-        const float threshold = ChooseThreshold(range, largest);
-        std::erase_if(mCorners,
-                      [=](const Corner& inCorner) { return inCorner.mScore < threshold; });
+    const APTPixelRange scan = mStream.GetScanRange(mWidth, mHeight);
+    const APTPixelRange inside = GetRangeInside(inRect);
+    if (!inside.IsEmpty()) {
+        mKnowsLargest = mNeededLargest || inside == scan;
+        mLargest = CollectCorners(mKnowsLargest ? scan : inside, inside, kEverything);
+        mNeededLargest = false;
     }
+    const float lowest = GetThreshold(mLargest);
+    std::erase_if(mCorners, [=](const Corner& inCorner) { return inCorner.mScore < lowest; });
     if (mCorners.empty() && inIsLast) return;
     MakeMask(inFirst, inLast);
     SelectBest(limit);
@@ -94,24 +98,26 @@ APTPixelRange APTCornerSelection::GetRangeInside(const TVK::ParamRect<float>& in
             EndBelow(inRect.mBottom, scan.mTop, scan.mBottom)};
 }
 
-// Walks the corners of a range and returns the largest cornerness among them. Stops behind
-// the row in which `inEnough` is reached.
-float APTCornerSelection::CollectCorners(const APTPixelRange& inRange, float inEnough,
-                                         bool inKeep) {
+// Walks the corners of a range, keeps those in `inKept`, a part of it, and returns the
+// largest cornerness of all. Stops behind the row with which the threshold passes
+// `inDropped`.
+float APTCornerSelection::CollectCorners(const APTPixelRange& inRange,
+                                         const APTPixelRange& inKept, float inDropped) {
     float largest = kNoCorner;
     mColumns.resize(static_cast<std::size_t>(mWidth));
     mStream.Start(mImage, mWidth, mHeight, inRange);
-    while (mStream.NextRow() && largest < inEnough) {
+    while (!(GetThreshold(largest) > inDropped) && mStream.NextRow()) {
         const int y = mStream.GetRowNumber() - 1;
         if (y < inRange.mTop) continue;
         const float* const row = mStream.GetRow(y);
         const int count =
             mStream.GetProcs().mPickMaxima(mStream.GetRow(y - 1), row, mStream.GetRow(y + 1),
                                            inRange.mLeft, inRange.mRight, mColumns.data());
+        const bool isKeptRow = y >= inKept.mTop && y < inKept.mBottom;
         for (int i = 0; i < count; ++i) {
             const int x = mColumns[static_cast<std::size_t>(i)];
             largest = std::max(largest, row[x]);
-            if (inKeep)
+            if (isKeptRow && x >= inKept.mLeft && x < inKept.mRight)
                 mCorners.push_back({row[x], static_cast<std::uint64_t>(y) *
                                                     static_cast<std::uint64_t>(mWidth) +
                                                 static_cast<std::uint64_t>(x)});
@@ -128,25 +134,17 @@ float APTCornerSelection::GetThreshold(float inLargest) const {
         pixels * mParams.mMinEigenPerPixel);
 }
 
-// The threshold of the whole image, or one that drops the same corners. `inLargest` is the
-// largest of the range.
-float APTCornerSelection::ChooseThreshold(const APTPixelRange& inRange, float inLargest) {
-    const APTPixelRange scan = mStream.GetScanRange(mWidth, mHeight);
-    const bool isWhole = inRange.mLeft == scan.mLeft && inRange.mRight == scan.mRight &&
-                         inRange.mTop == scan.mTop && inRange.mBottom == scan.mBottom;
-    if (isWhole) return GetThreshold(inLargest);
-    // A larger best corner never lowers the threshold.
-    const float lowest = GetThreshold(inLargest);
-    const float highest = GetThreshold(kEverything);
-    const bool depends =
-        std::any_of(mCorners.begin(), mCorners.end(), [=](const Corner& inCorner) {
-            return inCorner.mScore >= lowest && inCorner.mScore < highest;
-        });
-    if (!depends) return highest;
-    const float clamp = static_cast<float>((2 * mParams.mPatchHalfWidth + 1) *
-                                           (2 * mParams.mPatchHalfHeight + 1)) *
-                        mParams.mMaxEigenPerPixel;
-    return GetThreshold(CollectCorners(scan, clamp, false));
+// Whether a corner is at or above the threshold of the whole image. It is at or above that
+// of the largest corner known; a larger one never lowers the threshold.
+bool APTCornerSelection::IsGoodEnough(const Corner& inCorner) {
+    if (inCorner.mScore >= GetThreshold(kEverything)) return true;
+    mNeededLargest = true;
+    if (!mKnowsLargest) {
+        const APTPixelRange scan = mStream.GetScanRange(mWidth, mHeight);
+        mLargest = CollectCorners(scan, {}, inCorner.mScore);
+        mKnowsLargest = true;
+    }
+    return inCorner.mScore >= GetThreshold(mLargest);
 }
 
 // Best first, without sorting more corners than are looked at.
@@ -168,6 +166,7 @@ void APTCornerSelection::SelectBest(std::size_t inLimit) {
         }
         const Corner& corner = mCorners[i];
         if (mMask[corner.mIndex] == 0) continue;
+        if (!IsGoodEnough(corner)) return;  // nor is any behind it
         const int x = static_cast<int>(corner.mIndex % width);
         const int y = static_cast<int>(corner.mIndex / width);
         mSelected.push_back({static_cast<float>(x), static_cast<float>(y), corner.mScore});

@@ -61,9 +61,10 @@ private:
     };
 
     APTPixelRange GetRangeInside(const TVK::ParamRect<float>& inRect) const;
-    float CollectCorners(const APTPixelRange& inRange, float inEnough, bool inKeep);
+    float CollectCorners(const APTPixelRange& inRange, const APTPixelRange& inKept,
+                         float inDropped);
     float GetThreshold(float inLargest) const;
-    float ChooseThreshold(const APTPixelRange& inRange, float inLargest);
+    bool IsGoodEnough(const Corner& inCorner);
     void SelectBest(std::size_t inLimit);
     void MakeMask(const APTFeature* inFirst, const APTFeature* inLast);
     void ClearDisc(int inX, int inY);
@@ -74,7 +75,10 @@ private:
     const float* mImage = nullptr;
     int mWidth = 0;
     int mHeight = 0;
-    std::vector<int> mColumns;  // maxima of a row
+    float mLargest = 0.0f;        // of the corners that were looked at
+    bool mKnowsLargest = false;   // these are all of the image's
+    bool mNeededLargest = false;  // the last call could not do without
+    std::vector<int> mColumns;    // maxima of a row
     std::vector<Corner> mCorners;
     std::vector<std::uint8_t> mMask;  // 0 in the discs
     std::vector<float> mMaskImage;    // what a further call works on

@@ -18,6 +18,7 @@ struct APTPixelRange {
     int mRight = 0;
     int mBottom = 0;
 
+    friend bool operator==(const APTPixelRange&, const APTPixelRange&) = default;
     bool IsEmpty() const { return mLeft >= mRight || mTop >= mBottom; }
 };
 
