@@ -1,0 +1,366 @@
+// Alignment of one patch: the bits of the plain form for every model and number of
+// channels, the limits of the samplers, and the descent from coarse levels.
+
+#include "APT/APTPatchAlignment.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <memory>
+#include <string>
+#include <tuple>
+#include <vector>
+
+#include "APTFrames.h"
+#include "ColourPyramid/ColourPyramidData.h"
+#include "PlainAlignment.h"
+
+namespace {
+
+using DP::APTImagePyramid;
+using DP::APTMotionModel;
+using DP::APTPatchPyramid;
+using DP::APTPatchShape;
+using DP::APTWorkspace;
+using DP::ColourPyramidData;
+
+constexpr DP::APTTolerances kTolerances{0.1f, 0.05f, 0.05f, 1.0f};
+constexpr int kLevels = 3;
+constexpr int kIterations = 15;
+
+// Interleaved channels, each a texture of its own.
+std::vector<float> ChannelFrame(int inCols, int inRows, int inChannels, double inX,
+                                double inY) {
+    const auto channels = static_cast<std::size_t>(inChannels);
+    std::vector<float> frame(static_cast<std::size_t>(inCols * inRows) * channels);
+    for (std::size_t c = 0; c < channels; ++c) {
+        const auto plane =
+            Testing::TexturedFrame(inCols, inRows, inX, inY, static_cast<std::uint32_t>(5 + c));
+        for (std::size_t i = 0; i < plane.size(); ++i)
+            frame[i * channels + c] = plane[i];
+    }
+    return frame;
+}
+
+std::unique_ptr<ColourPyramidData> WholePyramid(const std::vector<float>& inFrame, int inCols,
+                                                int inRows, int inChannels) {
+    return std::unique_ptr<ColourPyramidData>(ColourPyramidData::Create(
+        static_cast<std::uint32_t>(inCols), static_cast<std::uint32_t>(inRows), kLevels, 2,
+        static_cast<std::uint32_t>(inChannels), inFrame.data()));
+}
+
+// Two frames and what is needed to align points between them.
+struct Aligner {
+    Aligner(const std::vector<float>& inFrom, const std::vector<float>& inTo, int inCols,
+            int inRows, const APTPatchShape& inShape)
+        : mShape(inShape) {
+        mFrom.Reset(inFrom.data(), inCols, inRows, inShape.mChannels, kLevels);
+        mTo.Reset(inTo.data(), inCols, inRows, inShape.mChannels, kLevels);
+        mWorkspace.Init(inShape);
+        mTemplates.Init(inShape, kLevels);
+        for (int c = 0; c < inShape.mChannels; ++c)
+            mStart[2 + 2 * c] = 1.0f;
+    }
+
+    int Align(float inX, float inY, APTMotionModel inModel = DP::kAPTModelTranslation,
+              float inCorrelationLimit = 0.5f) {
+        mTemplates.Locate(kLevels, inX, inY, mFrom);
+        return DP::AlignPatch(mWorkspace, mTemplates, mTo, inX, inY, mStart, mResult, inModel,
+                              kTolerances, inCorrelationLimit, kIterations);
+    }
+
+    APTPatchShape mShape;
+    APTImagePyramid mFrom;
+    APTImagePyramid mTo;
+    APTWorkspace mWorkspace;
+    APTPatchPyramid mTemplates;
+    float mStart[DP::kAPTMaxParameters] = {};
+    float mResult[DP::kAPTMaxParameters] = {};
+};
+
+// ---- Against the plain form, by bits -------------------------------------------------
+
+using ModelAndChannels = std::tuple<int, int, int>;  // model, channels, half width
+
+class AgainstThePlainForm : public testing::TestWithParam<ModelAndChannels> {};
+
+TEST_P(AgainstThePlainForm, EveryPointHasTheSameResultToTheBit) {
+    const auto model = static_cast<APTMotionModel>(std::get<0>(GetParam()));
+    const APTPatchShape shape{std::get<2>(GetParam()), 5, std::get<1>(GetParam())};
+    constexpr int kCols = 97;
+    constexpr int kRows = 83;
+    int converged = 0;
+    for (const double motion : {0.6, 3.1, 6.5}) {
+        const auto from = ChannelFrame(kCols, kRows, shape.mChannels, 0.0, 0.0);
+        const auto to = ChannelFrame(kCols, kRows, shape.mChannels, -motion, 0.4 * motion);
+        const auto wholeFrom = WholePyramid(from, kCols, kRows, shape.mChannels);
+        const auto wholeTo = WholePyramid(to, kCols, kRows, shape.mChannels);
+        Testing::PlainAlignment plain(shape, *wholeFrom, *wholeTo);
+        Aligner aligner(from, to, kCols, kRows, shape);
+        Testing::Random random(9);
+        for (int point = 0; point < 60; ++point) {
+            const float x = static_cast<float>(random.Real() * kCols);
+            const float y = static_cast<float>(random.Real() * kRows);
+            float expected[DP::kAPTMaxParameters] = {};
+            std::fill_n(aligner.mResult, DP::kAPTMaxParameters, 0.0f);
+            const int start = plain.Align(x, y, aligner.mStart, expected, model, kTolerances,
+                                          0.5f, kIterations);
+            ASSERT_EQ(aligner.Align(x, y, model), start) << "at " << x << ", " << y;
+            ASSERT_EQ(std::memcmp(expected, aligner.mResult, sizeof(expected)), 0)
+                << "at " << x << ", " << y;
+            converged += start >= 0;
+        }
+    }
+    if (model != DP::kAPTModelReserved) {
+        EXPECT_GT(converged, 40);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(ModelsChannelsAndWidths, AgainstThePlainForm,
+                         testing::Combine(testing::Range(0, 4), testing::Range(1, 5),
+                                          testing::Values(1, 3, 5, 8)));
+
+TEST(APTImagePyramid, BlocksHoldThePixelsOfAWholePyramid) {
+    for (const int channels : {1, 2, 3, 4})
+        for (const auto& [cols, rows] :
+             {std::pair{1, 1}, {2, 9}, {5, 5}, {33, 17}, {130, 70}, {259, 65}}) {
+            const auto frame = ChannelFrame(cols, rows, channels, 0.3, 0.2);
+            const auto whole = WholePyramid(frame, cols, rows, channels);
+            APTImagePyramid pyramid;
+            // A frame before it: tiles of the last frame must not survive.
+            const auto other = ChannelFrame(cols, rows, channels, 9.3, 0.2);
+            for (const auto* image : {&other, &frame}) {
+                pyramid.Reset(image->data(), cols, rows, channels, kLevels);
+                for (int level = kLevels - 1; level >= 0; --level)
+                    pyramid.GetBlock(level, pyramid.GetWidth(level) / 2,
+                                     pyramid.GetHeight(level) / 2, pyramid.GetWidth(level) - 1,
+                                     pyramid.GetHeight(level) - 1);
+            }
+            for (int level = 0; level < kLevels; ++level) {
+                const auto floats = static_cast<std::size_t>(pyramid.GetRowLength(level) *
+                                                             pyramid.GetHeight(level));
+                const float* const pixels = pyramid.GetBlock(
+                    level, 0, 0, pyramid.GetWidth(level) - 1, pyramid.GetHeight(level) - 1);
+                ASSERT_EQ(
+                    std::memcmp(pixels, whole->GetLevelData(static_cast<std::size_t>(level)),
+                                floats * sizeof(float)),
+                    0)
+                    << cols << "x" << rows << ", channels " << channels << ", level " << level;
+            }
+        }
+}
+
+// ---- The limits ----------------------------------------------------------------------
+
+constexpr int kCols = 64;
+constexpr int kRows = 48;
+const APTPatchShape kShape{5, 5, 1};
+
+int TemplateLevels(float inX, float inY, int inCols = kCols, int inRows = kRows) {
+    const auto frame = Testing::TexturedFrame(inCols, inRows, 0, 0);
+    APTImagePyramid pyramid;
+    pyramid.Reset(frame.data(), inCols, inRows, 1, kLevels);
+    APTPatchPyramid templates;
+    templates.Init(kShape, kLevels);
+    return templates.Locate(kLevels, inX, inY, pyramid);
+}
+
+bool PatchFits(float inX, float inY, int inCols = kCols, int inRows = kRows) {
+    const auto frame = Testing::TexturedFrame(inCols, inRows, 0, 0);
+    APTImagePyramid pyramid;
+    pyramid.Reset(frame.data(), inCols, inRows, 1, kLevels);
+    APTWorkspace workspace;
+    workspace.Init(kShape);
+    return DP::SamplePatch(inX, inY, kShape, pyramid, 0, workspace.mPatch.data(),
+                           workspace.mScratch.data());
+}
+
+TEST(SamplingLimits, APatchMayUseTheLastColumnButNotTheLastRow) {
+    EXPECT_TRUE(PatchFits(5.0f, 20.0f));
+    EXPECT_FALSE(PatchFits(4.99f, 20.0f));
+    EXPECT_TRUE(PatchFits(kCols - 7 + 0.99f, 20.0f));
+    EXPECT_FALSE(PatchFits(kCols - 6.0f, 20.0f));
+    EXPECT_TRUE(PatchFits(20.0f, 5.0f));
+    EXPECT_FALSE(PatchFits(20.0f, 4.99f));
+    EXPECT_TRUE(PatchFits(20.0f, kRows - 8 + 0.99f));
+    EXPECT_FALSE(PatchFits(20.0f, kRows - 7.0f));
+}
+
+TEST(SamplingLimits, ATemplateNeedsOnePixelMoreOnEachSide) {
+    EXPECT_EQ(TemplateLevels(5.99f, 24.0f), 0);
+    EXPECT_GE(TemplateLevels(6.0f, 24.0f), 1);
+    EXPECT_GE(TemplateLevels(kCols - 8 + 0.99f, 24.0f), 1);
+    EXPECT_EQ(TemplateLevels(kCols - 7.0f, 24.0f), 0);
+    EXPECT_GE(TemplateLevels(24.0f, kRows - 9 + 0.99f), 1);
+    EXPECT_EQ(TemplateLevels(24.0f, kRows - 8.0f), 0);
+    EXPECT_EQ(TemplateLevels(32.0f, 24.0f), 2) << "16 by 12 pixels are too few at level 2";
+}
+
+TEST(SamplingLimits, ImagesJustLargeEnoughHaveOnePlace) {
+    EXPECT_TRUE(PatchFits(5.0f, 5.0f, 12, 13));
+    EXPECT_FALSE(PatchFits(5.0f, 5.0f, 11, 13));
+    EXPECT_FALSE(PatchFits(5.0f, 5.0f, 12, 12));
+    EXPECT_EQ(TemplateLevels(6.0f, 6.0f, 14, 15), 1);
+    EXPECT_EQ(TemplateLevels(6.0f, 6.0f, 13, 15), 0);
+    EXPECT_EQ(TemplateLevels(6.0f, 6.0f, 14, 14), 0);
+}
+
+TEST(SamplingLimits, PositionsThatAreNoNumbersOrFarAwayFail) {
+    constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
+    constexpr float kInfinity = std::numeric_limits<float>::infinity();
+    for (const float bad : {kNaN, kInfinity, -kInfinity, 3e38f, -3e38f, 2147483648.0f, -1.0f}) {
+        EXPECT_FALSE(PatchFits(bad, 20.0f)) << bad;
+        EXPECT_FALSE(PatchFits(20.0f, bad)) << bad;
+        EXPECT_EQ(TemplateLevels(bad, 20.0f), 0) << bad;
+        EXPECT_EQ(TemplateLevels(20.0f, bad), 0) << bad;
+    }
+}
+
+TEST(Templates, GradientsAreDifferencesOverTwoPixelsAndNotHalved) {
+    std::vector<float> ramp(static_cast<std::size_t>(kCols * kRows));
+    for (int y = 0; y < kRows; ++y)
+        for (int x = 0; x < kCols; ++x)
+            ramp[static_cast<std::size_t>(y * kCols + x)] = static_cast<float>(3 * x + 5 * y);
+    APTImagePyramid pyramid;
+    pyramid.Reset(ramp.data(), kCols, kRows, 1, 1);
+    APTPatchPyramid templates;
+    templates.Init(kShape, 1);
+    ASSERT_EQ(templates.Locate(1, 20.5f, 18.25f, pyramid), 1);
+    const auto level = templates.GetLevel(0);
+    for (int i = 0; i < kShape.GetFloats(); ++i) {
+        EXPECT_EQ(level.mGradientX[i], 6.0f);
+        EXPECT_EQ(level.mGradientY[i], 10.0f);
+    }
+    EXPECT_EQ(level.mTemplate[60], 3 * 20.5f + 5 * 18.25f) << "the middle of the patch";
+}
+
+// ---- The descent ---------------------------------------------------------------------
+
+TEST(AlignPatch, IdenticalFramesAreFoundAtOnceWithoutMotion) {
+    const auto frame = Testing::TexturedFrame(kCols, kRows, 0, 0);
+    Aligner aligner(frame, frame, kCols, kRows, kShape);
+    EXPECT_EQ(aligner.Align(30.0f, 22.0f), 0);
+    EXPECT_EQ(aligner.mResult[0], 0.0f);
+    EXPECT_EQ(aligner.mResult[1], 0.0f);
+    float correlation = 0.0f;
+    ASSERT_TRUE(DP::NormalisedCorrelation(aligner.mTemplates.GetLevel(0).mTemplate,
+                                          aligner.mWorkspace.mPatch.data(), kShape,
+                                          correlation));
+    EXPECT_NEAR(correlation, 1.0f, 1e-4f);
+}
+
+TEST(AlignPatch, LongMotionIsFoundFromACoarserStart) {
+    const auto from = Testing::TexturedFrame(160, 120, 0, 0);
+    const auto to = Testing::TexturedFrame(160, 120, -9.0, 0.0);
+    Aligner aligner(from, to, 160, 120, kShape);
+    int coarse = 0;
+    int right = 0;
+    for (float y = 50.0f; y < 80.0f; y += 5.0f)
+        for (float x = 50.0f; x < 100.0f; x += 5.0f) {
+            const int start = aligner.Align(x, y);
+            if (start < 1) continue;
+            ++coarse;
+            right += std::hypot(aligner.mResult[0] - 9.0f, aligner.mResult[1]) < 0.3f;
+        }
+    EXPECT_GT(coarse, 10);
+    EXPECT_GE(right, coarse * 3 / 4);
+}
+
+TEST(AlignPatch, ALimitAboveOneRefusesEveryStart) {
+    const auto frame = Testing::TexturedFrame(kCols, kRows, 0, 0);
+    Aligner aligner(frame, frame, kCols, kRows, kShape);
+    EXPECT_EQ(aligner.Align(30.0f, 22.0f, DP::kAPTModelTranslation, 1.5f), -1);
+}
+
+TEST(AlignPatch, FlatPatchesHaveNoSolutionInAnyModel) {
+    const std::vector<float> flat(static_cast<std::size_t>(kCols * kRows), 50.0f);
+    Aligner aligner(flat, flat, kCols, kRows, kShape);
+    for (int model = 0; model < 4; ++model)
+        EXPECT_EQ(aligner.Align(30.0f, 22.0f, static_cast<APTMotionModel>(model), -2.0f), -1);
+    EXPECT_EQ(aligner.Align(30.0f, 22.0f, static_cast<APTMotionModel>(17), -2.0f), -1);
+}
+
+TEST(AlignPatch, GainAndOffsetAreFoundByBothModelsThatHaveThem) {
+    const auto from = Testing::TexturedFrame(kCols, kRows, 0, 0);
+    auto to = Testing::TexturedFrame(kCols, kRows, -0.7, 0.4);
+    for (float& value : to)
+        value = value * 1.25f - 10.0f;  // T = 0.8 I + 8
+    Aligner aligner(from, to, kCols, kRows, kShape);
+    ASSERT_EQ(aligner.Align(30.0f, 22.0f, DP::kAPTModelGainOffset), 0);
+    EXPECT_NEAR(aligner.mResult[0], 0.7f, 0.1f);
+    EXPECT_NEAR(aligner.mResult[1], -0.4f, 0.1f);
+    EXPECT_NEAR(aligner.mResult[2], 0.8f, 0.05f);
+    // Where the patch is as bright as in the mean, gain and offset together are sharper
+    // than each alone.
+    const float mean = DP::ChannelSum(aligner.mWorkspace.mPatch.data(), kShape, 0) /
+                       static_cast<float>(kShape.GetPixels());
+    EXPECT_NEAR(aligner.mResult[2] * mean + aligner.mResult[3], 0.8f * mean + 8.0f, 1.0f);
+    ASSERT_EQ(aligner.Align(30.0f, 22.0f, DP::kAPTModelFittedGainOffset), 0);
+    EXPECT_NEAR(aligner.mResult[0], 0.7f, 0.1f);
+    EXPECT_NEAR(aligner.mResult[1], -0.4f, 0.1f);
+    EXPECT_NEAR(aligner.mWorkspace.mCurrent[2], 0.8f, 0.05f);
+}
+
+TEST(AlignPatch, MoreThanFourChannelsAreNotSupported) {
+    const APTPatchShape shape{2, 2, 5};
+    const auto frame = ChannelFrame(kCols, kRows, 5, 0, 0);
+    APTImagePyramid pyramid;
+    pyramid.Reset(frame.data(), kCols, kRows, 5, 1);
+    APTWorkspace workspace;
+    workspace.Init(shape);
+    APTPatchPyramid templates;
+    templates.Init(shape, 1);
+    ASSERT_EQ(templates.Locate(1, 30.0f, 20.0f, pyramid), 1);
+    const float start[12] = {};
+    float result[12] = {};
+    EXPECT_EQ(DP::AlignPatch(workspace, templates, pyramid, 30.0f, 20.0f, start, result,
+                             DP::kAPTModelTranslation, kTolerances, 0.5f, kIterations),
+              -1);
+}
+
+TEST(AlignPatch, PixelsThatAreNoNumbersLoseThePointAndNothingElse) {
+    const auto from = Testing::TexturedFrame(kCols, kRows, 0, 0);
+    for (const float bad : {NAN, INFINITY, -INFINITY, 3e38f}) {
+        auto to = from;
+        to[22 * kCols + 30] = bad;
+        for (int model = 0; model < 4; ++model) {
+            Aligner aligner(from, to, kCols, kRows, kShape);
+            EXPECT_EQ(aligner.Align(30.0f, 22.0f, static_cast<APTMotionModel>(model)), -1);
+            Aligner backwards(to, from, kCols, kRows, kShape);
+            EXPECT_EQ(backwards.Align(30.0f, 22.0f, static_cast<APTMotionModel>(model)), -1);
+        }
+    }
+}
+
+// ---- Correlation ---------------------------------------------------------------------
+
+TEST(NormalisedCorrelation, IsOneForAffineBrightnessAndZeroForAFlatPatch) {
+    std::vector<float> a(static_cast<std::size_t>(kShape.GetBlockFloats()), 0.0f);
+    std::vector<float> b = a;
+    std::vector<float> flat = a;
+    for (int i = 0; i < kShape.GetFloats(); ++i) {
+        const auto at = static_cast<std::size_t>(i);
+        a[at] = static_cast<float>((i * 37) % 101);
+        b[at] = 2.0f * a[at] + 30.0f;
+        flat[at] = 4.0f;
+    }
+    float correlation = 9.0f;
+    ASSERT_TRUE(DP::NormalisedCorrelation(a.data(), b.data(), kShape, correlation));
+    EXPECT_NEAR(correlation, 1.0f, 1e-5f);
+    ASSERT_TRUE(DP::NormalisedCorrelation(a.data(), flat.data(), kShape, correlation));
+    EXPECT_EQ(correlation, 0.0f);
+}
+
+TEST(NormalisedCorrelation, AFlatChannelPullsTheMeanDown) {
+    const APTPatchShape shape{5, 5, 2};
+    std::vector<float> a(static_cast<std::size_t>(shape.GetBlockFloats()), 0.0f);
+    for (int i = 0; i < shape.GetFloats(); i += 2)
+        a[static_cast<std::size_t>(i)] = static_cast<float>((i * 37) % 101);
+    float correlation = 0.0f;
+    ASSERT_TRUE(DP::NormalisedCorrelation(a.data(), a.data(), shape, correlation));
+    EXPECT_NEAR(correlation, 0.5f, 1e-5f);
+}
+
+}  // namespace
