@@ -5,10 +5,16 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <climits>
 #include <cmath>
+#include <cstdint>
+#include <utility>
 #include <vector>
 
 #include "APTFrames.h"
+#include "PlainCornerSelection.h"
+#include "Support/Reports.h"
+#include "TVK/Exception.h"
 
 namespace {
 
@@ -72,5 +78,443 @@ INSTANTIATE_TEST_SUITE_P(Steps, KnownMotion,
                          [](const auto& inInfo) {
                              return "Number" + std::to_string(inInfo.index);
                          });
+
+// ---- Selection into lists ------------------------------------------------------------
+
+TEST(SelectFeatures, FirstSlotsHoldTheCandidatesAndTheRestIsInactive) {
+    const MovingClip clip;
+    const auto engine = MakeEngine();
+    const auto list = Select(*engine, clip, 41);
+    ASSERT_EQ(list->size(), 500u);
+    const unsigned int live = DP::CountLiveFeatures(*list);
+    ASSERT_GT(live, 20u);
+    ASSERT_LT(live, 500u);
+    for (std::size_t i = 0; i < list->size(); ++i) {
+        EXPECT_EQ((*list)[i].mStatus, i < live ? 42 : -1);
+        EXPECT_EQ((*list)[i].mAge, 0u);
+    }
+}
+
+TEST(SelectFeatures, StampIsTheFrameNumberPlusOneCutToASignedNumber) {
+    const MovingClip clip;
+    const auto frame = clip.Frame(0);
+    const auto engine = MakeEngine();
+    const std::pair<unsigned int, int> kStamps[] = {
+        {0u, 1}, {0x7FFFFFFEu, INT_MAX}, {0x7FFFFFFFu, INT_MIN}, {0xFFFFFFFFu, 0}};
+    for (const auto& [number, stamp] : kStamps) {
+        const auto list = EmptyList();
+        engine->SelectFeatures(frame.data(), clip.mCols, clip.mRows, number,
+                               {FullFrame(clip.mCols, clip.mRows)}, {list});
+        EXPECT_EQ((*list)[0].mStatus, stamp);
+    }
+}
+
+TEST(SelectFeatures, AUsedListKeepsWhatSelectionDoesNotSet) {
+    const MovingClip clip;
+    const auto engine = MakeEngine();
+    const auto list = EmptyList();
+    list->resize(3);
+    (*list)[0].mCorrelation = 0.75f;
+    (*list)[0].mDeltaX = 3.0f;
+    (*list)[0].mAge = 9;
+    engine->SelectFeatures(clip.Frame(0).data(), clip.mCols, clip.mRows, 0,
+                           {FullFrame(clip.mCols, clip.mRows)}, {list});
+    EXPECT_EQ(list->size(), 500u);
+    EXPECT_EQ((*list)[0].mStatus, 1);
+    EXPECT_EQ((*list)[0].mAge, 0u);
+    EXPECT_EQ((*list)[0].mCorrelation, 0.75f);
+    EXPECT_EQ((*list)[0].mDeltaX, 3.0f);
+}
+
+TEST(SelectFeatures, ARectangleSmallerThanTheFrameCountsFromTheFoot) {
+    const MovingClip clip;
+    const auto frame = clip.Frame(0);
+    const auto engine = MakeEngine();
+    const float rows = static_cast<float>(clip.mRows);
+    const float cols = static_cast<float>(clip.mCols);
+    const auto select = [&](TVK::ParamRect<float> inRect) {
+        const auto list = EmptyList();
+        engine->SelectFeatures(frame.data(), clip.mCols, clip.mRows, 0, {inRect}, {list});
+        EXPECT_GT(DP::CountLiveFeatures(*list), 5u);
+        return *list;
+    };
+    for (const auto& feature : select({0.0f, 0.0f, cols, 40.0f})) {
+        if (feature.mStatus >= 0) {
+            EXPECT_GT(feature.mY, rows - 40.0f);
+        }
+    }
+    for (const auto& feature : select({20.0f, 80.0f, 90.0f, rows})) {
+        if (feature.mStatus >= 0) {
+            EXPECT_LT(feature.mY, rows - 80.0f);
+            EXPECT_GT(feature.mX, 20.0f);
+            EXPECT_LT(feature.mX, 90.0f);
+        }
+    }
+    // As large as the frame, elsewhere: used as it stands.
+    for (const auto& feature : select({0.0f, 60.0f, cols, 60.0f + rows})) {
+        if (feature.mStatus >= 0) {
+            EXPECT_GT(feature.mY, 60.0f);
+        }
+    }
+}
+
+TEST(SelectFeatures, ASecondRectangleWorksOnTheMaskOfTheFirst) {
+    const MovingClip clip;
+    const auto frame = clip.Frame(0);
+    DP::APTTrackerParams params;
+    params.mMinFeatureDistance = 12;
+    params.mMinEigenPerPixel = 0.0f;  // a mask of 0 and 1 has little contrast
+    const TVK::ParamRect<float> rect = FullFrame(clip.mCols, clip.mRows);
+    Testing::PlainCornerSelection plain;
+    plain.ApplyParams(params);
+    plain.SetImage(frame.data(), clip.mCols, clip.mRows);
+    const auto lists = std::vector{EmptyList(), EmptyList(), EmptyList()};
+    MakeEngine(params)->SelectFeatures(frame.data(), clip.mCols, clip.mRows, 0,
+                                       {rect, rect, rect}, lists);
+    for (const auto& list : lists) {
+        plain.FindCorners(nullptr, nullptr, rect, SIZE_MAX);
+        const auto& expected = plain.GetSelected();
+        ASSERT_GT(expected.size(), 10u);
+        ASSERT_EQ(DP::CountLiveFeatures(*list), expected.size());
+        for (std::size_t i = 0; i < expected.size(); ++i) {
+            EXPECT_EQ((*list)[i].mX, expected[i].mX);
+            EXPECT_EQ((*list)[i].mY, expected[i].mY);
+        }
+    }
+}
+
+TEST(SelectFeatures, RectanglesAndListsMustBeAsMany) {
+    const MovingClip clip;
+    const auto engine = MakeEngine();
+    const auto frame = clip.Frame(0);
+    const auto list = EmptyList();
+    const Testing::RecordedReports reports;
+    EXPECT_ANY_THROW(
+        engine->SelectFeatures(frame.data(), clip.mCols, clip.mRows, 0, {}, {list}));
+    ASSERT_EQ(reports.Contracts().size(), 1u);
+    EXPECT_EQ(reports.Contracts()[0].mText, "inROIRects.size() == outFeatureListPtrVec.size()");
+    EXPECT_EQ(reports.Contracts()[0].mFile, "Src/APT/APTTracker.cpp");
+    EXPECT_TRUE(list->empty());
+    engine->SelectFeatures(frame.data(), clip.mCols, clip.mRows, 0, {}, {});
+}
+
+TEST(ReplenishFeatures, FillsFreeSlotsInOrderAndLeavesTheOthersAlone) {
+    const MovingClip clip;
+    const auto engine = MakeEngine();
+    const auto full = Select(*engine, clip, 0);
+    const auto list = TVK::MakeObject<DP::APTFeatureList>(*full);
+    list->resize(DP::CountLiveFeatures(*full));
+    (*list)[4].mStatus = DP::kAPTFeatureLost;
+    (*list)[4].mDeltaX = 7.0f;
+    (*list)[4].mAge = 30;
+    (*list)[9].mStatus = DP::kAPTFeatureInactive;
+    engine->ReplenishFeatures(clip.Frame(0).data(), clip.mCols, clip.mRows, 5,
+                              {FullFrame(clip.mCols, clip.mRows)}, {list});
+    // The two corners that were given up are the best that are free now, in their order.
+    for (std::size_t i = 0; i < list->size(); ++i) {
+        EXPECT_EQ((*list)[i].mX, (*full)[i].mX) << i;
+        EXPECT_EQ((*list)[i].mY, (*full)[i].mY) << i;
+        EXPECT_EQ((*list)[i].mStatus, i == 4 || i == 9 ? 6 : 1) << i;
+    }
+    EXPECT_EQ((*list)[4].mAge, 0u);
+    EXPECT_EQ((*list)[4].mDeltaX, 7.0f);
+}
+
+TEST(ReplenishFeatures, NewPointsKeepTheirDistanceFromLivePoints) {
+    const MovingClip clip;
+    const auto engine = MakeEngine();
+    const auto list = ListOf({NewPoint(80.3f, 60.6f), NewPoint(30.9f, 90.1f)});
+    list->resize(300);
+    engine->ReplenishFeatures(clip.Frame(0).data(), clip.mCols, clip.mRows, 5,
+                              {FullFrame(clip.mCols, clip.mRows)}, {list});
+    ASSERT_GT(DP::CountLiveFeatures(*list), 20u);
+    for (std::size_t i = 0; i < list->size(); ++i)
+        for (std::size_t j = std::max<std::size_t>(i + 1, 2); j < list->size(); ++j) {
+            const APTFeature& a = (*list)[i];
+            const APTFeature& b = (*list)[j];
+            if (a.mStatus < 0 || b.mStatus < 0) continue;
+            EXPECT_GT(std::hypot(a.mX - b.mX, a.mY - b.mY), 10.0f) << i << ", " << j;
+        }
+}
+
+TEST(ReplenishFeatures, AListWithoutAFreeSlotStays) {
+    const MovingClip clip;
+    const auto engine = MakeEngine();
+    const auto list = ListOf({NewPoint(1.0f, 2.0f)});
+    engine->ReplenishFeatures(clip.Frame(0).data(), clip.mCols, clip.mRows, 5,
+                              {FullFrame(clip.mCols, clip.mRows)}, {list});
+    ASSERT_EQ(list->size(), 1u);
+    EXPECT_EQ((*list)[0].mX, 1.0f);
+    EXPECT_EQ((*list)[0].mStatus, 1);
+}
+
+// ---- Bookkeeping of a step -----------------------------------------------------------
+
+TEST(TrackFeatures, APointKeepsItsSlotAndCarriesAgeAndMotion) {
+    const MovingClip clip;
+    const auto engine = MakeEngine();
+    auto list = Select(*engine, clip, 0);
+    for (int frame = 1; frame <= 4; ++frame) {
+        const auto next = Track(*engine, clip, frame, list);
+        ASSERT_EQ(next->size(), list->size());
+        unsigned int tracked = 0;
+        for (std::size_t i = 0; i < next->size(); ++i) {
+            const APTFeature& from = (*list)[i];
+            const APTFeature& to = (*next)[i];
+            if (from.mStatus < 0) {
+                EXPECT_EQ(to.mStatus, -1);
+                continue;
+            }
+            if (to.mStatus < 0) {
+                EXPECT_EQ(to.mStatus, DP::kAPTFeatureLost);
+                EXPECT_EQ(to.mX, 0.0f) << "the output record's own position";
+                EXPECT_EQ(to.mAge, 0u);
+                continue;
+            }
+            ++tracked;
+            EXPECT_EQ(to.mStatus, 0);
+            EXPECT_EQ(to.mAge, static_cast<unsigned int>(frame));
+            EXPECT_EQ(to.mDeltaX, to.mX - from.mX);
+            EXPECT_EQ(to.mDeltaY, to.mY - from.mY);
+            EXPECT_EQ(to.mCorrelation, 0.0f);
+        }
+        EXPECT_GT(tracked, 30u);
+        list = next;
+    }
+}
+
+TEST(TrackFeatures, IdenticalFramesDropEveryPointButCountTheStep) {
+    MovingClip clip;
+    clip.mStepX = clip.mStepY = 0.0;
+    const auto engine = MakeEngine();
+    const auto list = Select(*engine, clip, 0);
+    const auto next = Track(*engine, clip, 1, list);
+    for (std::size_t i = 0; i < list->size(); ++i) {
+        EXPECT_EQ((*next)[i].mStatus, -1);
+        if ((*list)[i].mStatus < 0) continue;
+        EXPECT_EQ((*next)[i].mAge, 1u);
+        EXPECT_EQ((*next)[i].mX, (*list)[i].mX);
+    }
+}
+
+TEST(TrackFeatures, TheStationaryLimitIsInclusiveOnBothAxes) {
+    MovingClip clip;
+    clip.mStepX = 0.8;
+    clip.mStepY = 0.0;
+    const auto engine = MakeEngine();
+    const auto list = ListOf({NewPoint(80.0f, 60.0f)});
+    const APTFeature moved = (*Track(*engine, clip, 1, list))[0];
+    ASSERT_EQ(moved.mStatus, 0);
+    ASSERT_LT(std::abs(moved.mDeltaY), moved.mDeltaX);
+    engine->mParams.mStationaryLimit = double{moved.mDeltaX};
+    EXPECT_EQ((*Track(*engine, clip, 1, list))[0].mStatus, -1);
+    engine->mParams.mStationaryLimit = std::nextafter(double{moved.mDeltaX}, 0.0);
+    EXPECT_EQ((*Track(*engine, clip, 1, list))[0].mStatus, 0);
+    engine->mParams.mStationaryLimit = -1.0;
+    EXPECT_EQ((*Track(*engine, clip, 1, list))[0].mStatus, 0);
+}
+
+TEST(TrackFeatures, ALostPointReadsLostForOneFrame) {
+    const MovingClip clip;
+    const auto engine = MakeEngine();
+    auto list = ListOf({NewPoint(2.0f, 2.0f), NewPoint(80.0f, 60.0f)});
+    list = Track(*engine, clip, 1, list);
+    EXPECT_EQ((*list)[0].mStatus, DP::kAPTFeatureLost);
+    EXPECT_EQ((*list)[1].mStatus, 0);
+    list = Track(*engine, clip, 2, list);
+    EXPECT_EQ((*list)[0].mStatus, DP::kAPTFeatureInactive);
+    EXPECT_EQ((*list)[1].mStatus, 0);
+}
+
+TEST(TrackFeatures, AReusedOutputKeepsThePositionOfALostPoint) {
+    const MovingClip clip;
+    const auto engine = MakeEngine();
+    const auto output = ListOf({NewPoint(33.0f, 44.0f)});
+    engine->TrackFeatures(clip.Frame(0).data(), clip.Frame(1).data(), clip.mCols, clip.mRows, 1,
+                          {ListOf({NewPoint(2.0f, 2.0f)})}, {output});
+    EXPECT_EQ((*output)[0].mStatus, DP::kAPTFeatureLost);
+    EXPECT_EQ((*output)[0].mX, 33.0f);
+    EXPECT_EQ((*output)[0].mY, 44.0f);
+}
+
+TEST(TrackFeatures, AShorterInputLeavesDefaultsBehindItAndALongerOneIsCutOff) {
+    const MovingClip clip;
+    DP::APTTrackerParams params;
+    params.mMaxFeatures = 2;
+    const auto engine = MakeEngine(params);
+    const auto shorter = Track(*engine, clip, 1, ListOf({NewPoint(80.0f, 60.0f)}));
+    ASSERT_EQ(shorter->size(), 2u);
+    EXPECT_EQ((*shorter)[0].mStatus, 0);
+    EXPECT_EQ((*shorter)[1].mStatus, -1);
+    const auto longer =
+        Track(*engine, clip, 1,
+              ListOf({NewPoint(80.0f, 60.0f), NewPoint(60.0f, 60.0f), NewPoint(40.0f, 60.0f)}));
+    EXPECT_EQ(longer->size(), 2u);
+}
+
+TEST(TrackFeatures, ListsAreTreatedOneByOne) {
+    const MovingClip clip;
+    const auto engine = MakeEngine();
+    const auto outputs = std::vector{EmptyList(), EmptyList()};
+    engine->TrackFeatures(clip.Frame(0).data(), clip.Frame(1).data(), clip.mCols, clip.mRows, 1,
+                          {ListOf({NewPoint(80.0f, 60.0f)}), ListOf({NewPoint(50.0f, 40.0f)})},
+                          outputs);
+    for (const auto& output : outputs) {
+        EXPECT_EQ(output->size(), 500u);
+        EXPECT_EQ((*output)[0].mStatus, 0);
+        EXPECT_NEAR((*output)[0].mDeltaX, clip.mStepX, 0.1);
+    }
+}
+
+TEST(TrackFeatures, TwoEnginesGiveTheSameBitsOverAClip) {
+    const MovingClip clip;
+    const auto first = MakeEngine();
+    const auto second = MakeEngine();
+    auto a = Select(*first, clip, 0);
+    Select(*second, clip, 7);  // another past
+    auto b = Select(*second, clip, 0);
+    for (int frame = 1; frame <= 3; ++frame) {
+        a = Track(*first, clip, frame, a);
+        b = Track(*second, clip, frame, b);
+        ASSERT_EQ(a->size(), b->size());
+        for (std::size_t i = 0; i < a->size(); ++i) {
+            EXPECT_EQ((*a)[i].mX, (*b)[i].mX);
+            EXPECT_EQ((*a)[i].mY, (*b)[i].mY);
+            EXPECT_EQ((*a)[i].mStatus, (*b)[i].mStatus);
+        }
+    }
+}
+
+// ---- Bad input -----------------------------------------------------------------------
+
+TEST(BadInput, NullImagesAndListsAreTurnedDownBeforeAnythingIsRead) {
+    const MovingClip clip;
+    const auto engine = MakeEngine();
+    const auto frame = clip.Frame(0);
+    const auto output = EmptyList();
+    const auto input = ListOf({NewPoint(80.0f, 60.0f)});
+    const auto track = [&](const float* inFrom, const float* inTo,
+                           const DP::APTFeatureListPtrVec& inIn,
+                           const DP::APTFeatureListPtrVec& inOut) {
+        engine->TrackFeatures(inFrom, inTo, clip.mCols, clip.mRows, 1, inIn, inOut);
+    };
+    EXPECT_THROW(track(nullptr, frame.data(), {input}, {output}), TVK::NullInterfaceException);
+    EXPECT_THROW(track(frame.data(), nullptr, {input}, {output}), TVK::NullInterfaceException);
+    EXPECT_THROW(track(frame.data(), frame.data(), {nullptr}, {output}),
+                 TVK::NullInterfaceException);
+    EXPECT_THROW(track(frame.data(), frame.data(), {input}, {nullptr}),
+                 TVK::NullInterfaceException);
+    EXPECT_TRUE(output->empty());
+    EXPECT_THROW(engine->SelectFeatures(nullptr, 9, 9, 0, {FullFrame(9, 9)}, {output}),
+                 TVK::NullInterfaceException);
+    EXPECT_THROW(engine->ReplenishFeatures(frame.data(), 9, 9, 0, {FullFrame(9, 9)}, {nullptr}),
+                 TVK::NullInterfaceException);
+}
+
+class SmallImages : public testing::TestWithParam<std::pair<int, int>> {};
+
+TEST_P(SmallImages, GiveNoPointsAndLoseThoseThatCome) {
+    const auto [cols, rows] = GetParam();
+    const auto frame = Testing::NoiseFrame(std::max(cols, 1), std::max(rows, 1), 5);
+    const auto engine = MakeEngine();
+    const auto list = EmptyList();
+    engine->SelectFeatures(frame.data(), cols, rows, 0, {FullFrame(cols, rows)}, {list});
+    EXPECT_EQ(list->size(), 500u);
+    EXPECT_EQ(DP::CountLiveFeatures(*list), 0u);
+    const auto output = EmptyList();
+    engine->TrackFeatures(frame.data(), frame.data(), cols, rows, 1,
+                          {ListOf({NewPoint(0.5f, 0.5f), NewPoint(6.0f, 6.0f)})}, {output});
+    EXPECT_EQ((*output)[0].mStatus, DP::kAPTFeatureLost);
+    EXPECT_EQ((*output)[1].mStatus, DP::kAPTFeatureLost);
+}
+
+INSTANTIATE_TEST_SUITE_P(Sizes, SmallImages,
+                         testing::Values(std::pair{1, 1}, std::pair{0, 0}, std::pair{-1, 5},
+                                         std::pair{14, 14}, std::pair{500, 2},
+                                         std::pair{2, 500}, std::pair{13, 200}));
+
+TEST(BadInput, BlankImagesAndImagesOfNoNumbersGiveNoPoints) {
+    for (const float value : {0.0f, 255.0f, -1e30f, NAN, INFINITY, -INFINITY}) {
+        const std::vector<float> frame(64 * 48, value);
+        const auto engine = MakeEngine();
+        const auto list = EmptyList();
+        engine->SelectFeatures(frame.data(), 64, 48, 0, {FullFrame(64, 48)}, {list});
+        EXPECT_EQ(DP::CountLiveFeatures(*list), 0u) << value;
+        const auto output = EmptyList();
+        engine->TrackFeatures(frame.data(), frame.data(), 64, 48, 1,
+                              {ListOf({NewPoint(30.0f, 20.0f)})}, {output});
+        EXPECT_EQ((*output)[0].mStatus, DP::kAPTFeatureLost) << value;
+    }
+}
+
+TEST(BadInput, PointsThatAreNowhereAreLostAndClearNoDisc) {
+    const MovingClip clip;
+    const auto engine = MakeEngine();
+    const auto list = ListOf({NewPoint(NAN, 20.0f), NewPoint(20.0f, INFINITY),
+                              NewPoint(-3e38f, 3e38f), NewPoint(80.0f, 60.0f)});
+    const auto next = Track(*engine, clip, 1, list);
+    EXPECT_EQ((*next)[0].mStatus, DP::kAPTFeatureLost);
+    EXPECT_EQ((*next)[1].mStatus, DP::kAPTFeatureLost);
+    EXPECT_EQ((*next)[2].mStatus, DP::kAPTFeatureLost);
+    EXPECT_EQ((*next)[3].mStatus, 0);
+    list->pop_back();
+    list->resize(400);
+    const auto alone = EmptyList();
+    alone->resize(400);
+    for (const auto& each : {list, alone})
+        engine->ReplenishFeatures(clip.Frame(0).data(), clip.mCols, clip.mRows, 0,
+                                  {FullFrame(clip.mCols, clip.mRows)}, {each});
+    EXPECT_EQ(DP::CountLiveFeatures(*list), DP::CountLiveFeatures(*alone) + 3);
+}
+
+TEST(BadInput, ADistanceBeyondEveryImageLeavesOnePoint) {
+    const MovingClip clip;
+    for (const std::uint64_t distance :
+         {std::uint64_t{1000}, std::uint64_t{0xFFFFFFFF}, std::uint64_t{UINT64_MAX}}) {
+        DP::APTTrackerParams params;
+        params.mMinFeatureDistance = distance;
+        const auto engine = MakeEngine(params);
+        const auto list = Select(*engine, clip, 0);
+        EXPECT_EQ(DP::CountLiveFeatures(*list), 1u);
+        (*list)[0].mX += 0.3f;
+        engine->ReplenishFeatures(clip.Frame(0).data(), clip.mCols, clip.mRows, 0,
+                                  {FullFrame(clip.mCols, clip.mRows)}, {list});
+        EXPECT_EQ(DP::CountLiveFeatures(*list), 1u);
+    }
+}
+
+TEST(BadInput, NoSlotsAndAMillionSlotsAreBothServed) {
+    const MovingClip clip;
+    DP::APTTrackerParams params;
+    params.mMaxFeatures = 0;
+    const auto none = MakeEngine(params);
+    EXPECT_TRUE(Select(*none, clip, 0)->empty());
+    EXPECT_TRUE(Track(*none, clip, 1, ListOf({NewPoint(80.0f, 60.0f)}))->empty());
+    params.mMaxFeatures = 1000000;
+    params.mMinFeatureDistance = 0;
+    params.mVerifyAgainstReference = true;
+    const auto many = MakeEngine(params);
+    const auto list = Select(*many, clip, 0);
+    EXPECT_EQ(list->size(), 1000000u);
+    EXPECT_GT(DP::CountLiveFeatures(*list), 60u);
+    EXPECT_EQ(Track(*many, clip, 1, list)->size(), 1000000u);
+}
+
+TEST(BadInput, TheImageSizeMayChangeBetweenCalls) {
+    const auto engine = MakeEngine();
+    for (const auto& [cols, rows] :
+         {std::pair{160, 120}, {320, 200}, {40, 30}, {64, 300}, {160, 120}}) {
+        MovingClip clip;
+        clip.mCols = cols;
+        clip.mRows = rows;
+        const auto list = Select(*engine, clip, 0);
+        const auto fresh = Select(*MakeEngine(), clip, 0);
+        ASSERT_EQ(DP::CountLiveFeatures(*list), DP::CountLiveFeatures(*fresh));
+        const auto next = Track(*engine, clip, 1, list);
+        const auto freshNext = Track(*MakeEngine(), clip, 1, list);
+        for (std::size_t i = 0; i < next->size(); ++i)
+            ASSERT_EQ((*next)[i].mX, (*freshNext)[i].mX);
+    }
+}
 
 }  // namespace

@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "DP/DescriptorFactory.h"
+#include "DP/IAPTDescriptor.h"
 #include "DP/IFloatGreyImageDescriptor.h"
 #include "DP/IGreyImageDescriptor.h"
 #include "DP/InterfaceIDs.h"
@@ -77,6 +78,8 @@ TEST(Slots, EveryOperationStandsWhereItWasFrozen) {
     EXPECT_EQ(SlotOf(&DP::IDescriptorDataCacheMgr::ClearAllCaches), kFirst + 1);
     EXPECT_EQ(SlotOf(&DP::IDescriptorDataCacheMgr::GetTotalDataSize), kFirst + 2);
 
+    EXPECT_EQ(SlotOf(&DP::IAPTDescriptorData::GetFeatures), kFirst);
+    EXPECT_EQ(SlotOf(&DP::IAPTDescriptorWorkerItem::SetInputs), kFirst);
     EXPECT_EQ(SlotOf(&DP::IGreyImageDescriptorData::GetGreyImageData), kFirst);
     EXPECT_EQ(SlotOf(&DP::IFloatGreyImageDescriptorData::GetFloatGreyImageData), kFirst);
     EXPECT_EQ(SlotOf(&DP::IGreyImageDescriptorWorkerItem::SetInputImage), kFirst);
@@ -84,6 +87,11 @@ TEST(Slots, EveryOperationStandsWhereItWasFrozen) {
 }
 
 TEST(Layout, WhatCrossesTheBoundaryByValueHasItsSize) {
+    EXPECT_EQ(sizeof(DP::APTFeature), 40u);
+    EXPECT_EQ(offsetof(DP::APTFeature, mStatus), 8u);
+    EXPECT_EQ(offsetof(DP::APTFeature, mAge), 20u);
+    EXPECT_EQ(offsetof(DP::APTFeature, mDeltaX), 24u);
+    EXPECT_EQ(offsetof(DP::APTFeature, mReservedFlag), 36u);
     EXPECT_EQ(sizeof(DP::Ref<DP::IDescriptorData>), sizeof(void*));
     EXPECT_EQ(sizeof(IP::ImagePtr<float>), 2 * sizeof(void*));
     EXPECT_EQ(sizeof(TVK::ParamRect<float>), 16u);

@@ -1,0 +1,307 @@
+// The verification: the warp is found, brightness may change, and a point that is no
+// longer what was selected is dropped with the right status.
+
+#include "APT/APTReferenceVerification.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <vector>
+
+#include "APTFrames.h"
+
+namespace {
+
+using DP::APTFeature;
+using DP::APTFeatureListPtr;
+using DP::APTImagePyramid;
+using DP::APTMotionModel;
+using DP::APTPatchPyramid;
+using DP::APTPatchShape;
+using DP::APTWorkspace;
+using Testing::EmptyList;
+using Testing::ListOf;
+using Testing::MakeEngine;
+using Testing::NewPoint;
+
+constexpr int kCols = 96;
+constexpr int kRows = 80;
+constexpr DP::APTTolerances kTolerances{0.1f, 0.05f, 0.05f, 1.0f};
+const APTPatchShape kShape{5, 5, 1};
+
+// The frame in which offset (dx, dy) from (inX, inY) of the first lies at the warped place:
+// each pixel is looked up by the inverse warp.
+struct Warped {
+    double mX = 45.0, mY = 40.0;
+    double mTX = 0.0, mTY = 0.0;
+    double mA = 0.0, mB = 0.0, mC = 0.0, mD = 0.0;
+    double mGain = 1.0, mOffset = 0.0;
+
+    std::vector<float> Frame() const {
+        const double m00 = 1.0 + mA;
+        const double m11 = 1.0 + mD;
+        const double determinant = m00 * m11 - mB * mC;
+        std::vector<float> frame;
+        for (int y = 0; y < kRows; ++y)
+            for (int x = 0; x < kCols; ++x) {
+                const double px = x - mX - mTX;
+                const double py = y - mY - mTY;
+                const double dx = (m11 * px - mB * py) / determinant;
+                const double dy = (-mC * px + m00 * py) / determinant;
+                const double value = Testing::TextureAt(mX + dx, mY + dy, 1);
+                frame.push_back(static_cast<float>((value - mOffset) / mGain));
+            }
+        return frame;
+    }
+};
+
+struct Verifier {
+    Verifier(const std::vector<float>& inFrom, const std::vector<float>& inTo, float inX,
+             float inY)
+        : mX(inX), mY(inY) {
+        mFrom.Reset(inFrom.data(), kCols, kRows, 1, 3);
+        mTo.Reset(inTo.data(), kCols, kRows, 1, 3);
+        mWorkspace.Init(kShape);
+        mTemplates.Init(kShape, 3);
+        mTemplates.Locate(3, inX, inY, mFrom);
+        mTemplates.Keep();
+        mParameters[6] = 1.0f;
+    }
+    int Align(APTMotionModel inModel, int inIterations = 15) {
+        return DP::AlignReferencePatch(mWorkspace, mTemplates, mTo, mX, mY, mParameters,
+                                       inModel, kTolerances, inIterations);
+    }
+
+    float mX;
+    float mY;
+    APTImagePyramid mFrom;
+    APTImagePyramid mTo;
+    APTWorkspace mWorkspace;
+    APTPatchPyramid mTemplates;
+    float mParameters[DP::kAPTMaxParameters] = {};
+};
+
+// ---- The warp ------------------------------------------------------------------------
+
+TEST(AlignReferencePatch, WarpGainAndOffsetAreFound) {
+    Warped warped;
+    warped.mTX = 0.9;
+    warped.mTY = -0.6;
+    warped.mA = 0.06;
+    warped.mB = -0.05;
+    warped.mC = 0.04;
+    warped.mD = -0.05;
+    warped.mGain = 0.85;
+    warped.mOffset = 6.0;
+    Verifier verifier(Testing::TexturedFrame(kCols, kRows, 0, 0), warped.Frame(), 45.0f, 40.0f);
+    ASSERT_GE(verifier.Align(DP::kAPTModelGainOffset), 0);
+    EXPECT_NEAR(verifier.mParameters[0], 0.9, 0.15);
+    EXPECT_NEAR(verifier.mParameters[1], -0.6, 0.15);
+    EXPECT_NEAR(verifier.mParameters[2], 0.06, 0.04);
+    EXPECT_NEAR(verifier.mParameters[3], -0.05, 0.04);
+    EXPECT_NEAR(verifier.mParameters[4], 0.04, 0.04);
+    EXPECT_NEAR(verifier.mParameters[5], -0.05, 0.04);
+    EXPECT_NEAR(verifier.mParameters[6], 0.85, 0.08);
+}
+
+TEST(AlignReferencePatch, TheGeometricModelLeavesGainAndOffsetAlone) {
+    Warped warped;
+    warped.mTX = 0.5;
+    warped.mA = 0.05;
+    warped.mD = 0.05;
+    Verifier verifier(Testing::TexturedFrame(kCols, kRows, 0, 0), warped.Frame(), 45.0f, 40.0f);
+    ASSERT_GE(verifier.Align(DP::kAPTModelTranslation), 0);
+    EXPECT_NEAR(verifier.mParameters[0], 0.5, 0.1);
+    EXPECT_NEAR(verifier.mParameters[2], 0.05, 0.04);
+    EXPECT_NEAR(verifier.mParameters[5], 0.05, 0.04);
+    EXPECT_EQ(verifier.mParameters[6], 1.0f);
+    EXPECT_EQ(verifier.mParameters[7], 0.0f);
+}
+
+TEST(AlignReferencePatch, IdenticalFramesConvergeAtOnceWithNothingChanged) {
+    const auto frame = Testing::TexturedFrame(kCols, kRows, 0, 0);
+    Verifier verifier(frame, frame, 45.0f, 40.0f);
+    EXPECT_EQ(verifier.Align(DP::kAPTModelGainOffset, 1), 0);
+    for (int i = 0; i < 8; ++i)
+        EXPECT_NEAR(verifier.mParameters[i], i == 6 ? 1.0f : 0.0f, 1e-4f) << i;
+}
+
+TEST(AlignReferencePatch, FailuresLeaveTheParametersAlone) {
+    const auto frame = Testing::TexturedFrame(kCols, kRows, 0, 0);
+    const std::vector<float> flat(frame.size(), 9.0f);
+    const auto expectFailure = [](Verifier& ioVerifier, APTMotionModel inModel) {
+        const std::vector<float> before(ioVerifier.mParameters, ioVerifier.mParameters + 8);
+        EXPECT_EQ(ioVerifier.Align(inModel), -1);
+        EXPECT_TRUE(std::equal(before.begin(), before.end(), ioVerifier.mParameters));
+    };
+    Verifier good(frame, frame, 45.0f, 40.0f);
+    expectFailure(good, DP::kAPTModelReserved);
+    expectFailure(good, DP::kAPTModelFittedGainOffset);
+    Verifier untextured(flat, frame, 45.0f, 40.0f);
+    expectFailure(untextured, DP::kAPTModelGainOffset);
+    Verifier noTemplate(frame, frame, 3.0f, 40.0f);
+    expectFailure(noTemplate, DP::kAPTModelGainOffset);
+    for (const float bad : {1000.0f, -45.0f, NAN, INFINITY}) {
+        Verifier outside(frame, frame, 45.0f, 40.0f);
+        outside.mParameters[0] = bad;
+        EXPECT_EQ(outside.Align(DP::kAPTModelGainOffset), -1) << bad;
+        Verifier torn(frame, frame, 45.0f, 40.0f);
+        torn.mParameters[3] = bad;
+        EXPECT_EQ(torn.Align(DP::kAPTModelGainOffset), -1) << bad;
+    }
+}
+
+TEST(SolveWarpLevel, TheCornersMustBeStrictlyInside) {
+    const auto frame = Testing::TexturedFrame(kCols, kRows, 0, 0);
+    Verifier verifier(frame, frame, 45.0f, 40.0f);
+    const auto level = verifier.mTemplates.GetLevel(0);
+    const auto solveAt = [&](float inX, float inY) {
+        float parameters[DP::kAPTMaxParameters] = {};
+        parameters[6] = 1.0f;
+        return DP::SolveWarpLevel(verifier.mWorkspace, level, inX, inY, verifier.mTo, 0,
+                                  parameters, DP::kAPTModelGainOffset, kTolerances, 1);
+    };
+    EXPECT_EQ(solveAt(5.0f, 40.0f), -1);
+    EXPECT_EQ(solveAt(5.01f, 40.0f), 1) << "sampled, and not converged";
+    EXPECT_EQ(solveAt(kCols - 6.0f, 40.0f), -1);
+    EXPECT_EQ(solveAt(kCols - 6.01f, 40.0f), 1);
+    EXPECT_EQ(solveAt(40.0f, 5.0f), -1);
+    EXPECT_EQ(solveAt(40.0f, kRows - 6.0f), -1);
+    EXPECT_EQ(solveAt(40.0f, kRows - 6.01f), 1);
+}
+
+// ---- In the engine -------------------------------------------------------------------
+
+DP::APTTrackerParams VerifyingParams() {
+    DP::APTTrackerParams params;
+    params.mVerifyAgainstReference = true;
+    params.mMaxFeatures = 4;
+    return params;
+}
+
+APTFeatureListPtr Step(DP::APTTracker& inEngine, const std::vector<float>& inFrom,
+                       const std::vector<float>& inTo, const APTFeatureListPtr& inList,
+                       APTFeatureListPtr inOutput = EmptyList()) {
+    inEngine.TrackFeatures(inFrom.data(), inTo.data(), kCols, kRows, 1, {inList}, {inOutput});
+    return inOutput;
+}
+
+std::vector<float> Moved(int inFrame, double inGain = 1.0) {
+    auto frame = Testing::TexturedFrame(kCols, kRows, -0.8 * inFrame, 0.5 * inFrame);
+    for (float& value : frame)
+        value = static_cast<float>(value * inGain);
+    return frame;
+}
+
+TEST(VerifiedTracking, ANewPointIsVerifiedInItsFirstStepAndFadingIsNoLoss) {
+    const auto engine = MakeEngine(VerifyingParams());
+    auto list = ListOf({NewPoint(45.0f, 40.0f)});
+    for (int frame = 1; frame <= 8; ++frame) {
+        list = Step(*engine, Moved(frame - 1, std::pow(0.97, frame - 1)),
+                    Moved(frame, std::pow(0.97, frame)), list);
+        ASSERT_EQ((*list)[0].mStatus, 0) << "frame " << frame;
+        EXPECT_GT((*list)[0].mCorrelation, 0.95f);
+        EXPECT_NEAR((*list)[0].mX, 45.0 + 0.8 * frame, 0.25);
+        EXPECT_NEAR((*list)[0].mY, 40.0 - 0.5 * frame, 0.25);
+        EXPECT_EQ((*list)[0].mAge, static_cast<unsigned int>(frame));
+    }
+}
+
+TEST(VerifyFeatures, ACorrelationAtTheLimitPassesAndOneBelowItIsLow) {
+    const auto from = Moved(0);
+    auto to = Moved(1);
+    const auto noise = Testing::NoiseFrame(kCols, kRows, 3);
+    for (std::size_t i = 0; i < to.size(); ++i)
+        to[i] += 0.1f * noise[i];
+    const auto verify = [&](float inLimit) {
+        APTImagePyramid previous;
+        APTImagePyramid current;
+        previous.Reset(from.data(), kCols, kRows, 1, 3);
+        current.Reset(to.data(), kCols, kRows, 1, 3);
+        DP::APTReferenceVerification verification;
+        verification.Init(kShape, 3, 1);
+        DP::APTFeatureList list{NewPoint(45.0f, 40.0f)};
+        verification.Capture(list, previous);
+        list[0].mStatus = DP::kAPTFeatureTracked;
+        verification.HandOver(list);
+        verification.VerifyFeatures(current, list, kTolerances, inLimit,
+                                    DP::kAPTModelGainOffset, 15);
+        return list[0];
+    };
+    const APTFeature passed = verify(0.0f);
+    ASSERT_EQ(passed.mStatus, 0);
+    ASSERT_GT(passed.mCorrelation, 0.5f);
+    ASSERT_LT(passed.mCorrelation, 0.999f);
+    EXPECT_NE(passed.mX, 45.0f) << "the position found here";
+    EXPECT_EQ(verify(passed.mCorrelation).mStatus, 0);
+    const APTFeature low = verify(std::nextafter(passed.mCorrelation, 2.0f));
+    EXPECT_EQ(low.mStatus, DP::kAPTFeatureLowCorrelation);
+    EXPECT_EQ(low.mCorrelation, passed.mCorrelation);
+    EXPECT_EQ(low.mX, 45.0f);
+}
+
+TEST(VerifiedTracking, ATrackedPointWithoutAReferenceFails) {
+    const auto engine = MakeEngine(VerifyingParams());
+    APTFeature tracked = NewPoint(45.0f, 40.0f);
+    tracked.mStatus = DP::kAPTFeatureTracked;  // was never new to this engine
+    const auto list = ListOf({tracked});
+    EXPECT_EQ((*Step(*engine, Moved(0), Moved(1), list))[0].mStatus,
+              DP::kAPTFeatureLowCorrelation);
+    // A reused record may hold a correlation from before.
+    APTFeature old;
+    old.mCorrelation = 0.9f;
+    EXPECT_EQ((*Step(*engine, Moved(0), Moved(1), list, ListOf({old})))[0].mStatus,
+              DP::kAPTFeatureVerifyFailed);
+}
+
+TEST(VerifiedTracking, DriftOntoAnotherPatchIsDropped) {
+    // Frame to frame the patch is cross-faded into another texture, slowly enough to be
+    // followed; it is no longer what was selected.
+    const auto engine = MakeEngine(VerifyingParams());
+    DP::APTTrackerParams unverified = VerifyingParams();
+    unverified.mVerifyAgainstReference = false;
+    const auto plain = MakeEngine(unverified);
+    const auto frameAt = [](int inFrame) {
+        auto frame = Testing::TexturedFrame(kCols, kRows, -0.5 * inFrame, 0, 1);
+        const auto other = Testing::TexturedFrame(kCols, kRows, -0.5 * inFrame, 0, 77);
+        const float share = std::min(1.0f, static_cast<float>(inFrame) / 12.0f);
+        for (std::size_t i = 0; i < frame.size(); ++i)
+            frame[i] = (1.0f - share) * frame[i] + share * other[i];
+        return frame;
+    };
+    int dropped = 0;
+    int followed = 0;
+    for (const float x : {30.0f, 38.0f, 46.0f, 54.0f, 62.0f}) {
+        auto verified = ListOf({NewPoint(x, 40.0f)});
+        auto free = ListOf({NewPoint(x, 40.0f)});
+        for (int frame = 1; frame <= 14; ++frame) {
+            verified = Step(*engine, frameAt(frame - 1), frameAt(frame), verified);
+            free = Step(*plain, frameAt(frame - 1), frameAt(frame), free);
+        }
+        dropped += (*verified)[0].mStatus < 0;
+        followed += (*free)[0].mStatus >= 0;
+    }
+    EXPECT_GE(followed, 2);
+    EXPECT_GE(dropped, 4);
+}
+
+TEST(VerifiedTracking, ARefilledSlotGetsAFreshReference) {
+    const auto engine = MakeEngine(VerifyingParams());
+    Step(*engine, Moved(0), Moved(1), ListOf({NewPoint(45.0f, 40.0f)}));
+    const auto list = Step(*engine, Moved(1), Moved(2), ListOf({NewPoint(60.0f, 30.0f)}));
+    ASSERT_EQ((*list)[0].mStatus, 0);
+    EXPECT_NEAR((*list)[0].mX, 60.8, 0.2);
+    EXPECT_GT((*list)[0].mCorrelation, 0.95f);
+}
+
+TEST(VerifiedTracking, SwitchingItOnWithoutApplyParamsHasNoEffect) {
+    DP::APTTrackerParams params = VerifyingParams();
+    params.mVerifyAgainstReference = false;
+    const auto engine = MakeEngine(params);
+    engine->mParams.mVerifyAgainstReference = true;
+    const auto list = Step(*engine, Moved(0), Moved(1), ListOf({NewPoint(45.0f, 40.0f)}));
+    EXPECT_EQ((*list)[0].mStatus, 0);
+    EXPECT_EQ((*list)[0].mCorrelation, 0.0f);
+}
+
+}  // namespace

@@ -1,0 +1,95 @@
+// In the steady state a frame takes a few small blocks from the heap and nothing of the
+// size of an image, and never a block for a point. The program's own global `new` counts.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cstdlib>
+#include <new>
+#include <vector>
+
+#include "APTFrames.h"
+#include "DP/Tracker.h"
+#include "Support/Images.h"
+
+namespace {
+
+std::atomic<long> sAllocations{0};
+std::atomic<std::size_t> sLargest{0};
+
+void* Take(std::size_t inSize) {
+    ++sAllocations;
+    if (inSize > sLargest) sLargest = inSize;
+    if (void* const block = std::malloc(inSize != 0 ? inSize : 1)) return block;
+    throw std::bad_alloc();
+}
+
+}  // namespace
+
+void* operator new(std::size_t inSize) { return Take(inSize); }
+void* operator new[](std::size_t inSize) { return Take(inSize); }
+void operator delete(void* inBlock) noexcept { std::free(inBlock); }
+void operator delete[](void* inBlock) noexcept { std::free(inBlock); }
+void operator delete(void* inBlock, std::size_t) noexcept { std::free(inBlock); }
+void operator delete[](void* inBlock, std::size_t) noexcept { std::free(inBlock); }
+
+namespace {
+
+using Testing::MovingClip;
+
+constexpr std::size_t kListBytes = 500 * sizeof(DP::APTFeature);
+
+TEST(Allocations, AnEngineStepTakesTheOutputListAlone) {
+    const MovingClip clip;
+    for (const bool isVerified : {false, true}) {
+        DP::APTTrackerParams params;
+        params.mVerifyAgainstReference = isVerified;
+        const auto engine = Testing::MakeEngine(params);
+        const DP::APTRectList rects{Testing::FullFrame(clip.mCols, clip.mRows)};
+        std::vector<std::vector<float>> frames;
+        for (int i = 0; i < 6; ++i)
+            frames.push_back(clip.Frame(i));
+        DP::APTFeatureListPtrVec lists[2] = {{Testing::EmptyList()}, {Testing::EmptyList()}};
+        engine->SelectFeatures(frames[0].data(), clip.mCols, clip.mRows, 0, rects, lists[0]);
+        lists[1][0]->resize(500);
+        const auto step = [&](std::size_t inFrame) {
+            const auto& from = lists[(inFrame - 1) % 2];
+            const auto& to = lists[inFrame % 2];
+            std::fill(to[0]->begin(), to[0]->end(), DP::APTFeature());
+            engine->TrackFeatures(frames[inFrame - 1].data(), frames[inFrame].data(),
+                                  clip.mCols, clip.mRows, static_cast<unsigned int>(inFrame),
+                                  from, to);
+            engine->ReplenishFeatures(frames[inFrame].data(), clip.mCols, clip.mRows,
+                                      static_cast<unsigned int>(inFrame), rects, to);
+        };
+        for (std::size_t frame = 1; frame < 5; ++frame)
+            step(frame);
+        ASSERT_GT(DP::CountLiveFeatures(*lists[0][0]), 30u);
+        const long before = sAllocations;
+        step(5);
+        EXPECT_EQ(sAllocations - before, 0) << (isVerified ? "verified" : "plain");
+    }
+}
+
+TEST(Allocations, ACallOfTheExportedTrackerTakesTheListAndAFewSmallBlocks) {
+    const MovingClip clip;
+    DP::Tracker* const tracker = DP::Tracker::CreateTracker(
+        static_cast<unsigned int>(clip.mCols), static_cast<unsigned int>(clip.mRows));
+    DP::APTFeatureListPtr features;
+    long most = 0;
+    for (int frame = 0; frame < 12; ++frame) {
+        const auto image = Testing::ImageOf(clip.mCols, clip.mRows, clip.Frame(frame));
+        const long before = sAllocations;
+        sLargest = 0;
+        tracker->TrackFeatures(image, static_cast<unsigned int>(frame), features);
+        if (frame < 6) continue;
+        most = std::max<long>(most, sAllocations - before);
+        EXPECT_LE(sLargest, kListBytes);
+    }
+    delete tracker;
+    EXPECT_GT(most, 0) << "the counter counts";
+    EXPECT_LE(most, 10);
+}
+
+}  // namespace

@@ -1,0 +1,166 @@
+// The colour pyramid: sizes, the filter with its frame of zeros, and the descriptor.
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <memory>
+#include <new>
+#include <vector>
+
+#include "ColourPyramid/ColourPyramidData.h"
+#include "ColourPyramid/ColourPyramidDescriptorData.h"
+#include "ColourPyramid/ColourPyramidDescriptorDataKey.h"
+#include "ColourPyramid/ColourPyramidDescriptorWorkerItem.h"
+#include "ColourPyramid/ReduceByTwo.h"
+#include "Support/Textures.h"
+#include "Support/WideStrings.h"
+#include "TVK/Exception.h"
+
+namespace {
+
+using DP::ColourPyramidData;
+using DP::ColourPyramidDescriptorData;
+using DP::ColourPyramidDescriptorWorkerItem;
+using DP::Ref;
+
+std::unique_ptr<ColourPyramidData> Whole(std::uint32_t inWidth, std::uint32_t inHeight,
+                                         std::uint32_t inLevels, std::uint32_t inChannels,
+                                         const std::vector<float>& inPixels) {
+    return std::unique_ptr<ColourPyramidData>(
+        ColourPyramidData::Create(inWidth, inHeight, inLevels, 2, inChannels, inPixels.data()));
+}
+
+std::vector<float> Floats(std::size_t inCount) {
+    return Testing::NoiseFrame(static_cast<int>(inCount), 1, 4);
+}
+
+TEST(ColourPyramidShape, SidesAreHalvedAndRoundedUp) {
+    const DP::ColourPyramidShape shape{5, 9, 3, 5};
+    const std::size_t widths[] = {5, 3, 2, 1, 1};
+    const std::size_t heights[] = {9, 5, 3, 2, 1};
+    std::size_t before = 0;
+    for (std::size_t level = 0; level < 5; ++level) {
+        EXPECT_EQ(shape.LevelWidth(level), widths[level]);
+        EXPECT_EQ(shape.LevelHeight(level), heights[level]);
+        EXPECT_EQ(shape.FloatsBefore(level), before);
+        before += 3 * widths[level] * heights[level];
+    }
+    EXPECT_EQ(shape.TotalFloats(), before);
+}
+
+TEST(ColourPyramidShape, NumbersBeyondEveryMemoryThrowAndManyLevelsAreCountedAtOnce) {
+    EXPECT_THROW((DP::ColourPyramidShape{UINT32_MAX, UINT32_MAX, UINT32_MAX, 1}.TotalFloats()),
+                 std::bad_alloc);
+    EXPECT_EQ((DP::ColourPyramidShape{1, 1, 2, UINT32_MAX}.TotalFloats()),
+              std::size_t{2} * UINT32_MAX);
+    EXPECT_EQ((DP::ColourPyramidShape{0, 7, 1, UINT32_MAX}.TotalFloats()), 0u);
+}
+
+// The rule, pixel by pixel, for the channel counts that have a filter.
+TEST(ReduceByTwo, FiltersAlongXTakesEverySecondRowAndFramesWithZeros) {
+    for (const std::uint32_t channels : {1u, 3u, 4u})
+        for (std::uint32_t width = 3; width < 40; width += 3)
+            for (const std::uint32_t height : {3u, 4u, 9u, 16u}) {
+                const auto pixels = Floats(std::size_t{width} * height * channels);
+                const auto pyramid = Whole(width, height, 2, channels, pixels);
+                const std::uint32_t w = (width + 1) / 2;
+                const std::uint32_t h = (height + 1) / 2;
+                const float* actual = pyramid->GetLevelData(1);
+                for (std::uint32_t y = 0; y < h; ++y)
+                    for (std::uint32_t x = 0; x < w; ++x)
+                        for (std::uint32_t c = 0; c < channels; ++c, ++actual) {
+                            float expected = 0.0f;
+                            if (x > 0 && y > 0 && x + 1 < w && y + 1 < h) {
+                                const float* const at =
+                                    &pixels[(2 * y * width + 2 * x) * channels + c];
+                                expected = at[0] + *(at - channels);
+                                expected += at[0];
+                                expected += at[channels];
+                                expected *= 0.25f;
+                            }
+                            ASSERT_EQ(*actual, expected) << x << ", " << y << ", " << c;
+                        }
+            }
+}
+
+TEST(ReduceByTwo, OfFiveByFiveOnlyTheMiddleIsNotZero) {
+    const auto pixels = Floats(25);
+    const auto pyramid = Whole(5, 5, 2, 1, pixels);
+    const float* const level = pyramid->GetLevelData(1);
+    for (int i = 0; i < 9; ++i)
+        if (i != 4) {
+            EXPECT_EQ(level[i], 0.0f);
+        }
+    EXPECT_EQ(level[4], (pixels[12] + pixels[11] + pixels[12] + pixels[13]) * 0.25f);
+}
+
+TEST(ReduceByTwo, ASmallSourceWritesTheFirstRowAndLeavesTheOthers) {
+    const auto pixels = Floats(2 * 6);
+    std::vector<float> target(3, 7.0f);
+    DP::ReduceByTwo(pixels.data(), 2, 6, 1, target.data(), nullptr);
+    EXPECT_EQ(target, (std::vector<float>{0.0f, 7.0f, 7.0f}));
+}
+
+TEST(ColourPyramidData, LevelsThatNothingFillsReadZero) {
+    const auto twoChannels = Whole(8, 8, 3, 2, Floats(128));
+    for (std::size_t i = 128; i < twoChannels->GetShape().TotalFloats(); ++i)
+        EXPECT_EQ(twoChannels->GetLevelData(0)[i], 0.0f);
+    const auto narrow = Whole(2, 9, 3, 1, Floats(18));
+    for (std::size_t i = 18; i < narrow->GetShape().TotalFloats(); ++i)
+        EXPECT_EQ(narrow->GetLevelData(0)[i], 0.0f);
+}
+
+TEST(ColourPyramidData, NoLevelsAndNoPixelsAreServed) {
+    EXPECT_EQ(Whole(8, 8, 0, 1, Floats(64))->GetByteSize(), 0u);
+    EXPECT_EQ(Whole(0, 0, 3, 1, {})->GetByteSize(), 0u);
+    EXPECT_EQ(Whole(1, 1, 3, 1, {2.0f})->GetByteSize(), 12u);
+}
+
+// ---- The descriptor ------------------------------------------------------------------
+
+Ref<DP::IDescriptorData> Compute(const Ref<DP::IDescriptorDataKey>& inKey,
+                                 const float* inPixels) {
+    const Ref<ColourPyramidDescriptorWorkerItem> item(
+        DP::CreateDescriptorWorkerItem(DP::kDescriptorDataTypeColourPyramid));
+    item->SetDataKey(inKey);
+    item->SetCurrImage(inPixels);
+    return item->ComputeData();
+}
+
+Ref<DP::IDescriptorDataKey> Key(int inRows, int inCols, unsigned int inLevels,
+                                unsigned int inChannels) {
+    return DP::CreateColourPyramidDescriptorDataKey(Testing::Wide("clip"), 1, inRows, inCols, 0,
+                                                    inLevels, inChannels);
+}
+
+TEST(ColourPyramidDescriptor, HoldsTheLevelsOfThePlainPyramid) {
+    for (const unsigned int channels : {1u, 2u, 3u, 4u, 5u}) {
+        const auto pixels = Floats(std::size_t{33} * 21 * channels);
+        const auto plain = Whole(33, 21, 4, channels, pixels);
+        const Ref<ColourPyramidDescriptorData> data(
+            Compute(Key(21, 33, 4, channels), pixels.data()));
+        ASSERT_TRUE(data != NULL);
+        ASSERT_EQ(data->GetDataSize(), plain->GetByteSize());
+        for (std::size_t i = 0; i < plain->GetShape().TotalFloats(); ++i)
+            ASSERT_EQ(data->GetLevelData(0)[i], plain->GetLevelData(0)[i]) << channels;
+        EXPECT_TRUE(data->CloneData() == NULL);
+    }
+}
+
+TEST(ColourPyramidDescriptor, SizeIsThatOfAllLevels) {
+    const auto pixels = Floats(48);
+    EXPECT_EQ(Compute(Key(4, 4, 2, 3), pixels.data())->GetDataSize(), 240u);
+    EXPECT_EQ(Compute(Key(4, 4, 0, 3), pixels.data())->GetDataSize(), 0u);
+}
+
+TEST(ColourPyramidDescriptor, BadKeysThrowAndANullFrameGivesNull) {
+    const auto pixels = Floats(48);
+    EXPECT_THROW(Compute(nullptr, pixels.data()), TVK::NullInterfaceException);
+    EXPECT_THROW(
+        Compute(DP::CreateDescriptorDataKey(Testing::Wide("clip"), 1, 4, 4), pixels.data()),
+        TVK::NullInterfaceException);
+    EXPECT_TRUE(Compute(Key(4, 4, 2, 3), nullptr) == NULL);
+    EXPECT_THROW(Compute(Key(-1, -1, 1, 4), pixels.data()), std::bad_alloc);
+}
+
+}  // namespace

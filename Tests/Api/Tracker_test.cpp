@@ -1,0 +1,133 @@
+// The exported tracker, as a host sees it.
+
+#include "DP/Tracker.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <vector>
+
+#include "Support/Images.h"
+#include "Support/Reports.h"
+#include "Support/Textures.h"
+#include "TVK/Exception.h"
+
+namespace {
+
+using DP::APTFeature;
+using DP::APTFeatureListPtr;
+using DP::Tracker;
+
+constexpr int kCols = 320;
+constexpr int kRows = 240;
+
+std::unique_ptr<Tracker> MakeTracker(unsigned int inCols = kCols, unsigned int inRows = kRows) {
+    return std::unique_ptr<Tracker>(Tracker::CreateTracker(inCols, inRows));
+}
+
+IP::ImagePtr<float> Frame(int inNumber) {
+    return Testing::ImageOf(
+        kCols, kRows, Testing::TexturedFrame(kCols, kRows, -1.2 * inNumber, 0.9 * inNumber));
+}
+
+unsigned int CountLive(const APTFeatureListPtr& inList) {
+    unsigned int count = 0;
+    for (const APTFeature& feature : *inList)
+        count += feature.mStatus >= 0;
+    return count;
+}
+
+TEST(Tracker, SaysItsNumbersBeforeAnyFrame) {
+    const auto tracker = MakeTracker();
+    EXPECT_EQ(tracker->GetMaxFeatures(), 500u);
+    EXPECT_EQ(tracker->GetMinFeatures(), 450u);
+    EXPECT_EQ(sizeof(Tracker), sizeof(void*));
+}
+
+TEST(Tracker, FollowsAClipAndFillsUp) {
+    const auto tracker = MakeTracker();
+    APTFeatureListPtr features;
+    tracker->TrackFeatures(Frame(0), 10, features);
+    ASSERT_EQ(features->size(), 500u);
+    for (const APTFeature& feature : *features)
+        EXPECT_TRUE(feature.mStatus == 11 || feature.mStatus == -1);
+    for (int frame = 1; frame <= 6; ++frame) {
+        const APTFeatureListPtr before = features;
+        const std::vector<APTFeature> copy = *before;
+        tracker->TrackFeatures(Frame(frame), static_cast<unsigned int>(10 - frame), features);
+        EXPECT_FALSE(features == before) << "a fresh list";
+        for (std::size_t i = 0; i < copy.size(); ++i)
+            EXPECT_EQ((*before)[i].mStatus, copy[i].mStatus) << "only read";
+        unsigned int tracked = 0;
+        for (const APTFeature& feature : *features) {
+            if (feature.mStatus != 0) continue;
+            ++tracked;
+            EXPECT_NEAR(feature.mDeltaX, 1.2, 0.5);
+            EXPECT_NEAR(feature.mDeltaY, -0.9, 0.5);
+        }
+        EXPECT_GT(tracked, 200u);
+    }
+}
+
+TEST(Tracker, EqualFramesEmptyTheListAndFillItAnew) {
+    const auto tracker = MakeTracker();
+    APTFeatureListPtr first;
+    APTFeatureListPtr second;
+    tracker->TrackFeatures(Frame(0), 0, first);
+    tracker->TrackFeatures(Frame(0), 1, second);
+    EXPECT_EQ(CountLive(second), CountLive(first));
+    for (const APTFeature& feature : *second)
+        EXPECT_TRUE(feature.mStatus == 2 || feature.mStatus == -1);
+}
+
+TEST(Tracker, ANullImageBreaksTheContractAndChangesNothing) {
+    const auto tracker = MakeTracker();
+    APTFeatureListPtr features;
+    tracker->TrackFeatures(Frame(0), 0, features);
+    const APTFeatureListPtr before = features;
+    {
+        const Testing::RecordedReports reports;
+        EXPECT_ANY_THROW(tracker->TrackFeatures({}, 1, features));
+        ASSERT_EQ(reports.Contracts().size(), 1u);
+        EXPECT_EQ(reports.Contracts()[0].mText, "inCurrentFloatGrayImage != NULL");
+        EXPECT_EQ(reports.Contracts()[0].mFile, "Src/TrackerImpl.cpp");
+    }
+    EXPECT_TRUE(features == before);
+    EXPECT_THROW(tracker->TrackFeatures(TVK::MakeObject<IP::Image<float>>(), 1, features),
+                 TVK::NullInterfaceException);
+    tracker->TrackFeatures(Frame(1), 1, features);
+    EXPECT_GT(CountLive(features), 200u);
+}
+
+TEST(Tracker, SmallAndBlankImagesGiveFreeSlotsOnEveryCall) {
+    for (const auto& [cols, rows] : {std::pair{1, 1}, {13, 200}, {64, 64}}) {
+        const auto tracker =
+            MakeTracker(static_cast<unsigned int>(cols), static_cast<unsigned int>(rows));
+        for (unsigned int frame = 0; frame < 3; ++frame) {
+            APTFeatureListPtr features;
+            tracker->TrackFeatures(
+                Testing::ImageOf(
+                    cols, rows, std::vector<float>(static_cast<std::size_t>(cols * rows), 9.f)),
+                frame, features);
+            EXPECT_EQ(features->size(), 500u);
+            EXPECT_EQ(CountLive(features), 0u);
+        }
+    }
+}
+
+TEST(Tracker, TrackersShareNothing) {
+    const auto first = MakeTracker();
+    const auto second = MakeTracker();
+    APTFeatureListPtr a;
+    APTFeatureListPtr b;
+    for (int frame = 0; frame < 3; ++frame) {
+        first->TrackFeatures(Frame(frame), static_cast<unsigned int>(frame), a);
+        second->TrackFeatures(Frame(frame), static_cast<unsigned int>(frame), b);
+        for (std::size_t i = 0; i < a->size(); ++i) {
+            EXPECT_EQ((*a)[i].mX, (*b)[i].mX);
+            EXPECT_EQ((*a)[i].mStatus, (*b)[i].mStatus);
+        }
+    }
+}
+
+}  // namespace
