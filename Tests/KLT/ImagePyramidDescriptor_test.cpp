@@ -1,0 +1,72 @@
+// The image pyramid kind: what its data holds, and what becomes of missing inputs. That
+// the pyramids are right is the business of the image layer's tests.
+
+#include <gtest/gtest.h>
+
+#include "DP/DescriptorFactory.h"
+#include "Pyramid/ImagePyramidDescriptorData.h"
+#include "Pyramid/ImagePyramidDescriptorDataKey.h"
+#include "Pyramid/ImagePyramidDescriptorWorkerItem.h"
+#include "Support/Textures.h"
+#include "Support/WideStrings.h"
+
+namespace {
+
+using DP::ImagePyramidDescriptorData;
+using DP::Ref;
+using Testing::Wide;
+
+class ImagePyramidDescriptor : public testing::Test {
+protected:
+    ~ImagePyramidDescriptor() override { DP::FlushAllDescriptorResources(); }
+
+    static Ref<DP::IDescriptorDataKey> Key(int inLevels, float inGradientSigma = 1.0f) {
+        return DP::CreateImagePyramidDescriptorDataKey(Wide("clip"), 3, inGradientSigma, 0.7f,
+                                                       0.9f, 4, inLevels, 40, 30);
+    }
+    Ref<ImagePyramidDescriptorData> Request(Ref<DP::IDescriptorDataKey> inKey,
+                                            const unsigned char* inPixels) {
+        const auto item = DP::CreateDescriptorWorkerItem(DP::kDescriptorDataTypeImagePyramid);
+        item->SetDataKey(inKey);
+        Ref<DP::ImagePyramidDescriptorWorkerItem>(item)->SetPyramidImage(inPixels);
+        return mComputer->GetDescriptorData(item, true);
+    }
+
+    const std::vector<unsigned char> mFrame = Testing::NoiseBytes(40 * 30, 2);
+    const Ref<DP::IDescriptorComputer> mComputer = DP::CreateDescriptorComputer(
+        DP::CreateDescriptorProperty(Wide("clip"), DP::kDescriptorDataTypeImagePyramid));
+};
+
+TEST_F(ImagePyramidDescriptor, HoldsThreePyramidsInTheShapeOfTheKey) {
+    const auto data = Request(Key(2), mFrame.data());
+    EXPECT_EQ(data->GetDataSize(), (40 * 30 + 10 * 7) * 3 * 4u);
+    for (const auto& pyramid : {data->GetSmoothedPyramid(), data->GetGradientXPyramid(),
+                                data->GetGradientYPyramid()}) {
+        EXPECT_EQ(pyramid->GetLevelCount(), 2);
+        EXPECT_EQ(pyramid->GetLevel(1)->GetColumns(), 10);
+        EXPECT_EQ(pyramid->GetLevel(1)->GetRows(), 7);
+    }
+    EXPECT_EQ(Request(Key(1), mFrame.data())->GetDataSize(), 40 * 30 * 3 * 4u);
+    EXPECT_TRUE(data->CloneData() == NULL);
+}
+
+TEST_F(ImagePyramidDescriptor, GradientSigmaTellsEntriesApart) {
+    const auto data = Request(Key(2), mFrame.data());
+    EXPECT_FALSE(Request(Key(2, 1.5f), mFrame.data()) == data);
+    EXPECT_TRUE(Request(Key(2), nullptr) == data) << "a hit reads no frame";
+}
+
+TEST_F(ImagePyramidDescriptor, MissingFrameIsStoredAsEmptyData) {
+    const auto data = Request(Key(2), nullptr);
+    EXPECT_EQ(data->GetDataSize(), 0u);
+    EXPECT_TRUE(data->GetSmoothedPyramid() == NULL);
+    EXPECT_TRUE(Request(Key(2), mFrame.data()) == data);
+}
+
+TEST_F(ImagePyramidDescriptor, KeyOfAnotherClassGivesEmptyData) {
+    const auto data =
+        Request(DP::CreateDescriptorDataKey(Wide("clip"), 3, 30, 40), mFrame.data());
+    EXPECT_EQ(data->GetDataSize(), 0u);
+}
+
+}  // namespace

@@ -1,0 +1,363 @@
+// Selection: the fixed sort, the minimum distance, regions and modes, and the bits of the
+// plain way.
+
+#include "KLT/KLTSelection.h"
+
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <limits>
+#include <set>
+#include <vector>
+
+#include "KLT/KLTSupport.h"
+#include "KLT/PlainKLT.h"
+#include "Support/Reports.h"
+
+namespace {
+
+using DP::KLTFeature;
+using DP::KLTFeatureList;
+using DP::KLTTracker;
+using DP::SelectionPoint;
+using Testing::CountLive;
+using Testing::FeatureAt;
+using Testing::ListOf;
+using Testing::Random;
+using Testing::RecordedReports;
+using Testing::SameFeatures;
+using Testing::TexturedBytes;
+using Testing::WholeFrame;
+
+constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
+constexpr float kInfinity = std::numeric_limits<float>::infinity();
+
+// ---- The sort ------------------------------------------------------------------------
+
+std::vector<SelectionPoint> RandomPoints(std::size_t inCount, int inValues, int inSeed) {
+    Random random(inSeed);
+    std::vector<SelectionPoint> points;
+    for (std::size_t i = 0; i < inCount; ++i)
+        points.push_back({int(i), int(i / 7), random.Integer(-2, inValues)});
+    return points;
+}
+
+bool SamePoints(const SelectionPoint& inLeft, const SelectionPoint& inRight) {
+    return inLeft.mX == inRight.mX && inLeft.mY == inRight.mY &&
+           inLeft.mValue == inRight.mValue;
+}
+
+TEST(SortPointList, IsAFallingPermutation) {
+    auto points = RandomPoints(1000, 50, 3);
+    DP::SortPointList(points.data(), points.size());
+    std::set<int> seen;
+    for (std::size_t i = 0; i < points.size(); ++i) {
+        seen.insert(points[i].mX);
+        EXPECT_GE(points[i == 0 ? 0 : i - 1].mValue, points[i].mValue);
+    }
+    EXPECT_EQ(seen.size(), points.size());
+}
+
+// Two values: the first step swaps the ends of the list over the pivot.
+TEST(SortPointList, OrderOfEqualValuesIsThatOfTheScheme) {
+    std::vector<SelectionPoint> points{{0, 0, 5}, {1, 0, 5}, {2, 0, 5}, {3, 0, 5}};
+    DP::SortPointList(points.data(), points.size());
+    std::vector<int> order;
+    for (const auto& point : points)
+        order.push_back(point.mX);
+    EXPECT_EQ(order, (std::vector{0, 3, 2, 1}));
+}
+
+TEST(SortPointList, EqualsThePlainSortOnAllSortsOfLists) {
+    for (std::size_t count : {0, 1, 2, 3, 5, 17, 100, 257, 3000})
+        for (const int values : {-2, 0, 1, 10, 1000000}) {
+            auto actual = RandomPoints(count, values, int(count) + values);
+            auto expected = actual;
+            DP::SortPointList(actual.data(), actual.size());
+            Testing::PlainSort(expected.data(), expected.size());
+            EXPECT_TRUE(std::equal(actual.begin(), actual.end(), expected.begin(), SamePoints))
+                << count << " points of " << values << " values";
+        }
+}
+
+// ---- The minimum distance ------------------------------------------------------------
+
+KLTFeatureList Enforce(const std::vector<SelectionPoint>& inPoints, int inMinDist, int inLeast,
+                       bool inOverwriteAll, KLTFeatureList inList) {
+    DP::EnforceMinimumDistance(inPoints.data(), inPoints.size(), 40, 30, inMinDist, inLeast,
+                               inOverwriteAll, inList);
+    return inList;
+}
+
+TEST(EnforceMinimumDistance, FeaturesLieAtLeastTheDistanceApart) {
+    const std::vector<SelectionPoint> points{
+        {20, 15, 90}, {29, 15, 80}, {30, 15, 70}, {20, 24, 60}, {10, 5, 50}};
+    const auto list = Enforce(points, 10, 1, true, KLTFeatureList(4));
+    EXPECT_EQ(list[0].mX, 20.0f);
+    EXPECT_EQ(list[1].mX, 30.0f) << "9 apart is too near, 10 is not";
+    EXPECT_EQ(list[2].mX, 10.0f);
+    EXPECT_EQ(list[3].mValue, DP::kKLTNotFound);
+    EXPECT_EQ(list[3].mX, -1.0f);
+    EXPECT_EQ(Enforce(points, 1, 1, true, KLTFeatureList(4))[1].mX, 29.0f);
+    const std::vector<SelectionPoint> twice{{20, 15, 90}, {20, 15, 80}};
+    EXPECT_EQ(CountLive(Enforce(twice, 1, 1, true, KLTFeatureList(2))), 1);
+    EXPECT_EQ(CountLive(Enforce(twice, 0, 1, true, KLTFeatureList(2))), 2);
+    EXPECT_EQ(CountLive(Enforce(points, INT_MAX, 1, true, KLTFeatureList(4))), 1);
+}
+
+TEST(EnforceMinimumDistance, ValuesBelowOneNeverQualify) {
+    const std::vector<SelectionPoint> points{{5, 5, 1}, {25, 5, 0}, {5, 25, INT_MIN}};
+    EXPECT_EQ(CountLive(Enforce(points, 1, -5, true, KLTFeatureList(3))), 1);
+    EXPECT_EQ(CountLive(Enforce(points, 1, 2, true, KLTFeatureList(3))), 0);
+}
+
+TEST(EnforceMinimumDistance, RefilledSlotStartsAgainButKeepsItsDeltas) {
+    KLTFeatureList list{FeatureAt(20, 15, 3), FeatureAt(-1, -1, DP::kKLTSmallDet),
+                        FeatureAt(-1, -1, DP::kKLTLargeResidue)};
+    for (auto& feature : list) {
+        feature.mId = 77;
+        feature.mAge = 8;
+        feature.mDeltaX = 1.5f;
+    }
+    const auto result = Enforce({{25, 15, 90}, {5, 5, 80}}, 10, 1, false, list);
+    EXPECT_TRUE(SameFeatures({result[0]}, {list[0]})) << "live features stay as they are";
+    EXPECT_EQ(result[1].mX, 5.0f) << "the better point is too near to a live feature";
+    EXPECT_EQ(result[1].mValue, 80);
+    EXPECT_EQ(result[1].mId, 1);
+    EXPECT_EQ(result[1].mAge, 0);
+    EXPECT_EQ(result[1].mDeltaX, 1.5f);
+    EXPECT_EQ(result[2].mValue, DP::kKLTNotFound) << "whatever it was lost to";
+    EXPECT_EQ(result[2].mAge, 8);
+}
+
+TEST(EnforceMinimumDistance, PositionsThatAreNoPixelsBlockNothing) {
+    const KLTFeatureList strange{FeatureAt(kNaN, 5), FeatureAt(5, kInfinity),
+                                 FeatureAt(3e38f, -3e38f), FeatureAt(1e10f, 5),
+                                 FeatureAt(-1, -1, -1)};
+    const auto result = Enforce({{5, 5, 90}}, 10, 1, false, strange);
+    EXPECT_EQ(result[4].mX, 5.0f);
+    // From outside the image a square still reaches in.
+    const auto near =
+        Enforce({{5, 5, 90}}, 10, 1, false, {FeatureAt(-3.7f, 5), FeatureAt(-1, -1, -1)});
+    EXPECT_EQ(near[1].mValue, DP::kKLTNotFound);
+}
+
+// ---- Through the tracker -------------------------------------------------------------
+
+class Selection : public Testing::KLTTrackerTest {
+protected:
+    static constexpr int kCols = 131, kRows = 97;
+    const std::vector<unsigned char> mFrame = TexturedBytes(kCols, kRows, 0, 0);
+
+    std::vector<KLTFeatureList> SelectIn(const KLTTracker::Regions& inRegions, int inMode = 0,
+                                         const std::vector<KLTFeatureList>& inLists = {}) {
+        KLTTracker::Lists inputs, outputs;
+        for (const auto& list : inLists)
+            inputs.push_back(ListOf(list));
+        for (std::size_t k = 0; k < inRegions.size(); ++k)
+            outputs.push_back(ListOf({}));
+        mTracker.SelectGoodFeaturesWithMode(mFrame.data(), kCols, kRows, inMode, inRegions,
+                                            inputs, outputs);
+        std::vector<KLTFeatureList> results;
+        for (const auto& list : outputs)
+            results.push_back(*list);
+        return results;
+    }
+    void ExpectPlain(const KLTTracker::Regions& inRegions,
+                     const std::vector<KLTFeatureList>& inReplace = {}) {
+        const auto actual = SelectIn(inRegions, inReplace.empty() ? 0 : 1, inReplace);
+        const auto expected = Testing::PlainSelect(mTracker.GetContext(), 60, mFrame.data(),
+                                                   kCols, kRows, inRegions, inReplace);
+        for (std::size_t k = 0; k < inRegions.size(); ++k)
+            EXPECT_TRUE(SameFeatures(actual[k], expected[k])) << "region " << k;
+    }
+};
+
+TEST_F(Selection, DefaultsGiveTheFeaturesOfThePlainWay) {
+    ExpectPlain({WholeFrame(kCols, kRows)});
+    EXPECT_GT(CountLive(SelectIn({WholeFrame(kCols, kRows)})[0]), 30);
+}
+
+TEST_F(Selection, RegionsGiveTheFeaturesOfThePlainWayAlsoWithLeftovers) {
+    ExpectPlain({{20.5f, 30.9f, 90.1f, 70.0f}});
+    ExpectPlain({{90.1f, 70.0f, 20.5f, 30.9f}});
+    // The points of an earlier region that a smaller one leaves standing are walked again.
+    ExpectPlain({WholeFrame(kCols, kRows), {20, 20, 60, 60}, {0, 0, 131, 40}});
+    ExpectPlain({{20, 20, 60, 60}, {-50, -50, -20, -20}, WholeFrame(kCols, kRows)});
+}
+
+TEST_F(Selection, RandomSettingsGiveTheFeaturesOfThePlainWay) {
+    Random random(5);
+    for (int run = 0; run < 60; ++run) {
+        SCOPED_TRACE(run);
+        auto& context = mTracker.GetContext();
+        context.mWindowWidth = 3 + 2 * random.Integer(0, 6);
+        context.mWindowHeight = 3 + 2 * random.Integer(0, 6);
+        context.mMinDist = random.Integer(0, 14);
+        context.mMinEigenvalue = random.Integer(-1, 400);
+        context.mSkippedPixels = random.Integer(0, 3) / 2;
+        context.mSmoothBeforeSelecting = run % 3 != 0;
+        context.mGradSigma = float(0.5 + random.Real());
+        const auto side = [&](int inSize) {
+            return float((random.Real() * 1.4 - 0.2) * inSize);
+        };
+        const TVK::ParamRect<float> region{side(kCols), side(kRows), side(kCols), side(kRows)};
+        ExpectPlain({region});
+        auto lists = SelectIn({WholeFrame(kCols, kRows)});
+        for (auto& feature : lists[0])
+            if (random.Integer(0, 1)) feature.mValue = DP::kKLTLargeResidue;
+        ExpectPlain({region}, lists);
+    }
+}
+
+TEST_F(Selection, WholeFrameReachesUpToTheHalfWindow) {
+    mTracker.GetContext().mMinDist = 0;
+    mTracker.SetMaxFeatures(kCols * kRows);
+    int left = kCols, right = 0, top = kRows, foot = 0, points = 0;
+    const auto list = SelectIn({WholeFrame(kCols, kRows)})[0];
+    for (const auto& feature : list) {
+        if (feature.mValue < 0) continue;
+        ++points;
+        left = std::min(left, int(feature.mX));
+        right = std::max(right, int(feature.mX));
+        top = std::min(top, int(feature.mY));
+        foot = std::max(foot, int(feature.mY));
+    }
+    EXPECT_EQ(points, (kCols - 6) * (kRows - 6));
+    EXPECT_EQ(std::tuple(left, right, top, foot), std::tuple(3, kCols - 4, 3, kRows - 4));
+}
+
+TEST_F(Selection, RegionsCountUpwardFromTheFoot) {
+    const auto list = SelectIn({{0, 0, kCols, 30}})[0];
+    for (const auto& feature : list)
+        EXPECT_TRUE(feature.mValue < 0 || feature.mY >= float(kRows - 30));
+    EXPECT_GT(CountLive(list), 5);
+}
+
+TEST_F(Selection, ListIsPaddedWithEmptySlots) {
+    mTracker.SetMaxFeatures(5000);
+    const auto list = SelectIn({WholeFrame(kCols, kRows)})[0];
+    ASSERT_EQ(list.size(), 5000u);
+    EXPECT_EQ(list.back().mValue, DP::kKLTNotFound);
+    EXPECT_EQ(list.back().mX, -1.0f);
+    EXPECT_EQ(list.back().mY, -1.0f);
+}
+
+TEST_F(Selection, RegionsWithoutRoomGiveNoFeatures) {
+    for (const TVK::ParamRect<float>& region : {TVK::ParamRect<float>{-90, -90, -20, -20},
+                                                {500, 500, 900, 900},
+                                                {20, 20, 20, 20},
+                                                {kNaN, 0, 100, 90},
+                                                {0, kNaN, 100, 90},
+                                                {0, 0, kNaN, 90},
+                                                {0, 0, 100, kNaN}}) {
+        EXPECT_EQ(CountLive(SelectIn({region})[0]), 0);
+        const KLTFeatureList kept{FeatureAt(50, 50, 9), FeatureAt(-1, -1, -4)};
+        const auto replaced = SelectIn({region}, 1, {kept})[0];
+        EXPECT_TRUE(SameFeatures({replaced[0]}, {kept[0]}));
+        EXPECT_EQ(replaced[1].mValue, DP::kKLTNotFound);
+    }
+    EXPECT_GT(CountLive(SelectIn({{-kInfinity, -1e30f, kInfinity, 3e9f}})[0]), 30);
+}
+
+TEST_F(Selection, NoRegionIsNoWork) { SelectIn({}); }
+
+TEST_F(Selection, TopUpOfAListOntoItselfResizesItFirst) {
+    const auto list = ListOf({FeatureAt(60, 50, 4), FeatureAt(-1, -1, -2)});
+    KLTTracker::Lists lists{list};
+    mTracker.SetMaxFeatures(4);
+    mTracker.ReplaceLostFeatures(mFrame.data(), kCols, kRows, {WholeFrame(kCols, kRows)}, lists,
+                                 lists);
+    ASSERT_EQ(list->size(), 4u);
+    EXPECT_GT((*list)[1].mValue, 0);
+    EXPECT_EQ((*list)[2].mValue, 0) << "a new record reads as live and is kept";
+    EXPECT_EQ((*list)[2].mX, 0.0f);
+}
+
+// ---- Odd frames ----------------------------------------------------------------------
+
+TEST_F(Selection, BlackHasNoFeaturesAndGreyHasThemAtItsFrameOfZeros) {
+    const auto count = [&](unsigned char inGrey) {
+        return CountLive(Select(std::vector<unsigned char>(80 * 60, inGrey), 80, 60));
+    };
+    EXPECT_EQ(count(0), 0);
+    EXPECT_GT(count(100), 0);
+}
+
+TEST_F(Selection, TinyFramesAreSafe) {
+    for (const int cols : {0, 1, 2, 6, 7, 8, 13})
+        for (const int rows : {0, 1, 5, 7, 9}) {
+            const auto frame = Testing::NoiseBytes(std::size_t(cols) * rows + 1, 3);
+            EXPECT_TRUE(
+                SameFeatures(Select(frame, cols, rows),
+                             Testing::PlainSelect(mTracker.GetContext(), 60, frame.data(), cols,
+                                                  rows, {WholeFrame(cols, rows)}, {})[0]));
+        }
+    const RecordedReports reports;
+    EXPECT_ANY_THROW(Select({1, 2, 3}, -1, 5));
+}
+
+// ---- Reports -------------------------------------------------------------------------
+
+TEST_F(Selection, BadSettingsAreCorrectedAndReported) {
+    const RecordedReports reports(RecordedReports::Later::kShow);
+    auto& context = mTracker.GetContext();
+    context.mWindowWidth = 6;
+    context.mWindowHeight = -8;
+    context.mMinDist = -4;
+    SelectIn({WholeFrame(kCols, kRows)});
+    EXPECT_EQ(context.mWindowWidth, 7);
+    EXPECT_EQ(context.mWindowHeight, 3);
+    EXPECT_EQ(context.mMinDist, 0);
+    context.mWindowWidth = -3;
+    SelectIn({WholeFrame(kCols, kRows)});
+    EXPECT_EQ(context.mWindowWidth, 3);
+    std::vector<std::string> texts;
+    for (const auto& report : reports.Asserts()) {
+        texts.push_back(report.mText);
+        EXPECT_EQ(report.mFunction, "DP::KLTTracker::SelectGoodFeaturesWithMode");
+        EXPECT_EQ(report.mFile, "Src/KLT/KLTTracker.cpp");
+    }
+    EXPECT_EQ(
+        texts,
+        (std::vector<std::string>{
+            "Tracking context's window width must be odd. Changing to %d.\n\r\n",
+            "Tracking context's window height must be odd.  Changing to %d.\n\r\n",
+            "Tracking context's window height must be at least three. Changing to %d.\n\r\n",
+            "(_KLTSelectGoodFeatures) Tracking context field mTrackingContext.mMinDist is "
+            "negative (%d); setting to zero\r\n",
+            "Tracking context's window width must be odd. Changing to %d.\n\r\n",
+            "Tracking context's window width must be at least three. Changing to %d.\n\r\n"}));
+}
+
+// Squares of 3 by 3 pixels of 0 and 255 under a huge window: the sums pass 2 to the 32.
+TEST_F(Selection, TrackabilityBeyondTheIntegerIsReportedAndSortsLast) {
+    constexpr int kSide = 1209;
+    std::vector<unsigned char> frame(kSide * kSide);
+    for (int y = 0; y < kSide; ++y)
+        for (int x = 0; x < kSide; ++x)
+            frame[y * kSide + x] = ((x / 3) ^ (y / 3)) & 1 ? 255 : 0;
+    auto& context = mTracker.GetContext();
+    context.mWindowWidth = context.mWindowHeight = 1201;
+    context.mSmoothBeforeSelecting = false;
+    context.mGradSigma = 0.5f;
+    context.mSkippedPixels = 3;
+    const RecordedReports reports(RecordedReports::Later::kShow);
+    EXPECT_EQ(CountLive(Select(frame, kSide, kSide)), 0);
+    ASSERT_GE(reports.Asserts().size(), 1u);
+    EXPECT_EQ(reports.Asserts()[0].mText,
+              "(_KLTSelectGoodFeatures) minimum eigenvalue %f is greater than the capacity of "
+              "an TVK::SInt32; setting to maximum value\r\n");
+}
+
+TEST_F(Selection, ListsAndRegionsComeInPairs) {
+    const RecordedReports reports;
+    KLTTracker::Lists none;
+    EXPECT_ANY_THROW(
+        mTracker.SelectGoodFeatures(mFrame.data(), kCols, kRows, 0, {WholeFrame(1, 1)}, none));
+    ASSERT_EQ(reports.Contracts().size(), 1u);
+    EXPECT_EQ(reports.Contracts()[0].mText, "inROIRects.size() == outFeatureListPtrVec.size()");
+    EXPECT_EQ(reports.Contracts()[0].mFile, "Src/KLT/KLTTracker.cpp");
+}
+
+}  // namespace

@@ -1,0 +1,260 @@
+// The steps of one feature on one level: interpolation, windows, the system, and the order
+// in which a search comes to its status.
+
+#include "KLT/KLTTrackerUtils.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <functional>
+#include <limits>
+
+#include "Support/Images.h"
+#include "Support/Reports.h"
+#include "Support/Textures.h"
+#include "image/IPConvolveImage.h"
+
+namespace {
+
+using DP::FloatImage;
+using DP::FloatWindow;
+using DP::FloatWindowPtr;
+using Testing::ImageOf;
+using Testing::NoiseFrame;
+using Testing::RecordedReports;
+
+constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
+constexpr float kInfinity = std::numeric_limits<float>::infinity();
+
+FloatImage Ramp(int inCols, int inRows, float inSlopeX, float inSlopeY, float inOffset = 0) {
+    const auto image = TVK::MakeObject<IP::Image<float>>(inCols, inRows);
+    for (int y = 0; y < inRows; ++y)
+        for (int x = 0; x < inCols; ++x)
+            image->GetData()[y * inCols + x] =
+                inOffset + inSlopeX * float(x) + inSlopeY * float(y);
+    return image;
+}
+
+FloatWindowPtr Window(int inWidth, int inHeight) {
+    return TVK::MakeObject<FloatWindow>(inWidth, inHeight);
+}
+
+FloatWindowPtr WindowOf(int inWidth, int inHeight, std::vector<float> inValues) {
+    const auto window = Window(inWidth, inHeight);
+    std::copy(inValues.begin(), inValues.end(), window->mValues.begin());
+    return window;
+}
+
+// ---- Interpolation and bounds --------------------------------------------------------
+
+TEST(InterpolateBilinear, IsExactOnPixelsAndOnBilinearImages) {
+    const FloatImage image = Ramp(9, 7, 2.0f, -3.0f, 40.0f);
+    EXPECT_EQ(DP::InterpolateBilinear(image, 4.0f, 5.0f), 40.0f + 8.0f - 15.0f);
+    EXPECT_EQ(DP::InterpolateBilinear(image, 4.5f, 5.25f), 40.0f + 9.0f - 15.75f);
+}
+
+TEST(IsOutOfBounds, BorderItselfIsInsideAndNoNumberIsOutside) {
+    EXPECT_FALSE(DP::IsOutOfBounds(24, 24, 100, 80, 24, 24));
+    EXPECT_FALSE(DP::IsOutOfBounds(75, 55, 100, 80, 24, 24));
+    for (const auto& [x, y] : {std::pair(23.9f, 30.0f),
+                               {75.1f, 30.0f},
+                               {30.0f, 23.9f},
+                               {30.0f, 55.1f},
+                               {kNaN, 30.0f},
+                               {30.0f, kNaN},
+                               {kInfinity, 30.0f},
+                               {30.0f, -kInfinity}})
+        EXPECT_TRUE(DP::IsOutOfBounds(x, y, 100, 80, 24, 24)) << x << ", " << y;
+}
+
+// ---- The system ----------------------------------------------------------------------
+
+TEST(SolveEquation, SolvesTheSystemOrCallsItSingular) {
+    float dx = 7, dy = 7;
+    EXPECT_EQ(DP::SolveEquation(4, 2, 3, 10, 9, 0.01f, dx, dy), DP::kKLTTracked);
+    EXPECT_EQ(dx, 1.5f);
+    EXPECT_EQ(dy, 2.0f);
+    EXPECT_EQ(DP::SolveEquation(1, 1, 1, 10, 9, 0.01f, dx, dy), DP::kKLTSmallDet);
+    EXPECT_EQ(dx, 1.5f) << "a singular system leaves the step alone";
+    EXPECT_EQ(DP::SolveEquation(1, 0, 0.01f, 1, 1, 0.01f, dx, dy), DP::kKLTTracked)
+        << "the limit itself is no singular system";
+}
+
+TEST(WindowSums, MatrixErrorAndResidueAreWhatTheySay) {
+    const auto gx = WindowOf(3, 1, {1, 2, 3}), gy = WindowOf(3, 1, {-1, 0, 2});
+    const auto difference = WindowOf(3, 1, {2, -1, 1});
+    float gxx, gxy, gyy, ex, ey;
+    DP::Compute2by2GradientMatrix(gx, gy, gxx, gxy, gyy);
+    EXPECT_EQ(gxx, 14.0f);
+    EXPECT_EQ(gxy, 5.0f);
+    EXPECT_EQ(gyy, 5.0f);
+    DP::Compute2by1ErrorVector(difference, gx, gy, 0.5f, ex, ey);
+    EXPECT_EQ(ex, 1.5f);
+    EXPECT_EQ(ey, 0.0f);
+    EXPECT_EQ(DP::SumAbsFloatWindow(difference), 4.0f);
+}
+
+TEST(WindowContracts, GradientWindowsAreOfOneSize) {
+    const FloatImage image = Ramp(20, 20, 1, 1);
+    const auto a = Window(3, 3), taller = Window(3, 5), wider = Window(5, 3);
+    float f;
+    const std::function<void(FloatWindowPtr)> calls[] = {
+        [&](FloatWindowPtr w) {
+            DP::ComputeGradientSum(image, image, image, image, 9, 9, 9, 9, a, w);
+        },
+        [&](FloatWindowPtr w) {
+            DP::ComputeGradientSumLightingInsensitive(image, image, image, image, image, image,
+                                                      9, 9, 9, 9, a, w);
+        },
+        [&](FloatWindowPtr w) { DP::Compute2by2GradientMatrix(a, w, f, f, f); },
+        [&](FloatWindowPtr w) {
+            DP::Compute2by1ErrorVector(a, a, w, 1, f, f);
+        }};
+    for (const auto& call : calls) {
+        const RecordedReports reports;
+        EXPECT_ANY_THROW(call(taller));
+        EXPECT_ANY_THROW(call(wider));
+        ASSERT_EQ(reports.Contracts().size(), 2u);
+        EXPECT_EQ(reports.Contracts()[0].mText, "inGradx->mHeight == inGrady->mHeight");
+        EXPECT_EQ(reports.Contracts()[1].mText, "inGradx->mWidth == inGrady->mWidth");
+        EXPECT_EQ(reports.Contracts()[0].mFile, "Src/KLT/KLTTrackerUtils.cpp");
+    }
+}
+
+TEST(PrintFloatWindow, WritesARowPerLine) {
+    testing::internal::CaptureStderr();
+    DP::PrintFloatWindow(WindowOf(2, 2, {1.0f, -2.26f, 100.0f, 0.04f}));
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "   1.0   -2.3 \n 100.0    0.0 \n");
+}
+
+// ---- The lighting variants -----------------------------------------------------------
+
+TEST(LightingInsensitive, DifferenceIgnoresGainAndOffsetOfEqualWindows) {
+    const auto noise = NoiseFrame(20, 20, 4);
+    auto darker = noise;
+    for (float& pixel : darker)
+        pixel = 0.5f * pixel;
+    const auto window = Window(7, 7);
+    DP::ComputeIntensityDifferenceLightingInsensitive(
+        ImageOf(20, 20, noise), ImageOf(20, 20, darker), 9.5f, 9.5f, 9.5f, 9.5f, window);
+    for (const float value : window->mValues)
+        EXPECT_NEAR(value, 0.0f, 255.0f * 49 * 4 * 1.2e-7f);
+}
+
+TEST(LightingInsensitive, GradientsFillAQuarterAndLeaveTheRest) {
+    const FloatImage one = Ramp(20, 20, 0, 0, 1.0f), four = Ramp(20, 20, 0, 0, 4.0f);
+    const auto gx = Window(7, 7), gy = Window(7, 7);
+    std::fill(gx->mValues.begin(), gx->mValues.end(), -5.0f);
+    // Half of 7 is 3, half of that 1: a square of 3 by 3. The gain is sqrt(4 / 1).
+    DP::ComputeGradientSumLightingInsensitive(one, one, four, one, four, one, 9, 9, 9, 9, gx,
+                                              gy);
+    for (std::size_t k = 0; k < 49; ++k)
+        EXPECT_EQ(gx->mValues[k], k < 9 ? 1.0f + 2.0f * 4.0f : -5.0f) << k;
+}
+
+// ---- The search ----------------------------------------------------------------------
+
+// Frame, moved frame and their gradients, unsmoothed.
+class TrackFeature : public testing::Test {
+protected:
+    static constexpr int kCols = 60, kRows = 50;
+
+    struct Frame {
+        FloatImage mImage, mGradX, mGradY;
+    };
+    static Frame FrameOf(FloatImage inImage) {
+        const auto make = [] {
+            return TVK::MakeObject<IP::Image<float>>(kCols, kRows);
+        };
+        Frame frame{inImage, make(), make()};
+        IP::ComputeGradients(inImage, 1.0f, frame.mGradX, frame.mGradY);
+        return frame;
+    }
+    static Frame Moved(double inDx, double inDy) {
+        return FrameOf(
+            ImageOf(kCols, kRows, Testing::TexturedFrame(kCols, kRows, -inDx, -inDy)));
+    }
+    int Track(float inX1, float inY1, float& ioX2, float& ioY2, const Frame& inFirst,
+              const Frame& inSecond, int inMaxIterations = 10, float inMaxResidue = 10.0f,
+              bool inLighting = false) {
+        return DP::TrackFeature(inX1, inY1, ioX2, ioY2, inFirst.mImage, inFirst.mGradX,
+                                inFirst.mGradY, inSecond.mImage, inSecond.mGradX,
+                                inSecond.mGradY, 7, 7, 1.0f, inMaxIterations, 0.01f, 0.1f,
+                                inMaxResidue, inLighting);
+    }
+};
+
+TEST_F(TrackFeature, FindsAMotionOfTwoPixels) {
+    const Frame first = Moved(0, 0), second = Moved(1.6, -0.8);
+    float x = 30, y = 25;
+    EXPECT_EQ(Track(30, 25, x, y, first, second, 30), DP::kKLTTracked);
+    EXPECT_NEAR(x, 31.6f, 0.15f);
+    EXPECT_NEAR(y, 24.2f, 0.15f);
+}
+
+TEST_F(TrackFeature, OnlyTheLightingVariantMatchesADarkerFrame) {
+    const Frame first = Moved(0, 0);
+    auto pixels = Testing::TexturedFrame(kCols, kRows, 0, 0);
+    for (float& pixel : pixels)
+        pixel *= 0.5f;
+    const Frame darker = FrameOf(ImageOf(kCols, kRows, pixels));
+    float x = 30, y = 25;
+    EXPECT_EQ(Track(30, 25, x, y, first, darker, 10, 10.0f, true), DP::kKLTTracked);
+    EXPECT_NEAR(x, 30.0f, 0.01f);
+    EXPECT_NEAR(y, 25.0f, 0.01f);
+    x = 30, y = 25;
+    EXPECT_NE(Track(30, 25, x, y, first, darker, 10, 10.0f, false), DP::kKLTTracked);
+}
+
+TEST_F(TrackFeature, IdenticalFramesSettleAtOnce) {
+    const Frame frame = Moved(0, 0);
+    float x = 30.25f, y = 25.5f;
+    EXPECT_EQ(Track(30.25f, 25.5f, x, y, frame, frame, 2), DP::kKLTTracked);
+    EXPECT_EQ(x, 30.25f);
+    EXPECT_EQ(y, 25.5f);
+}
+
+TEST_F(TrackFeature, SettlingOnTheLastIterationCountsAsNotSettled) {
+    const Frame frame = Moved(0, 0);
+    float x = 30, y = 25;
+    EXPECT_EQ(Track(30, 25, x, y, frame, frame, 1), DP::kKLTMaxIterations);
+}
+
+TEST_F(TrackFeature, FlatGroundIsSingular) {
+    const Frame flat = FrameOf(Ramp(kCols, kRows, 0, 0, 90.0f));
+    float x = 30, y = 25;
+    EXPECT_EQ(Track(30, 25, x, y, flat, flat), DP::kKLTSmallDet);
+}
+
+TEST_F(TrackFeature, PoorMatchIsToldBeforeTheIterations) {
+    const Frame first = Moved(0, 0), second = Moved(0.2, 0);
+    float x = 30, y = 25;
+    EXPECT_EQ(Track(30, 25, x, y, first, second, 1, 0.0f), DP::kKLTLargeResidue);
+}
+
+// x + 3 must stay 1.001 below the columns, since the interpolation reads a pixel further.
+TEST_F(TrackFeature, WindowsAtTheEdgesAreOutside) {
+    const Frame frame = Moved(0, 0);
+    const auto statusAt = [&](float inX1, float inY1, float inX2, float inY2) {
+        return Track(inX1, inY1, inX2, inY2, frame, frame);
+    };
+    EXPECT_EQ(statusAt(3, 3, 3, 3), DP::kKLTTracked);
+    EXPECT_EQ(statusAt(55.99f, 45.99f, 55.99f, 45.99f), DP::kKLTTracked);
+    for (const float bad : {2.99f, 56.0f, -100.0f, 1e9f, kNaN, kInfinity, -kInfinity}) {
+        EXPECT_EQ(statusAt(bad, 25, 30, 25), DP::kKLTOutOfBounds) << bad;
+        EXPECT_EQ(statusAt(30, 25, bad, 25), DP::kKLTOutOfBounds) << bad;
+    }
+    for (const float bad : {2.99f, 46.0f, kNaN}) {
+        EXPECT_EQ(statusAt(30, bad, 30, 25), DP::kKLTOutOfBounds) << bad;
+        EXPECT_EQ(statusAt(30, 25, 30, bad), DP::kKLTOutOfBounds) << bad;
+    }
+}
+
+TEST_F(TrackFeature, ASmallerSecondImageIsNeverReadOutside) {
+    const Frame first = Moved(0, 0);
+    const auto small = ImageOf(20, 20, NoiseFrame(20, 20, 1));
+    float x = 30, y = 25;
+    EXPECT_EQ(Track(30, 25, x, y, first, {small, small, small}), DP::kKLTOutOfBounds);
+}
+
+}  // namespace

@@ -1,0 +1,417 @@
+// The tracker: what it derives from its settings, and the tracking step against the truth
+// of rendered motion and the bits of the plain way.
+
+#include "KLT/KLTTracker.h"
+
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <limits>
+#include <vector>
+
+#include "KLT/KLTSupport.h"
+#include "KLT/PlainKLT.h"
+#include "Pyramid/ImagePyramidDescriptorData.h"
+#include "Support/Reports.h"
+
+namespace {
+
+using DP::KLTFeature;
+using DP::KLTFeatureList;
+using DP::KLTTracker;
+using Testing::CountLive;
+using Testing::FeatureAt;
+using Testing::ListOf;
+using Testing::Random;
+using Testing::RecordedReports;
+using Testing::SameFeatures;
+using Testing::TexturedBytes;
+using Testing::WholeFrame;
+
+constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
+constexpr float kInfinity = std::numeric_limits<float>::infinity();
+
+// ---- The record ----------------------------------------------------------------------
+
+TEST(KLTFeatureRecord, IsTheLayoutThatHostsRead) {
+    EXPECT_EQ(sizeof(KLTFeature), 40u);
+    EXPECT_EQ(offsetof(KLTFeature, mX), 0u);
+    EXPECT_EQ(offsetof(KLTFeature, mY), 4u);
+    EXPECT_EQ(offsetof(KLTFeature, mValue), 8u);
+    EXPECT_EQ(offsetof(KLTFeature, mId), 16u);
+    EXPECT_EQ(offsetof(KLTFeature, mAge), 20u);
+    EXPECT_EQ(offsetof(KLTFeature, mDeltaX), 24u);
+    EXPECT_EQ(offsetof(KLTFeature, mDeltaY), 28u);
+    EXPECT_EQ(KLTFeature().mValue, 0) << "a new record reads as live";
+}
+
+// ---- Settings ------------------------------------------------------------------------
+
+TEST(KLTSettings, DefaultsComeToTwoLevelsAndABorderOf24) {
+    KLTTracker tracker(10);
+    const auto& context = tracker.GetContext();
+    EXPECT_EQ(context.mPyramidLevels, 2);
+    EXPECT_EQ(context.mSubsampling, 4);
+    EXPECT_EQ(context.mBorderX, 24);
+    EXPECT_EQ(context.mBorderY, 24);
+    EXPECT_FLOAT_EQ(tracker.ComputeSmoothSigma(), 0.7f);
+    EXPECT_FLOAT_EQ(tracker.ComputePyramidSigma(), 3.6f);
+}
+
+TEST(KLTSettings, PyramidFollowsTheSearchRange) {
+    KLTTracker tracker(10);
+    auto& context = tracker.GetContext();
+    const auto shapeFor = [&](int inRange) {
+        tracker.ChangeTCPyramid(inRange);
+        return std::pair(context.mPyramidLevels, context.mSubsampling);
+    };
+    EXPECT_EQ(shapeFor(3), std::pair(1, 4)) << "the subsampling stays";
+    EXPECT_EQ(shapeFor(4), std::pair(2, 2));
+    EXPECT_EQ(shapeFor(10), std::pair(2, 2));
+    EXPECT_EQ(shapeFor(11), std::pair(2, 4));
+    EXPECT_EQ(shapeFor(17), std::pair(2, 4));
+    EXPECT_EQ(shapeFor(18), std::pair(2, 8));
+    EXPECT_EQ(shapeFor(31), std::pair(2, 8));
+    EXPECT_EQ(shapeFor(32), std::pair(2, 8));
+    EXPECT_EQ(shapeFor(33), std::pair(3, 8));
+    EXPECT_EQ(shapeFor(1000), std::pair(4, 8));
+    EXPECT_EQ(shapeFor(-1000), std::pair(1, 8));
+    shapeFor(std::numeric_limits<int>::max());
+    tracker.UpdateTCBorder();
+    EXPECT_GT(context.mBorderX, 0) << "clamped, not wrapped";
+}
+
+TEST(KLTSettings, BorderOfOneLevelIsKernelAndWindow) {
+    KLTTracker tracker(10);
+    tracker.ChangeTCPyramid(3);
+    tracker.UpdateTCBorder();
+    EXPECT_EQ(tracker.GetContext().mBorderX, 2 + 3);
+}
+
+TEST(KLTSettings, BadWindowsAreCorrectedAndReportedBySideAndOperation) {
+    const RecordedReports reports(RecordedReports::Later::kShow);
+    KLTTracker tracker(10);
+    auto& context = tracker.GetContext();
+    const auto textsOf = [&](auto inCall, const char* inFunction) {
+        context.mWindowWidth = 6;
+        context.mWindowHeight = 2;
+        const std::size_t before = reports.Asserts().size();
+        inCall();
+        EXPECT_EQ(context.mWindowWidth, 7);
+        EXPECT_EQ(context.mWindowHeight, 3);
+        context.mWindowWidth = -4;
+        context.mWindowHeight = -4;
+        inCall();
+        EXPECT_EQ(context.mWindowWidth, 3);
+        EXPECT_EQ(context.mWindowHeight, 3);
+        std::vector<std::string> texts;
+        for (std::size_t i = before; i < reports.Asserts().size(); ++i) {
+            texts.push_back(reports.Asserts()[i].mText);
+            EXPECT_EQ(reports.Asserts()[i].mFunction, inFunction);
+        }
+        return texts;
+    };
+    const auto expected = [](std::string inHead, std::string inBlanks) {
+        const std::string odd = "be odd." + inBlanks + "Changing to %d.\n\r\n";
+        const std::string least = "be at least three. Changing to %d.\n\r\n";
+        const std::string width = inHead + "idth must ", height = inHead + "eight must ";
+        const auto w = [&](const std::string& s) {
+            return inHead + " width must " + s;
+        };
+        const auto h = [&](const std::string& s) {
+            return inHead + " height must " + s;
+        };
+        return std::vector<std::string>{w(odd), h(odd), w(odd), h(odd), w(least), h(least)};
+    };
+    EXPECT_EQ(textsOf([&] { tracker.UpdateTCBorder(); }, "DP::KLTTracker::UpdateTCBorder"),
+              expected("(UpdateTCBorder) Window", " "));
+    EXPECT_EQ(textsOf([&] { tracker.ChangeTCPyramid(15); }, "DP::KLTTracker::ChangeTCPyramid"),
+              expected("(ChangeTCPyramid) Window", "  "));
+    const std::vector<unsigned char> frame(64 * 64, 0);
+    const auto track = [&] {
+        KLTTracker::Lists lists{ListOf({})};
+        tracker.TrackFeatures(frame.data(), frame.data(), 64, 64, 1, {ListOf({})}, lists);
+    };
+    EXPECT_EQ(textsOf(track, "DP::KLTTracker::TrackFeatures"),
+              expected("Tracking context's window", " "));
+    DP::FlushAllDescriptorResources();
+}
+
+// ---- The step against the plain way --------------------------------------------------
+
+class Tracking : public Testing::KLTTrackerTest {
+protected:
+    static constexpr int kCols = 173, kRows = 139;
+
+    void ExpectPlain(const std::vector<unsigned char>& inPrevious,
+                     const std::vector<unsigned char>& inCurrent, const KLTFeatureList& inList,
+                     int inCols = kCols, int inRows = kRows) {
+        const auto& context = mTracker.GetContext();
+        const auto actual =
+            Track(inPrevious.data(), inCurrent.data(), inCols, inRows, ++mFrame, inList);
+        ++mFrame;  // so that no pyramid is met again
+        const auto expected = Testing::PlainTrack(
+            context, Testing::MakePlainPyramids(context, inPrevious.data(), inCols, inRows),
+            Testing::MakePlainPyramids(context, inCurrent.data(), inCols, inRows), inList);
+        EXPECT_TRUE(SameFeatures(actual, expected));
+    }
+
+    long long mFrame = 0;
+};
+
+TEST_F(Tracking, DefaultsGiveTheBitsOfThePlainWay) {
+    const auto first = TexturedBytes(kCols, kRows, 0, 0);
+    ExpectPlain(first, TexturedBytes(kCols, kRows, -3.3, 2.1), Select(first, kCols, kRows));
+    ExpectPlain(first, TexturedBytes(kCols, kRows, -30, 22), Select(first, kCols, kRows));
+    ExpectPlain(first, TexturedBytes(kCols, kRows, 0, 0, 2), Select(first, kCols, kRows));
+}
+
+// Places where the parts of a pixel are lost or carried over: at powers of two and just
+// below whole numbers the windows' columns do not all have one fraction.
+KLTFeatureList StrangePlaces() {
+    KLTFeatureList list;
+    for (const float x : {24.0f, 31.999998f, 32.0f, 63.999996f, 64.0f, 127.99999f, 128.0f,
+                          61.25f, 148.0f, 148.00002f, 60.999996f, 67.0f, 66.99999f})
+        for (const float y : {24.0f, 63.999996f, 100.5f, 114.0f, 114.00001f})
+            list.push_back(FeatureAt(x, y));
+    for (const float bad : {kNaN, kInfinity, -kInfinity, 3e9f, -7.0f, 0.0f, 1e-40f}) {
+        list.push_back(FeatureAt(bad, 60));
+        list.push_back(FeatureAt(60, bad));
+    }
+    return list;
+}
+
+TEST_F(Tracking, StrangePlacesGiveTheBitsOfThePlainWay) {
+    const auto first = TexturedBytes(kCols, kRows, 0, 0);
+    ExpectPlain(first, TexturedBytes(kCols, kRows, 0.4, -0.3), StrangePlaces());
+    ExpectPlain(first, first, StrangePlaces());
+}
+
+TEST_F(Tracking, RandomSettingsGiveTheBitsOfThePlainWay) {
+    Random random(11);
+    for (int run = 0; run < 40; ++run) {
+        SCOPED_TRACE(run);
+        auto& context = mTracker.GetContext();
+        context.mWindowWidth = 3 + 2 * random.Integer(0, run % 5 == 0 ? 14 : 5);
+        context.mWindowHeight = 3 + 2 * random.Integer(0, run % 7 == 0 ? 14 : 5);
+        context.mMaxIterations = random.Integer(1, 20);
+        context.mMaxResidue = float(2 + 20 * random.Real());
+        context.mStepFactor = float(0.5 + random.Real());
+        context.mMinDisplacement = float(0.3 * random.Real());
+        context.mMinDeterminant = random.Integer(0, 1) ? 0.01f : 1e7f;
+        mTracker.ChangeTCPyramid(random.Integer(1, 60));
+        mTracker.UpdateTCBorder();
+        const auto first = TexturedBytes(kCols, kRows, 0, 0, run);
+        const double dx = 12 * random.Real() - 6, dy = 12 * random.Real() - 6;
+        auto list = Select(first, kCols, kRows);
+        const auto strange = StrangePlaces();
+        list.insert(list.end(), strange.begin(), strange.end());
+        ExpectPlain(first, TexturedBytes(kCols, kRows, dx, dy, run), list);
+    }
+}
+
+TEST_F(Tracking, TinyFramesGiveTheBitsOfThePlainWay) {
+    for (const int side : {1, 3, 7, 9, 16, 30, 50}) {
+        SCOPED_TRACE(side);
+        const auto first = TexturedBytes(side, side + 1, 0, 0);
+        KLTFeatureList list;
+        for (float at = 0; at < float(side); at += 2.5f)
+            list.push_back(FeatureAt(at, at));
+        ExpectPlain(first, TexturedBytes(side, side + 1, 0.5, 0.5), list, side, side + 1);
+    }
+}
+
+// ---- Known motion --------------------------------------------------------------------
+
+class KnownMotion : public Testing::KLTTrackerTest,
+                    public testing::WithParamInterface<std::pair<double, double>> {
+protected:
+    static constexpr int kCols = 320, kRows = 240;
+};
+
+INSTANTIATE_TEST_SUITE_P(All, KnownMotion,
+                         testing::Values(std::pair(0.5, 0.25), std::pair(-3.2, 1.7),
+                                         std::pair(8.0, -6.0), std::pair(-11.3, 9.9)));
+
+// The search stops at steps below a tenth of a pixel and the frames are rounded to 8 bits;
+// the median error stays well inside that step.
+TEST_P(KnownMotion, FeaturesFollowTheTexture) {
+    const auto [dx, dy] = GetParam();
+    const auto first = TexturedBytes(kCols, kRows, 0, 0);
+    const auto second = TexturedBytes(kCols, kRows, -dx, -dy);
+    const auto before = Select(first, kCols, kRows);
+    const auto after = Track(first.data(), second.data(), kCols, kRows, 1, before);
+    std::vector<double> errors;
+    for (std::size_t i = 0; i < after.size(); ++i) {
+        if (after[i].mValue < 0) continue;
+        errors.push_back(
+            std::hypot(after[i].mX - before[i].mX - dx, after[i].mY - before[i].mY - dy));
+        EXPECT_EQ(after[i].mAge, 1);
+        EXPECT_EQ(after[i].mDeltaX, after[i].mX - before[i].mX);
+        EXPECT_EQ(after[i].mId, int(i));
+    }
+    ASSERT_GT(errors.size(), 25u);
+    std::nth_element(errors.begin(), errors.begin() + errors.size() / 2, errors.end());
+    EXPECT_LT(errors[errors.size() / 2], 0.1);
+}
+
+TEST_F(Tracking, IdenticalFramesLeaveEveryFeatureInItsPlace) {
+    const auto frame = TexturedBytes(kCols, kRows, 0, 0);
+    const auto before = Select(frame, kCols, kRows);
+    const auto after = Track(frame.data(), frame.data(), kCols, kRows, 1, before);
+    int kept = 0;
+    for (std::size_t i = 0; i < after.size(); ++i) {
+        if (after[i].mValue < 0) continue;
+        ++kept;
+        EXPECT_EQ(after[i].mX, before[i].mX);
+        EXPECT_EQ(after[i].mDeltaX, 0.0f);
+        EXPECT_EQ(after[i].mValue, 0);
+    }
+    EXPECT_GT(kept, 20);
+}
+
+// ---- Statuses ------------------------------------------------------------------------
+
+TEST_F(Tracking, BorderLosesWhatTheWindowWouldAllow) {
+    const auto frame = TexturedBytes(kCols, kRows, 0, 0);
+    const auto after = Track(frame.data(), frame.data(), kCols, kRows, 1,
+                             {FeatureAt(24, 60), FeatureAt(23.99f, 60), FeatureAt(60, 23),
+                              FeatureAt(kCols - 25, 60), FeatureAt(kCols - 24.9f, 60)});
+    EXPECT_EQ(after[0].mValue, 0);
+    EXPECT_EQ(after[1].mValue, DP::kKLTOutOfBounds);
+    EXPECT_EQ(after[2].mValue, DP::kKLTOutOfBounds);
+    EXPECT_EQ(after[3].mValue, 0);
+    EXPECT_EQ(after[4].mValue, DP::kKLTOutOfBounds);
+    EXPECT_EQ(after[1].mX, -1.0f);
+    EXPECT_EQ(after[1].mY, -1.0f);
+}
+
+// A singular coarse level leaves the position in that level's scale: at (120, 120) it is
+// (30, 30) and passes the border test; at (60, 60) it is (15, 15) and does not.
+TEST_F(Tracking, SingularCoarseLevelIsTestedAgainstTheBorderAsItStands) {
+    const std::vector<unsigned char> flat(200 * 200, 90);
+    const auto after =
+        Track(flat.data(), flat.data(), 200, 200, 1, {FeatureAt(120, 120), FeatureAt(60, 60)});
+    EXPECT_EQ(after[0].mValue, DP::kKLTSmallDet);
+    EXPECT_EQ(after[1].mValue, DP::kKLTOutOfBounds);
+}
+
+TEST_F(Tracking, LostSlotsAreCarriedAlongUntouched) {
+    const auto frame = TexturedBytes(kCols, kRows, 0, 0);
+    KLTFeature lost = FeatureAt(-1, -1, DP::kKLTLargeResidue);
+    lost.mAge = 12;
+    lost.mId = 3;
+    EXPECT_TRUE(
+        SameFeatures(Track(frame.data(), frame.data(), kCols, kRows, 1, {lost}), {lost}));
+}
+
+TEST_F(Tracking, AgeAtItsEndWraps) {
+    const auto frame = TexturedBytes(kCols, kRows, 0, 0);
+    KLTFeature old = Select(frame, kCols, kRows)[0];
+    old = FeatureAt(80, 70);
+    old.mAge = std::numeric_limits<int>::max();
+    const auto after = Track(frame.data(), frame.data(), kCols, kRows, 1, {old});
+    EXPECT_EQ(after[0].mAge, std::numeric_limits<int>::min());
+}
+
+TEST_F(Tracking, SeveralListsGoSideBySideAndInputsKeepTheirFeatures) {
+    const auto frame = TexturedBytes(kCols, kRows, 0, 0);
+    const auto list = ListOf(Select(frame, kCols, kRows)), empty = ListOf({});
+    const KLTFeatureList before = *list;
+    KLTTracker::Lists outputs{ListOf({}), ListOf({FeatureAt(1, 1)}), ListOf({})};
+    mTracker.TrackFeatures(frame.data(), frame.data(), kCols, kRows, 1, {list, empty, list},
+                           outputs);
+    EXPECT_TRUE(SameFeatures(*list, before));
+    EXPECT_TRUE(SameFeatures(*outputs[0], *outputs[2]));
+    EXPECT_TRUE(outputs[1]->empty());
+}
+
+// ---- Pyramids in the cache -----------------------------------------------------------
+
+TEST_F(Tracking, PyramidsOfAFrameAreMadeOnceAndServeTheNextStep) {
+    const auto cache = DP::CreateDescriptorDataCacheMgr()->GetDescriptorDataCache(
+        DP::kDescriptorDataTypeImagePyramid);
+    const auto a = TexturedBytes(kCols, kRows, 0, 0), b = TexturedBytes(kCols, kRows, 1, 0);
+    const auto list = Select(a, kCols, kRows);
+    const auto second = Track(a.data(), b.data(), kCols, kRows, 1, list);
+    const unsigned int one =
+        (kCols * kRows + (kCols / 4) * (kRows / 4)) * 3 * unsigned(sizeof(float));
+    EXPECT_EQ(cache->GetTotalDataSize(), 2 * one);
+    // The previous image is not read any more.
+    Track(nullptr, a.data(), kCols, kRows, 2, second);
+    EXPECT_EQ(cache->GetTotalDataSize(), 3 * one);
+}
+
+TEST_F(Tracking, MissingPreviousFrameThrowsOnlyWhenAFeatureLives) {
+    const auto frame = TexturedBytes(kCols, kRows, 0, 0);
+    EXPECT_THROW(Track(nullptr, frame.data(), kCols, kRows, 1, {FeatureAt(80, 70)}),
+                 TVK::NullInterfaceException);
+    EXPECT_NO_THROW(Track(nullptr, frame.data(), kCols, kRows, 5, {FeatureAt(-1, -1, -2)}));
+    EXPECT_THROW(Track(frame.data(), nullptr, kCols, kRows, 9, {FeatureAt(80, 70)}),
+                 TVK::NullInterfaceException);
+}
+
+// The difference is one of 32 bits, sign-extended: 2^31 is met as -2^31.
+TEST_F(Tracking, FrameNumberOfThePreviousFrameIsOf32Bits) {
+    const auto frame = TexturedBytes(kCols, kRows, 0, 0);
+    const long long frames[][2] = {{(1ll << 32) + 5, 4},
+                                   {(1ll << 31) + 1, -(1ll << 31)},
+                                   {-(1ll << 31), (1ll << 31) - 1},
+                                   {0, -1}};
+    for (const auto& [current, previous] : frames) {
+        DP::FlushAllDescriptorResources();
+        Track(frame.data(), frame.data(), kCols, kRows, previous, {});
+        EXPECT_NO_THROW(
+            Track(nullptr, frame.data(), kCols, kRows, current, {FeatureAt(80, 70)}))
+            << current;
+    }
+}
+
+// ---- Sequential mode -----------------------------------------------------------------
+
+TEST_F(Tracking, SequentialModeGivesTheSameFeaturesWithoutThePreviousImage) {
+    const auto a = TexturedBytes(kCols, kRows, 0, 0), b = TexturedBytes(kCols, kRows, -2, 1);
+    const auto list = Select(a, kCols, kRows);
+    const auto expected = Track(a.data(), b.data(), kCols, kRows, 1, list);
+    mTracker.GetContext().mSequentialMode = true;
+    Select(a, kCols, kRows);
+    ASSERT_TRUE(mTracker.GetContext().mLastPyramid != NULL);
+    EXPECT_TRUE(SameFeatures(Track(nullptr, b.data(), kCols, kRows, 51, list), expected));
+    // Now the second frame's are kept: standing still on it moves nothing.
+    const auto still = Track(nullptr, b.data(), kCols, kRows, 61, expected);
+    EXPECT_EQ(CountLive(still), CountLive(expected));
+    for (const auto& feature : still)
+        EXPECT_TRUE(feature.mValue < 0 || feature.mDeltaX == 0.0f);
+}
+
+TEST_F(Tracking, SequentialTopUpScoresTheKeptFrame) {
+    const auto a = TexturedBytes(kCols, kRows, 0, 0), b = TexturedBytes(kCols, kRows, 0, 0, 9);
+    auto& context = mTracker.GetContext();
+    context.mSequentialMode = true;
+    const auto list = Select(a, kCols, kRows);
+    KLTFeatureList lost = list;
+    for (auto& feature : lost)
+        feature.mValue = DP::kKLTLargeResidue;
+    KLTTracker::Lists lists{ListOf(lost)};
+    mTracker.ReplaceLostFeatures(b.data(), kCols, kRows, {WholeFrame(kCols, kRows)}, lists,
+                                 lists);
+    EXPECT_TRUE(SameFeatures(*lists[0], list)) << "of frame a, though b was handed in";
+}
+
+TEST_F(Tracking, SequentialFramesOfAnotherSizeAreReportedAndSafe) {
+    const RecordedReports reports(RecordedReports::Later::kShow);
+    mTracker.GetContext().mSequentialMode = true;
+    const auto large = TexturedBytes(kCols, kRows, 0, 0), small = TexturedBytes(90, 80, 0, 0);
+    const auto list = Select(large, kCols, kRows);
+    Track(nullptr, small.data(), 90, 80, 1, list);
+    ASSERT_EQ(reports.Asserts().size(), 1u);
+    EXPECT_EQ(reports.Asserts()[0].mText,
+              "(TrackFeatures) Size of incoming image (%d by %d) is different from size of "
+              "previous image (%d by %d)\n\r\n");
+    EXPECT_EQ(reports.Asserts()[0].mFunction, "DP::KLTTracker::TrackFeatures");
+    KLTTracker::Lists lists{ListOf(list)};
+    mTracker.ReplaceLostFeatures(large.data(), kCols, kRows, {WholeFrame(kCols, kRows)}, lists,
+                                 lists);
+}
+
+}  // namespace
