@@ -14,6 +14,17 @@ function(dp_add_module name)
     set_property(GLOBAL APPEND PROPERTY DP_MODULES ${name})
 endfunction()
 
+# dp_add_avx2(MODULE SOURCES)
+#   Files of a module with flags of their own, on machines that may have AVX2. What they
+#   hold is chosen at run time, by code that asks DP_HAVE_AVX2 whether it was built.
+function(dp_add_avx2 module)
+    if(CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|AMD64|amd64)$")
+        target_sources(${module} PRIVATE ${ARGN})
+        set_source_files_properties(${ARGN} PROPERTIES COMPILE_OPTIONS -mavx2)
+        target_compile_definitions(${module} PRIVATE DP_HAVE_AVX2)
+    endif()
+endfunction()
+
 # dp_add_test(NAME LABEL label SOURCES ... [LIBRARIES ...] [SHARED])
 #   A GoogleTest program. It links the insides, or with SHARED the library as a host does:
 #   never both, since each copy has its own singletons.

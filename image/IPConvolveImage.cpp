@@ -10,15 +10,29 @@
 // recycler holds old pixels and needs no clearing.
 //
 // Sums. The products of one pixel are added one after the other in single precision, from
-// the last tap to the first, starting at 0.
+// the last tap to the first, starting at 0. Both passes are sums of lines: the horizontal
+// one of a row and its shifts, the vertical one of neighbouring rows; the row kernels put
+// neighbouring outputs side by side and leave the order inside a sum alone.
+//
+// Memory. The two passes run together, in tiles of columns that are narrow enough for the
+// rows under the vertical kernel to stay in the first cache:
+//
+//     image  ->  row of the tile, horizontal pass  ->  ring of the last rows
+//                                                        -> vertical pass -> output row
 
 #include "image/IPConvolveImage.h"
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
+#include <deque>
+#include <span>
+#include <vector>
 
 #include "TVK/ContractCheck.h"
+#include "image/IPRowKernels.h"
 #include "image/PixelOps.h"
+#include "image/RecycledArray.h"
 
 namespace IP {
 namespace {
@@ -92,26 +106,217 @@ void ComputeKernels(float inSigma, ConvolutionKernel& outGauss,
     }
 }
 
-// ---- One pixel -----------------------------------------------------------------------
+// ---- Rows ----------------------------------------------------------------------------
 
-// `inWindow` is the first source pixel under the kernel, `inStep` leads to the next. The
-// taps run backwards over them, which makes this a convolution and not a correlation.
-float KernelSum(const float* inWindow, std::ptrdiff_t inStep,
-                const ConvolutionKernel& inKernel) {
-    float sum = 0.0f;
-    for (int tap = inKernel.mWidth - 1; tap >= 0; --tap, inWindow += inStep)
-        sum += inKernel.mTaps[tap] * *inWindow;
-    return sum;
+// The part of a line that a kernel can be laid on; empty where the line is too short.
+struct Interior {
+    Interior(int inRadius, int inSize, int inFirst, int inEnd)
+        : mFirst(std::clamp(inRadius, inFirst, inEnd)),
+          mEnd(std::clamp(inSize - inRadius, mFirst, inEnd)) {}
+    int mFirst;
+    int mEnd;
+};
+
+// The horizontal pass over the columns from `inFirst` up to, and without, `inEnd` of a row
+// of `inCols` pixels. Writes from `outRow` on.
+void ConvolveRow(const RowKernels& inKernels, const float* inRow, int inCols, int inFirst,
+                 int inEnd, const ConvolutionKernel& inKernel, float* outRow) {
+    const int radius = inKernel.Radius();
+    const Interior interior(radius, inCols, inFirst, inEnd);
+    const float* lines[MAX_KERNEL_WIDTH];
+    std::fill(outRow, outRow + (interior.mFirst - inFirst), 0.0f);
+    if (interior.mFirst < interior.mEnd) {
+        for (int m = 0; m < inKernel.mWidth; ++m)
+            lines[m] = inRow + (interior.mFirst - radius + m);
+        inKernels.mWeightedSums(lines, inKernel.mTaps, inKernel.mWidth,
+                                interior.mEnd - interior.mFirst,
+                                outRow + (interior.mFirst - inFirst));
+    }
+    std::fill(outRow + (interior.mEnd - inFirst), outRow + (inEnd - inFirst), 0.0f);
 }
 
-// One row or column of `inCount` pixels, `inStep` apart.
-void ConvolveLine(const float* inLine, int inCount, std::ptrdiff_t inStep,
-                  const ConvolutionKernel& inKernel, float* outLine) {
+// The last rows of a horizontal pass, as many as the vertical kernel is high.
+class RowRing {
+public:
+    RowRing(int inHeight, int inCols)
+        : mHeight(inHeight),
+          mCols(inCols),
+          mPixels(static_cast<std::size_t>(inHeight) * static_cast<std::size_t>(inCols)) {}
+
+    float* Row(int inY) { return mPixels.begin() + std::ptrdiff_t{inY % mHeight} * mCols; }
+
+    // The vertical pass over the rows that end with `inLastY`, all of them in the ring.
+    void ConvolveColumns(const RowKernels& inKernels, const ConvolutionKernel& inKernel,
+                         int inLastY, int inCount, float* outRow) {
+        const float* lines[MAX_KERNEL_WIDTH];
+        for (int m = 0; m < mHeight; ++m)
+            lines[m] = Row(inLastY - mHeight + 1 + m);
+        inKernels.mWeightedSums(lines, inKernel.mTaps, mHeight, inCount, outRow);
+    }
+
+private:
+    int mHeight;
+    std::ptrdiff_t mCols;
+    RecycledArray<float> mPixels;
+};
+
+// ---- Both passes together ------------------------------------------------------------
+
+struct SeparableJob {
+    const ConvolutionKernel& mHorizontal;
+    const ConvolutionKernel& mVertical;
+    float* mOut;
+};
+
+// Wide enough for the row kernels, narrow enough for the rings to share the first cache.
+int TileWidth(std::span<const SeparableJob> inJobs, int inCols) {
+    constexpr int kFloats = 6144;
+    constexpr int kGrain = 64;
+    int rows = 0;
+    for (const SeparableJob& job : inJobs)
+        rows += job.mVertical.mWidth;
+    return std::min(std::max(kFloats / rows / kGrain, 1) * kGrain, std::max(inCols, 1));
+}
+
+// `inRowOf(y, first, end)` gives row y of the source, of which the columns from `first` up
+// to `end` can be read.
+template <class RowOf>
+void RunTile(std::span<const SeparableJob> inJobs, int inCols, int inRows, int inFirst,
+             int inEnd, RowOf inRowOf, std::deque<RowRing>& ioRings) {
+    const RowKernels& kernels = GetRowKernels();
+    for (int y = 0; y < inRows; ++y) {
+        const float* const row =
+            inRowOf(y, std::max(inFirst - MAX_KERNEL_WIDTH / 2, 0),
+                    std::min(inEnd, inCols - MAX_KERNEL_WIDTH / 2) + MAX_KERNEL_WIDTH / 2);
+        for (std::size_t k = 0; k < inJobs.size(); ++k) {
+            const SeparableJob& job = inJobs[k];
+            ConvolveRow(kernels, row, inCols, inFirst, inEnd, job.mHorizontal,
+                        ioRings[k].Row(y));
+            if (y + 1 < job.mVertical.mWidth) continue;
+            ioRings[k].ConvolveColumns(
+                kernels, job.mVertical, y, inEnd - inFirst,
+                job.mOut + std::ptrdiff_t{y - job.mVertical.Radius()} * inCols + inFirst);
+        }
+    }
+}
+
+void ZeroRows(float* outImage, int inCols, int inFirst, int inEnd) {
+    if (inFirst >= inEnd) return;
+    const std::ptrdiff_t cols = inCols;
+    std::fill(outImage + inFirst * cols, outImage + inEnd * cols, 0.0f);
+}
+
+template <class RowOf>
+void ConvolveRows(std::span<const SeparableJob> inJobs, int inCols, int inRows, RowOf inRowOf) {
+    const int tileWidth = TileWidth(inJobs, inCols);
+    std::deque<RowRing> rings;
+    for (const SeparableJob& job : inJobs) {
+        const Interior interior(job.mVertical.Radius(), inRows, 0, std::max(inRows, 0));
+        ZeroRows(job.mOut, inCols, 0, interior.mFirst);
+        ZeroRows(job.mOut, inCols, interior.mEnd, inRows);
+        rings.emplace_back(job.mVertical.mWidth, tileWidth);
+    }
+    for (int first = 0; first < inCols; first += tileWidth)
+        RunTile(inJobs, inCols, inRows, first, std::min(first + tileWidth, inCols), inRowOf,
+                rings);
+}
+
+auto RowsOf(const ImagePtr<float>& inImage) {
+    return [pixels = inImage->GetData(), cols = std::ptrdiff_t{inImage->GetColumns()}](
+               int inY, int, int) {
+        return pixels + inY * cols;
+    };
+}
+
+// ---- Samples of a smoothed image -----------------------------------------------------
+
+// The middles of the blocks that a kernel can be laid on, as indices of blocks.
+struct BlockInterior {
+    BlockInterior(int inRadius, int inSize, int inStep, int inBlocks)
+        : mFirst(0), mEnd(inBlocks) {
+        const int half = inStep / 2;
+        while (mFirst < inBlocks && mFirst * inStep + half < inRadius)
+            ++mFirst;
+        while (mEnd > mFirst && (mEnd - 1) * inStep + half >= inSize - inRadius)
+            --mEnd;
+    }
+    int mFirst;
+    int mEnd;
+};
+
+// The horizontal pass at the middles of the blocks of a row. Every `inStep`-th pixel is put
+// beside its like first, so that the pixels under one tap of neighbouring outputs are
+// neighbours:
+//
+//     a b c d a b c d a b c d   ->   a a a   b b b   c c c   d d d
+class SampledRows {
+public:
+    SampledRows(const ConvolutionKernel& inKernel, int inStep, int inCols, int inBlocks)
+        : mKernel(inKernel),
+          mStep(inStep),
+          mCols(inCols),
+          mGroups(inCols / inStep),
+          mBlocks(inBlocks),
+          mInterior(inKernel.Radius(), inCols, inStep, inBlocks),
+          mPhases(static_cast<std::size_t>(inStep), nullptr),
+          mPixels(static_cast<std::size_t>(inStep) * static_cast<std::size_t>(mGroups + 1)) {
+        for (int m = 0; m < inKernel.mWidth; ++m)
+            mPhases[PhaseOf(m)] = mPixels.begin() + std::ptrdiff_t{PhaseOf(m)} * (mGroups + 1);
+    }
+
+    void Convolve(const RowKernels& inKernels, const float* inRow, float* outRow) {
+        std::fill(outRow, outRow + mInterior.mFirst, 0.0f);
+        std::fill(outRow + mInterior.mEnd, outRow + mBlocks, 0.0f);
+        if (mInterior.mFirst >= mInterior.mEnd) return;
+        inKernels.mSplitPhases(inRow, mStep, mGroups, mPhases.data());
+        for (int p = 0; p < mCols - mGroups * mStep; ++p)
+            if (mPhases[p]) mPhases[p][mGroups] = inRow[mGroups * mStep + p];
+
+        const float* lines[MAX_KERNEL_WIDTH];
+        for (int m = 0; m < mKernel.mWidth; ++m)
+            lines[m] = mPhases[PhaseOf(m)] + (mInterior.mFirst + GroupOf(m));
+        inKernels.mWeightedSums(lines, mKernel.mTaps, mKernel.mWidth,
+                                mInterior.mEnd - mInterior.mFirst, outRow + mInterior.mFirst);
+    }
+
+private:
+    // Tap m of block 0 lies this far from column 0; a remainder and a quotient that round
+    // down make a phase and a group of it.
+    int OffsetOf(int inM) const { return mStep / 2 - mKernel.Radius() + inM; }
+    int PhaseOf(int inM) const { return (OffsetOf(inM) % mStep + mStep) % mStep; }
+    int GroupOf(int inM) const { return (OffsetOf(inM) - PhaseOf(inM)) / mStep; }
+
+    const ConvolutionKernel& mKernel;
+    int mStep;
+    int mCols;
+    int mGroups;
+    int mBlocks;
+    BlockInterior mInterior;
+    std::vector<float*> mPhases;  // null for those that no tap meets
+    RecycledArray<float> mPixels;
+};
+
+void SampleRows(const Image<float>& inImage, const ConvolutionKernel& inKernel, int inStep,
+                Image<float>& outSamples) {
+    const RowKernels& kernels = GetRowKernels();
+    const int cols = outSamples.GetColumns();
     const int radius = inKernel.Radius();
-    for (int i = 0; i < inCount; ++i)
-        outLine[i * inStep] = i < radius || i >= inCount - radius
-                                  ? 0.0f
-                                  : KernelSum(inLine + (i - radius) * inStep, inStep, inKernel);
+    const BlockInterior interior(radius, inImage.GetRows(), inStep, outSamples.GetRows());
+    ZeroRows(outSamples.GetData(), cols, 0, interior.mFirst);
+    ZeroRows(outSamples.GetData(), cols, interior.mEnd, outSamples.GetRows());
+
+    SampledRows sampled(inKernel, inStep, inImage.GetColumns(), cols);
+    RowRing ring(inKernel.mWidth, cols);
+    int nextY = 0;
+    for (int block = interior.mFirst; block < interior.mEnd; ++block) {
+        const int middle = block * inStep + inStep / 2;
+        for (nextY = std::max(nextY, middle - radius); nextY <= middle + radius; ++nextY)
+            sampled.Convolve(kernels,
+                             inImage.GetData() + std::ptrdiff_t{nextY} * inImage.GetColumns(),
+                             ring.Row(nextY));
+        ring.ConvolveColumns(kernels, inKernel, middle + radius, cols,
+                             outSamples.GetData() + std::ptrdiff_t{block} * cols);
+    }
 }
 
 }  // namespace
@@ -124,8 +329,8 @@ void ConvolveImageHorizontal(ImagePtr<float> inImage, const ConvolutionKernel& i
     ContractCheck(outImage->GetData() != NULL);
     const std::ptrdiff_t cols = inImage->GetColumns();
     for (int y = 0; y < inImage->GetRows(); ++y)
-        ConvolveLine(inImage->GetData() + y * cols, inImage->GetColumns(), 1, inKernel,
-                     outImage->GetData() + y * cols);
+        ConvolveRow(GetRowKernels(), inImage->GetData() + y * cols, inImage->GetColumns(), 0,
+                    inImage->GetColumns(), inKernel, outImage->GetData() + y * cols);
 }
 
 void ConvolveImageVertical(ImagePtr<float> inImage, const ConvolutionKernel& inKernel,
@@ -133,17 +338,25 @@ void ConvolveImageVertical(ImagePtr<float> inImage, const ConvolutionKernel& inK
     ContractCheck(inImage->GetData() != NULL);
     ContractCheck(outImage->GetData() != NULL);
     const std::ptrdiff_t cols = inImage->GetColumns();
-    for (std::ptrdiff_t x = 0; x < cols; ++x)
-        ConvolveLine(inImage->GetData() + x, inImage->GetRows(), cols, inKernel,
-                     outImage->GetData() + x);
+    const int rows = inImage->GetRows();
+    const Interior interior(inKernel.Radius(), rows, 0, rows);
+    ZeroRows(outImage->GetData(), inImage->GetColumns(), 0, interior.mFirst);
+    ZeroRows(outImage->GetData(), inImage->GetColumns(), interior.mEnd, rows);
+    const float* lines[MAX_KERNEL_WIDTH];
+    for (int y = interior.mFirst; y < interior.mEnd; ++y) {
+        for (int m = 0; m < inKernel.mWidth; ++m)
+            lines[m] = inImage->GetData() + (y - inKernel.Radius() + m) * cols;
+        GetRowKernels().mWeightedSums(lines, inKernel.mTaps, inKernel.mWidth, cols,
+                                      outImage->GetData() + y * cols);
+    }
 }
 
 void ConvolveSeparable(ImagePtr<float> inImage, const ConvolutionKernel& inHorizontal,
                        const ConvolutionKernel& inVertical, ImagePtr<float> outImage) {
-    const auto temporary =
-        TVK::MakeObject<Image<float>>(inImage->GetColumns(), inImage->GetRows());
-    ConvolveImageHorizontal(inImage, inHorizontal, temporary);
-    ConvolveImageVertical(temporary, inVertical, outImage);
+    ContractCheck(inImage->GetData() != NULL);
+    ContractCheck(outImage->GetData() != NULL);
+    const SeparableJob job{inHorizontal, inVertical, outImage->GetData()};
+    ConvolveRows({&job, 1}, inImage->GetColumns(), inImage->GetRows(), RowsOf(inImage));
 }
 
 // ---- Smoothing and gradients ---------------------------------------------------------
@@ -157,6 +370,33 @@ void ComputeSmoothedImage(ImagePtr<float> inImage, float inSigma,
     ConvolveSeparable(inImage, gauss, gauss, outSmoothImage);
 }
 
+void ComputeSmoothedBytes(const unsigned char* inBytes, int inCols, int inRows, float inSigma,
+                          ImagePtr<float> outSmoothImage) {
+    ContractCheck(outSmoothImage->GetColumns() >= inCols);
+    ContractCheck(outSmoothImage->GetRows() >= inRows);
+    ContractCheck(outSmoothImage->GetData() != NULL);
+    ConvolutionKernel gauss, gaussDeriv;
+    ComputeKernels(inSigma, gauss, gaussDeriv);
+    const SeparableJob job{gauss, gauss, outSmoothImage->GetData()};
+    RecycledArray<float> converted(static_cast<std::size_t>(std::max(inCols, 0)));
+    const RowKernels& kernels = GetRowKernels();
+    ConvolveRows({&job, 1}, inCols, inRows, [&](int inY, int inFirst, int inEnd) {
+        kernels.mConvertBytes(inBytes + std::ptrdiff_t{inY} * inCols + inFirst, inEnd - inFirst,
+                              converted.begin() + inFirst);
+        return static_cast<const float*>(converted.begin());
+    });
+}
+
+void ComputeSmoothedSamples(ImagePtr<float> inImage, float inSigma, int inStep,
+                            ImagePtr<float> outSamples) {
+    ContractCheck(inImage->GetData() != NULL);
+    ConvolutionKernel gauss, gaussDeriv;
+    ComputeKernels(inSigma, gauss, gaussDeriv);
+    if (outSamples->GetColumns() < 1 || outSamples->GetRows() < 1) return;
+    ContractCheck(outSamples->GetData() != NULL);
+    SampleRows(*inImage, gauss, inStep, *outSamples);
+}
+
 void ComputeGradients(ImagePtr<float> inImage, float inSigma, ImagePtr<float> outGradX,
                       ImagePtr<float> outGradY) {
     ContractCheck(outGradX->GetColumns() >= inImage->GetColumns());
@@ -165,8 +405,12 @@ void ComputeGradients(ImagePtr<float> inImage, float inSigma, ImagePtr<float> ou
     ContractCheck(outGradY->GetRows() >= inImage->GetRows());
     ConvolutionKernel gauss, gaussDeriv;
     ComputeKernels(inSigma, gauss, gaussDeriv);
-    ConvolveSeparable(inImage, gaussDeriv, gauss, outGradX);
-    ConvolveSeparable(inImage, gauss, gaussDeriv, outGradY);
+    ContractCheck(inImage->GetData() != NULL);
+    ContractCheck(outGradX->GetData() != NULL);
+    ContractCheck(outGradY->GetData() != NULL);
+    const SeparableJob jobs[] = {{gaussDeriv, gauss, outGradX->GetData()},
+                                 {gauss, gaussDeriv, outGradY->GetData()}};
+    ConvolveRows(jobs, inImage->GetColumns(), inImage->GetRows(), RowsOf(inImage));
 }
 
 // Declared with the pixel operations, whose callers want no kernels; it stands here, where

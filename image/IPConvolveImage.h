@@ -44,6 +44,17 @@ void ConvolveSeparable(ImagePtr<float> inImage, const ConvolutionKernel& inHoriz
 void ComputeSmoothedImage(ImagePtr<float> inImage, float inSigma,
                           ImagePtr<float> outSmoothImage);
 
+/// `Image::ConvertFromBytes` and `ComputeSmoothedImage` in one, without an image between.
+/// `inBytes` holds `inCols` times `inRows` pixels without gaps.
+void ComputeSmoothedBytes(const unsigned char* inBytes, int inCols, int inRows, float inSigma,
+                          ImagePtr<float> outSmoothImage);
+
+/// Of the smoothed image, the pixel in the middle of every block of `inStep` by `inStep`:
+/// output (x, y) is smoothed pixel (inStep x + inStep / 2, inStep y + inStep / 2). Only
+/// those pixels are smoothed. The blocks that the output has room for lie in the image.
+void ComputeSmoothedSamples(ImagePtr<float> inImage, float inSigma, int inStep,
+                            ImagePtr<float> outSamples);
+
 /// The derivatives along x (to the right) and y (downward): that of the Gaussian in one
 /// direction, the Gaussian itself in the other. A ramp of slope 1 gives 1.
 void ComputeGradients(ImagePtr<float> inImage, float inSigma, ImagePtr<float> outGradX,

@@ -10,13 +10,12 @@ FramePyramids ComputeFramePyramids(const unsigned char* inPixels, int inCols, in
         return TVK::MakeObject<ImagePyramidImpl<float>>(inCols, inRows, inSettings.mSubsampling,
                                                         inSettings.mLevelCount);
     };
-    const auto frame = TVK::MakeObject<Image<float>>(inCols, inRows);
-    frame->ConvertFromBytes(inPixels, inCols, inRows);
-    const auto smoothed = TVK::MakeObject<Image<float>>(inCols, inRows);
-    ComputeSmoothedImage(frame, inSettings.mSmoothSigma, smoothed);
-
     const FramePyramids result{makePyramid(), makePyramid(), makePyramid()};
-    result.mSmoothed->ComputePyramid(smoothed, inSettings.mPyramidSigmaFactor);
+    const ImagePtr<float> smoothed = inSettings.mLevelCount < 1
+                                         ? TVK::MakeObject<Image<float>>(inCols, inRows)
+                                         : result.mSmoothed->GetLevel(0);
+    ComputeSmoothedBytes(inPixels, inCols, inRows, inSettings.mSmoothSigma, smoothed);
+    result.mSmoothed->ComputePyramidInPlace(inSettings.mPyramidSigmaFactor);
     for (int level = 0; level < inSettings.mLevelCount; ++level)
         ComputeGradients(result.mSmoothed->GetLevel(level), inSettings.mGradientSigma,
                          result.mGradientX->GetLevel(level),

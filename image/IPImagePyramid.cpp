@@ -24,15 +24,6 @@ int Quotient(int inSize, int inDivisor) {
     return inDivisor == 0 ? 0 : static_cast<int>(std::int64_t{inSize} / inDivisor);
 }
 
-void SampleBlockMiddles(const Image<float>& inImage, int inStep, Image<float>& outLevel) {
-    const std::ptrdiff_t cols = inImage.GetColumns();
-    const std::ptrdiff_t half = inStep / 2;
-    float* out = outLevel.GetData();
-    for (std::ptrdiff_t y = 0; y < outLevel.GetRows(); ++y)
-        for (std::ptrdiff_t x = 0; x < outLevel.GetColumns(); ++x)
-            *out++ = inImage.GetData()[(inStep * y + half) * cols + inStep * x + half];
-}
-
 }  // namespace
 
 ImagePyramidImpl<float>::ImagePyramidImpl(int inCols, int inRows, int inSubsampling,
@@ -50,26 +41,31 @@ ImagePyramidImpl<float>::ImagePyramidImpl(int inCols, int inRows, int inSubsampl
 }
 
 void ImagePyramidImpl<float>::ComputePyramid(ImagePtr<float> inImage, float inSigmaFactor) {
-    const float sigma = inSigmaFactor * static_cast<float>(mSubsampling);
-    if (mSubsampling != 2 && mSubsampling != 4 && mSubsampling != 8 && mSubsampling != 16 &&
-        mSubsampling != 32)
-        AssertWithMessage(
-            "IP::ImagePyramidImpl<float>::ComputePyramid",
-            "(ComputePyramid)  Pyramid's subsampling must be either 2, 4, 8, 16, or 32");
+    ReportSubsampling();
     if (mLevelCount < 1) return;
-
     mLevels[0]->CopyPixelsFrom(inImage);
     if (inImage == NULL || inImage->GetColumns() != mCols || inImage->GetRows() != mRows)
         return;  // reported above, and the host's own ThrowError came back
+    ComputeHigherLevels(inSigmaFactor);
+}
 
-    ImagePtr<float> current = inImage;
-    for (int level = 1; level < mLevelCount; ++level) {
-        const auto temporary =
-            TVK::MakeObject<Image<float>>(current->GetColumns(), current->GetRows());
-        ComputeSmoothedImage(current, sigma, temporary);
-        SampleBlockMiddles(*temporary, mSubsampling, *mLevels[level]);
-        current = mLevels[level];
-    }
+void ImagePyramidImpl<float>::ComputePyramidInPlace(float inSigmaFactor) {
+    ReportSubsampling();
+    ComputeHigherLevels(inSigmaFactor);
+}
+
+void ImagePyramidImpl<float>::ReportSubsampling() const {
+    for (const int known : {2, 4, 8, 16, 32})
+        if (mSubsampling == known) return;
+    AssertWithMessage(
+        "IP::ImagePyramidImpl<float>::ComputePyramid",
+        "(ComputePyramid)  Pyramid's subsampling must be either 2, 4, 8, 16, or 32");
+}
+
+void ImagePyramidImpl<float>::ComputeHigherLevels(float inSigmaFactor) {
+    const float sigma = inSigmaFactor * static_cast<float>(mSubsampling);
+    for (int level = 1; level < mLevelCount; ++level)
+        ComputeSmoothedSamples(mLevels[level - 1], sigma, mSubsampling, mLevels[level]);
 }
 
 }  // namespace IP

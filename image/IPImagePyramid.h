@@ -51,7 +51,13 @@ public:
     /// A subsampling other than 2, 4, 8, 16 or 32 is reported and used as it is.
     void ComputePyramid(ImagePtr<float> inImage, float inSigmaFactor);
 
+    /// The same with what level 0 holds already.
+    void ComputePyramidInPlace(float inSigmaFactor);
+
 private:
+    void ReportSubsampling() const;
+    void ComputeHigherLevels(float inSigmaFactor);
+
     int mCols = 0;
     int mRows = 0;
     int mSubsampling = 0;

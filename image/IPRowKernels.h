@@ -1,0 +1,33 @@
+// The inner loops over rows of float pixels, in one form per instruction set.
+//
+// All forms are compiled from one text (IPRowKernels.inc) and give the same bits: they put
+// neighbouring outputs side by side and leave the order inside an output alone. Nothing
+// here is a header with inline functions, since files with flags of their own include it.
+
+#pragma once
+
+namespace IP {
+
+struct RowKernels {
+    const char* mName;
+
+    /// outSums[i] = 0 + taps[n - 1] * lines[0][i] + taps[n - 2] * lines[1][i] + ..., in this
+    /// order, for `inCount` outputs. What the lines are makes the pass: one row and its
+    /// shifts, or neighbouring rows. The output is none of the lines.
+    void (*mWeightedSums)(const float* const* inLines, const float* inTaps, int inTapCount,
+                          long inCount, float* outSums);
+
+    /// outPhases[p][j] = inRow[j * inStep + p], for each phase below `inStep` that is not
+    /// null, `inCount` of each.
+    void (*mSplitPhases)(const float* inRow, int inStep, long inCount, float* const* outPhases);
+
+    void (*mConvertBytes)(const unsigned char* inBytes, long inCount, float* outFloats);
+};
+
+/// The forms that this machine can run, the portable one first, the best last.
+const RowKernels* const* GetRowKernelTargets(int& outCount);
+
+/// The best one, chosen on first use.
+const RowKernels& GetRowKernels();
+
+}  // namespace IP
