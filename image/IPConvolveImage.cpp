@@ -14,8 +14,8 @@
 // one of a row and its shifts, the vertical one of neighbouring rows; the row kernels put
 // neighbouring outputs side by side and leave the order inside a sum alone.
 //
-// Memory. The two passes run together, in tiles of columns that are narrow enough for the
-// rows under the vertical kernel to stay in the first cache:
+// Memory. The two passes run together, so that the rows under the vertical kernel stay in
+// the caches near by; very wide images go in tiles of columns:
 //
 //     image  ->  row of the tile, horizontal pass  ->  ring of the last rows
 //                                                        -> vertical pass -> output row
@@ -168,9 +168,10 @@ struct SeparableJob {
     float* mOut;
 };
 
-// Wide enough for the row kernels, narrow enough for the rings to share the first cache.
+// Whole rows where the rings then fit into half of the second cache: what reads ahead in
+// memory likes long rows.
 int TileWidth(std::span<const SeparableJob> inJobs, int inCols) {
-    constexpr int kFloats = 6144;
+    constexpr int kFloats = 49152;
     constexpr int kGrain = 64;
     int rows = 0;
     for (const SeparableJob& job : inJobs)

@@ -1,10 +1,24 @@
+// Selection: candidates, their order, and the walk along them.
+//
+// Order. The sort's scheme settles where equal values end up, so the scheme stays: pivot
+// from the middle, two ends that close in on each other and swap. What it does to a part of
+// the list does not depend on the other parts, so the parts are sorted when the walk comes
+// to them, from the best end; most of the list never is.
+//
+//     [ ..................... n ..................... ]
+//     [ greater | p |            not greater           ]      one pass over all
+//     [ gr |p|  | p |            not greater           ]      one over the greater part
+//     [ sorted... ^ the walk ends here                 ]
+
 #include "KLT/KLTSelection.h"
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <cstring>
 #include <utility>
 
+#include "KLT/KLTRowKernels.h"
 #include "image/RecycledArray.h"
 
 namespace DP {
@@ -17,43 +31,228 @@ std::int64_t ClippedPixel(float inPosition) {
 
 }  // namespace
 
-float ComputeTrackability(float inGxx, float inGxy, float inGyy) {
-    const float difference = inGxx - inGyy;
-    return (inGxx + inGyy - std::sqrt(difference * difference + 4.0f * inGxy * inGxy)) / 2.0f;
+// ---- Candidates ----------------------------------------------------------------------
+
+namespace {
+
+constexpr float kMostTrackability = 4294967296.0f;
+
+// The products of gradients of the rows under the windows, each row in the place of the one
+// that is no longer needed.
+class ProductRows {
+public:
+    ProductRows(const IP::Image<float>& inGradX, const IP::Image<float>& inGradY, int inHeight)
+        : mGradX(inGradX),
+          mGradY(inGradY),
+          mHeight(inHeight),
+          mCols(inGradX.GetColumns()),
+          mPixels(3 * static_cast<std::size_t>(inHeight) * static_cast<std::size_t>(mCols)) {}
+
+    // Makes the rows up to, and without, `inEndY`.
+    void Reach(const KLTRowKernels& inKernels, int inEndY) {
+        for (mEndY = std::max(mEndY, inEndY - mHeight); mEndY < inEndY; ++mEndY)
+            inKernels.mProducts(mGradX.GetData() + mEndY * mCols,
+                                mGradY.GetData() + mEndY * mCols, mCols, Row(0, mEndY),
+                                Row(1, mEndY), Row(2, mEndY));
+    }
+
+    float* Row(int inKind, std::ptrdiff_t inY) {
+        return mPixels.begin() + (inKind * mHeight + inY % mHeight) * mCols;
+    }
+
+private:
+    const IP::Image<float>& mGradX;
+    const IP::Image<float>& mGradY;
+    std::ptrdiff_t mHeight;
+    std::ptrdiff_t mCols;
+    std::ptrdiff_t mEndY = 0;
+    IP::RecycledArray<float> mPixels;
+};
+
+constexpr int kRowsAtOnce = 4;
+
+// Values of one row to points: all of them, or those in steps.
+SelectionPoint* WritePoints(const KLTRowKernels& inKernels, const float* inValues,
+                            const SelectionBounds& inBounds, std::int64_t inY, int inCols,
+                            void (*inReportTooLarge)(), SelectionPoint* outPoints) {
+    const long count = inBounds.mEndX - inBounds.mFirstX;
+    const auto index = static_cast<std::uint32_t>(inY * inCols + inBounds.mFirstX);
+    SelectionPoint* const first = outPoints;
+    if (inBounds.mStep == 1) {
+        inKernels.mMakePoints(inValues, count, index, &outPoints->mValue);
+        outPoints += count;
+    } else {
+        for (std::int64_t x = 0; x < count; x += inBounds.mStep)
+            inKernels.mMakePoints(inValues + x, 1, index + static_cast<std::uint32_t>(x),
+                                  &(outPoints++)->mValue);
+    }
+    if (std::any_of(first, outPoints,
+                    [](const SelectionPoint& inPoint) { return inPoint.mValue == INT32_MIN; }))
+        for (std::int64_t x = 0; x < count; x += inBounds.mStep)
+            if (inValues[x] > kMostTrackability) inReportTooLarge();
+    return outPoints;
 }
 
-// The pivot comes from the middle; two ends close in on each other and swap what stands on
-// the wrong side, equal values among them; then the smaller part is sorted first.
-void SortPointList(SelectionPoint* ioPoints, std::size_t inCount) {
-    while (inCount > 1) {
-        std::swap(ioPoints[0], ioPoints[inCount / 2]);
-        const std::int32_t pivot = ioPoints[0].mValue;
-        std::size_t i = 0;
-        std::size_t j = inCount;
-        for (;;) {
-            do
-                --j;
-            while (ioPoints[j].mValue < pivot);
-            do
-                ++i;
-            while (i < j && ioPoints[i].mValue > pivot);
-            if (i >= j) break;
-            std::swap(ioPoints[i], ioPoints[j]);
-        }
-        std::swap(ioPoints[j], ioPoints[0]);
+}  // namespace
 
-        SelectionPoint* const right = ioPoints + j + 1;
-        const std::size_t rightCount = inCount - j - 1;
-        if (j < rightCount) {
-            SortPointList(ioPoints, j);
-            ioPoints = right;
-            inCount = rightCount;
-        } else {
-            SortPointList(right, rightCount);
-            inCount = j;
+std::size_t CollectPoints(const IP::Image<float>& inGradX, const IP::Image<float>& inGradY,
+                          const SelectionBounds& inBounds, int inWindowWidth,
+                          int inWindowHeight, void (*inReportTooLarge)(),
+                          SelectionPoint* outPoints) {
+    if (inBounds.mFirstX >= inBounds.mEndX || inBounds.mFirstY >= inBounds.mEndY) return 0;
+    const KLTRowKernels& kernels = GetKLTRowKernels();
+    const bool isDense = inBounds.mStep == 1;
+    const int rowsAtOnce = isDense ? kRowsAtOnce : 1;
+    const long count = inBounds.mEndX - inBounds.mFirstX;
+    const int rowsUnder = inWindowHeight + rowsAtOnce - 1;
+    ProductRows products(inGradX, inGradY, rowsUnder);
+    IP::RecycledArray<float> values(static_cast<std::size_t>(count) * kRowsAtOnce);
+    std::vector<const float*> rows[3];
+    for (auto& row : rows)
+        row.resize(static_cast<std::size_t>(rowsUnder));
+
+    SelectionPoint* point = outPoints;
+    std::int64_t y = inBounds.mFirstY;
+    while (y < inBounds.mEndY) {
+        const int outRows =
+            static_cast<int>(std::min<std::int64_t>(rowsAtOnce, inBounds.mEndY - y));
+        const int firstY = static_cast<int>(y) - inWindowHeight / 2;
+        const int underNow = inWindowHeight + outRows - 1;
+        products.Reach(kernels, firstY + underNow);
+        for (int kind = 0; kind < 3; ++kind)
+            for (int row = 0; row < underNow; ++row)
+                rows[kind][static_cast<std::size_t>(row)] =
+                    products.Row(kind, firstY + row) + (inBounds.mFirstX - inWindowWidth / 2);
+        float* outs[kRowsAtOnce];
+        for (int row = 0; row < kRowsAtOnce; ++row)
+            outs[row] = values.begin() + row * count;
+        kernels.mTrackability(rows[0].data(), rows[1].data(), rows[2].data(), inWindowWidth,
+                              inWindowHeight, outRows, count, outs);
+        for (int row = 0; row < outRows; ++row)
+            point = WritePoints(kernels, outs[row], inBounds, y + row, inGradX.GetColumns(),
+                                inReportTooLarge, point);
+        y += isDense ? outRows : inBounds.mStep;
+    }
+    return static_cast<std::size_t>(point - outPoints);
+}
+
+// ---- The order -----------------------------------------------------------------------
+
+namespace {
+
+// Blocks of both ends are looked through without branches, for the places where a swap is
+// due; then the swaps of the scheme are done two by two.
+struct EndBlock {
+    static constexpr std::size_t kSize = 128;
+
+    bool IsEmpty() const { return mAt == mCount; }
+    std::size_t Current() const { return mPlaces[mAt]; }
+
+    std::size_t mAt = 0;
+    std::size_t mCount = 0;
+    unsigned char mPlaces[kSize];
+};
+
+// The closing in of the two ends, from `ioI` and `ioJ` on, as long as whole blocks lie
+// between them. Leaves both where the scheme, going on step by step, comes to the same.
+void CloseInByBlocks(SelectionPoint* ioPoints, std::int32_t inPivot, std::size_t& ioI,
+                     std::size_t& ioJ) {
+    constexpr std::size_t kSize = EndBlock::kSize;
+    EndBlock left, right;
+    std::size_t leftStart = ioI + 1;  // of the left block
+    std::size_t rightEnd = ioJ;       // behind the right block
+    bool hasLeft = false, hasRight = false;
+    for (;;) {
+        if (rightEnd - leftStart < 2 * kSize) break;
+        if (!hasLeft) {
+            left.mAt = left.mCount = 0;
+            for (std::size_t k = 0; k < kSize; ++k) {
+                left.mPlaces[left.mCount] = static_cast<unsigned char>(k);
+                left.mCount += ioPoints[leftStart + k].mValue <= inPivot;
+            }
+            hasLeft = true;
+        }
+        if (!hasRight) {
+            right.mAt = right.mCount = 0;
+            for (std::size_t k = 0; k < kSize; ++k) {
+                right.mPlaces[right.mCount] = static_cast<unsigned char>(k);
+                right.mCount += ioPoints[rightEnd - 1 - k].mValue >= inPivot;
+            }
+            hasRight = true;
+        }
+        const std::size_t swaps = std::min(left.mCount - left.mAt, right.mCount - right.mAt);
+        for (std::size_t k = 0; k < swaps; ++k)
+            std::swap(ioPoints[leftStart + left.mPlaces[left.mAt + k]],
+                      ioPoints[rightEnd - 1 - right.mPlaces[right.mAt + k]]);
+        left.mAt += swaps;
+        right.mAt += swaps;
+        if (left.IsEmpty()) {
+            leftStart += kSize;
+            hasLeft = false;
+        }
+        if (right.IsEmpty()) {
+            rightEnd -= kSize;
+            hasRight = false;
         }
     }
+    // What was looked through without a swap need not be looked through again.
+    ioI = (hasLeft ? leftStart + left.Current() : leftStart) - 1;
+    ioJ = hasRight ? rightEnd - right.Current() : rightEnd;
 }
+
+// One step of the scheme; returns where the pivot ends up.
+std::size_t Partition(SelectionPoint* ioPoints, std::size_t inCount) {
+    std::swap(ioPoints[0], ioPoints[inCount / 2]);
+    const std::int32_t pivot = ioPoints[0].mValue;
+    std::size_t i = 0;
+    std::size_t j = inCount;
+    CloseInByBlocks(ioPoints, pivot, i, j);
+    for (;;) {
+        do
+            --j;
+        while (ioPoints[j].mValue < pivot);
+        do
+            ++i;
+        while (i < j && ioPoints[i].mValue > pivot);
+        if (i >= j) break;
+        std::swap(ioPoints[i], ioPoints[j]);
+    }
+    std::swap(ioPoints[j], ioPoints[0]);
+    return j;
+}
+
+}  // namespace
+
+SortedPoints::SortedPoints(SelectionPoint* ioPoints, std::size_t inCount)
+    : mNext(ioPoints), mSortedEnd(ioPoints), mParts{{ioPoints, inCount}} {}
+
+// Sorts on until at least one more point of the first part is in its place.
+void SortedPoints::SortTop() {
+    while (mParts.back().mCount > 1) {
+        const Part part = mParts.back();
+        const std::size_t pivot = Partition(part.mPoints, part.mCount);
+        mParts.back() = {part.mPoints + pivot + 1, part.mCount - pivot - 1};
+        mParts.push_back({part.mPoints + pivot, 1});
+        mParts.push_back({part.mPoints, pivot});
+    }
+    mSortedEnd += mParts.back().mCount;
+    mParts.pop_back();
+}
+
+const SelectionPoint* SortedPoints::Next() {
+    while (mNext == mSortedEnd) {
+        if (mParts.empty()) return nullptr;
+        SortTop();
+    }
+    return mNext++;
+}
+
+void SortedPoints::Finish() {
+    while (!mParts.empty())
+        SortTop();
+}
+
+// ---- The walk ------------------------------------------------------------------------
 
 void FillFeatureMap(std::int64_t inX, std::int64_t inY, unsigned char* ioMap, int inDistance,
                     int inCols, int inRows) {
@@ -67,15 +266,13 @@ void FillFeatureMap(std::int64_t inX, std::int64_t inY, unsigned char* ioMap, in
         std::memset(ioMap + y * cols + firstX, 1, static_cast<std::size_t>(endX - firstX));
 }
 
-void EnforceMinimumDistance(const SelectionPoint* inPoints, std::size_t inCount, int inCols,
-                            int inRows, int inMinDist, int inMinEigenvalue, bool inOverwriteAll,
-                            KLTFeatureList& ioList) {
+void EnforceMinimumDistance(SortedPoints& ioPoints, int inCols, int inRows, int inMinDist,
+                            int inMinEigenvalue, bool inOverwriteAll, KLTFeatureList& ioList) {
     IP::RecycledArray<unsigned char> map(static_cast<std::size_t>(std::max(inCols, 0)) *
                                          static_cast<std::size_t>(std::max(inRows, 0)));
     std::fill(map.begin(), map.end(), static_cast<unsigned char>(0));
     const int distance = inMinDist - 1;
     const int leastValue = std::max(inMinEigenvalue, 1);
-
     if (!inOverwriteAll)
         for (const KLTFeature& feature : ioList)
             if (feature.mValue >= 0 && std::isfinite(feature.mX) && std::isfinite(feature.mY))
@@ -85,21 +282,20 @@ void EnforceMinimumDistance(const SelectionPoint* inPoints, std::size_t inCount,
     const auto isFree = [&](const KLTFeature& inFeature) {
         return inOverwriteAll || inFeature.mValue < 0;
     };
-    auto slot = ioList.begin();
-    for (const SelectionPoint* point = inPoints; point != inPoints + inCount; ++point) {
-        slot = std::find_if(slot, ioList.end(), isFree);
-        if (slot == ioList.end()) return;
-        const std::size_t cell =
-            static_cast<std::size_t>(point->mY) * static_cast<std::size_t>(inCols) +
-            static_cast<std::size_t>(point->mX);
-        if (map[cell] != 0 || point->mValue < leastValue) continue;
-        slot->mX = static_cast<float>(point->mX);
-        slot->mY = static_cast<float>(point->mY);
+    auto slot = std::find_if(ioList.begin(), ioList.end(), isFree);
+    while (slot != ioList.end()) {
+        const SelectionPoint* const point = ioPoints.Next();
+        if (!point || point->mValue < leastValue) break;  // none that comes is better
+        if (map[point->mIndex] != 0) continue;
+        const auto x = static_cast<int>(point->mIndex % static_cast<unsigned int>(inCols));
+        const auto y = static_cast<int>(point->mIndex / static_cast<unsigned int>(inCols));
+        slot->mX = static_cast<float>(x);
+        slot->mY = static_cast<float>(y);
         slot->mValue = point->mValue;
         slot->mId = static_cast<std::int32_t>(slot - ioList.begin());
         slot->mAge = 0;
-        ++slot;
-        FillFeatureMap(point->mX, point->mY, map.begin(), distance, inCols, inRows);
+        FillFeatureMap(x, y, map.begin(), distance, inCols, inRows);
+        slot = std::find_if(slot + 1, ioList.end(), isFree);
     }
     for (; slot != ioList.end(); ++slot) {
         if (!isFree(*slot)) continue;

@@ -2,18 +2,19 @@
 
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <vector>
 
 #include "DP/KLTFeature.h"
 #include "image/IPImage.h"
 
 namespace DP {
 
-/// A candidate: a pixel, y downward, and its trackability.
+/// A candidate: its trackability, and its pixel as y times the columns plus x.
 struct SelectionPoint {
-    std::int32_t mX;
-    std::int32_t mY;
     std::int32_t mValue;
+    std::uint32_t mIndex;
 };
 
 /// The centres that are looked at: from the first up to, and without, the end, in steps.
@@ -23,22 +24,53 @@ struct SelectionBounds {
     std::int64_t mStep;
 };
 
-/// The smaller eigenvalue of the matrix of window sums, in single precision.
-float ComputeTrackability(float inGxx, float inGxy, float inGyy);
+/// Scores the windows around the centres within the bounds by the smaller eigenvalue of
+/// the matrix of their gradients, without its fraction, and writes them row by row. A value
+/// that no 32-bit integer can hold becomes -2^31.
+///
+/// @param inBounds  every window lies in the images.
+/// @param inReportTooLarge  called for each value above 2^32.
+/// @return  how many points were written.
+std::size_t CollectPoints(const IP::Image<float>& inGradX, const IP::Image<float>& inGradY,
+                          const SelectionBounds& inBounds, int inWindowWidth,
+                          int inWindowHeight, void (*inReportTooLarge)(),
+                          SelectionPoint* outPoints);
 
-/// Sorts by falling value with a quicksort of a fixed scheme, so that equal values come in
-/// an order that can be relied on.
-void SortPointList(SelectionPoint* ioPoints, std::size_t inCount);
+/// Points by falling value, in the order of a quicksort of a fixed scheme, so that the order
+/// of equal values can be relied on; sorted only as far as they are asked for.
+class SortedPoints {
+public:
+    SortedPoints(SelectionPoint* ioPoints, std::size_t inCount);
 
-/// Walks the sorted points, best first, and puts each into the next free slot of the list
-/// unless a feature lies nearer than `inMinDist` in both directions. Slots that stay free
-/// are marked kKLTNotFound.
+    /// The next point, or null behind the last.
+    const SelectionPoint* Next();
+
+    /// Brings all points into their places, as `Next` would have found them.
+    void Finish();
+
+private:
+    // A part of the list that is still to be sorted. Parts lie one behind the other, the
+    // first one on top.
+    struct Part {
+        SelectionPoint* mPoints;
+        std::size_t mCount;
+    };
+
+    void SortTop();
+
+    const SelectionPoint* mNext;
+    const SelectionPoint* mSortedEnd;
+    std::vector<Part> mParts;
+};
+
+/// Takes the points, best first, and puts each into the next free slot of the list unless a
+/// feature lies nearer than `inMinDist` in both directions. Slots that stay free are marked
+/// kKLTNotFound.
 ///
 /// @param inOverwriteAll  every slot is free; otherwise only those with a negative value,
 ///        and the features in the others keep their distance too.
-void EnforceMinimumDistance(const SelectionPoint* inPoints, std::size_t inCount, int inCols,
-                            int inRows, int inMinDist, int inMinEigenvalue, bool inOverwriteAll,
-                            KLTFeatureList& ioList);
+void EnforceMinimumDistance(SortedPoints& ioPoints, int inCols, int inRows, int inMinDist,
+                            int inMinEigenvalue, bool inOverwriteAll, KLTFeatureList& ioList);
 
 /// Sets to 1 the cells of the square from `inDistance` before to `inDistance` behind
 /// (`inX`, `inY`), as far as they lie in the map. A negative distance sets none.

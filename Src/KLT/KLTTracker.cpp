@@ -119,13 +119,10 @@ GradientImages ComputeSelectionGradients(const TrackingContext& inContext, float
         return TVK::MakeObject<IP::Image<float>>(inCols, inRows);
     };
     const FloatImage image = makeImage();
-    if (inContext.mSmoothBeforeSelecting) {
-        const FloatImage unsmoothed = makeImage();
-        unsmoothed->ConvertFromBytes(inImage, inCols, inRows);
-        IP::ComputeSmoothedImage(unsmoothed, inSmoothSigma, image);
-    } else {
+    if (inContext.mSmoothBeforeSelecting)
+        IP::ComputeSmoothedBytes(inImage, inCols, inRows, inSmoothSigma, image);
+    else
         image->ConvertFromBytes(inImage, inCols, inRows);
-    }
     const GradientImages result{makeImage(), makeImage()};
     IP::ComputeGradients(image, inContext.mGradSigma, result.mX, result.mY);
     return result;
@@ -150,48 +147,12 @@ SelectionBounds BoundsOf(const TVK::ParamRect<float>& inRegion, int inCols, int 
         std::min(ClippedToInt(std::max(bottom, top)), inRows - halfHeight), step};
 }
 
-// Sums over the window, row by row from left to right, one accumulator each.
-float WindowTrackability(const GradientImages& inGradients, int inX, int inY, int inHalfWidth,
-                         int inHalfHeight) {
-    const std::ptrdiff_t cols = inGradients.mX->GetColumns();
-    float gxx = 0.0f, gxy = 0.0f, gyy = 0.0f;
-    for (int y = inY - inHalfHeight; y <= inY + inHalfHeight; ++y)
-        for (int x = inX - inHalfWidth; x <= inX + inHalfWidth; ++x) {
-            const float gx = inGradients.mX->GetData()[y * cols + x];
-            const float gy = inGradients.mY->GetData()[y * cols + x];
-            gxx += gx * gx;
-            gxy += gx * gy;
-            gyy += gy * gy;
-        }
-    return ComputeTrackability(gxx, gxy, gyy);
-}
-
-// The limit of the report is twice what the integer holds: what lies between becomes the
-// lowest integer, as does what lies above, and never qualifies.
-std::int32_t TrackabilityAsInteger(float inValue) {
-    const float kMost = 4294967296.0f;
-    if (inValue > kMost) {
-        AssertWithMessage("DP::KLTTracker::SelectGoodFeaturesWithMode",
-                          "(_KLTSelectGoodFeatures) minimum eigenvalue %f is greater than the "
-                          "capacity of an TVK::SInt32; setting to maximum value");
-        inValue = kMost;
-    }
-    return IP::TruncateToInt(double{inValue});
-}
-
-std::size_t CollectPoints(const GradientImages& inGradients, const SelectionBounds& inBounds,
-                          const TrackingContext& inContext, SelectionPoint* outPoints) {
-    SelectionPoint* point = outPoints;
-    for (std::int64_t y = inBounds.mFirstY; y < inBounds.mEndY; y += inBounds.mStep)
-        for (std::int64_t x = inBounds.mFirstX; x < inBounds.mEndX; x += inBounds.mStep) {
-            const int xi = static_cast<int>(x);
-            const int yi = static_cast<int>(y);
-            *point++ = {xi, yi,
-                        TrackabilityAsInteger(WindowTrackability(inGradients, xi, yi,
-                                                                 inContext.mWindowWidth / 2,
-                                                                 inContext.mWindowHeight / 2))};
-        }
-    return static_cast<std::size_t>(point - outPoints);
+// The limit is twice what the integer holds. What lies above and between becomes the lowest
+// integer, sorts last and never qualifies.
+void ReportTooLarge() {
+    AssertWithMessage("DP::KLTTracker::SelectGoodFeaturesWithMode",
+                      "(_KLTSelectGoodFeatures) minimum eigenvalue %f is greater than the "
+                      "capacity of an TVK::SInt32; setting to maximum value");
 }
 
 bool HasSize(const IP::PyramidPtr<float>& inPyramid, int inCols, int inRows) {
@@ -302,8 +263,9 @@ void KLTTracker::SelectGoodFeaturesWithMode(const unsigned char* inImage, int in
     // has room for all of them, and what is not written yet has a value of 0.
     const std::size_t pixels = static_cast<std::size_t>(std::max(inCols, 0)) *
                                static_cast<std::size_t>(std::max(inRows, 0));
+    if (pixels > UINT32_MAX) throw std::bad_alloc();  // the points alone would take 32 GB
     IP::RecycledArray<SelectionPoint> points(pixels * inROIRects.size());
-    if (inROIRects.size() > 1) std::fill(points.begin(), points.end(), SelectionPoint{0, 0, 0});
+    if (inROIRects.size() > 1) std::fill(points.begin(), points.end(), SelectionPoint{0, 0});
     std::size_t count = 0;
 
     const bool usesLastPyramid = inMode == kReplaceLost && context.mSequentialMode &&
@@ -318,8 +280,9 @@ void KLTTracker::SelectGoodFeaturesWithMode(const unsigned char* inImage, int in
 
     for (std::size_t k = 0; k < inROIRects.size(); ++k) {
         const SelectionBounds bounds = BoundsOf(inROIRects[k], inCols, inRows, context);
-        count += CollectPoints(gradients, bounds, context, points.begin());
-        SortPointList(points.begin(), count);
+        count += CollectPoints(*gradients.mX, *gradients.mY, bounds, context.mWindowWidth,
+                               context.mWindowHeight, ReportTooLarge, points.begin());
+        SortedPoints sorted(points.begin(), count);
         if (context.mMinDist < 0) {
             AssertWithMessage("DP::KLTTracker::SelectGoodFeaturesWithMode",
                               "(_KLTSelectGoodFeatures) Tracking context field "
@@ -329,8 +292,9 @@ void KLTTracker::SelectGoodFeaturesWithMode(const unsigned char* inImage, int in
         KLTFeatureList& list = *outFeatureListPtrVec[k];
         list.resize(mMaxFeatures);
         if (inMode != kSelectAll) list = *inFeatureListPtrVec[k];
-        EnforceMinimumDistance(points.begin(), count, inCols, inRows, context.mMinDist,
-                               context.mMinEigenvalue, inMode == kSelectAll, list);
+        EnforceMinimumDistance(sorted, inCols, inRows, context.mMinDist, context.mMinEigenvalue,
+                               inMode == kSelectAll, list);
+        if (k + 1 < inROIRects.size()) sorted.Finish();
     }
     if (context.mSequentialMode)
         SetLastPyramids(IP::ComputeFramePyramids(inImage, inCols, inRows, PyramidSettings()));

@@ -23,6 +23,7 @@ using DP::SelectionPoint;
 using Testing::CountLive;
 using Testing::FeatureAt;
 using Testing::ListOf;
+using Testing::PlainPoint;
 using Testing::Random;
 using Testing::RecordedReports;
 using Testing::SameFeatures;
@@ -32,65 +33,89 @@ using Testing::WholeFrame;
 constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
 constexpr float kInfinity = std::numeric_limits<float>::infinity();
 
+constexpr int kCols = 40;  // of the maps and indices
+
 // ---- The sort ------------------------------------------------------------------------
 
-std::vector<SelectionPoint> RandomPoints(std::size_t inCount, int inValues, int inSeed) {
-    Random random(inSeed);
+std::vector<SelectionPoint> PointsOf(const std::vector<PlainPoint>& inPoints) {
     std::vector<SelectionPoint> points;
-    for (std::size_t i = 0; i < inCount; ++i)
-        points.push_back({int(i), int(i / 7), random.Integer(-2, inValues)});
+    for (const auto& point : inPoints)
+        points.push_back({point.mValue, unsigned(point.mY * kCols + point.mX)});
     return points;
 }
 
-bool SamePoints(const SelectionPoint& inLeft, const SelectionPoint& inRight) {
-    return inLeft.mX == inRight.mX && inLeft.mY == inRight.mY &&
-           inLeft.mValue == inRight.mValue;
+std::vector<PlainPoint> RandomPoints(std::size_t inCount, int inValues, int inSeed) {
+    Random random(inSeed);
+    std::vector<PlainPoint> points;
+    for (std::size_t i = 0; i < inCount; ++i)
+        points.push_back({int(i) % kCols, int(i) / kCols, random.Integer(-2, inValues)});
+    return points;
 }
 
-TEST(SortPointList, IsAFallingPermutation) {
-    auto points = RandomPoints(1000, 50, 3);
-    DP::SortPointList(points.data(), points.size());
-    std::set<int> seen;
+void Sort(std::vector<SelectionPoint>& ioPoints) {
+    DP::SortedPoints(ioPoints.data(), ioPoints.size()).Finish();
+}
+
+bool SamePoint(const SelectionPoint& inLeft, const SelectionPoint& inRight) {
+    return inLeft.mValue == inRight.mValue && inLeft.mIndex == inRight.mIndex;
+}
+
+TEST(SortedPoints, AreAFallingPermutation) {
+    auto points = PointsOf(RandomPoints(1000, 50, 3));
+    Sort(points);
+    std::set<unsigned> seen;
     for (std::size_t i = 0; i < points.size(); ++i) {
-        seen.insert(points[i].mX);
+        seen.insert(points[i].mIndex);
         EXPECT_GE(points[i == 0 ? 0 : i - 1].mValue, points[i].mValue);
     }
     EXPECT_EQ(seen.size(), points.size());
 }
 
-// Two values: the first step swaps the ends of the list over the pivot.
-TEST(SortPointList, OrderOfEqualValuesIsThatOfTheScheme) {
-    std::vector<SelectionPoint> points{{0, 0, 5}, {1, 0, 5}, {2, 0, 5}, {3, 0, 5}};
-    DP::SortPointList(points.data(), points.size());
-    std::vector<int> order;
+TEST(SortedPoints, OrderOfEqualValuesIsThatOfTheScheme) {
+    std::vector<SelectionPoint> points{{5, 0}, {5, 1}, {5, 2}, {5, 3}};
+    Sort(points);
+    std::vector<unsigned> order;
     for (const auto& point : points)
-        order.push_back(point.mX);
-    EXPECT_EQ(order, (std::vector{0, 3, 2, 1}));
+        order.push_back(point.mIndex);
+    EXPECT_EQ(order, (std::vector{0u, 3u, 2u, 1u}));
 }
 
-TEST(SortPointList, EqualsThePlainSortOnAllSortsOfLists) {
-    for (std::size_t count : {0, 1, 2, 3, 5, 17, 100, 257, 3000})
-        for (const int values : {-2, 0, 1, 10, 1000000}) {
-            auto actual = RandomPoints(count, values, int(count) + values);
-            auto expected = actual;
-            DP::SortPointList(actual.data(), actual.size());
-            Testing::PlainSort(expected.data(), expected.size());
-            EXPECT_TRUE(std::equal(actual.begin(), actual.end(), expected.begin(), SamePoints))
+// Sizes around those of the blocks that the two ends are looked through by.
+TEST(SortedPoints, StandAsThePlainSortLeavesThem) {
+    for (std::size_t count :
+         {0, 1, 2, 3, 5, 17, 100, 255, 256, 257, 300, 384, 513, 3000, 20000})
+        for (const int values : {-2, -1, 0, 1, 10, 1000000}) {
+            auto plain = RandomPoints(count, values, int(count) + values);
+            auto walked = PointsOf(plain), finished = walked;
+            Testing::PlainSort(plain.data(), plain.size());
+            const auto expected = PointsOf(plain);
+
+            DP::SortedPoints sorted(walked.data(), walked.size());
+            for (std::size_t i = 0; i < count / 3; ++i)
+                ASSERT_TRUE(SamePoint(*sorted.Next(), expected[i])) << i << " of " << count;
+            sorted.Finish();
+            EXPECT_TRUE(std::equal(walked.begin(), walked.end(), expected.begin(), SamePoint));
+            Sort(finished);
+            EXPECT_TRUE(
+                std::equal(finished.begin(), finished.end(), expected.begin(), SamePoint))
                 << count << " points of " << values << " values";
+            DP::SortedPoints again(finished.data(), 0);
+            EXPECT_EQ(again.Next(), nullptr);
         }
 }
 
 // ---- The minimum distance ------------------------------------------------------------
 
-KLTFeatureList Enforce(const std::vector<SelectionPoint>& inPoints, int inMinDist, int inLeast,
+KLTFeatureList Enforce(const std::vector<PlainPoint>& inPoints, int inMinDist, int inLeast,
                        bool inOverwriteAll, KLTFeatureList inList) {
-    DP::EnforceMinimumDistance(inPoints.data(), inPoints.size(), 40, 30, inMinDist, inLeast,
-                               inOverwriteAll, inList);
+    auto points = PointsOf(inPoints);
+    DP::SortedPoints sorted(points.data(), points.size());
+    DP::EnforceMinimumDistance(sorted, kCols, 30, inMinDist, inLeast, inOverwriteAll, inList);
     return inList;
 }
 
 TEST(EnforceMinimumDistance, FeaturesLieAtLeastTheDistanceApart) {
-    const std::vector<SelectionPoint> points{
+    const std::vector<PlainPoint> points{
         {20, 15, 90}, {29, 15, 80}, {30, 15, 70}, {20, 24, 60}, {10, 5, 50}};
     const auto list = Enforce(points, 10, 1, true, KLTFeatureList(4));
     EXPECT_EQ(list[0].mX, 20.0f);
@@ -99,14 +124,14 @@ TEST(EnforceMinimumDistance, FeaturesLieAtLeastTheDistanceApart) {
     EXPECT_EQ(list[3].mValue, DP::kKLTNotFound);
     EXPECT_EQ(list[3].mX, -1.0f);
     EXPECT_EQ(Enforce(points, 1, 1, true, KLTFeatureList(4))[1].mX, 29.0f);
-    const std::vector<SelectionPoint> twice{{20, 15, 90}, {20, 15, 80}};
+    const std::vector<PlainPoint> twice{{20, 15, 90}, {20, 15, 80}};
     EXPECT_EQ(CountLive(Enforce(twice, 1, 1, true, KLTFeatureList(2))), 1);
     EXPECT_EQ(CountLive(Enforce(twice, 0, 1, true, KLTFeatureList(2))), 2);
     EXPECT_EQ(CountLive(Enforce(points, INT_MAX, 1, true, KLTFeatureList(4))), 1);
 }
 
 TEST(EnforceMinimumDistance, ValuesBelowOneNeverQualify) {
-    const std::vector<SelectionPoint> points{{5, 5, 1}, {25, 5, 0}, {5, 25, INT_MIN}};
+    const std::vector<PlainPoint> points{{5, 5, 1}, {25, 5, 0}, {5, 25, INT_MIN}};
     EXPECT_EQ(CountLive(Enforce(points, 1, -5, true, KLTFeatureList(3))), 1);
     EXPECT_EQ(CountLive(Enforce(points, 1, 2, true, KLTFeatureList(3))), 0);
 }

@@ -17,8 +17,13 @@ namespace Testing {
 
 using DP::KLTFeature;
 using DP::KLTFeatureList;
-using DP::SelectionPoint;
 using DP::TrackingContext;
+
+struct PlainPoint {
+    int mX;
+    int mY;
+    std::int32_t mValue;
+};
 
 // ---- Selection -----------------------------------------------------------------------
 
@@ -41,7 +46,7 @@ inline std::int32_t PlainTrackability(const PlainImage& inGradX, const PlainImag
     return v > -2147483904.0f && v < 2147483648.0f ? std::int32_t(v) : INT32_MIN;
 }
 
-inline void PlainSort(SelectionPoint* ioList, std::size_t inCount) {
+inline void PlainSort(PlainPoint* ioList, std::size_t inCount) {
     std::size_t n = inCount;
     while (n > 1) {
         std::swap(ioList[0], ioList[n / 2]);
@@ -77,7 +82,7 @@ inline void PlainFillMap(std::int64_t inX, std::int64_t inY, std::vector<char>& 
             if (x >= 0 && x < inCols && y >= 0 && y < inRows) ioMap[y * inCols + x] = 1;
 }
 
-inline void PlainEnforce(const std::vector<SelectionPoint>& inPoints, int inCols, int inRows,
+inline void PlainEnforce(const std::vector<PlainPoint>& inPoints, int inCols, int inRows,
                          int inMinDist, int inMinEigenvalue, bool inOverwriteAll,
                          KLTFeatureList& ioList) {
     std::vector<char> map(std::size_t(inCols) * inRows, 0);
@@ -89,7 +94,7 @@ inline void PlainEnforce(const std::vector<SelectionPoint>& inPoints, int inCols
                 PlainFillMap(int(feature.mX), int(feature.mY), map, inMinDist - 1, inCols,
                              inRows);
     std::size_t slot = 0;
-    for (const SelectionPoint& point : inPoints) {
+    for (const PlainPoint& point : inPoints) {
         if (!inOverwriteAll)
             while (slot < ioList.size() && ioList[slot].mValue >= 0)
                 ++slot;
@@ -125,7 +130,7 @@ inline std::vector<KLTFeatureList> PlainSelect(
     const PlainImage gradY = PlainGradientY(image, inContext.mGradSigma);
     const int hw = inContext.mWindowWidth / 2, hh = inContext.mWindowHeight / 2;
 
-    std::vector<SelectionPoint> points;  // as long as the count; the writing starts over
+    std::vector<PlainPoint> points;  // as long as the count; the writing starts over
     std::vector<KLTFeatureList> results;
     for (std::size_t k = 0; k < inRegions.size(); ++k) {
         const auto& region = inRegions[k];
@@ -134,7 +139,7 @@ inline std::vector<KLTFeatureList> PlainSelect(
         const int x1 = std::min(int(std::max(region.mLeft, region.mRight)), inCols - hw);
         const int y0 = std::max(int(std::min(yb, yt)), hh);
         const int y1 = std::min(int(std::max(yb, yt)), inRows - hh);
-        std::vector<SelectionPoint> found;
+        std::vector<PlainPoint> found;
         for (int y = y0; y < y1; y += inContext.mSkippedPixels + 1)
             for (int x = x0; x < x1; x += inContext.mSkippedPixels + 1)
                 found.push_back({x, y, PlainTrackability(gradX, gradY, x, y, hw, hh)});
