@@ -18,7 +18,7 @@
 #include <cstring>
 #include <utility>
 
-#include "KLT/KLTRowKernels.h"
+#include "KLT/KLTKernels.h"
 #include "image/RecycledArray.h"
 
 namespace DP {
@@ -49,7 +49,7 @@ public:
           mPixels(3 * static_cast<std::size_t>(inHeight) * static_cast<std::size_t>(mCols)) {}
 
     // Makes the rows up to, and without, `inEndY`.
-    void Reach(const KLTRowKernels& inKernels, int inEndY) {
+    void Reach(const KLTKernels& inKernels, int inEndY) {
         for (mEndY = std::max(mEndY, inEndY - mHeight); mEndY < inEndY; ++mEndY)
             inKernels.mProducts(mGradX.GetData() + mEndY * mCols,
                                 mGradY.GetData() + mEndY * mCols, mCols, Row(0, mEndY),
@@ -72,7 +72,7 @@ private:
 constexpr int kRowsAtOnce = 4;
 
 // Values of one row to points: all of them, or those in steps.
-SelectionPoint* WritePoints(const KLTRowKernels& inKernels, const float* inValues,
+SelectionPoint* WritePoints(const KLTKernels& inKernels, const float* inValues,
                             const SelectionBounds& inBounds, std::int64_t inY, int inCols,
                             void (*inReportTooLarge)(), SelectionPoint* outPoints) {
     const long count = inBounds.mEndX - inBounds.mFirstX;
@@ -100,7 +100,7 @@ std::size_t CollectPoints(const IP::Image<float>& inGradX, const IP::Image<float
                           int inWindowHeight, void (*inReportTooLarge)(),
                           SelectionPoint* outPoints) {
     if (inBounds.mFirstX >= inBounds.mEndX || inBounds.mFirstY >= inBounds.mEndY) return 0;
-    const KLTRowKernels& kernels = GetKLTRowKernels();
+    const KLTKernels& kernels = GetKLTKernels();
     const bool isDense = inBounds.mStep == 1;
     const int rowsAtOnce = isDense ? kRowsAtOnce : 1;
     const long count = inBounds.mEndX - inBounds.mFirstX;

@@ -16,6 +16,7 @@
 #include <cmath>
 #include <cstdio>
 
+#include "KLT/KLTKernels.h"
 #include "TVK/ContractCheck.h"
 
 namespace DP {
@@ -191,6 +192,101 @@ float SumAbsFloatWindow(FloatWindowPtr inWindow) {
 
 // ---- The search ----------------------------------------------------------------------
 
+namespace {
+
+// Image and gradients of one level of a frame.
+struct LevelImages {
+    const FloatImage& mImage;
+    const FloatImage& mGradX;
+    const FloatImage& mGradY;
+
+    KLTPlanes Planes() const {
+        return {{mImage->GetData(), mGradX->GetData(), mGradY->GetData()},
+                mImage->GetColumns(),
+                mImage->GetRows()};
+    }
+};
+
+// The windows of one search. A small window is sampled a row at a time, that of image 1 only
+// once; one that is large, or lies so that this cannot be, goes through the windows above.
+// Both ways give the same bits.
+class SearchWindows {
+public:
+    SearchWindows(const LevelImages& inFirst, const LevelImages& inSecond, float inX1,
+                  float inY1, int inWidth, int inHeight, bool inLightingInsensitive)
+        : mFirst(inFirst),
+          mSecond(inSecond),
+          mX1(inX1),
+          mY1(inY1),
+          mWidth(inWidth),
+          mHeight(inHeight),
+          mLighting(inLightingInsensitive) {}
+
+    // Both windows lie inside their images.
+    KLTSystemSums ComputeSums(float inX2, float inY2) {
+        if (Sample(3, inX2, inY2))
+            return mKernels.mSumWindows(mSamples1, mSamples2, mWidth, mHeight);
+        KLTSystemSums sums{};
+        ComputeDifference(inX2, inY2);
+        if (mLighting)
+            ComputeGradientSumLightingInsensitive(mFirst.mGradX, mFirst.mGradY, mSecond.mGradX,
+                                                  mSecond.mGradY, mFirst.mImage, mSecond.mImage,
+                                                  mX1, mY1, inX2, inY2, Window(1), Window(2));
+        else
+            ComputeGradientSum(mFirst.mGradX, mFirst.mGradY, mSecond.mGradX, mSecond.mGradY,
+                               mX1, mY1, inX2, inY2, Window(1), Window(2));
+        Compute2by2GradientMatrix(Window(1), Window(2), sums.mGxx, sums.mGxy, sums.mGyy);
+        Compute2by1ErrorVector(Window(0), Window(1), Window(2), 1.0f, sums.mEx, sums.mEy);
+        return sums;
+    }
+
+    float ComputeResidue(float inX2, float inY2) {
+        const float area = static_cast<float>(Area(mWidth, mHeight));
+        if (Sample(1, inX2, inY2))
+            return mKernels.mSumAbsDifference(mSamples1, mSamples2, mWidth, mHeight) / area;
+        ComputeDifference(inX2, inY2);
+        return SumAbsFloatWindow(Window(0)) / area;
+    }
+
+private:
+    bool Sample(int inPlaneCount, float inX2, float inY2) {
+        if (mLighting) return false;
+        if (!mTriedFirst) {
+            mTriedFirst = true;
+            mHasFirst = mKernels.mSampleWindow(mFirst.Planes(), 3, mX1, mY1, mWidth, mHeight,
+                                               &mSamples1);
+        }
+        return mHasFirst && mKernels.mSampleWindow(mSecond.Planes(), inPlaneCount, inX2, inY2,
+                                                   mWidth, mHeight, &mSamples2);
+    }
+
+    void ComputeDifference(float inX2, float inY2) {
+        (mLighting ? ComputeIntensityDifferenceLightingInsensitive
+                   : ComputeIntensityDifference)(mFirst.mImage, mSecond.mImage, mX1, mY1, inX2,
+                                                 inY2, Window(0));
+    }
+
+    const FloatWindowPtr& Window(int inWhich) {
+        if (mWindows[inWhich] == NULL)
+            mWindows[inWhich] = TVK::MakeObject<FloatWindow>(mWidth, mHeight);
+        return mWindows[inWhich];
+    }
+
+    const KLTKernels& mKernels = GetKLTKernels();
+    LevelImages mFirst;
+    LevelImages mSecond;
+    float mX1, mY1;
+    int mWidth, mHeight;
+    bool mLighting;
+    bool mTriedFirst = false;
+    bool mHasFirst = false;
+    FloatWindowPtr mWindows[3];  // difference, x and y
+    KLTSamples mSamples1;
+    KLTSamples mSamples2;
+};
+
+}  // namespace
+
 std::int32_t TrackFeature(float inX1, float inY1, float& ioX2, float& ioY2,
                           const FloatImage& inImage1, const FloatImage& inGradX1,
                           const FloatImage& inGradY1, const FloatImage& inImage2,
@@ -204,44 +300,23 @@ std::int32_t TrackFeature(float inX1, float inY1, float& ioX2, float& ioY2,
     // The same size but for pyramids kept from a frame of another one.
     const int cols2 = std::min(cols, inImage2->GetColumns());
     const int rows2 = std::min(rows, inImage2->GetRows());
-    const auto firstIsOutside = [&] {
-        return WindowIsOutside(inX1, halfWidth, cols) ||
-               WindowIsOutside(inY1, halfHeight, rows);
-    };
     const auto secondIsOutside = [&] {
         return WindowIsOutside(ioX2, halfWidth, cols2) ||
                WindowIsOutside(ioY2, halfHeight, rows2);
     };
-    const auto makeWindow = [&] {
-        return TVK::MakeObject<FloatWindow>(inWidth, inHeight);
-    };
-    const FloatWindowPtr difference = makeWindow(), gradx = makeWindow(), grady = makeWindow();
-    const auto computeDifference = [&] {
-        (inLightingInsensitive ? ComputeIntensityDifferenceLightingInsensitive
-                               : ComputeIntensityDifference)(inImage1, inImage2, inX1, inY1,
-                                                             ioX2, ioY2, difference);
-    };
-    const auto computeGradients = [&] {
-        if (inLightingInsensitive)
-            ComputeGradientSumLightingInsensitive(inGradX1, inGradY1, inGradX2, inGradY2,
-                                                  inImage1, inImage2, inX1, inY1, ioX2, ioY2,
-                                                  gradx, grady);
-        else
-            ComputeGradientSum(inGradX1, inGradY1, inGradX2, inGradY2, inX1, inY1, ioX2, ioY2,
-                               gradx, grady);
-    };
+    if (WindowIsOutside(inX1, halfWidth, cols) || WindowIsOutside(inY1, halfHeight, rows))
+        return kKLTOutOfBounds;
 
+    SearchWindows windows({inImage1, inGradX1, inGradY1}, {inImage2, inGradX2, inGradY2}, inX1,
+                          inY1, inWidth, inHeight, inLightingInsensitive);
     int iteration = 0;
     float dx = 0.0f, dy = 0.0f;
     bool isSingular = false;
     do {
-        if (firstIsOutside() || secondIsOutside()) return kKLTOutOfBounds;
-        computeDifference();
-        computeGradients();
-        float gxx, gxy, gyy, ex, ey;
-        Compute2by2GradientMatrix(gradx, grady, gxx, gxy, gyy);
-        Compute2by1ErrorVector(difference, gradx, grady, inStepFactor, ex, ey);
-        isSingular = SolveEquation(gxx, gxy, gyy, ex, ey, inSmall, dx, dy) == kKLTSmallDet;
+        if (secondIsOutside()) return kKLTOutOfBounds;
+        const KLTSystemSums sums = windows.ComputeSums(ioX2, ioY2);
+        isSingular = SolveEquation(sums.mGxx, sums.mGxy, sums.mGyy, sums.mEx * inStepFactor,
+                                   sums.mEy * inStepFactor, inSmall, dx, dy) == kKLTSmallDet;
         if (isSingular) break;
         ioX2 += dx;
         ioY2 += dy;
@@ -251,9 +326,7 @@ std::int32_t TrackFeature(float inX1, float inY1, float& ioX2, float& ioY2,
 
     if (secondIsOutside()) return kKLTOutOfBounds;  // comes before the singular system
     if (isSingular) return kKLTSmallDet;
-    computeDifference();
-    const float area = static_cast<float>(Area(inWidth, inHeight));
-    if (SumAbsFloatWindow(difference) / area > inMaxResidue) return kKLTLargeResidue;
+    if (windows.ComputeResidue(ioX2, ioY2) > inMaxResidue) return kKLTLargeResidue;
     return iteration < inMaxIterations ? kKLTTracked : kKLTMaxIterations;
 }
 

@@ -1,0 +1,37 @@
+#include "KLT/KLTKernels.h"
+
+#define DP_LANES 4
+#include "KLT/KLTKernels.inc"
+
+namespace DP {
+namespace {
+
+constexpr KLTKernels kPortable{"portable",   Products,   Trackability,    MakePoints,
+                               SampleWindow, SumWindows, SumAbsDifference};
+
+}  // namespace
+
+#ifdef DP_HAVE_AVX2
+extern const KLTKernels kKLTKernelsAVX2;
+#endif
+
+const KLTKernels* const* GetKLTKernelTargets(int& outCount) {
+    static const KLTKernels* sTargets[] = {&kPortable, nullptr};
+    static const int sCount = [] {
+        int count = 1;
+#ifdef DP_HAVE_AVX2
+        if (__builtin_cpu_supports("avx2")) sTargets[count++] = &kKLTKernelsAVX2;
+#endif
+        return count;
+    }();
+    outCount = sCount;
+    return sTargets;
+}
+
+const KLTKernels& GetKLTKernels() {
+    int count = 0;
+    const KLTKernels* const* const targets = GetKLTKernelTargets(count);
+    return *targets[count - 1];
+}
+
+}  // namespace DP

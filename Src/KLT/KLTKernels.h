@@ -1,0 +1,74 @@
+// The inner loops of selection and tracking, in one form per instruction set.
+//
+// All forms are compiled from one text (KLTKernels.inc) and give the same bits. Nothing
+// here is a header with inline functions, since files with flags of their own include it.
+
+#pragma once
+
+namespace DP {
+
+/// One level of a frame: the image, its derivatives along x and y, of one size.
+struct KLTPlanes {
+    const float* mPlanes[3];
+    long mCols;
+    long mRows;
+};
+
+/// The values of a small window in up to three planes. Eight floats a row, of which as many
+/// as the window is wide are in use.
+struct KLTSamples {
+    static const int kMostColumns = 8;
+    static const int kMostRows = 16;
+
+    float mPlanes[3][kMostRows * kMostColumns];
+};
+
+/// The sums of a search's 2 by 2 system, of which d is the difference of the images and
+/// (gx, gy) the sum of the gradients: gx gx, gx gy, gy gy, d gx, d gy.
+struct KLTSystemSums {
+    float mGxx, mGxy, mGyy, mEx, mEy;
+};
+
+struct KLTKernels {
+    const char* mName;
+
+    /// The squares and the product of the gradients, pixel by pixel.
+    void (*mProducts)(const float* inGradX, const float* inGradY, long inCount, float* outXX,
+                      float* outXY, float* outYY);
+
+    /// Trackability of `inCount` neighbouring windows in each of `inOutRows` neighbouring
+    /// rows. Each pointer leads to the upper left pixel of the first window of a row; there
+    /// are `inHeight + inOutRows - 1` of each kind. A window's sums run row by row, from
+    /// left to right.
+    void (*mTrackability)(const float* const* inXX, const float* const* inXY,
+                          const float* const* inYY, int inWidth, int inHeight, int inOutRows,
+                          long inCount, float* const* outRows);
+
+    /// Pairs of a value without its fraction and an index that counts up. What no 32-bit
+    /// integer can hold becomes -2^31.
+    void (*mMakePoints)(const float* inValues, long inCount, unsigned inFirstIndex,
+                        int* outPairs);
+
+    /// Bilinear values of a window around (`inX`, `inY`), which lies inside, in the first
+    /// `inPlaneCount` planes. Returns false, and writes nothing of use, where it cannot:
+    /// where rounding breaks the columns' step of one pixel, or where it would read behind a
+    /// row's end.
+    bool (*mSampleWindow)(const KLTPlanes& inPlanes, int inPlaneCount, float inX, float inY,
+                          int inWidth, int inHeight, KLTSamples* outSamples);
+
+    /// Row by row, one accumulator each.
+    KLTSystemSums (*mSumWindows)(const KLTSamples& inFirst, const KLTSamples& inSecond,
+                                 int inWidth, int inHeight);
+
+    /// The sum of the absolute differences of the images.
+    float (*mSumAbsDifference)(const KLTSamples& inFirst, const KLTSamples& inSecond,
+                               int inWidth, int inHeight);
+};
+
+/// The forms that this machine can run, the portable one first, the best last.
+const KLTKernels* const* GetKLTKernelTargets(int& outCount);
+
+/// The best one, chosen on first use.
+const KLTKernels& GetKLTKernels();
+
+}  // namespace DP
