@@ -73,7 +73,7 @@ MaxFlowSolver::MaxFlowSolver(FlowGraph& inGraph, unsigned int inSource, unsigned
       mNodeCount(inGraph.mNodeCount),
       mActive(NodeCellPool::Instance()),
       mSegments(&ioSegments),
-      mParents(mNodeCount, mNoParent),
+      mParents(mNodeCount, nullptr),
       mOrphans(NodeCellPool::Instance()),
       mChildOrphans(NodeCellPool::Instance()),
       mDistances(mNodeCount, Distance{0, 0}) {

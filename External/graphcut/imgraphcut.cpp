@@ -483,6 +483,10 @@ TiledImageGraph::TiledImageGraph(const GraphRect& inBounds, const GraphRect& inT
     mTileGraphs = mShared->mTileGraphs.get();
 }
 
+TiledImageGraph::TiledImageGraph(const TiledImageGraph& inOther) = default;
+TiledImageGraph& TiledImageGraph::operator=(const TiledImageGraph& inOther) = default;
+TiledImageGraph::~TiledImageGraph() = default;
+
 void TiledImageGraph::ActivateTile(int inIndex) {
     if (inIndex < 0 || inIndex >= mGrid.mTileCount) return;
     const TileRecord& tile = mGrid.mTiles[static_cast<std::size_t>(inIndex)];

@@ -259,6 +259,9 @@ public:
     /// Tiles of the height and width of a rectangle.
     TiledImageGraph(const GraphRect& inBounds, const GraphRect& inTileBounds,
                     unsigned short inNeighborhood);
+    TiledImageGraph(const TiledImageGraph& inOther);
+    TiledImageGraph& operator=(const TiledImageGraph& inOther);
+    ~TiledImageGraph();
 
     /// Gives a tile its node image. An index without a tile, or a tile that is active, is
     /// no error and does nothing.

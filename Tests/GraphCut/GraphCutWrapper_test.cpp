@@ -1,0 +1,291 @@
+// Strokes to a label image: new frames, further strokes, and what breaks the contract.
+
+#include "GraphCut/GraphCutWrapper.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+#include <vector>
+
+#include "PlainTwins.h"
+#include "Scene.h"
+#include "Support/Reports.h"
+#include "quillet/Error.h"
+
+namespace {
+
+using DP::GraphCutWrapper;
+using Testing::ByteImage;
+using Testing::FlatImage;
+using Testing::ImageOf;
+using Testing::PaintDab;
+using Testing::PixelsOf;
+using Testing::RecordedReports;
+using Testing::Scene;
+
+ByteImage FirstCut(GraphCutWrapper& ioWrapper, const Scene& inScene, ByteImage inForeground,
+                   ByteImage inBackground) {
+    return ioWrapper.ComputeLabelImage(inScene.mPixels.data(), inScene.mRowBytes, inForeground,
+                                       inBackground, {});
+}
+
+// ---- New frames ----------------------------------------------------------------------
+
+TEST(GraphCutWrapper, FindsTheForegroundOfASceneFromADabAndFourCorners) {
+    const Scene scene(160, 120);
+    GraphCutWrapper wrapper;
+    const auto labels =
+        FirstCut(wrapper, scene, scene.ForegroundStrokes(), scene.BackgroundStrokes());
+    EXPECT_GT(scene.Agreement(labels), 0.97);
+    for (const unsigned char label : PixelsOf(labels))
+        EXPECT_TRUE(label == 0 || label == 255);
+}
+
+TEST(GraphCutWrapper, WithoutStrokesThereIsNoForeground) {
+    const Scene scene(40, 30);
+    GraphCutWrapper wrapper;
+    const auto none = FlatImage(40, 30, 0);
+    EXPECT_EQ(PixelsOf(FirstCut(wrapper, scene, none, none)),
+              std::vector<unsigned char>(1200, 0));
+}
+
+TEST(GraphCutWrapper, FrameOfOnePixelIsItsStroke) {
+    const Scene scene(1, 1);
+    GraphCutWrapper wrapper;
+    EXPECT_EQ(PixelsOf(FirstCut(wrapper, scene, FlatImage(1, 1, 255), FlatImage(1, 1, 0))),
+              std::vector<unsigned char>{255});
+    EXPECT_EQ(PixelsOf(FirstCut(wrapper, scene, FlatImage(1, 1, 128), FlatImage(1, 1, 0))),
+              std::vector<unsigned char>{0});
+    EXPECT_EQ(PixelsOf(FirstCut(wrapper, scene, FlatImage(1, 1, 129), FlatImage(1, 1, 255))),
+              std::vector<unsigned char>{255});
+}
+
+TEST(GraphCutWrapper, RowsAndColumnsOfOnePixelAreCut) {
+    for (const auto& size : {std::pair{1, 50}, {50, 1}, {2, 3}}) {
+        const Scene scene(size.first, size.second);
+        GraphCutWrapper wrapper;
+        const auto labels = FirstCut(wrapper, scene, FlatImage(size.first, size.second, 255),
+                                     FlatImage(size.first, size.second, 0));
+        EXPECT_EQ(PixelsOf(labels),
+                  std::vector<unsigned char>(std::size_t(size.first * size.second), 255));
+    }
+}
+
+// The samples are bytes 0, 2 and 4 of a pixel, byte 4 being that of the right neighbour, and
+// at the end of the frame the byte behind it.
+TEST(GraphCutWrapper, ByteBehindTheLastPixelIsItsRed) {
+    Scene scene(2, 1);
+    std::fill(scene.mPixels.begin(), scene.mPixels.end(), 10);
+    GraphCutWrapper wrapper;
+    const auto none = FlatImage(2, 1, 0);
+    FirstCut(wrapper, scene, none, none);
+    EXPECT_EQ(wrapper.GetImageGraph()->mRegionCount, 1u);
+    scene.mPixels.back() = 200;
+    FirstCut(wrapper, scene, none, none);
+    EXPECT_EQ(wrapper.GetImageGraph()->mRegionCount, 2u);
+}
+
+TEST(GraphCutWrapper, RowsMayBeLongerThanTheirPixels) {
+    const Scene scene(33, 21);
+    std::vector<unsigned char> padded;
+    for (int y = 0; y < 21; ++y) {
+        const auto row = scene.mPixels.begin() + y * 33 * 4;
+        padded.insert(padded.end(), row, row + 33 * 4 + 1);  // with the next row's first byte
+        padded.insert(padded.end(), 6, 77);
+    }
+    GraphCutWrapper plain, withPadding;
+    const auto foreground = scene.ForegroundStrokes(), background = scene.BackgroundStrokes();
+    EXPECT_EQ(PixelsOf(FirstCut(plain, scene, foreground, background)),
+              PixelsOf(withPadding.ComputeLabelImage(padded.data(), 33 * 4 + 7, foreground,
+                                                     background, {})));
+}
+
+// ---- The whole way, literally --------------------------------------------------------
+
+TEST(GraphCutWrapper, FirstCutAndFurtherStrokesHaveTheLabelsOfTheLiteralForm) {
+    const Scene scene(97, 71, 5);
+    Testing::Picture<unsigned char> picture{97, 71, 97, {}};
+    picture.mPlanes.assign(3, std::vector<unsigned char>(97 * 71));
+    for (std::size_t i = 0; i < 97 * 71; ++i)
+        for (std::size_t plane = 0; plane < 3; ++plane)
+            picture.mPlanes[plane][i] = scene.mPixels[4 * i + 4 - 2 * plane];
+
+    ImageGraph plain;
+    plain.Initialize({0, 0, 71, 97}, nullptr, 8, nullptr, 0, 1);
+    const auto regions = Testing::PlainSegment(picture, 10.0f / 255.0f, 5);
+    plain.mRegionMode = true;
+    plain.mMaxRegionPixels = 121;
+    for (std::size_t i = 0; i < regions.size(); ++i) {
+        plain.mNodeImage[i] = regions[i];
+        if (regions[i] == plain.mFlowGraph->mNodeCount)
+            plain.mFlowGraph->AddNodeWithTerminals(0, 1);
+    }
+    plain.mPixelSourceEnergies.assign(regions.size(), 0);
+    plain.mPixelSinkEnergies.assign(regions.size(), 0);
+    Testing::PlainNeighborEnergies(plain, picture, 500, double{16.0f / 255.0f}, 0.5, true);
+
+    GraphCutWrapper wrapper;
+    auto foreground = scene.ForegroundStrokes(), background = scene.BackgroundStrokes();
+    ByteImage labels;
+    for (int stroke = 0; stroke < 8; ++stroke) {
+        SCOPED_TRACE(stroke);
+        labels = wrapper.ComputeLabelImage(scene.mPixels.data(), scene.mRowBytes, foreground,
+                                           background, labels);
+        Testing::PlainTerminalEnergies(plain, PixelsOf(foreground), PixelsOf(background), 0.5,
+                                       128, stroke > 0);
+        RunMaxFlow(*plain.mFlowGraph, 0, 1, *plain.mSegments, -1.0, nullptr);
+        for (std::size_t i = 0; i < regions.size(); ++i)
+            ASSERT_EQ(labels->GetData()[i], (*plain.mSegments)[regions[i]] == 1 ? 255 : 0);
+        Testing::ExpectSameGraph(*wrapper.GetImageGraph()->mFlowGraph, *plain.mFlowGraph);
+        foreground = FlatImage(97, 71, 0);
+        background = FlatImage(97, 71, 0);
+        PaintDab(stroke % 2 ? foreground : background, (stroke * 37) % 97, (stroke * 23) % 71,
+                 6);
+    }
+}
+
+// ---- Further strokes -----------------------------------------------------------------
+
+struct KeptFrame : testing::Test {
+    KeptFrame() {
+        mLabels =
+            FirstCut(mWrapper, mScene, mScene.ForegroundStrokes(), mScene.BackgroundStrokes());
+    }
+    ByteImage Stroke(ByteImage inForeground, ByteImage inBackground) {
+        return mWrapper.ComputeLabelImage(nullptr, 0, inForeground, inBackground, mLabels);
+    }
+    ByteImage None() const { return FlatImage(80, 60, 0); }
+    static unsigned char At(const ByteImage& inImage, int inX, int inY) {
+        return inImage->GetData()[inY * 80 + inX];
+    }
+
+    Scene mScene{80, 60};
+    GraphCutWrapper mWrapper;
+    ByteImage mLabels;
+};
+
+TEST_F(KeptFrame, StrokeOfNothingGivesTheSameLabels) {
+    const auto before = PixelsOf(mLabels);
+    EXPECT_EQ(PixelsOf(Stroke(None(), None())), before);
+    EXPECT_EQ(PixelsOf(mLabels), before);
+}
+
+TEST_F(KeptFrame, StrokeMovesTheGroundUnderItAndEarlierStrokesStayInForce) {
+    const auto background = None();
+    PaintDab(background, 40, 30, 20);
+    EXPECT_EQ(At(mLabels, 40, 40), 255);
+    const auto shrunk = Stroke(None(), background);
+    EXPECT_EQ(At(shrunk, 40, 40), 0);
+    const auto foreground = None();
+    PaintDab(foreground, 10, 50, 3);
+    mLabels = shrunk;
+    const auto grown = Stroke(foreground, None());
+    EXPECT_EQ(At(grown, 10, 50), 255);
+    EXPECT_EQ(At(grown, 40, 40), 0) << "the earlier stroke";
+}
+
+TEST_F(KeptFrame, OnlyFullForegroundReachesTheCallersLabelsAndAbove128TheCut) {
+    ASSERT_EQ(At(mLabels, 10, 50), 0);
+    const auto foreground = None();
+    PaintDab(foreground, 10, 50, 3, 200);
+    EXPECT_EQ(At(Stroke(foreground, None()), 10, 50), 255);
+    EXPECT_EQ(At(mLabels, 10, 50), 0);
+    PaintDab(foreground, 10, 50, 3, 254);
+    Stroke(foreground, None());
+    EXPECT_EQ(At(mLabels, 10, 50), 0);
+    PaintDab(foreground, 10, 50, 3, 255);
+    Stroke(foreground, None());
+    EXPECT_EQ(At(mLabels, 10, 50), 255);
+}
+
+TEST_F(KeptFrame, FrameIsNotReadAgain) {
+    const auto before = PixelsOf(mLabels);
+    std::fill(mScene.mPixels.begin(), mScene.mPixels.end(), 0);
+    EXPECT_EQ(
+        PixelsOf(mWrapper.ComputeLabelImage(mScene.mPixels.data(), 1, None(), None(), mLabels)),
+        before);
+}
+
+TEST_F(KeptFrame, NewFrameForgetsTheStrokesOfTheOld) {
+    EXPECT_EQ(PixelsOf(FirstCut(mWrapper, mScene, None(), None())),
+              std::vector<unsigned char>(80 * 60, 0));
+}
+
+TEST_F(KeptFrame, BuildingAgainKeepsTheGraph) {
+    const ImageGraph* const graph = mWrapper.GetImageGraph();
+    mWrapper.BuildImageGraph(mScene.mPixels.data(), {0, 0, 20, 20}, 80);
+    EXPECT_EQ(mWrapper.GetImageGraph(), graph);
+    EXPECT_EQ(graph->mColumns, 80);
+}
+
+// ---- Broken contracts ----------------------------------------------------------------
+
+struct BrokenContracts : KeptFrame {
+    template <class Call>
+    void ExpectReport(const char* inText, Call inCall) {
+        const RecordedReports reports;
+        const ImageGraph* const graph = mWrapper.GetImageGraph();
+        const auto before = PixelsOf(mLabels);
+        EXPECT_ANY_THROW(inCall());
+        ASSERT_EQ(reports.Contracts().size(), 1u);
+        EXPECT_EQ(reports.Contracts()[0].mText, inText);
+        EXPECT_EQ(reports.Contracts()[0].mFile, "Src/GraphCut/GraphCutWrapper.cpp");
+        EXPECT_EQ(mWrapper.GetImageGraph(), graph);
+        EXPECT_EQ(PixelsOf(mLabels), before);
+    }
+    ByteImage Full() const { return FlatImage(80, 60, 255); }
+};
+
+TEST_F(BrokenContracts, StrokesOfDifferentSizes) {
+    ExpectReport(
+        "(inForegroundStrokeImage->GetColumns() == inBackgroundStrokeImage->GetColumns()) && "
+        "(inForegroundStrokeImage->GetRows() == inBackgroundStrokeImage->GetRows())",
+        [&] { Stroke(Full(), FlatImage(80, 59, 0)); });
+}
+
+TEST_F(BrokenContracts, LabelsOfAnotherSize) {
+    ExpectReport(
+        "inCurrentLabelImage == NULL || ((inCurrentLabelImage != NULL && "
+        "(inForegroundStrokeImage->GetColumns() == inCurrentLabelImage->GetColumns()) && "
+        "(inForegroundStrokeImage->GetRows() == inCurrentLabelImage->GetRows())))",
+        [&] { Stroke(FlatImage(70, 60, 255), FlatImage(70, 60, 0)); });
+}
+
+TEST_F(BrokenContracts, NullImages) {
+    ExpectReport("inForegroundStrokeImage != NULL", [&] { Stroke({}, Full()); });
+    ExpectReport("inBackgroundStrokeImage != NULL", [&] { Stroke(Full(), {}); });
+    ExpectReport("inRGBImage != NULL",
+                 [&] { mWrapper.ComputeLabelImage(nullptr, 4, Full(), Full(), {}); });
+}
+
+TEST_F(BrokenContracts, FramesWithoutPixels) {
+    for (const auto& size : {std::pair{0, 0}, {0, 5}, {5, 0}})
+        ExpectReport("inRGBImageBounds.Height() > 0 && inRGBImageBounds.Width() > 0", [&] {
+            const auto empty =
+                TVK::MakeObject<IP::Image<unsigned char>>(size.first, size.second);
+            mWrapper.ComputeLabelImage(mScene.mPixels.data(), 4, empty, empty, {});
+        });
+}
+
+TEST_F(BrokenContracts, StrokeOfAnotherSizeThanTheKeptFrame) {
+    ExpectReport("KeepsFrame(columns, rows)", [&] {
+        mWrapper.ComputeLabelImage(nullptr, 0, FlatImage(40, 60, 255), FlatImage(40, 60, 0),
+                                   FlatImage(40, 60, 0));
+    });
+}
+
+TEST_F(BrokenContracts, StrokeWithoutAFrame) {
+    GraphCutWrapper wrapper;
+    const RecordedReports reports;
+    EXPECT_ANY_THROW(wrapper.ComputeLabelImage(nullptr, 0, Full(), Full(), mLabels));
+    EXPECT_EQ(reports.Contracts().size(), 1u);
+}
+
+TEST_F(BrokenContracts, MergeOfDifferentSizes) {
+    ExpectReport(
+        "inForegroundImage->GetRows() == ioLabelImage->GetRows() && "
+        "inForegroundImage->GetColumns() == ioLabelImage->GetColumns()",
+        [&] { mWrapper.MergeForegroundIntoLabel(FlatImage(4, 60, 255), mLabels); });
+}
+
+}  // namespace

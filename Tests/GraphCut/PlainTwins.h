@@ -1,0 +1,228 @@
+// What the image graph and the segmentation do, written out literally: walks of arc lists,
+// the formula for each pair, a pixel at a time. The library's faster ways are compared with
+// these by bits.
+
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <bit>
+#include <cmath>
+#include <cstdint>
+#include <limits>
+#include <utility>
+#include <vector>
+
+#include "External/graphcut/imgraphcut.h"
+
+namespace Testing {
+
+/// A picture of up to four planes, its rows `mStride` samples apart.
+template <class T>
+struct Picture {
+    int mColumns = 0;
+    int mRows = 0;
+    int mStride = 0;
+    std::vector<std::vector<T>> mPlanes;
+
+    /// Null where there is no such plane.
+    const void* Plane(std::size_t inIndex) const {
+        const void* planes[4] = {};
+        std::size_t count = 0;
+        for (const auto& plane : mPlanes)
+            planes[count++ % 4] = plane.data();
+        return planes[inIndex];
+    }
+    int PlaneCount() const { return int(mPlanes.size()); }
+    static constexpr int BitDepth() { return int(sizeof(T)) * 8; }
+    std::size_t At(int inX, int inY) const {
+        return std::size_t(inY) * std::size_t(mStride) + std::size_t(inX);
+    }
+};
+
+inline double FullScale(int inBitDepth) {
+    return inBitDepth == 8 ? 255 : inBitDepth == 16 ? 32768 : 1;
+}
+
+// ---- Regions -------------------------------------------------------------------------
+
+/// Each region as what can be reached from its seed, by a search without spans.
+template <class T>
+std::vector<unsigned int> PlainSegment(const Picture<T>& inPicture, float inTolerance,
+                                       int inRadius) {
+    const float scaled = inTolerance * float(FullScale(inPicture.BitDepth()));
+    const float limit = scaled * scaled * float(inPicture.PlaneCount());
+    const int columns = inPicture.mColumns, rows = inPicture.mRows;
+    std::vector<unsigned int> labels(std::size_t(columns * rows), 0);
+    unsigned int region = 2;
+    for (int seedY = 0; seedY < rows; ++seedY)
+        for (int seedX = 0; seedX < columns; ++seedX) {
+            if (labels[std::size_t(seedY * columns + seedX)] != 0) continue;
+            std::vector<std::pair<int, int>> open{{seedX, seedY}};
+            while (!open.empty()) {
+                const auto [x, y] = open.back();
+                open.pop_back();
+                if (x < 0 || y < 0 || x >= columns || y >= rows) continue;
+                unsigned int& label = labels[std::size_t(y * columns + x)];
+                const int dx = x - seedX, dy = y - seedY;
+                if (label != 0 || dx * dx + dy * dy > inRadius * inRadius) continue;
+                float sum = 0;
+                for (const auto& plane : inPicture.mPlanes) {
+                    const float difference = float(plane[inPicture.At(x, y)]) -
+                                             float(plane[inPicture.At(seedX, seedY)]);
+                    sum += difference * difference;
+                }
+                if (!(limit >= sum)) continue;
+                label = region;
+                open.insert(open.end(), {{x - 1, y}, {x + 1, y}, {x, y - 1}, {x, y + 1}});
+            }
+            ++region;
+        }
+    return labels;
+}
+
+// ---- Links ---------------------------------------------------------------------------
+
+inline FlowArc* PlainFind(const FlowGraph& inGraph, unsigned int inFrom, unsigned int inTo) {
+    FlowArc* arc = inGraph.mFirstArcs[inFrom];
+    while (arc && arc->mHead != inTo)
+        arc = arc->mNext;
+    return arc;
+}
+
+struct PlainOffset {
+    int mX, mY;
+    double mWeight;
+};
+
+inline std::vector<PlainOffset> PlainOffsets(int inNeighborhood) {
+    const double diagonal = 1 / std::sqrt(2.0), knight = 1 / std::sqrt(5.0);
+    if (inNeighborhood == 4) return {{-1, 0, 1}, {0, -1, 1}};
+    std::vector<PlainOffset> offsets{
+        {-1, 0, 1}, {-1, -1, diagonal}, {0, -1, 1}, {1, -1, diagonal}};
+    if (inNeighborhood == 20)
+        offsets.insert(offsets.end(), {{-2, 0, 0.5},
+                                       {-2, -1, knight},
+                                       {-1, -2, knight},
+                                       {0, -2, 0.5},
+                                       {1, -2, knight},
+                                       {2, -1, knight}});
+    return offsets;
+}
+
+template <class T>
+float PlainEnergy(const Picture<T>& inPicture, int inX, int inY, const PlainOffset& inOffset,
+                  double inScale, double inSigma, double inExponent) {
+    const double c = inSigma * FullScale(inPicture.BitDepth());
+    const double q = c > 0 ? 1.5 / inPicture.PlaneCount() / (c * c) : 1.0;
+    double sum = 0;
+    for (const auto& plane : inPicture.mPlanes) {
+        const double difference =
+            double(plane[inPicture.At(inX, inY)]) -
+            double(plane[inPicture.At(inX + inOffset.mX, inY + inOffset.mY)]);
+        sum += difference * difference;
+    }
+    return float(std::exp(-std::pow(sum * q, inExponent)) * inScale * inOffset.mWeight);
+}
+
+/// `SetNeighborEnergies` over the whole of a graph that has the picture's size.
+template <class T>
+void PlainNeighborEnergies(ImageGraph& ioGraph, const Picture<T>& inPicture, double inScale,
+                           double inSigma, double inExponent, bool inBuildLinks) {
+    FlowGraph& graph = *ioGraph.mFlowGraph;
+    const int columns = ioGraph.mColumns, rows = ioGraph.mRows;
+    const auto offsets = PlainOffsets(ioGraph.mNeighborhood);
+    for (int y = 0; y < rows; ++y)
+        for (int x = 0; x < columns; ++x)
+            for (const PlainOffset& offset : offsets) {
+                const int nx = x + offset.mX, ny = y + offset.mY;
+                if (nx < 0 || nx >= columns || ny < 0) continue;
+                const unsigned int u = ioGraph.mNodeImage[std::size_t(y * columns + x)];
+                const unsigned int v = ioGraph.mNodeImage[std::size_t(ny * columns + nx)];
+                if (u == v) continue;
+                const float e =
+                    PlainEnergy(inPicture, x, y, offset, inScale, inSigma, inExponent);
+                FlowArc* const arc = PlainFind(graph, u, v);
+                if (inBuildLinks && (!ioGraph.mRegionMode || !arc)) {
+                    graph.AddLinkPair(u, v, e, e);
+                    continue;
+                }
+                const float there = ioGraph.mRegionMode && arc ? arc->mCapacity + e : e;
+                const float back =
+                    ioGraph.mRegionMode && arc ? arc->mReverse->mCapacity + e : e;
+                if (graph.IsDynamicAndSolved()) {
+                    graph.UpdateLinkCapacities(u, v, there, back, 0, 1);
+                } else if (arc) {
+                    arc->mCapacity = arc->mResidual = there;
+                    arc->mReverse->mCapacity = arc->mReverse->mResidual = back;
+                }
+            }
+}
+
+// ---- Terminals -----------------------------------------------------------------------
+
+/// A pixel's energies into its node, as the sum over the region or as they are.
+inline void PlainSetPixel(ImageGraph& ioGraph, std::size_t inPlace, float inSource,
+                          float inSink, bool inStrokeOnly) {
+    FlowGraph& graph = *ioGraph.mFlowGraph;
+    const unsigned int node = ioGraph.mNodeImage[inPlace];
+    float s = inSource, t = inSink;
+    if (ioGraph.mRegionMode) {
+        const float ds = s - ioGraph.mPixelSourceEnergies[inPlace];
+        const float dt = t - ioGraph.mPixelSinkEnergies[inPlace];
+        ioGraph.mPixelSourceEnergies[inPlace] = s;
+        ioGraph.mPixelSinkEnergies[inPlace] = t;
+        if (inStrokeOnly && ds == 0 && dt == 0) return;
+        const FlowArc* const toSource = PlainFind(graph, node, 0);
+        const FlowArc* const toSink = PlainFind(graph, node, 1);
+        s = (toSource ? toSource->mReverse->mCapacity : 0) + ds;
+        t = (toSink ? toSink->mCapacity : 0) + dt;
+        if (s < 0) s = 0;
+        if (t < 0) t = 0;
+    }
+    graph.SetTerminalCapacities(node, s, t, 0, 1);
+}
+
+/// Both terminal operations over a whole graph in strokes-only mode, bias to the source.
+inline void PlainTerminalEnergies(ImageGraph& ioGraph,
+                                  const std::vector<unsigned char>& inForeground,
+                                  const std::vector<unsigned char>& inBackground,
+                                  double inBiasWeight, unsigned char inThreshold,
+                                  bool inStrokesAlone) {
+    const float hard =
+        float(double(std::numeric_limits<float>::max()) / (ioGraph.mMaxRegionPixels * 2.0));
+    const float bias = float(inBiasWeight) * float(std::log(510.0));
+    for (std::size_t i = 0; i < inForeground.size(); ++i) {
+        if (inForeground[i] > inThreshold)
+            PlainSetPixel(ioGraph, i, 0, hard, inStrokesAlone);
+        else if (inBackground[i] > inThreshold)
+            PlainSetPixel(ioGraph, i, hard, 0, inStrokesAlone);
+        else if (!inStrokesAlone)
+            PlainSetPixel(ioGraph, i, bias, 0, false);
+    }
+}
+
+// ---- Comparison ----------------------------------------------------------------------
+
+/// Fails the running test unless both have the same lists in the same order with the same
+/// bits.
+inline void ExpectSameGraph(const FlowGraph& inLeft, const FlowGraph& inRight) {
+    ASSERT_EQ(inLeft.mNodeCount, inRight.mNodeCount);
+    const auto bits = [](float inValue) {
+        return std::bit_cast<std::uint32_t>(inValue);
+    };
+    for (unsigned int node = 0; node < inLeft.mNodeCount; ++node) {
+        const FlowArc* left = inLeft.mFirstArcs[node];
+        const FlowArc* right = inRight.mFirstArcs[node];
+        for (int at = 0; left && right; left = left->mNext, right = right->mNext, ++at) {
+            ASSERT_EQ(left->mTail, node);
+            ASSERT_EQ(left->mHead, right->mHead) << "arc " << at << " of node " << node;
+            ASSERT_EQ(bits(left->mCapacity), bits(right->mCapacity)) << node << ":" << at;
+            ASSERT_EQ(bits(left->mResidual), bits(right->mResidual)) << node << ":" << at;
+            ASSERT_EQ(left->mReverse->mReverse, left);
+        }
+        ASSERT_EQ(left == nullptr, right == nullptr) << "at node " << node;
+    }
+}
+
+}  // namespace Testing

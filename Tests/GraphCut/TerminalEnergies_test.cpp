@@ -1,0 +1,263 @@
+// Strokes, bias and fit into terminal capacities.
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <vector>
+
+#include "Pictures.h"
+#include "PlainTwins.h"
+
+namespace {
+
+using Testing::BuildRegions;
+using Testing::ExpectSameGraph;
+using Testing::MakePicture;
+using Testing::NoiseBytes;
+
+constexpr unsigned char kThreshold = 128;
+const float kLogOf510 = float(std::log(510.0));
+const float kBias = 0.5f * kLogOf510;
+const float kHardOfARegion = 1.4061254e36f;
+const float kHardOfAPixel = float(double(std::numeric_limits<float>::max()) / 2);
+
+void SetAll(ImageGraph& ioGraph, const std::vector<unsigned char>& inForeground,
+            const std::vector<unsigned char>& inBackground,
+            TerminalEnergyMode inMode = kTerminalEnergyStrokesOnly, bool inTowardSource = true,
+            const unsigned char* inFit = nullptr) {
+    const int columns = ioGraph.mColumns;
+    ioGraph.SetTerminalEnergies(nullptr, inFit, inForeground.data(), inBackground.data(), 0.5,
+                                inMode, inTowardSource, kThreshold, ioGraph.mRows, columns,
+                                ioGraph.mLeft, ioGraph.mTop, 0, columns, columns, columns);
+}
+
+void SetStrokes(ImageGraph& ioGraph, const std::vector<unsigned char>& inForeground,
+                const std::vector<unsigned char>& inBackground) {
+    ioGraph.SetStrokeEnergies(inForeground.data(), inBackground.data(), kThreshold,
+                              ioGraph.mRows, ioGraph.mColumns, ioGraph.mLeft, ioGraph.mTop,
+                              ioGraph.mColumns, ioGraph.mColumns);
+}
+
+float SourceOf(const ImageGraph& inGraph, unsigned int inNode) {
+    return inGraph.mFlowGraph->FindArc(0, inNode)->mCapacity;
+}
+float SinkOf(const ImageGraph& inGraph, unsigned int inNode) {
+    return inGraph.mFlowGraph->FindArc(inNode, 1)->mCapacity;
+}
+
+// A row of pixels, each a node of its own.
+struct PixelRow {
+    explicit PixelRow(int inColumns) {
+        mGraph.Initialize({3, 4, 4, 4 + inColumns}, nullptr, 8, nullptr, 0, 1);
+        mGraph.AddPixelNodes(1, inColumns);
+    }
+    ImageGraph mGraph;
+};
+
+// A row of equal pixels that is one region.
+struct OneRegion {
+    explicit OneRegion(int inColumns) {
+        BuildRegions(mGraph, Testing::Picture<unsigned char>{
+                                 inColumns,
+                                 1,
+                                 inColumns,
+                                 {std::vector<unsigned char>(std::size_t(inColumns), 5)}});
+        EXPECT_EQ(mGraph.mRegionCount, 1u);
+    }
+    ImageGraph mGraph;
+};
+
+// ---- Against the literal form --------------------------------------------------------
+
+TEST(TerminalEnergies, RegionsHaveTheBitsOfTheLiteralFormFreshAndResumed) {
+    const auto picture = MakePicture<unsigned char>(53, 37, 3, 2);
+    const std::size_t pixels = 53 * 37;
+    ImageGraph graph, plain;
+    for (ImageGraph* const each : {&graph, &plain}) {
+        BuildRegions(*each, picture);
+        Testing::SetEnergies(*each, picture, true);
+    }
+    for (int pass = 0; pass < 6; ++pass) {
+        SCOPED_TRACE(pass);
+        const bool strokesAlone = pass % 3 != 0;
+        auto foreground = NoiseBytes(pixels, std::uint64_t(pass));
+        auto background = NoiseBytes(pixels, std::uint64_t(pass + 100));
+        for (std::size_t i = 0; i < pixels; ++i)
+            if (i % 53 > unsigned(8 * pass) + 4) foreground[i] = background[i] = 128;
+        if (strokesAlone)
+            SetStrokes(graph, foreground, background);
+        else
+            SetAll(graph, foreground, background);
+        Testing::PlainTerminalEnergies(plain, foreground, background, 0.5, kThreshold,
+                                       strokesAlone);
+        ExpectSameGraph(*graph.mFlowGraph, *plain.mFlowGraph);
+        EXPECT_EQ(graph.mPixelSourceEnergies, plain.mPixelSourceEnergies);
+        EXPECT_EQ(graph.mPixelSinkEnergies, plain.mPixelSinkEnergies);
+        for (ImageGraph* const each : {&graph, &plain})
+            RunMaxFlow(*each->mFlowGraph, 0, 1, *each->mSegments, -1.0, nullptr);
+        EXPECT_EQ(*graph.mSegments, *plain.mSegments);
+        ExpectSameGraph(*graph.mFlowGraph, *plain.mFlowGraph);
+        if (HasFailure()) return;
+    }
+}
+
+// ---- Strokes -------------------------------------------------------------------------
+
+TEST(TerminalEnergies, StrokesAreStrictlyAboveTheThresholdAndForegroundWins) {
+    for (const bool strokesAlone : {false, true}) {
+        PixelRow row(5);
+        const std::vector<unsigned char> foreground{128, 129, 255, 0, 0};
+        const std::vector<unsigned char> background{128, 0, 255, 129, 128};
+        if (strokesAlone)
+            SetStrokes(row.mGraph, foreground, background);
+        else
+            SetAll(row.mGraph, foreground, background);
+        const float unstroked = strokesAlone ? 0 : kBias;
+        const float sources[] = {unstroked, 0, 0, kHardOfAPixel, unstroked};
+        const float sinks[] = {0, kHardOfAPixel, kHardOfAPixel, 0, 0};
+        for (unsigned int i = 0; i < 5; ++i) {
+            EXPECT_EQ(SourceOf(row.mGraph, i + 2), sources[i]) << i;
+            EXPECT_EQ(SinkOf(row.mGraph, i + 2), sinks[i]) << i;
+        }
+    }
+}
+
+TEST(TerminalEnergies, RegionSumsItsPixels) {
+    OneRegion region(4);
+    SetAll(region.mGraph, {0, 0, 0, 0}, {0, 0, 0, 0});
+    EXPECT_EQ(SourceOf(region.mGraph, 2), kBias + kBias + kBias + kBias);
+    SetAll(region.mGraph, {255, 255, 0, 0}, {0, 0, 255, 0});
+    EXPECT_EQ(SinkOf(region.mGraph, 2), kHardOfARegion + kHardOfARegion);
+    EXPECT_EQ(SourceOf(region.mGraph, 2), kHardOfARegion);
+}
+
+TEST(TerminalEnergies, PixelThatChangesSidesTakesTheBiasOfItsRegionWithIt) {
+    OneRegion region(4);
+    SetAll(region.mGraph, {0, 0, 0, 0}, {255, 0, 0, 0});
+    EXPECT_EQ(SourceOf(region.mGraph, 2), kHardOfARegion);
+    SetStrokes(region.mGraph, {255, 0, 0, 0}, {0, 0, 0, 0});
+    EXPECT_EQ(SourceOf(region.mGraph, 2), 0.0f);
+    EXPECT_EQ(SinkOf(region.mGraph, 2), kHardOfARegion);
+}
+
+TEST(TerminalEnergies, UnmarkedPixelsKeepAnEarlierStroke) {
+    OneRegion region(3);
+    SetAll(region.mGraph, {255, 0, 0}, {0, 0, 0});
+    SetStrokes(region.mGraph, {0, 0, 0}, {0, 0, 0});
+    EXPECT_EQ(region.mGraph.mPixelSinkEnergies[0], kHardOfARegion);
+    EXPECT_EQ(SinkOf(region.mGraph, 2), kHardOfARegion);
+}
+
+TEST(TerminalEnergies, WholeRegionOfStrokesStaysFinite) {
+    EXPECT_EQ(float(double(std::numeric_limits<float>::max()) / (121 * 2.0)), kHardOfARegion);
+    const auto flat =
+        Testing::Picture<unsigned char>{11, 6, 11, {std::vector<unsigned char>(66, 5)}};
+    ImageGraph graph;
+    BuildRegions(graph, flat);
+    SetAll(graph, std::vector<unsigned char>(66, 255), std::vector<unsigned char>(66, 0));
+    for (unsigned int node = 2; node < graph.mFlowGraph->mNodeCount; ++node)
+        EXPECT_TRUE(std::isfinite(SinkOf(graph, node)));
+}
+
+TEST(TerminalEnergies, RegionWithBothStrokesIsFree) {
+    OneRegion region(2);
+    SetAll(region.mGraph, {255, 0}, {0, 255});
+    RunMaxFlow(*region.mGraph.mFlowGraph, 0, 1, *region.mGraph.mSegments, -1.0, nullptr);
+    EXPECT_EQ((*region.mGraph.mSegments)[2], 2);
+}
+
+TEST(TerminalEnergies, PixelsWithoutANodeAreNoErrors) {
+    const float nan = std::numeric_limits<float>::quiet_NaN();
+    ImageGraph graph;
+    BuildRegions(graph, Testing::Picture<float>{3, 1, 3, {{0.5f, nan, 0.5f}}});
+    SetAll(graph, {0, 255, 255}, {0, 0, 0});
+    RunMaxFlow(*graph.mFlowGraph, 0, 1, *graph.mSegments, -1.0, nullptr);
+    SetStrokes(graph, {0, 0, 0}, {0, 255, 0});
+    RunMaxFlow(*graph.mFlowGraph, 0, 1, *graph.mSegments, -1.0, nullptr);
+    unsigned char labels[3];
+    graph.ExtractLabels(labels, 1, 3, 0, 0, 3, false);
+    EXPECT_EQ(std::vector<int>(labels, labels + 3), (std::vector<int>{0, 0, 255}));
+}
+
+TEST(TerminalEnergies, AreaIsClippedToTheGraph) {
+    PixelRow row(3);  // at (4, 3)
+    const std::vector<unsigned char> foreground(8 * 8, 255), background(8 * 8, 0);
+    row.mGraph.SetStrokeEnergies(foreground.data(), background.data(), kThreshold, 8, 8, 0, 0,
+                                 8, 8);
+    for (unsigned int node = 2; node < 5; ++node)
+        EXPECT_EQ(SinkOf(row.mGraph, node), kHardOfAPixel);
+}
+
+// ---- Fit -----------------------------------------------------------------------------
+
+// Pixels 0 to 255 with that fit, in pixel mode.
+struct FitRow : PixelRow {
+    FitRow(TerminalEnergyMode inMode, bool inTowardSource) : PixelRow(256), mFit(256) {
+        for (std::size_t i = 0; i < 256; ++i)
+            mFit[i] = static_cast<unsigned char>(i);
+        const std::vector<unsigned char> none(256, 0);
+        SetAll(mGraph, none, none, inMode, inTowardSource, mFit.data());
+    }
+    float Source(unsigned int inFit) const { return SourceOf(mGraph, inFit + 2); }
+    float Sink(unsigned int inFit) const { return SinkOf(mGraph, inFit + 2); }
+    std::vector<unsigned char> mFit;
+};
+
+float LogOfOneOver(double inP) { return inP > 0 ? float(std::log(1 / inP)) : kLogOf510; }
+
+TEST(TerminalFit, ModeTwoIsTheNegativeLogarithm) {
+    const FitRow row(kTerminalEnergyFit, true);
+    EXPECT_EQ(row.Source(0), kLogOf510);
+    EXPECT_EQ(row.Sink(0), 0.0f);
+    EXPECT_EQ(row.Source(255), 0.0f);
+    EXPECT_EQ(row.Sink(255), kLogOf510);
+    EXPECT_EQ(row.Source(51), LogOfOneOver(51 / 255.0));
+    EXPECT_EQ(row.Sink(51), LogOfOneOver(1 - 51 / 255.0));
+}
+
+TEST(TerminalFit, ModeThreeBlendsTheBiasWithTheLogarithms) {
+    const FitRow toSource(kTerminalEnergyBlendedFit, true);
+    const FitRow toSink(kTerminalEnergyBlendedFit, false);
+    for (unsigned int fit = 0; fit < 256; ++fit) {
+        const double p = fit / 255.0, bias = 0.5f, infinity = kLogOf510;
+        const double s = LogOfOneOver(p);
+        const double t = p < 1 ? LogOfOneOver(1 - p) : kLogOf510;
+        EXPECT_EQ(toSource.Source(fit), float((1 - p) * bias * infinity + s * p));
+        EXPECT_EQ(toSource.Sink(fit), float(t * p));
+        EXPECT_EQ(toSink.Source(fit), float(s * (1 - p)));
+        EXPECT_EQ(toSink.Sink(fit), float(bias * p * infinity + t * (1 - p)));
+    }
+}
+
+TEST(TerminalFit, ModeFourIsHardOnOneSideOfAHalf) {
+    const FitRow toSource(kTerminalEnergyClippedFit, true);
+    const FitRow toSink(kTerminalEnergyClippedFit, false);
+    const FitRow blended(kTerminalEnergyBlendedFit, true);
+    EXPECT_EQ(toSource.Source(128), 0.0f);
+    EXPECT_EQ(toSource.Sink(128), kHardOfAPixel);
+    EXPECT_EQ(toSource.Source(127), blended.Source(127));
+    EXPECT_EQ(toSink.Source(127), kHardOfAPixel);
+    EXPECT_EQ(toSink.Sink(127), 0.0f);
+    EXPECT_NE(toSink.Source(128), kHardOfAPixel);
+}
+
+TEST(TerminalFit, StrokesComeBeforeTheFitAndAModeThatThereIsNotLeavesPixelsAlone) {
+    PixelRow row(2);
+    const unsigned char fit[] = {255, 255};
+    SetAll(row.mGraph, {0, 0}, {255, 0}, kTerminalEnergyFit, true, fit);
+    EXPECT_EQ(SourceOf(row.mGraph, 2), kHardOfAPixel);
+    EXPECT_EQ(SinkOf(row.mGraph, 3), kLogOf510);
+    SetAll(row.mGraph, {255, 0}, {0, 0}, TerminalEnergyMode(5), true, fit);
+    EXPECT_EQ(SinkOf(row.mGraph, 2), kHardOfAPixel);
+    EXPECT_EQ(SinkOf(row.mGraph, 3), kLogOf510);
+}
+
+TEST(TerminalFit, BiasTowardTheSinkGoesToTheSink) {
+    PixelRow row(1);
+    SetAll(row.mGraph, {0}, {0}, kTerminalEnergyStrokesOnly, false);
+    EXPECT_EQ(SourceOf(row.mGraph, 2), 0.0f);
+    EXPECT_EQ(SinkOf(row.mGraph, 2), kBias);
+}
+
+}  // namespace
