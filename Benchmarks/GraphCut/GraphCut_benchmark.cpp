@@ -1,0 +1,341 @@
+// The graph cut on whole frames, beside what an editor would else use.
+//
+//     graph_cut_benchmark [--size=COLUMNSxROWS]... [--grabcut] [PICTURE]...
+//
+// Without pictures, the rendered scene. Everything is on one thread. The figures are in the
+// counters, in milliseconds, each the median over the iterations; what is compared is
+// measured in turns, so that a disturbance meets all. "per_..." are ratios of our time to
+// the peer's: below 1 is faster than the peer.
+
+#include <benchmark/benchmark.h>
+#include <malloc.h>
+
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "External/graphcut/imgraphcut.h"
+#include "External/graphcut/MaxFlowSolver.h"
+#include "Frames.h"
+#include "GraphCut/GraphCutWrapper.h"
+#include "GraphCut/Scene.h"
+#include "Image.h"
+#include "Peers.h"
+
+#ifdef DP_HAVE_OPENCV
+#include <opencv2/core.hpp>
+#endif
+
+namespace {
+
+using Bench::ByteImage;
+using Bench::Frame;
+using Bench::GraphList;
+using Bench::Times;
+
+bool sRunsGrabCut = false;
+
+constexpr float kTolerance = 10.0f / 255.0f;
+constexpr double kSigma = double{16.0f / 255.0f};
+
+// ---- The stages of a first cut, as the wrapper goes through them ----------------------
+
+struct Stages {
+    explicit Stages(const Frame& inFrame) : mFrame(inFrame) {
+        for (auto& plane : mPlanes)
+            plane = TVK::MakeObject<IP::Image<unsigned char>>(inFrame.mColumns, inFrame.mRows);
+        mLabels = TVK::MakeObject<IP::Image<unsigned char>>(inFrame.mColumns, inFrame.mRows);
+        mGraph.Initialize({0, 0, inFrame.mRows, inFrame.mColumns}, NULL, 8, NULL, 0, 1);
+    }
+    void Split() {
+        CAFU::SplitPackedPixels(mFrame.mPixels.data(), mFrame.mRows, mFrame.mColumns,
+                                static_cast<int>(mFrame.RowBytes()), mPlanes[0]->GetData(),
+                                mPlanes[1]->GetData(), mPlanes[2]->GetData());
+    }
+    void Fill() {
+        mGraph.BuildRegionGraph(mPlanes[0]->GetData(), mPlanes[1]->GetData(),
+                                mPlanes[2]->GetData(), NULL, mFrame.mRows, mFrame.mColumns, 0,
+                                0, mFrame.mColumns, 3, 8, kTolerance, 5);
+    }
+    void Links() {
+        mGraph.SetNeighborEnergies(mPlanes[0]->GetData(), mPlanes[1]->GetData(),
+                                   mPlanes[2]->GetData(), NULL, mFrame.mRows, mFrame.mColumns,
+                                   0, 0, mFrame.mColumns, 3, 8, 500, kSigma, 0.5, true);
+    }
+    void Terminals(const ByteImage& inForeground, const ByteImage& inBackground) {
+        const int columns = mFrame.mColumns;
+        mGraph.SetTerminalEnergies(NULL, NULL, inForeground->GetData(),
+                                   inBackground->GetData(), 0.5, kTerminalEnergyStrokesOnly,
+                                   true, 128, mFrame.mRows, columns, 0, 0, columns, columns,
+                                   columns, columns);
+    }
+    void Strokes(const ByteImage& inForeground, const ByteImage& inBackground) {
+        const int columns = mFrame.mColumns;
+        mGraph.SetStrokeEnergies(inForeground->GetData(), inBackground->GetData(), 128,
+                                 mFrame.mRows, columns, 0, 0, columns, columns);
+    }
+    void Flow() { RunMaxFlow(*mGraph.mFlowGraph, 0, 1, *mGraph.mSegments, -1.0, NULL); }
+    void Labels() {
+        mGraph.ExtractLabels(mLabels->GetData(), mFrame.mRows, mFrame.mColumns, 0, 0,
+                             mFrame.mColumns, false);
+    }
+    void BuildGraph() {
+        Split();
+        Fill();
+        Links();
+    }
+
+    const Frame& mFrame;
+    ByteImage mPlanes[3];
+    ByteImage mLabels;
+    ImageGraph mGraph;
+};
+
+void Report(benchmark::State& ioState, const Times& inTimes) {
+    for (const auto& [name, times] : inTimes.All())
+        ioState.counters[name] = inTimes.Median(name);
+}
+
+void ReportRatio(benchmark::State& ioState, const Times& inTimes, const std::string& inPeer) {
+    if (inTimes.Median(inPeer) > 0)
+        ioState.counters["per_" + inPeer] = inTimes.Median("ours") / inTimes.Median(inPeer);
+}
+
+void FirstCut(benchmark::State& ioState, const Frame& inFrame) {
+    Times times;
+    unsigned int regions = 0;
+    double bytes = 0;
+    for (auto _ : ioState) {
+        {
+            Stages stages(inFrame);
+            times.Measure("split", [&] { stages.Split(); });
+            times.Measure("fill", [&] { stages.Fill(); });
+            times.Measure("links", [&] { stages.Links(); });
+            times.Measure("terminals",
+                          [&] { stages.Terminals(inFrame.mForeground, inFrame.mBackground); });
+            times.Measure("flow", [&] { stages.Flow(); });
+            times.Measure("labels", [&] { stages.Labels(); });
+        }
+        const auto inUse = [] {
+            const auto info = mallinfo2();
+            return static_cast<double>(info.uordblks + info.hblkhd);
+        };
+        const double before = inUse();
+        auto wrapper = std::make_unique<DP::GraphCutWrapper>();
+        ioState.SetIterationTime(1e-3 * times.Measure("ours", [&] {
+            wrapper->ComputeLabelImage(inFrame.mPixels.data(), inFrame.RowBytes(),
+                                       inFrame.mForeground, inFrame.mBackground, {});
+        }));
+        bytes = inUse() - before;
+        regions = wrapper->GetImageGraph()->mRegionCount;
+        if (Bench::RunWatershed(inFrame, 10))
+            times.Measure("watershed", [&] { Bench::RunWatershed(inFrame, 10); });
+        if (sRunsGrabCut) times.Measure("grabcut", [&] { Bench::RunGrabCut(inFrame); });
+    }
+    Report(ioState, times);
+    ReportRatio(ioState, times, "watershed");
+    ReportRatio(ioState, times, "grabcut");
+    ioState.counters["regions"] = regions;
+    ioState.counters["bytes/pixel"] = bytes / (double(inFrame.mColumns) * inFrame.mRows);
+}
+
+// ---- The engine ----------------------------------------------------------------------
+
+// Hard capacities as finite ones that no cut takes, for the sake of the peers' sums.
+GraphList ListOf(const FlowGraph& inGraph) {
+    GraphList list;
+    const auto capped = [](float inCapacity) { return std::min(inCapacity, 1e6f); };
+    for (unsigned int node = 2; node < inGraph.mNodeCount; ++node) {
+        list.mFromSource.push_back(capped(inGraph.FindArc(0, node)->mCapacity));
+        list.mToSink.push_back(capped(inGraph.FindArc(node, 1)->mCapacity));
+    }
+    for (unsigned int node = 2; node < inGraph.mNodeCount; ++node)
+        for (const FlowArc* arc = inGraph.mFirstArcs[node]; arc; arc = arc->mNext)
+            if (arc->mHead >= 2 && arc->mHead < node)
+                list.mLinks.push_back({int(node) - 2, int(arc->mHead) - 2, arc->mCapacity});
+    return list;
+}
+
+double SolveByOurs(const GraphList& inList) {
+    FlowGraph graph;
+    graph.mDynamic = graph.mPersistent = true;
+    graph.ReserveNodes(inList.mFromSource.size() + 2);
+    graph.AddNode();
+    graph.AddNode();
+    for (std::size_t i = 0; i < inList.mFromSource.size(); ++i)
+        graph.SetTerminalCapacities(graph.AddNodeWithTerminals(0, 1), inList.mFromSource[i],
+                                    inList.mToSink[i], 0, 1);
+    for (const auto& link : inList.mLinks)
+        graph.AddLinkPair(unsigned(link.mFrom) + 2, unsigned(link.mTo) + 2, link.mCapacity,
+                          link.mCapacity);
+    std::vector<unsigned char> segments;
+    RunMaxFlow(graph, 0, 1, segments, -1.0, NULL);
+    return graph.mSolver->GetFlow();
+}
+
+// Single precision adds up in another order in each engine.
+bool IsSameFlow(double inFlow, double inPeers) {
+    return inPeers < 0 || std::abs(inFlow - inPeers) <= 2e-3 * std::abs(inPeers) + 1e-3;
+}
+
+void CompareEngines(benchmark::State& ioState, const GraphList& inList) {
+    Times times;
+    double ours = 0, gcgraph = 0, boost = 0;
+    for (auto _ : ioState) {
+        ioState.SetIterationTime(
+            1e-3 * times.Measure("ours", [&] { ours = SolveByOurs(inList); }));
+        times.Measure("gcgraph", [&] { gcgraph = Bench::SolveByGCGraph(inList); });
+        times.Measure("boost", [&] { boost = Bench::SolveByBoost(inList); });
+    }
+    if (!IsSameFlow(ours, gcgraph) || !IsSameFlow(ours, boost)) {
+        std::fprintf(stderr, "flows: ours %g, gcgraph %g, boost %g\n", ours, gcgraph, boost);
+        ioState.SkipWithError("the flows differ");
+        return;
+    }
+    Report(ioState, times);
+    if (gcgraph >= 0) ReportRatio(ioState, times, "gcgraph");
+    if (boost >= 0) ReportRatio(ioState, times, "boost");
+    ioState.counters["nodes"] = double(inList.mFromSource.size());
+    ioState.counters["links"] = double(inList.mLinks.size());
+}
+
+void RegionGraph(benchmark::State& ioState, const Frame& inFrame) {
+    Stages stages(inFrame);
+    stages.BuildGraph();
+    stages.Terminals(inFrame.mForeground, inFrame.mBackground);
+    CompareEngines(ioState, ListOf(*stages.mGraph.mFlowGraph));
+}
+
+void PixelGrid(benchmark::State& ioState, const Frame& inFrame, unsigned short inNeighborhood) {
+    Stages stages(inFrame);
+    stages.Split();
+    ImageGraph& graph = stages.mGraph;
+    graph.mNeighborhood = inNeighborhood;
+    graph.AddPixelNodes(inFrame.mRows, inFrame.mColumns);
+    stages.Links();
+    stages.Terminals(inFrame.mForeground, inFrame.mBackground);
+    CompareEngines(ioState, ListOf(*graph.mFlowGraph));
+}
+
+// ---- A further stroke ----------------------------------------------------------------
+
+// A background dab 40 pixels wide on ground that is foreground, resumed and fresh; then the
+// same dab beside it, on ground that is background by now.
+void FurtherStroke(benchmark::State& ioState, const Frame& inFrame) {
+    const int columns = inFrame.mColumns, rows = inFrame.mRows;
+    const ByteImage none = Testing::FlatImage(columns, rows, 0);
+    const auto copyOf = [&](const ByteImage& inImage) {
+        const auto copy = TVK::MakeObject<IP::Image<unsigned char>>(columns, rows);
+        copy->CopyPixelsFrom(inImage);
+        return copy;
+    };
+    Times times;
+    for (auto _ : ioState) {
+        Stages kept(inFrame);
+        kept.BuildGraph();
+        kept.Terminals(inFrame.mForeground, inFrame.mBackground);
+        kept.Flow();
+        kept.Labels();
+
+        // Ground away from the strokes: the first column from the left that is background.
+        int x = columns / 5;
+        const int y = rows / 2;
+        const ByteImage dab = Testing::FlatImage(columns, rows, 0);
+        Testing::PaintDab(dab, x, y, 20);
+        ioState.SetIterationTime(
+            1e-3 * times.Measure("ours", [&] { kept.Strokes(dab, none); kept.Flow(); }));
+        times.Measure("labels", [&] { kept.Labels(); });
+
+        // The same strokes on a graph that is built from the regions' links anew.
+        const ByteImage both = copyOf(inFrame.mForeground);
+        Testing::PaintDab(both, x, y, 20);
+        Stages fresh(inFrame);
+        fresh.Split();
+        fresh.Fill();
+        times.Measure("fresh", [&] {
+            fresh.Links();
+            fresh.Terminals(both, inFrame.mBackground);
+            fresh.Flow();
+        });
+        Stages unbuilt(inFrame);
+        unbuilt.BuildGraph();
+        unbuilt.Terminals(both, inFrame.mBackground);
+        const GraphList list = ListOf(*unbuilt.mGraph.mFlowGraph);
+        times.Measure("fresh_list", [&] { SolveByOurs(list); });
+
+        const ByteImage inside = Testing::FlatImage(columns, rows, 0);
+        Testing::PaintDab(inside, x, y, 10);
+        times.Measure("same_ground_strokes", [&] { kept.Strokes(inside, none); });
+        times.Measure("same_ground_flow", [&] { kept.Flow(); });
+        const ByteImage outside = Testing::FlatImage(columns, rows, 0);
+        Testing::PaintDab(outside, columns - columns / 8, rows / 4, 20);
+        times.Measure("background_strokes", [&] { kept.Strokes(none, outside); });
+        times.Measure("background_flow", [&] { kept.Flow(); });
+
+        DP::GraphCutWrapper wrapper;
+        ByteImage labels =
+            wrapper.ComputeLabelImage(inFrame.mPixels.data(), inFrame.RowBytes(),
+                                      inFrame.mForeground, inFrame.mBackground, {});
+        times.Measure("wrapper_dab",
+                      [&] { labels = wrapper.ComputeLabelImage(NULL, 0, dab, none, labels); });
+        times.Measure("wrapper_passes",
+                      [&] { labels = wrapper.ComputeLabelImage(NULL, 0, none, none, labels); });
+    }
+    Report(ioState, times);
+    ReportRatio(ioState, times, "fresh");
+    ReportRatio(ioState, times, "fresh_list");
+    ioState.counters["same_ground_share"] =
+        times.Median("same_ground_flow") / times.Median("fresh_list");
+}
+
+// ---- Registration --------------------------------------------------------------------
+
+template <class... Extra>
+void Register(const char* inWhat, void (*inRun)(benchmark::State&, const Frame&, Extra...),
+              const Frame& inFrame, Extra... inExtra) {
+    const std::string name = std::string(inWhat) + "/" + inFrame.mName + "/" +
+                             std::to_string(inFrame.mColumns) + "x" +
+                             std::to_string(inFrame.mRows);
+    benchmark::RegisterBenchmark(name.c_str(), [=, &inFrame](benchmark::State& ioState) {
+        inRun(ioState, inFrame, inExtra...);
+    })->UseManualTime()->Unit(benchmark::kMillisecond);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    benchmark::Initialize(&argc, argv);
+#ifdef DP_HAVE_OPENCV
+    cv::setNumThreads(1);
+#endif
+    std::vector<std::string> paths;
+    std::vector<std::pair<int, int>> sizes;
+    for (int i = 1; i < argc; ++i) {
+        int columns = 0, rows = 0;
+        if (std::sscanf(argv[i], "--size=%dx%d", &columns, &rows) == 2)
+            sizes.emplace_back(columns, rows);
+        else if (std::strcmp(argv[i], "--grabcut") == 0)
+            sRunsGrabCut = true;
+        else
+            paths.emplace_back(argv[i]);
+    }
+    if (sizes.empty()) sizes = {{640, 480}, {1920, 1080}};
+
+    std::vector<std::vector<Frame>> frames;
+    for (const auto& [columns, rows] : sizes)
+        frames.push_back(Bench::LoadFrames(paths, columns, rows));
+    for (const auto& ofSize : frames)
+        for (const Frame& frame : ofSize) {
+            Register("FirstCut", FirstCut, frame);
+            Register("RegionGraph", RegionGraph, frame);
+            Register<unsigned short>("PixelGrid4", PixelGrid, frame, 4);
+            Register<unsigned short>("PixelGrid8", PixelGrid, frame, 8);
+            Register("FurtherStroke", FurtherStroke, frame);
+        }
+    benchmark::RunSpecifiedBenchmarks();
+    benchmark::Shutdown();
+    return 0;
+}
