@@ -1,5 +1,7 @@
 #include "Frames.h"
 
+#include <time.h>
+
 #include <algorithm>
 #include <cstring>
 
@@ -53,10 +55,15 @@ std::vector<Frame> LoadFrames(const std::vector<std::string>& inPaths, int inCol
         if (ReadFrame(path, inColumns, inRows, frame)) frames.push_back(WithStrokes(frame));
     if (frames.empty()) {
         const Testing::Scene scene(inColumns, inRows);
-        frames.push_back(
-            WithStrokes({"scene", inColumns, inRows, scene.mPixels, {}, {}}));
+        frames.push_back(WithStrokes({"scene", inColumns, inRows, scene.mPixels, {}, {}}));
     }
     return frames;
+}
+
+double Times::ThreadTime() {
+    timespec now{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
+    return 1e3 * static_cast<double>(now.tv_sec) + 1e-6 * static_cast<double>(now.tv_nsec);
 }
 
 double Times::Median(const std::string& inName) const {

@@ -2,7 +2,6 @@
 
 #pragma once
 
-#include <chrono>
 #include <map>
 #include <string>
 #include <vector>
@@ -31,23 +30,25 @@ struct Frame {
 std::vector<Frame> LoadFrames(const std::vector<std::string>& inPaths, int inColumns,
                               int inRows);
 
-/// Times by name, in milliseconds. Things to be compared are measured in turns, and what is
-/// reported of each is the median.
+/// Times of the thread by name, in milliseconds: what others do on the machine is not
+/// counted. Things to be compared are measured in turns, and what is reported of each is
+/// the median.
 class Times {
 public:
     template <class Run>
     double Measure(const std::string& inName, Run inRun) {
-        const auto start = std::chrono::steady_clock::now();
+        const double start = ThreadTime();
         inRun();
-        const std::chrono::duration<double, std::milli> time =
-            std::chrono::steady_clock::now() - start;
-        mTimes[inName].push_back(time.count());
-        return time.count();
+        const double time = ThreadTime() - start;
+        mTimes[inName].push_back(time);
+        return time;
     }
     double Median(const std::string& inName) const;
     const std::map<std::string, std::vector<double>>& All() const { return mTimes; }
 
 private:
+    static double ThreadTime();
+
     std::map<std::string, std::vector<double>> mTimes;
 };
 

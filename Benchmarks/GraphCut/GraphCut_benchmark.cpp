@@ -1,6 +1,7 @@
 // The graph cut on whole frames, beside what an editor would else use.
 //
-//     graph_cut_benchmark [--size=COLUMNSxROWS]... [--grabcut] [PICTURE]...
+//     graph_cut_benchmark [--iterations=N] [--size=COLUMNSxROWS]... [--grabcut]
+//                         [PICTURE]...
 //
 // Without pictures, the rendered scene. Everything is on one thread. The figures are in the
 // counters, in milliseconds, each the median over the iterations; what is compared is
@@ -17,8 +18,8 @@
 #include <string>
 #include <vector>
 
-#include "External/graphcut/imgraphcut.h"
 #include "External/graphcut/MaxFlowSolver.h"
+#include "External/graphcut/imgraphcut.h"
 #include "Frames.h"
 #include "GraphCut/GraphCutWrapper.h"
 #include "GraphCut/Scene.h"
@@ -37,6 +38,7 @@ using Bench::GraphList;
 using Bench::Times;
 
 bool sRunsGrabCut = false;
+int sIterations = 1;
 
 constexpr float kTolerance = 10.0f / 255.0f;
 constexpr double kSigma = double{16.0f / 255.0f};
@@ -67,10 +69,9 @@ struct Stages {
     }
     void Terminals(const ByteImage& inForeground, const ByteImage& inBackground) {
         const int columns = mFrame.mColumns;
-        mGraph.SetTerminalEnergies(NULL, NULL, inForeground->GetData(),
-                                   inBackground->GetData(), 0.5, kTerminalEnergyStrokesOnly,
-                                   true, 128, mFrame.mRows, columns, 0, 0, columns, columns,
-                                   columns, columns);
+        mGraph.SetTerminalEnergies(NULL, NULL, inForeground->GetData(), inBackground->GetData(),
+                                   0.5, kTerminalEnergyStrokesOnly, true, 128, mFrame.mRows,
+                                   columns, 0, 0, columns, columns, columns, columns);
     }
     void Strokes(const ByteImage& inForeground, const ByteImage& inBackground) {
         const int columns = mFrame.mColumns;
@@ -147,7 +148,9 @@ void FirstCut(benchmark::State& ioState, const Frame& inFrame) {
 // Hard capacities as finite ones that no cut takes, for the sake of the peers' sums.
 GraphList ListOf(const FlowGraph& inGraph) {
     GraphList list;
-    const auto capped = [](float inCapacity) { return std::min(inCapacity, 1e6f); };
+    const auto capped = [](float inCapacity) {
+        return std::min(inCapacity, 1e6f);
+    };
     for (unsigned int node = 2; node < inGraph.mNodeCount; ++node) {
         list.mFromSource.push_back(capped(inGraph.FindArc(0, node)->mCapacity));
         list.mToSink.push_back(capped(inGraph.FindArc(node, 1)->mCapacity));
@@ -185,8 +188,8 @@ void CompareEngines(benchmark::State& ioState, const GraphList& inList) {
     Times times;
     double ours = 0, gcgraph = 0, boost = 0;
     for (auto _ : ioState) {
-        ioState.SetIterationTime(
-            1e-3 * times.Measure("ours", [&] { ours = SolveByOurs(inList); }));
+        ioState.SetIterationTime(1e-3 *
+                                 times.Measure("ours", [&] { ours = SolveByOurs(inList); }));
         times.Measure("gcgraph", [&] { gcgraph = Bench::SolveByGCGraph(inList); });
         times.Measure("boost", [&] { boost = Bench::SolveByBoost(inList); });
     }
@@ -222,8 +225,8 @@ void PixelGrid(benchmark::State& ioState, const Frame& inFrame, unsigned short i
 
 // ---- A further stroke ----------------------------------------------------------------
 
-// A background dab 40 pixels wide on ground that is foreground, resumed and fresh; then the
-// same dab beside it, on ground that is background by now.
+// A foreground dab 40 pixels wide on ground that was background, resumed and fresh; then
+// dabs on ground that has their label already.
 void FurtherStroke(benchmark::State& ioState, const Frame& inFrame) {
     const int columns = inFrame.mColumns, rows = inFrame.mRows;
     const ByteImage none = Testing::FlatImage(columns, rows, 0);
@@ -240,13 +243,14 @@ void FurtherStroke(benchmark::State& ioState, const Frame& inFrame) {
         kept.Flow();
         kept.Labels();
 
-        // Ground away from the strokes: the first column from the left that is background.
-        int x = columns / 5;
-        const int y = rows / 2;
+        // Ground away from the strokes, which are in the middle and along the sides.
+        const int x = columns / 5, y = rows / 2;
         const ByteImage dab = Testing::FlatImage(columns, rows, 0);
         Testing::PaintDab(dab, x, y, 20);
-        ioState.SetIterationTime(
-            1e-3 * times.Measure("ours", [&] { kept.Strokes(dab, none); kept.Flow(); }));
+        ioState.SetIterationTime(1e-3 * times.Measure("ours", [&] {
+            kept.Strokes(dab, none);
+            kept.Flow();
+        }));
         times.Measure("labels", [&] { kept.Labels(); });
 
         // The same strokes on a graph that is built from the regions' links anew.
@@ -299,9 +303,12 @@ void Register(const char* inWhat, void (*inRun)(benchmark::State&, const Frame&,
     const std::string name = std::string(inWhat) + "/" + inFrame.mName + "/" +
                              std::to_string(inFrame.mColumns) + "x" +
                              std::to_string(inFrame.mRows);
-    benchmark::RegisterBenchmark(name.c_str(), [=, &inFrame](benchmark::State& ioState) {
-        inRun(ioState, inFrame, inExtra...);
-    })->UseManualTime()->Unit(benchmark::kMillisecond);
+    benchmark::RegisterBenchmark(
+        name.c_str(),
+        [=, &inFrame](benchmark::State& ioState) { inRun(ioState, inFrame, inExtra...); })
+        ->UseManualTime()
+        ->Iterations(sIterations)
+        ->Unit(benchmark::kMillisecond);
 }
 
 }  // namespace
@@ -317,6 +324,8 @@ int main(int argc, char** argv) {
         int columns = 0, rows = 0;
         if (std::sscanf(argv[i], "--size=%dx%d", &columns, &rows) == 2)
             sizes.emplace_back(columns, rows);
+        else if (std::sscanf(argv[i], "--iterations=%d", &sIterations) == 1)
+            continue;
         else if (std::strcmp(argv[i], "--grabcut") == 0)
             sRunsGrabCut = true;
         else
@@ -325,8 +334,8 @@ int main(int argc, char** argv) {
     if (sizes.empty()) sizes = {{640, 480}, {1920, 1080}};
 
     std::vector<std::vector<Frame>> frames;
-    for (const auto& [columns, rows] : sizes)
-        frames.push_back(Bench::LoadFrames(paths, columns, rows));
+    for (const auto& size : sizes)
+        frames.push_back(Bench::LoadFrames(paths, size.first, size.second));
     for (const auto& ofSize : frames)
         for (const Frame& frame : ofSize) {
             Register("FirstCut", FirstCut, frame);

@@ -76,14 +76,12 @@ bool RunGrabCut(const Frame&) { return false; }
 double SolveByBoost(const GraphList& inGraph) {
     using namespace boost;
     using Traits = adjacency_list_traits<vecS, vecS, directedS>;
-    using Vertex = property<
-        vertex_color_t, default_color_type,
-        property<vertex_distance_t, long,
-                 property<vertex_predecessor_t, Traits::edge_descriptor>>>;
-    using Edge =
-        property<edge_capacity_t, float,
-                 property<edge_residual_capacity_t, float,
-                          property<edge_reverse_t, Traits::edge_descriptor>>>;
+    using Vertex = property<vertex_color_t, default_color_type,
+                            property<vertex_distance_t, long,
+                                     property<vertex_predecessor_t, Traits::edge_descriptor>>>;
+    using Edge = property<edge_capacity_t, float,
+                          property<edge_residual_capacity_t, float,
+                                   property<edge_reverse_t, Traits::edge_descriptor>>>;
     using Graph = adjacency_list<vecS, vecS, directedS, Vertex, Edge>;
 
     const std::size_t nodes = inGraph.mFromSource.size();
@@ -102,8 +100,7 @@ double SolveByBoost(const GraphList& inGraph) {
         if (inGraph.mToSink[i] > 0) addPair(i, nodes + 1, inGraph.mToSink[i], 0);
     }
     for (const auto& link : inGraph.mLinks)
-        addPair(std::size_t(link.mFrom), std::size_t(link.mTo), link.mCapacity,
-                link.mCapacity);
+        addPair(std::size_t(link.mFrom), std::size_t(link.mTo), link.mCapacity, link.mCapacity);
     return boykov_kolmogorov_max_flow(graph, nodes, nodes + 1);
 }
 

@@ -2,6 +2,8 @@
 
 #pragma once
 
+#include "TVK/MemoryRecycler.h"
+
 /// One directed arc. The flow on it is `mCapacity` minus `mResidual`.
 ///
 /// Frozen: the order of the members.
@@ -15,9 +17,11 @@ struct FlowArc {
 };
 
 /// Hands out arcs in pairs from blocks of 1024. The two arcs of a pair are neighbours and
-/// share a cache line: whoever looks at one looks at the other.
+/// share a cache line: whoever looks at one looks at the other. The arcs of a frame are
+/// many megabytes; blocks come from the recycler, a few at first and then dozens at a time,
+/// so that the next frame finds pages that the system need not clear again.
 ///
-/// Ownership: owns the blocks and frees them all at its end; no arc is given back.
+/// Ownership: owns the blocks and gives them all back at its end; no arc is given back.
 /// Threads: one thread at a time.
 /// Errors: `std::bad_alloc` passes through.
 class FlowArcPool {
@@ -36,8 +40,12 @@ private:
     struct FreeArc;
     struct Block;
 
+    void AddSlab();
     void AddBlock();
 
     FreeArc* mFreeArcs = nullptr;
     Block* mArcBlocks = nullptr;
+    Block* mUnusedBlocks = nullptr;  // of the newest slab
+    int mBlocksInSlab = 1;
+    TVK::ObjectPtr<TVK::MemoryRecycler> mRecycler;
 };

@@ -12,6 +12,7 @@
 #include <array>
 #include <cmath>
 #include <limits>
+#include <vector>
 
 #include "External/graphcut/ImageGraphParts.h"
 
@@ -129,34 +130,90 @@ void ImageGraph::SetPixelTerminals(std::ptrdiff_t inPlace, float inSource, float
                                       kSink);
 }
 
+namespace {
+
+// The terminal capacities of all nodes while a pass over the pixels moves them. They are
+// read from the graph before and written to it after, and in between they are close
+// together: for a graph that has not been solved the capacities are all there is.
+class NodeCapacities {
+public:
+    explicit NodeCapacities(FlowGraph& ioGraph)
+        : mGraph(ioGraph), mCapacities(ioGraph.mNodeCount) {
+        for (unsigned int node = 0; node < ioGraph.mNodeCount; ++node)
+            mCapacities[node] = {CapacitiesOf(ioGraph, node), false};
+    }
+    void Move(unsigned int inNode, float inSourceBy, float inSinkBy) {
+        Entry& entry = mCapacities[inNode];
+        entry = {Moved(entry.mEnergies, inSourceBy, inSinkBy), true};
+    }
+    void Write() const {
+        for (unsigned int node = 0; node < mGraph.mNodeCount; ++node)
+            if (mCapacities[node].mMoved)
+                mGraph.SetTerminalCapacities(node, mCapacities[node].mEnergies.mSource,
+                                             mCapacities[node].mEnergies.mSink, kSource, kSink);
+    }
+
+private:
+    struct Entry {
+        Energies mEnergies;
+        bool mMoved;
+    };
+    FlowGraph& mGraph;
+    std::vector<Entry> mCapacities;
+};
+
+}  // namespace
+
 void ImageGraph::SetTerminalEnergies(
     const unsigned char* /*inCurrentLabels*/, const unsigned char* inFit,
     const unsigned char* inForeground, const unsigned char* inBackground, double inBiasWeight,
     TerminalEnergyMode inMode, bool inBiasTowardSource, unsigned char inThreshold, int inRows,
     int inColumns, int inLeft, int inTop, int /*inCurrentLabelStride*/, int inFitStride,
     int inForegroundStride, int inBackgroundStride) {
+    if (!mNodeImage) return;
     const bool knownMode =
         inMode >= kTerminalEnergyStrokesOnly && inMode <= kTerminalEnergyClippedFit;
     const bool readsFit = inMode != kTerminalEnergyStrokesOnly;
     const float hard = graphcut::HardCapacity(mMaxRegionPixels);
     const UnstrokedEnergies unstroked(inBiasWeight, inMode, inBiasTowardSource, hard);
 
-    VisitPixels(
-        inRows, inColumns, inLeft, inTop,
-        [&](std::ptrdiff_t inRow, std::ptrdiff_t inColumn, std::ptrdiff_t inPlace) {
-            Energies energies;
-            if (inForeground[inRow * inForegroundStride + inColumn] > inThreshold) {
-                energies = {0, hard};
-            } else if (inBackground[inRow * inBackgroundStride + inColumn] > inThreshold) {
-                energies = {hard, 0};
-            } else if (knownMode) {
-                energies =
-                    unstroked.ByFit(readsFit ? inFit[inRow * inFitStride + inColumn] : 0);
-            } else {
-                return;
-            }
-            SetPixelTerminals(inPlace, energies.mSource, energies.mSink, false);
+    // False for a pixel that is to be left alone.
+    const auto find = [&](std::ptrdiff_t inRow, std::ptrdiff_t inColumn,
+                          Energies& outEnergies) {
+        if (inForeground[inRow * inForegroundStride + inColumn] > inThreshold)
+            outEnergies = {0, hard};
+        else if (inBackground[inRow * inBackgroundStride + inColumn] > inThreshold)
+            outEnergies = {hard, 0};
+        else if (knownMode)
+            outEnergies = unstroked.ByFit(readsFit ? inFit[inRow * inFitStride + inColumn] : 0);
+        else
+            return false;
+        return true;
+    };
+    const auto visit = [&](auto inSet) {
+        VisitPixels(inRows, inColumns, inLeft, inTop,
+                    [&](std::ptrdiff_t inRow, std::ptrdiff_t inColumn, std::ptrdiff_t inPlace) {
+                        Energies energies;
+                        if (find(inRow, inColumn, energies)) inSet(inPlace, energies);
+                    });
+    };
+
+    if (mRegionMode && !mFlowGraph->IsDynamicAndSolved()) {
+        NodeCapacities capacities(*mFlowGraph);
+        visit([&](std::ptrdiff_t inPlace, const Energies& inEnergies) {
+            float& source = mPixelSourceEnergies[static_cast<std::size_t>(inPlace)];
+            float& sink = mPixelSinkEnergies[static_cast<std::size_t>(inPlace)];
+            capacities.Move(mNodeImage[inPlace], inEnergies.mSource - source,
+                            inEnergies.mSink - sink);
+            source = inEnergies.mSource;
+            sink = inEnergies.mSink;
         });
+        capacities.Write();
+    } else {
+        visit([&](std::ptrdiff_t inPlace, const Energies& inEnergies) {
+            SetPixelTerminals(inPlace, inEnergies.mSource, inEnergies.mSink, false);
+        });
+    }
 }
 
 void ImageGraph::SetStrokeEnergies(const unsigned char* inForeground,

@@ -176,28 +176,29 @@ template <class Area, class Visit>
 void ImageGraph::VisitPairs(const Area& inArea, Visit inVisit) const {
     const auto offsets = graphcut::NeighborOffsets(mNeighborhood);
     const unsigned int* const nodes = mNodeImage.get();
-    VisitPixels(inArea.mRows, inArea.mColumns, inArea.mLeft, inArea.mTop,
-                [&](std::int64_t inRow, std::int64_t inColumn, std::int64_t inPlace) {
-                    const unsigned int node = nodes[inPlace];
-                    if (node == mDefaultNode) return;
-                    const std::int64_t x = inPlace % mColumns;
-                    const std::int64_t y = inPlace / mColumns;
-                    for (const NeighborOffset& offset : offsets) {
-                        const std::int64_t neighborX = x + offset.mX;
-                        if (neighborX < 0 || neighborX >= mColumns || y + offset.mY < 0)
-                            continue;
-                        const unsigned int neighbor =
-                            nodes[(y + offset.mY) * mColumns + neighborX];
-                        if (neighbor != node && neighbor != mDefaultNode)
-                            inVisit(inRow, inColumn, node, neighbor, offset);
-                    }
-                });
+    const std::ptrdiff_t columns = mColumns;
+    VisitRows(inArea.mRows, inArea.mColumns, inArea.mLeft, inArea.mTop,
+              [&](const GraphRow& inRow) {
+                  for (std::ptrdiff_t x = inRow.mFirstX; x < inRow.mEndX; ++x) {
+                      const unsigned int* const at = nodes + inRow.mY * columns + x;
+                      const unsigned int node = *at;
+                      if (node == mDefaultNode) continue;
+                      for (const NeighborOffset& offset : offsets) {
+                          const std::ptrdiff_t neighborX = x + offset.mX;
+                          if (neighborX < 0 || neighborX >= columns) continue;
+                          if (inRow.mY + offset.mY < 0) continue;
+                          const unsigned int neighbor = at[offset.mY * columns + offset.mX];
+                          if (neighbor != node && neighbor != mDefaultNode)
+                              inVisit(inRow.mAreaRow, x - inRow.mAreaX, node, neighbor, offset);
+                      }
+                  }
+              });
 }
 
 // ---- Pixel mode ----------------------------------------------------------------------
 
 void ImageGraph::AddPixelNodes(int inRows, int inColumns) {
-    if (inRows <= 0 || inColumns <= 0) return;
+    if (inRows <= 0 || inColumns <= 0 || !mNodeImage) return;
     mFlowGraph->ReserveNodes(static_cast<std::size_t>(inRows) *
                              static_cast<std::size_t>(inColumns));
     VisitPixels(
@@ -250,6 +251,7 @@ void ImageGraph::SetNeighborEnergies(const void* inPlane0, const void* inPlane1,
     graphcut::VisitPairEnergies<ImageGraphReports>(
         area, inPlanes, inBitDepth, {inScale, inSigma, inExponent},
         [&](const auto& inEnergies) {
+            if (!mNodeImage) return;
             if (!mRegionMode)
                 SetPixelEnergies(inEnergies, inBuildLinks);
             else
@@ -258,9 +260,68 @@ void ImageGraph::SetNeighborEnergies(const void* inPlane0, const void* inPlane1,
         });
 }
 
+namespace {
+
+// The links between regions while they are found: each once, in the order in which they
+// are met, with the sum of its pairs. A link is looked for at its higher-numbered region
+// among that region's lower-numbered neighbours, which are few.
+class RegionLinks {
+public:
+    struct Link {
+        unsigned int mLower;
+        unsigned int mHigher;
+        unsigned int mNext;  // the next older link of mHigher
+        float mEnergy;
+    };
+
+    explicit RegionLinks(std::size_t inNodeCount) : mNewest(inNodeCount, kNone) {}
+
+    void Add(unsigned int inNode, unsigned int inNeighbor, float inEnergy) {
+        const unsigned int lower = std::min(inNode, inNeighbor);
+        const unsigned int higher = std::max(inNode, inNeighbor);
+        unsigned int at = mNewest[higher];
+        while (at != kNone && mLinks[at].mLower != lower)
+            at = mLinks[at].mNext;
+        if (at != kNone) {
+            mLinks[at].mEnergy += inEnergy;
+            return;
+        }
+        mLinks.push_back({lower, higher, mNewest[higher], inEnergy});
+        mNewest[higher] = static_cast<unsigned int>(mLinks.size() - 1);
+    }
+
+    const std::vector<Link>& Links() const { return mLinks; }
+
+private:
+    static constexpr unsigned int kNone = std::numeric_limits<unsigned int>::max();
+
+    std::vector<unsigned int> mNewest;
+    std::vector<Link> mLinks;
+};
+
+}  // namespace
+
+// The links of a graph that has none: they are found in a small table of their own and
+// added when their sums are known.
+template <class Energies>
+void ImageGraph::BuildRegionLinks(const Energies& inEnergies) {
+    RegionLinks links(mFlowGraph->mNodeCount);
+    VisitPairs(
+        inEnergies.Area(), [&](std::int64_t inRow, std::int64_t inColumn, unsigned int inNode,
+                               unsigned int inNeighbor, const NeighborOffset& inOffset) {
+            links.Add(inNode, inNeighbor, EnergyOf(inEnergies, inRow, inColumn, inOffset));
+        });
+    for (const auto& link : links.Links())
+        mFlowGraph->AddLinkPair(link.mHigher, link.mLower, link.mEnergy, link.mEnergy);
+}
+
 // The sum over the border of two regions.
 template <class Energies>
 void ImageGraph::SetRegionEnergies(const Energies& inEnergies, bool inBuildLinks) {
+    if (inBuildLinks && mFlowGraph->mLinkPairs == 0 && !mFlowGraph->IsDynamicAndSolved()) {
+        BuildRegionLinks(inEnergies);
+        return;
+    }
     VisitPairs(inEnergies.Area(),
                [&](std::int64_t inRow, std::int64_t inColumn, unsigned int inNode,
                    unsigned int inNeighbor, const NeighborOffset& inOffset) {

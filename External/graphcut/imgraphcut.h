@@ -200,6 +200,9 @@ private:
     void SetPixelEnergies(const Energies& inEnergies, bool inBuildLinks);
     template <class Area, class Visit>
     void VisitPairs(const Area& inArea, Visit inVisit) const;
+    struct GraphRow;
+    template <class Visit>
+    void VisitRows(int inRows, int inColumns, int inLeft, int inTop, Visit inVisit) const;
     template <class Visit>
     void VisitPixels(int inRows, int inColumns, int inLeft, int inTop, Visit inVisit) const;
     template <class Visit>
