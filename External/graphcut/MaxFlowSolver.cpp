@@ -76,14 +76,14 @@ MaxFlowSolver::MaxFlowSolver(FlowGraph& inGraph, unsigned int inSource, unsigned
       mParents(mNodeCount, nullptr),
       mOrphans(NodeCellPool::Instance()),
       mChildOrphans(NodeCellPool::Instance()),
-      mDistances(mNodeCount, Distance{0, 0}) {
+      mDistances(mNodeCount, Distance{0, 0, kNoNode}) {
     mActivePosition.assign(mNodeCount, mActive.End());
     std::fill(ioSegments.begin(), ioSegments.end(), kFree);
     MakeActive(mSink);
     MakeActive(mSource);
     ioSegments[mSource] = kSourceTree;
     ioSegments[mSink] = kSinkTree;
-    mDistances[mSource] = mDistances[mSink] = {0, mTime};
+    mDistances[mSource] = mDistances[mSink] = {0, mTime, kNoNode};
 }
 
 // ---- The course of a solve -----------------------------------------------------------
@@ -179,8 +179,7 @@ bool MaxFlowSolver::GrowFrom(unsigned int inNode) {
             continue;
         }
         // New in the tree, or nearer to the root by this way than by its own.
-        mParents[head] = arc->mReverse;
-        mDistances[head] = {own.mSteps + 1, own.mTime};
+        SetParent(head, arc->mReverse, own.mSteps + 1, own.mTime);
     }
     return false;
 }
@@ -192,29 +191,30 @@ void MaxFlowSolver::Augment() {
         (*mSegments)[mMeetingArc->mHead] == kSourceTree ? mMeetingArc->mReverse : mMeetingArc;
 
     float bottleneck = meeting->mResidual;
-    for (unsigned int node = meeting->mTail; node != mSource; node = mParents[node]->mHead)
-        bottleneck = std::min(bottleneck, mParents[node]->mReverse->mResidual);
-    for (unsigned int node = meeting->mHead; node != mSink; node = mParents[node]->mHead)
-        bottleneck = std::min(bottleneck, mParents[node]->mResidual);
+    for (unsigned int n = meeting->mTail; n != mSource; n = mDistances[n].mParentNode)
+        bottleneck = std::min(bottleneck, mParents[n]->mReverse->mResidual);
+    for (unsigned int n = meeting->mHead; n != mSink; n = mDistances[n].mParentNode)
+        bottleneck = std::min(bottleneck, mParents[n]->mResidual);
 
     Push(*meeting, bottleneck);
-
-    // Here alone orphans enter at the front: the one nearest its terminal comes out first.
-    const auto pushTowards = [&](unsigned int inFrom, unsigned int inRoot, bool inAgainstArcs) {
-        for (unsigned int node = inFrom; node != inRoot;) {
-            FlowArc* const parent = mParents[node];
-            FlowArc& carrying = inAgainstArcs ? *parent->mReverse : *parent;
-            Push(carrying, bottleneck);
-            if (carrying.mResidual == 0) {
-                mParents[node] = mNoParent;
-                mOrphans.PushFront(node);
-            }
-            node = parent->mHead;
-        }
-    };
-    pushTowards(meeting->mTail, mSource, true);
-    pushTowards(meeting->mHead, mSink, false);
+    PushTowardsRoot(meeting->mTail, kSourceTree, bottleneck);
+    PushTowardsRoot(meeting->mHead, kSinkTree, bottleneck);
     mFlow += bottleneck;
+}
+
+// Here alone orphans enter at the front: the one nearest its terminal comes out first.
+void MaxFlowSolver::PushTowardsRoot(unsigned int inNode, unsigned char inTree, float inFlow) {
+    for (unsigned int node = inNode; node != Root(inTree);) {
+        FlowArc* const parent = mParents[node];
+        const unsigned int next = mDistances[node].mParentNode;
+        FlowArc& carrying = inTree == kSourceTree ? *parent->mReverse : *parent;
+        Push(carrying, inFlow);
+        if (carrying.mResidual == 0) {
+            DropParent(node);
+            mOrphans.PushFront(node);
+        }
+        node = next;
+    }
 }
 
 // ---- Adoption ------------------------------------------------------------------------
@@ -232,8 +232,7 @@ void MaxFlowSolver::Adopt() {
 void MaxFlowSolver::ProcessOrphan(unsigned int inNode, NodeList& ioFreed) {
     const unsigned char tree = (*mSegments)[inNode];
     if (FlowArc* const parent = FindParent(inNode, tree)) {
-        mParents[inNode] = parent;
-        mDistances[inNode] = {mDistances[parent->mHead].mSteps + 1, mTime};
+        SetParent(inNode, parent, mDistances[parent->mHead].mSteps + 1, mTime);
     } else {
         Free(inNode, tree, ioFreed);
     }
@@ -246,7 +245,7 @@ FlowArc* MaxFlowSolver::FindParent(unsigned int inNode, unsigned char inTree) {
     unsigned int bestSteps = std::numeric_limits<unsigned int>::max();
     FlowArc* best = mNoParent;
     for (FlowArc* arc = mGraph->mFirstArcs[inNode]; arc; arc = arc->mNext) {
-        if (segments[arc->mHead] != inTree || !(TowardsTail(*arc, inTree) > 0)) continue;
+        if (!(TowardsTail(*arc, inTree) > 0) || segments[arc->mHead] != inTree) continue;
         unsigned int steps = 0;
         if (!HasTerminalOrigin(arc->mHead, Root(inTree), steps)) continue;
         if (steps < bestSteps) {
@@ -264,13 +263,13 @@ void MaxFlowSolver::Free(unsigned int inNode, unsigned char inTree, NodeList& io
         const unsigned int head = arc->mHead;
         if (segments[head] != inTree) continue;
         if (TowardsTail(*arc, inTree) > 0) MakeActive(head);
-        if (mParents[head] != mNoParent && mParents[head]->mHead == inNode) {
-            mParents[head] = mNoParent;
+        if (mDistances[head].mParentNode == inNode) {
+            DropParent(head);
             mChildOrphans.PushBack(head);
         }
     }
     segments[inNode] = kFree;
-    mParents[inNode] = mNoParent;
+    DropParent(inNode);
     MakePassive(inNode);
     ioFreed.PushBack(inNode);
 }
@@ -294,16 +293,18 @@ bool MaxFlowSolver::HasTerminalOrigin(unsigned int inNode, unsigned int inRoot,
     unsigned int steps = 0;
     unsigned int last = inNode;
     while (last != inRoot && mDistances[last].mTime != mTime) {
-        if (mParents[last] == mNoParent) return false;
-        last = mParents[last]->mHead;
+        if (mDistances[last].mParentNode == kNoNode) return false;
+        last = mDistances[last].mParentNode;
         ++steps;
     }
-    if (last == inRoot) mDistances[inRoot] = {0, mTime};
+    if (last == inRoot) mDistances[inRoot] = {0, mTime, kNoNode};
     outSteps = steps + mDistances[last].mSteps;
 
     unsigned int remaining = outSteps;
-    for (unsigned int node = inNode; node != last; node = mParents[node]->mHead)
-        mDistances[node] = {remaining--, mTime};
+    for (unsigned int node = inNode; node != last; node = mDistances[node].mParentNode) {
+        mDistances[node].mSteps = remaining--;
+        mDistances[node].mTime = mTime;
+    }
     return true;
 }
 
@@ -320,7 +321,7 @@ void MaxFlowSolver::TerminalCapacitiesChanged(FlowArc& ioFromSource, FlowArc& io
     const FlowArc* const parent = mParents[node];
     if ((parent == ioFromSource.mReverse && ioFromSource.mResidual == 0) ||
         (parent == &ioToSink && ioToSink.mResidual == 0))
-        LoseParent(node);
+        MakeOrphan(node);
 
     const bool hasIn = ioFromSource.mResidual > 0;
     const bool hasOut = ioToSink.mResidual > 0;
@@ -343,9 +344,9 @@ void MaxFlowSolver::LinkChanged(FlowArc& inArc) {
         if ((*mSegments)[tail] == kSourceTree) MakeActive(tail);
         if ((*mSegments)[head] == kSinkTree) MakeActive(head);
     } else if (tailInSinkTree && mParents[tail] == &inArc) {
-        LoseParent(tail);
+        MakeOrphan(tail);
     } else if (headInSourceTree && mParents[head] == inArc.mReverse) {
-        LoseParent(head);
+        MakeOrphan(head);
     }
 }
 
@@ -365,12 +366,22 @@ void MaxFlowSolver::MakePassive(unsigned int inNode) {
 void MaxFlowSolver::JoinAtTerminal(unsigned int inNode, unsigned char inTree,
                                    FlowArc* inParent) {
     (*mSegments)[inNode] = inTree;
-    mParents[inNode] = inParent;
-    mDistances[inNode] = {1, mTime};
+    SetParent(inNode, inParent, 1, mTime);
     MakeActive(inNode);
 }
 
-void MaxFlowSolver::LoseParent(unsigned int inNode) {
+void MaxFlowSolver::SetParent(unsigned int inNode, FlowArc* inParent, unsigned int inSteps,
+                              unsigned int inTime) {
+    mParents[inNode] = inParent;
+    mDistances[inNode] = {inSteps, inTime, inParent->mHead};
+}
+
+void MaxFlowSolver::DropParent(unsigned int inNode) {
     mParents[inNode] = mNoParent;
+    mDistances[inNode].mParentNode = kNoNode;
+}
+
+void MaxFlowSolver::MakeOrphan(unsigned int inNode) {
+    DropParent(inNode);
     mOrphans.PushBack(inNode);
 }

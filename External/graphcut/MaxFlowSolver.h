@@ -49,11 +49,14 @@ public:
     /// @}
 
 private:
-    // Steps from the terminal, and when that was last known to be so.
-    struct Distance {
+    // Steps from the terminal, and when that was last known to be so; behind them the head
+    // of the parent arc, so that a walk to the root goes through this table alone.
+    struct alignas(16) Distance {
         unsigned int mSteps;
         unsigned int mTime;
+        unsigned int mParentNode;
     };
+    static constexpr unsigned int kNoNode = ~0u;
     class Deadline;
 
     unsigned int Root(unsigned char inTree) const {
@@ -66,6 +69,7 @@ private:
     bool Grow();
     bool GrowFrom(unsigned int inNode);
     void Augment();
+    void PushTowardsRoot(unsigned int inNode, unsigned char inTree, float inFlow);
     void Adopt();
     void ProcessOrphan(unsigned int inNode, NodeList& ioFreed);
     FlowArc* FindParent(unsigned int inNode, unsigned char inTree);
@@ -76,7 +80,10 @@ private:
     void MakeActive(unsigned int inNode);
     void MakePassive(unsigned int inNode);
     void JoinAtTerminal(unsigned int inNode, unsigned char inTree, FlowArc* inParent);
-    void LoseParent(unsigned int inNode);
+    void SetParent(unsigned int inNode, FlowArc* inParent, unsigned int inSteps,
+                   unsigned int inTime);
+    void DropParent(unsigned int inNode);
+    void MakeOrphan(unsigned int inNode);
 
     FlowGraph* mGraph;
     unsigned int mSource;
