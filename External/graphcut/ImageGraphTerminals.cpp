@@ -216,16 +216,42 @@ void ImageGraph::SetTerminalEnergies(
     }
 }
 
+namespace {
+
+// Most of a stroke image is empty and is passed over in blocks.
+constexpr std::ptrdiff_t kStrokeBlock = 64;
+
+bool IsAnyAbove(const unsigned char* inLeft, const unsigned char* inRight,
+                std::ptrdiff_t inCount, unsigned char inThreshold) {
+    unsigned char most = 0;
+    for (std::ptrdiff_t i = 0; i < inCount; ++i)
+        most = std::max(most, std::max(inLeft[i], inRight[i]));
+    return most > inThreshold;
+}
+
+}  // namespace
+
 void ImageGraph::SetStrokeEnergies(const unsigned char* inForeground,
                                    const unsigned char* inBackground, unsigned char inThreshold,
                                    int inRows, int inColumns, int inLeft, int inTop,
                                    int inForegroundStride, int inBackgroundStride) {
     const float hard = graphcut::HardCapacity(mMaxRegionPixels);
-    VisitPixels(inRows, inColumns, inLeft, inTop,
-                [&](std::ptrdiff_t inRow, std::ptrdiff_t inColumn, std::ptrdiff_t inPlace) {
-                    if (inForeground[inRow * inForegroundStride + inColumn] > inThreshold)
-                        SetPixelTerminals(inPlace, 0, hard, true);
-                    else if (inBackground[inRow * inBackgroundStride + inColumn] > inThreshold)
-                        SetPixelTerminals(inPlace, hard, 0, true);
-                });
+    VisitRows(inRows, inColumns, inLeft, inTop, [&](const GraphRow& inRow) {
+        const unsigned char* const foreground =
+            inForeground + inRow.mAreaRow * inForegroundStride - inRow.mAreaX;
+        const unsigned char* const background =
+            inBackground + inRow.mAreaRow * inBackgroundStride - inRow.mAreaX;
+        const std::ptrdiff_t row = inRow.mY * mColumns;
+        for (std::ptrdiff_t begin = inRow.mFirstX; begin < inRow.mEndX; begin += kStrokeBlock) {
+            const std::ptrdiff_t end = std::min(begin + kStrokeBlock, inRow.mEndX);
+            if (!IsAnyAbove(foreground + begin, background + begin, end - begin, inThreshold))
+                continue;
+            for (std::ptrdiff_t x = begin; x < end; ++x) {
+                if (foreground[x] > inThreshold)
+                    SetPixelTerminals(row + x, 0, hard, true);
+                else if (background[x] > inThreshold)
+                    SetPixelTerminals(row + x, hard, 0, true);
+            }
+        }
+    });
 }

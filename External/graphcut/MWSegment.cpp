@@ -1,10 +1,12 @@
 #include "External/graphcut/MWSegment.h"
 
 #include <algorithm>
-#include <cstdint>
-#include <limits>
+#include <cstddef>
+#include <type_traits>
+#include <variant>
 
 #include "External/graphcut/MWSegmentSeedFill.h"
+#include "External/graphcut/MWSegmentWindowFill.h"
 #include "External/graphcut/SquaredRadius.h"
 #include "TVK/ContractCheck.h"
 
@@ -19,7 +21,7 @@ struct Request {
     int mRowStride;
     int mLabelStride;
     float mToleranceSquared;
-    int mRadiusSquared;
+    int mRadius;
 };
 
 // The limit on the sum of the squared differences: the planes' mean times their number.
@@ -35,7 +37,7 @@ unsigned int SegmentPlanes(const Request& inRequest) {
     fill.mLabels = inRequest.mLabels;
     fill.mLabelStride = inRequest.mLabelStride;
     fill.mColourToleranceSquared = inRequest.mToleranceSquared;
-    fill.mRadiusSquared = inRequest.mRadiusSquared;
+    fill.mRadiusSquared = SquareOrMost(inRequest.mRadius);
     fill.mRowStride = inRequest.mRowStride;
     for (int plane = 0; plane < kPlanes; ++plane)
         fill.mPlanes[plane] = static_cast<const T*>(inRequest.mPlanes[plane]);
@@ -46,12 +48,29 @@ unsigned int SegmentPlanes(const Request& inRequest) {
     for (int y = 0; y < inRequest.mRows; ++y)
         std::fill_n(row(y), std::max(inRequest.mColumns, 0), 0u);
 
+    // Where it fits, the fill by masks labels the same pixels sooner.
+    constexpr bool kHasWindow = sizeof(T) == 1;
+    using Window = std::conditional_t<kHasWindow, MWSegmentWindowFill<kPlanes>, std::monostate>;
+    Window window = [&] {
+        if constexpr (kHasWindow)
+            return Window(fill.mPlanes, inRequest.mRowStride, inRequest.mLabels,
+                          inRequest.mLabelStride, inRequest.mRows, inRequest.mColumns,
+                          inRequest.mToleranceSquared, inRequest.mRadius);
+        else
+            return Window();
+    }();
+
     const FillArea area{0, 0, inRequest.mColumns - 1, inRequest.mRows - 1};
     constexpr unsigned int kFirstRegion = 2;
     unsigned int region = kFirstRegion;
     for (int y = 0; y < inRequest.mRows; ++y)
         for (int x = 0; x < inRequest.mColumns; ++x) {
             if (row(y)[x] != 0) continue;
+            if constexpr (kHasWindow)
+                if (window.Holds(x)) {
+                    window.Fill(x, y, region++);
+                    continue;
+                }
             fill.mRegionId = region++;
             fill.SetSeed(x, y);
             SeedFill(x, y, area, fill);
@@ -89,7 +108,7 @@ void MWSegment(const void* inPlane0, const void* inPlane1, const void* inPlane2,
                           inRowStride,
                           inLabelStride,
                           SquaredTolerance(inTolerance, inBitDepth, inPlanes),
-                          SquareOrMost(inRadius)};
+                          inRadius};
     switch (inBitDepth) {
         case 8:
             *outRegionCount = SegmentDepth<unsigned char>(request, inPlanes);
