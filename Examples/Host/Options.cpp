@@ -76,6 +76,13 @@ std::string OutputOptions::Path(const std::string& inName) const {
     return (std::filesystem::path(mFolder) / inName).string();
 }
 
+std::string OutputOptions::NumberedPath(const std::string& inStem, long long inNumber,
+                                        const std::string& inEnding) const {
+    char number[24];
+    std::snprintf(number, sizeof number, "-%06lld", inNumber);
+    return Path(inStem + number + inEnding);
+}
+
 void OutputOptions::Prepare() const {
     std::error_code error;
     std::filesystem::create_directories(mFolder, error);

@@ -40,6 +40,9 @@ struct OutputOptions {
     /// Makes the folder and tries whether a file can be written there, before any work.
     void Prepare() const;
     std::string Path(const std::string& inName) const;
+    /// A path such as "FOLDER/track-000012.png".
+    std::string NumberedPath(const std::string& inStem, long long inNumber,
+                             const std::string& inEnding) const;
 };
 
 }  // namespace Host

@@ -55,6 +55,7 @@ int RunProgram(int inCount, char** inArguments) {
 
     Host::Run run;
     Host::AddGreyCommand(program, run);
+    Host::AddTrackCommand(program, run);
     RefuseUnknownCommand(program, inCount, inArguments);
     try {
         program.parse(inCount, inArguments);

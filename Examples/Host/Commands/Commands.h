@@ -14,5 +14,6 @@ namespace Host {
 using Run = std::function<int()>;
 
 void AddGreyCommand(CLI::App& ioProgram, Run& outRun);
+void AddTrackCommand(CLI::App& ioProgram, Run& outRun);
 
 }  // namespace Host

@@ -1,0 +1,101 @@
+#include "TrackHistory.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "RenderedClip.h"
+
+namespace Host {
+namespace {
+
+constexpr std::size_t kTrailLength = 24;
+constexpr double kCutShare = 0.6;
+constexpr int kCutLeast = 20;  // fewer points than that say nothing of a cut
+
+double Distance(const Point& inFirst, const Point& inSecond) {
+    const double x = inFirst.mX - inSecond.mX;
+    const double y = inFirst.mY - inSecond.mY;
+    return std::sqrt(x * x + y * y);
+}
+
+// Near the edges a tracker has no pixels to compare; a point there is not in view.
+bool IsInView(const Point& inPoint, const RenderedClip::Shape& inShape) {
+    constexpr double kMargin = 24.0;
+    return inPoint.mX >= kMargin && inPoint.mY >= kMargin &&
+           inPoint.mX < inShape.mWidth - kMargin && inPoint.mY < inShape.mHeight - kMargin;
+}
+
+}  // namespace
+
+double Quantile(std::vector<double>& ioValues, double inShare) {
+    if (ioValues.empty()) return 0.0;
+    const auto at = ioValues.begin() + std::ptrdiff_t(inShare * double(ioValues.size() - 1));
+    std::nth_element(ioValues.begin(), at, ioValues.end());
+    return *at;
+}
+
+void TrackHistory::Add(const std::vector<TrackedPoint>& inPoints, long long inFrame) {
+    mTrails.resize(std::max(mTrails.size(), inPoints.size()));
+    const int liveBefore = mLiveNow;
+    int lost = 0;
+    mLiveNow = 0;
+    for (std::size_t slot = 0; slot < inPoints.size(); ++slot) {
+        Trail& trail = mTrails[slot];
+        const TrackedPoint& point = inPoints[slot];
+        const bool wasLive = !trail.mPlaces.empty();
+        const bool isCarried = point.IsLive() && point.mAge > 0 && wasLive;
+        if (wasLive) Compare(trail, point, inFrame);
+        if (wasLive && !isCarried) {
+            ++lost;
+            trail = {};
+        }
+        if (!point.IsLive()) continue;
+        ++mLiveNow;
+        const Point place{point.mX, point.mY};
+        if (trail.mPlaces.empty()) trail = {{}, point.mAge, place, inFrame};
+        trail.mAge = point.mAge;
+        trail.mPlaces.push_back(place);
+        if (trail.mPlaces.size() > kTrailLength) trail.mPlaces.pop_front();
+    }
+    if (liveBefore >= kCutLeast && lost > kCutShare * liveBefore) mCuts.push_back(inFrame);
+    mLiveSum += mLiveNow;
+    mPrevFrame = inFrame;
+    ++mFrames;
+}
+
+// `inTrail` is what the slot held up to the frame before.
+void TrackHistory::Compare(const Trail& inTrail, const TrackedPoint& inPoint,
+                           long long inFrame) {
+    if (!mTruth) return;
+    const auto move = [&](const Point& inFrom, long long inFromFrame) {
+        return mTruth->Move(inFrom, int(inFromFrame), int(inFrame));
+    };
+    const std::optional<Point> step = move(inTrail.mPlaces.back(), mPrevFrame);
+    if (!step || !IsInView(*step, mTruth->GetShape())) return;
+    ++mInView;
+    if (!inPoint.IsLive() || inPoint.mAge == 0) return;
+    ++mKept;
+    const Point place{inPoint.mX, inPoint.mY};
+    mStepErrors.push_back(Distance(place, *step));
+    if (const std::optional<Point> start = move(inTrail.mStart, inTrail.mStartFrame))
+        mStartErrors.push_back(Distance(place, *start));
+}
+
+TrackHistory::Summary TrackHistory::Summarise() const {
+    Summary summary;
+    if (mFrames > 0) summary.mMeanLive = double(mLiveSum) / double(mFrames);
+    std::vector<double> ages;
+    for (const Trail& trail : mTrails)
+        if (!trail.mPlaces.empty()) ages.push_back(double(trail.mAge));
+    summary.mMedianAge = Quantile(ages, 0.5);
+    std::vector<double> steps = mStepErrors;
+    std::vector<double> starts = mStartErrors;
+    summary.mStepMedian = Quantile(steps, 0.5);
+    summary.mStepNinety = Quantile(steps, 0.9);
+    summary.mStartMedian = Quantile(starts, 0.5);
+    summary.mStartNinety = Quantile(starts, 0.9);
+    if (mInView > 0) summary.mKept = double(mKept) / double(mInView);
+    return summary;
+}
+
+}  // namespace Host
