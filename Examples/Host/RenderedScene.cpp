@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include "Texture.h"
 
@@ -76,61 +77,56 @@ std::uint8_t ToByte(double inValue) {
     return std::uint8_t(std::clamp(inValue + 0.5, 0.0, 255.0));
 }
 
-// A polyline of the brush in the bird's units.
-struct Line {
-    double mFromX, mFromY, mToX, mToY;
-};
+// The lines of the brush in the bird's units, for the first and the second strokes.
+constexpr BrushLine kFirstLines[] = {
+    {-0.22, 0.1, 0.06, 0.02, 0.016, true},   {0.06, 0.02, 0.13, 0.1, 0.016, true},
+    {-0.5, -0.3, 0.05, -0.33, 0.016, false}, {0.05, -0.33, 0.5, -0.36, 0.016, false},
+    {-0.45, 0.38, 0.5, 0.36, 0.016, false},  {0.46, 0.3, 0.5, 0.02, 0.016, false}};
+constexpr BrushLine kSecondLines[] = {{0.2, -0.11, 0.28, -0.14, 0.014, true},
+                                      {0.38, -0.135, 0.42, -0.135, 0.014, true},
+                                      {-0.44, 0.14, -0.3, 0.09, 0.014, true},
+                                      {-0.55, -0.05, -0.42, -0.12, 0.016, false},
+                                      {-0.3, 0.3, 0.1, 0.32, 0.016, false}};
 
-void PaintLines(Mask& ioMask, std::initializer_list<Line> inLines, double inRadius) {
-    const double unit = std::min(ioMask.mWidth, ioMask.mHeight);
-    const double x = ioMask.mWidth * 0.5;
-    const double y = ioMask.mHeight * 0.5;
-    for (const Line& line : inLines)
-        PaintStroke(ioMask, x + line.mFromX * unit, y + line.mFromY * unit,
-                    x + line.mToX * unit, y + line.mToY * unit, inRadius * unit);
-}
-
-std::vector<Strokes> PaintStrokes(int inWidth, int inHeight) {
-    std::vector<Strokes> strokes(2, {Mask(inWidth, inHeight), Mask(inWidth, inHeight)});
-    PaintLines(strokes[0].mForeground, {{-0.22, 0.1, 0.06, 0.02}, {0.06, 0.02, 0.13, 0.1}},
-               0.016);
-    PaintLines(strokes[0].mBackground,
-               {{-0.5, -0.3, 0.05, -0.33},
-                {0.05, -0.33, 0.5, -0.36},
-                {-0.45, 0.38, 0.5, 0.36},
-                {0.46, 0.3, 0.5, 0.02}},
-               0.016);
-    PaintLines(
-        strokes[1].mForeground,
-        {{0.2, -0.11, 0.28, -0.14}, {0.38, -0.135, 0.42, -0.135}, {-0.44, 0.14, -0.3, 0.09}},
-        0.014);
-    PaintLines(strokes[1].mBackground, {{-0.55, -0.05, -0.42, -0.12}, {-0.3, 0.3, 0.1, 0.32}},
-               0.016);
-    return strokes;
+template <std::size_t kCount>
+void AddStrokes(RenderedScene& ioScene, const BrushLine (&inLines)[kCount]) {
+    const int width = ioScene.mTruth.mWidth;
+    const int height = ioScene.mTruth.mHeight;
+    const double unit = std::min(width, height);
+    Strokes strokes{Mask(width, height), Mask(width, height)};
+    for (const BrushLine& line : inLines) {
+        ioScene.mLines.push_back(
+            {width * 0.5 + line.mFromX * unit, height * 0.5 + line.mFromY * unit,
+             width * 0.5 + line.mToX * unit, height * 0.5 + line.mToY * unit,
+             line.mRadius * unit, line.mIsForeground});
+        PaintLine(strokes, ioScene.mLines.back());
+    }
+    ioScene.mStrokes.push_back(std::move(strokes));
 }
 
 }  // namespace
 
-void PaintStroke(Mask& ioMask, double inFromX, double inFromY, double inToX, double inToY,
-                 double inRadius) {
-    const double alongX = inToX - inFromX;
-    const double alongY = inToY - inFromY;
+void PaintLine(Strokes& ioStrokes, const BrushLine& inLine) {
+    Mask& mask = inLine.mIsForeground ? ioStrokes.mForeground : ioStrokes.mBackground;
+    const double alongX = inLine.mToX - inLine.mFromX;
+    const double alongY = inLine.mToY - inLine.mFromY;
     const double square = std::max(1e-9, alongX * alongX + alongY * alongY);
+    const double radius = inLine.mRadius;
     const auto clip = [](double inValue, int inSide) {
         return int(std::clamp(inValue, 0.0, double(inSide)));
     };
-    const int left = clip(std::min(inFromX, inToX) - inRadius, ioMask.mWidth);
-    const int right = clip(std::max(inFromX, inToX) + inRadius + 1.0, ioMask.mWidth);
-    const int top = clip(std::min(inFromY, inToY) - inRadius, ioMask.mHeight);
-    const int bottom = clip(std::max(inFromY, inToY) + inRadius + 1.0, ioMask.mHeight);
+    const int left = clip(std::min(inLine.mFromX, inLine.mToX) - radius, mask.mWidth);
+    const int right = clip(std::max(inLine.mFromX, inLine.mToX) + radius + 1.0, mask.mWidth);
+    const int top = clip(std::min(inLine.mFromY, inLine.mToY) - radius, mask.mHeight);
+    const int bottom = clip(std::max(inLine.mFromY, inLine.mToY) + radius + 1.0, mask.mHeight);
     for (int y = top; y < bottom; ++y)
         for (int x = left; x < right; ++x) {
-            const double dx = x + 0.5 - inFromX;
-            const double dy = y + 0.5 - inFromY;
+            const double dx = x + 0.5 - inLine.mFromX;
+            const double dy = y + 0.5 - inLine.mFromY;
             const double share = std::clamp((dx * alongX + dy * alongY) / square, 0.0, 1.0);
             const double awayX = dx - share * alongX;
             const double awayY = dy - share * alongY;
-            if (awayX * awayX + awayY * awayY <= inRadius * inRadius) ioMask.At(x, y) = 255;
+            if (awayX * awayX + awayY * awayY <= radius * radius) mask.At(x, y) = 255;
         }
 }
 
@@ -155,7 +151,8 @@ RenderedScene RenderScene(int inWidth, int inHeight) {
             scene.mTruth.At(x, y) = paint.mCover > 0.5 ? 255 : 0;
         }
     scene.mPicture.Finish();
-    scene.mStrokes = PaintStrokes(inWidth, inHeight);
+    AddStrokes(scene, kFirstLines);
+    AddStrokes(scene, kSecondLines);
     return scene;
 }
 

@@ -32,12 +32,19 @@ struct Strokes {
     Mask mBackground;
 };
 
+/// One line of the brush, in pixels as edges count.
+struct BrushLine {
+    double mFromX, mFromY, mToX, mToY, mRadius;
+    bool mIsForeground;
+};
+
 /// A bird before textured ground. Its body, head and tail differ in colour, so that the
 /// first strokes (on the body) select a part of it and the second ones the rest.
 struct RenderedScene {
     Frame mPicture;
     Mask mTruth;  ///< 255 where the bird covers more than half of the pixel
     std::vector<Strokes> mStrokes;
+    std::vector<BrushLine> mLines;  ///< what the strokes were painted with, in order
 };
 
 RenderedScene RenderScene(int inWidth, int inHeight);
@@ -45,8 +52,7 @@ RenderedScene RenderScene(int inWidth, int inHeight);
 /// Shared area over the area of either; both planes count pixels above 127.
 double Overlap(const Mask& inFirst, const Mask& inSecond);
 
-/// Paints a round brush's way from one place to another, in pixels as edges count.
-void PaintStroke(Mask& ioMask, double inFromX, double inFromY, double inToX, double inToY,
-                 double inRadius);
+/// Paints a round brush's way along a line, on the mask of the line's own side.
+void PaintLine(Strokes& ioStrokes, const BrushLine& inLine);
 
 }  // namespace Host

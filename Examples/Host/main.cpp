@@ -55,7 +55,9 @@ int RunProgram(int inCount, char** inArguments) {
 
     Host::Run run;
     Host::AddGreyCommand(program, run);
+    Host::AddPyramidCommand(program, run);
     Host::AddTrackCommand(program, run);
+    Host::AddSelectCommand(program, run);
     RefuseUnknownCommand(program, inCount, inArguments);
     try {
         program.parse(inCount, inArguments);

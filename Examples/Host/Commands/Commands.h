@@ -14,6 +14,8 @@ namespace Host {
 using Run = std::function<int()>;
 
 void AddGreyCommand(CLI::App& ioProgram, Run& outRun);
+void AddPyramidCommand(CLI::App& ioProgram, Run& outRun);
+void AddSelectCommand(CLI::App& ioProgram, Run& outRun);
 void AddTrackCommand(CLI::App& ioProgram, Run& outRun);
 
 }  // namespace Host

@@ -1,0 +1,241 @@
+// select: a foreground cut out of a picture by strokes.
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cstdio>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "Commands.h"
+#include "FrameReader.h"
+#include "Help.h"
+#include "Insides.h"
+#include "Interactive.h"
+#include "Interrupt.h"
+#include "Options.h"
+#include "Selection.h"
+#include "SelectionPicture.h"
+#include "UserError.h"
+
+namespace Host {
+namespace {
+
+struct SelectOptions {
+    std::string mPicture;
+    std::vector<std::string> mForeground, mBackground;
+    std::string mTruth;
+    std::string mSize;
+    bool mInteractive = false;
+    bool mDemo = false;
+    OutputOptions mOutput;
+};
+
+// What is selected from, and by what.
+struct SelectInput {
+    std::string mName;
+    Frame mPicture;
+    std::vector<Strokes> mStrokes;
+    std::optional<Mask> mTruth;
+    std::vector<BrushLine> mLines;
+};
+
+// A plane of a picture file: grey as it is, colours by their luma, and what is
+// transparent counts as not painted.
+Mask ReadMask(const std::string& inFile, const Frame& inPicture) {
+    const Frame frame = ReadPicture(inFile);
+    if (frame.mWidth != inPicture.mWidth || frame.mHeight != inPicture.mHeight)
+        throw UserError("'" + inFile + "' is " + std::to_string(frame.mWidth) + "x" +
+                        std::to_string(frame.mHeight) + ", but the picture is " +
+                        std::to_string(inPicture.mWidth) + "x" +
+                        std::to_string(inPicture.mHeight));
+    Mask mask(frame.mWidth, frame.mHeight);
+    for (std::size_t i = 0; i < mask.mBytes.size(); ++i) {
+        const std::uint8_t* const pixel = frame.mPixels.data() + i * 4;
+        const int luma = (114 * pixel[0] + 587 * pixel[1] + 299 * pixel[2] + 500) / 1000;
+        mask.mBytes[i] = std::uint8_t(luma * pixel[3] / 255);
+    }
+    return mask;
+}
+
+SelectInput RenderedInput(const SelectOptions& inOptions) {
+    if (!inOptions.mForeground.empty() || !inOptions.mTruth.empty())
+        throw UserError("strokes and --truth belong to a picture, and none is named");
+    const Size size = ParseSize(inOptions.mSize.empty() ? "640x480" : inOptions.mSize);
+    RenderedScene scene = RenderScene(size.mWidth, size.mHeight);
+    return {"rendered scene", std::move(scene.mPicture), std::move(scene.mStrokes),
+            std::move(scene.mTruth), std::move(scene.mLines)};
+}
+
+SelectInput ReadInput(const SelectOptions& inOptions) {
+    if (inOptions.mForeground.size() != inOptions.mBackground.size())
+        throw UserError("--foreground and --background take as many files each");
+    if (inOptions.mPicture.empty()) return RenderedInput(inOptions);
+    if (inOptions.mDemo)
+        throw UserError("--demo paints on the rendered scene: name no picture");
+    if (!inOptions.mSize.empty())
+        throw UserError("--size is for the rendered scene; '" + inOptions.mPicture +
+                        "' has a size of its own");
+    if (inOptions.mForeground.empty() && !inOptions.mInteractive)
+        throw UserError(
+            "a picture needs strokes: --foreground FILE --background FILE, or --interactive");
+
+    SelectInput input{inOptions.mPicture, ReadPicture(inOptions.mPicture), {}, {}, {}};
+    for (std::size_t i = 0; i < inOptions.mForeground.size(); ++i)
+        input.mStrokes.push_back({ReadMask(inOptions.mForeground[i], input.mPicture),
+                                  ReadMask(inOptions.mBackground[i], input.mPicture)});
+    if (!inOptions.mTruth.empty()) input.mTruth = ReadMask(inOptions.mTruth, input.mPicture);
+    return input;
+}
+
+// Truth masks from data sets have a rim of 128 that is neither: it counts for nothing.
+double OverlapWithoutRim(Mask inLabels, Mask inTruth) {
+    for (std::size_t i = 0; i < inTruth.mBytes.size(); ++i)
+        if (inTruth.mBytes[i] == 128) inLabels.mBytes[i] = inTruth.mBytes[i] = 0;
+    return Overlap(inLabels, inTruth);
+}
+
+void ReportCut(std::size_t inNumber, const Selection& inSelection, const GraphInside& inGraph,
+               const std::optional<Mask>& inTruth) {
+    const Mask& labels = inSelection.Labels();
+    const auto selected = std::count_if(labels.mBytes.begin(), labels.mBytes.end(),
+                                        [](int b) { return b > 127; });
+    if (inNumber == 0)
+        std::printf("  %u regions, %zu links\n", inGraph.Regions(), inGraph.Links());
+    std::printf(
+        "  %-14s %9.2f ms, flow %.1f, %.1f %% of the picture selected",
+        inNumber == 0 ? "first cut" : ("stroke " + std::to_string(inNumber + 1)).c_str(),
+        inSelection.Milliseconds(), inGraph.Flow(),
+        100.0 * double(selected) / double(labels.mBytes.size()));
+    if (inTruth)
+        std::printf(", overlap with the truth %.3f", OverlapWithoutRim(labels, *inTruth));
+    std::printf("\n");
+}
+
+// The sheet: the picture with the strokes of each cut and what came of them.
+class SelectSheet {
+public:
+    SelectSheet(const Frame& inPicture, std::size_t inCuts)
+        : mWidth(std::min(inPicture.mWidth, 640)),
+          mHeight(std::max(1, inPicture.mHeight * mWidth / inPicture.mWidth)),
+          mCanvas(int(inCuts + 1) * (mWidth + kGap) - kGap, mHeight) {
+        mCanvas.Fill({255.0, 255.0, 255.0});
+    }
+    void DrawCut(std::size_t inNumber, const Frame& inPicture, const Mask& inLabels,
+                 const Strokes& inStrokes) {
+        const Box box = Panel(inNumber);
+        DrawSelection(mCanvas, box, inPicture, inLabels);
+        DrawStrokes(mCanvas, box, inStrokes);
+        mCanvas.Label(
+            box.mX + 8.0, 8.0,
+            inNumber == 0 ? "first strokes" : "strokes " + std::to_string(inNumber + 1));
+    }
+    void DrawResult(std::size_t inNumber, const Frame& inPicture, const Mask& inLabels) {
+        DrawCutout(mCanvas, Panel(inNumber), inPicture, inLabels);
+        mCanvas.Label(Panel(inNumber).mX + 8.0, 8.0, "cut out");
+    }
+    const Canvas& GetCanvas() const { return mCanvas; }
+
+private:
+    static constexpr int kGap = 6;
+    Box Panel(std::size_t inIndex) const {
+        return {double(int(inIndex) * (mWidth + kGap)), 0.0, double(mWidth), double(mHeight)};
+    }
+
+    int mWidth, mHeight;
+    Canvas mCanvas;
+};
+
+void WritePictures(const SelectInput& inInput, const Mask& inLabels, const GraphInside& inGraph,
+                   const OutputOptions& inOutput) {
+    const Frame& picture = inInput.mPicture;
+    const Box whole{0.0, 0.0, double(picture.mWidth), double(picture.mHeight)};
+    Canvas canvas(picture.mWidth, picture.mHeight);
+    canvas.DrawGrey(inLabels.mBytes.data(), picture.mWidth, picture.mHeight, whole);
+    canvas.WritePng(inOutput.Path("labels.png"));
+    DrawCutout(canvas, whole, picture, inLabels);
+    canvas.WritePng(inOutput.Path("cutout.png"));
+    DrawRegions(canvas, whole, picture, inGraph.RegionOfPixels(), inLabels);
+    canvas.WritePng(inOutput.Path("regions.png"));
+}
+
+int RunSelect(const SelectOptions& inOptions) {
+    const SelectInput input = ReadInput(inOptions);
+    inOptions.mOutput.Prepare();
+    if (inOptions.mInteractive)
+        return RunInteractive(input.mPicture, input.mName,
+                              inOptions.mDemo ? input.mLines : std::vector<BrushLine>(),
+                              inOptions.mOutput);
+
+    std::printf("%s, %dx%d\n", input.mName.c_str(), input.mPicture.mWidth,
+                input.mPicture.mHeight);
+    Selection selection(input.mPicture, input.mName);
+    GraphInside graph(input.mPicture);
+    SelectSheet sheet(input.mPicture, input.mStrokes.size());
+    std::size_t cuts = 0;
+    for (const Strokes& strokes : input.mStrokes) {
+        if (Interrupted()) break;
+        selection.Cut(strokes);
+        graph.Cut(strokes);
+        if (graph.Labels().mBytes != selection.Labels().mBytes)
+            std::printf("  the library and its sources disagree on the selection\n");
+        ReportCut(cuts, selection, graph, input.mTruth);
+        sheet.DrawCut(cuts++, input.mPicture, selection.Labels(), strokes);
+    }
+    if (cuts == 0) return kInterruptedExitCode;
+    sheet.DrawResult(cuts, input.mPicture, selection.Labels());
+    sheet.GetCanvas().WritePng(inOptions.mOutput.Path("select.png"));
+    WritePictures(input, selection.Labels(), graph, inOptions.mOutput);
+    std::printf("  wrote select.png, labels.png, cutout.png and regions.png in %s\n",
+                inOptions.mOutput.mFolder.c_str());
+    return Interrupted() ? kInterruptedExitCode : 0;
+}
+
+}  // namespace
+
+void AddSelectCommand(CLI::App& ioProgram, Run& outRun) {
+    CLI::App* const command =
+        ioProgram.add_subcommand("select", "A foreground cut out of a picture by strokes.");
+    const auto options = std::make_shared<SelectOptions>();
+    command
+        ->add_option("IMAGE", options->mPicture,
+                     Wrapped("The picture. Left out, a scene with a known foreground and "
+                             "strokes is rendered."))
+        ->type_name("");
+    const auto files = [&](const char* inName, std::vector<std::string>& outFiles,
+                           const std::string& inHelp) {
+        command->add_option(inName, outFiles, Wrapped(inHelp))->type_name("FILE");
+    };
+    files("--foreground", options->mForeground,
+          "Pictures of the picture's size, bright where the foreground was painted; with "
+          "several, each pair is applied after the one before.");
+    files("--background", options->mBackground, "The same for the background.");
+    command
+        ->add_option("--truth", options->mTruth,
+                     Wrapped("A mask of the true foreground (255; 128 for undecided), to "
+                             "compare with."))
+        ->type_name("FILE");
+    command->add_option("--size", options->mSize, "Size of the rendered scene (640x480).")
+        ->type_name("WxH");
+    command->add_flag("--interactive", options->mInteractive,
+                      Wrapped("Paint in a window: left button foreground, right button "
+                              "background."));
+    command
+        ->add_flag("--demo", options->mDemo,
+                   Wrapped("With --interactive: paint the rendered scene's strokes by itself, "
+                           "save and end."))
+        ->needs("--interactive");
+    options->mOutput.AddFolderTo(*command);
+    command->footer(
+        "Writes select.png (each cut with its strokes), labels.png, cutout.png (on a\n"
+        "checkerboard) and regions.png (the small regions that the cut runs between).\n"
+        "Example:  descriptor-host select photo.jpg --foreground fg.png --background bg.png");
+    command->callback([&outRun, options] {
+        outRun = [options] {
+            return RunSelect(*options);
+        };
+    });
+}
+
+}  // namespace Host

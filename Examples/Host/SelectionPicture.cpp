@@ -1,0 +1,100 @@
+#include "SelectionPicture.h"
+
+namespace Host {
+namespace {
+
+constexpr Colour kForegroundStroke{70.0, 235.0, 110.0};
+constexpr Colour kBackgroundStroke{255.0, 60.0, 170.0};
+constexpr Colour kOutline{255.0, 236.0, 90.0};
+
+void Blend(std::uint8_t* ioPixel, const Colour& inColour, double inShare) {
+    const double samples[] = {inColour.mBlue, inColour.mGreen, inColour.mRed};
+    for (int i = 0; i < 3; ++i)
+        ioPixel[i] = std::uint8_t(ioPixel[i] + (samples[i] - ioPixel[i]) * inShare + 0.5);
+}
+
+// Whether a value differs from that of the pixel to the right or below.
+template <class ValueAt>
+bool IsBorder(int inX, int inY, int inWidth, int inHeight, ValueAt inValueAt) {
+    const auto value = inValueAt(inX, inY);
+    return (inX + 1 < inWidth && inValueAt(inX + 1, inY) != value) ||
+           (inY + 1 < inHeight && inValueAt(inX, inY + 1) != value);
+}
+
+// Calls `inChange(pixel, x, y)` for each pixel of a copy and draws the copy.
+template <class Change>
+void DrawChanged(Canvas& ioCanvas, const Box& inWhere, const Frame& inPicture,
+                 Change inChange) {
+    Frame changed = inPicture;
+    for (int y = 0; y < changed.mHeight; ++y)
+        for (int x = 0; x < changed.mWidth; ++x)
+            inChange(changed.Pixel(x, y), x, y);
+    ioCanvas.DrawFrame(changed, inWhere);
+}
+
+}  // namespace
+
+void DrawSelection(Canvas& ioCanvas, const Box& inWhere, const Frame& inPicture,
+                   const Mask& inLabels) {
+    const auto isSelected = [&](int inX, int inY) {
+        return inLabels.At(inX, inY) > 127;
+    };
+    DrawChanged(ioCanvas, inWhere, inPicture, [&](std::uint8_t* ioPixel, int inX, int inY) {
+        if (!isSelected(inX, inY)) {
+            const double grey = (ioPixel[0] + 2.0 * ioPixel[1] + ioPixel[2]) / 4.0;
+            Blend(ioPixel, {grey, grey, grey}, 0.75);
+            Blend(ioPixel, {20.0, 26.0, 40.0}, 0.45);
+        }
+        if (IsBorder(inX, inY, inLabels.mWidth, inLabels.mHeight, isSelected))
+            Blend(ioPixel, kOutline, 1.0);
+    });
+}
+
+void DrawStrokes(Canvas& ioCanvas, const Box& inWhere, const Strokes& inStrokes) {
+    const double stepX = inWhere.mWidth / inStrokes.mForeground.mWidth;
+    const double stepY = inWhere.mHeight / inStrokes.mForeground.mHeight;
+    const auto draw = [&](const Mask& inMask, const Colour& inColour) {
+        ioCanvas.SetColour(inColour);
+        for (int y = 0; y < inMask.mHeight; ++y)
+            for (int x = 0; x < inMask.mWidth; ++x) {
+                const int from = x;
+                while (x < inMask.mWidth && inMask.At(x, y) > 128)
+                    ++x;
+                if (x == from) continue;
+                cairo_rectangle(ioCanvas.Cairo(), inWhere.mX + from * stepX,
+                                inWhere.mY + y * stepY, (x - from) * stepX, stepY);
+            }
+        cairo_fill(ioCanvas.Cairo());
+    };
+    draw(inStrokes.mBackground, kBackgroundStroke);
+    draw(inStrokes.mForeground, kForegroundStroke);
+}
+
+void DrawCutout(Canvas& ioCanvas, const Box& inWhere, const Frame& inPicture,
+                const Mask& inLabels) {
+    constexpr int kSquare = 12;
+    DrawChanged(ioCanvas, inWhere, inPicture, [&](std::uint8_t* ioPixel, int inX, int inY) {
+        if (inLabels.At(inX, inY) > 127) return;
+        const bool isDark = (inX / kSquare + inY / kSquare) % 2 != 0;
+        Blend(ioPixel, isDark ? Colour{198.0, 198.0, 202.0} : Colour{238.0, 238.0, 240.0}, 1.0);
+    });
+}
+
+void DrawRegions(Canvas& ioCanvas, const Box& inWhere, const Frame& inPicture,
+                 const unsigned* inRegionOfPixels, const Mask& inLabels) {
+    const int width = inPicture.mWidth;
+    const auto region = [&](int inX, int inY) {
+        return inRegionOfPixels[std::size_t(inY) * std::size_t(width) + std::size_t(inX)];
+    };
+    const auto isSelected = [&](int inX, int inY) {
+        return inLabels.At(inX, inY) > 127;
+    };
+    DrawChanged(ioCanvas, inWhere, inPicture, [&](std::uint8_t* ioPixel, int inX, int inY) {
+        if (IsBorder(inX, inY, width, inPicture.mHeight, isSelected))
+            Blend(ioPixel, kOutline, 1.0);
+        else if (IsBorder(inX, inY, width, inPicture.mHeight, region))
+            Blend(ioPixel, {0.0, 0.0, 0.0}, 0.5);
+    });
+}
+
+}  // namespace Host

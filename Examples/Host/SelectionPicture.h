@@ -1,0 +1,25 @@
+// Pictures of a selection.
+
+#pragma once
+
+#include "Canvas.h"
+#include "RenderedScene.h"
+
+namespace Host {
+
+/// What is not selected fades; the selection gets a bright outline.
+void DrawSelection(Canvas& ioCanvas, const Box& inWhere, const Frame& inPicture,
+                   const Mask& inLabels);
+
+/// Strokes over whatever is there: foreground green, background magenta.
+void DrawStrokes(Canvas& ioCanvas, const Box& inWhere, const Strokes& inStrokes);
+
+/// The selection alone, on a checkerboard.
+void DrawCutout(Canvas& ioCanvas, const Box& inWhere, const Frame& inPicture,
+                const Mask& inLabels);
+
+/// The borders between regions, bright where the selection ends.
+void DrawRegions(Canvas& ioCanvas, const Box& inWhere, const Frame& inPicture,
+                 const unsigned* inRegionOfPixels, const Mask& inLabels);
+
+}  // namespace Host
