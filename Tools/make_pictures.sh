@@ -23,3 +23,16 @@ take() {
 
 "$host" grey -o "$work/grey" --size 352x264 --frames 40 --no-video
 take grey grey.png grey.png
+
+"$host" track -o "$work/track" --size 480x360 --frames 90 --no-video
+take track track.png track.png
+
+"$host" track -o "$work/compare" --size 400x300 --frames 90 --features 250 --compare --no-video
+take compare track.png compare.png
+
+"$host" pyramid -o "$work/pyramid" --size 320x240 --frame 40
+take pyramid pyramid.png pyramid.png
+
+"$host" select -o "$work/select" --size 352x264
+take select select.png select.png
+take select regions.png regions.png

@@ -37,6 +37,11 @@ struct SdlSession {
         if (SDL_Init(SDL_INIT_VIDEO) != 0)
             throw UserError(std::string("there is no display to open a window on: ") +
                             SDL_GetError());
+        // Without a display SDL falls back on drivers that show nothing.
+        const std::string driver = SDL_GetCurrentVideoDriver();
+        if (driver != "dummy" && driver != "offscreen" && driver != "evdev") return;
+        SDL_Quit();
+        throw UserError("there is no display to open a window on");
     }
     ~SdlSession() { SDL_Quit(); }
 };

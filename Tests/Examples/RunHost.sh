@@ -63,6 +63,63 @@ grey)
     runs grey out/grey.mp4 -o again
     says "12 frames"
     ;;
+pyramid)
+    runs pyramid -o out --size 160x120 --frame 3 --levels 3 --subsampling 2
+    written out/pyramid.png 20000
+    says "3 levels"
+    refuses 1 pyramid --size 64x64 --levels 8
+    refuses 1 pyramid --frames 3 --frame 3
+    refuses 2 pyramid --subsampling 3
+    ;;
+track)
+    # 60 slots in each of 10 frames and a head; the truth is met by half of a pixel.
+    for way in "--engine apt" "--engine apt --verify" "--engine klt"; do
+        runs track -o out --size 240x180 --frames 10 --features 60 $way
+        written out/track.png 10000
+        written out/track.mp4 3000
+        [ "$(wc -l <out/track.csv)" -eq 601 ] || fail "length of track.csv of $way"
+        awk '/error a step/ { if ($4 > 0 && $4 < 0.5) good = 1 } END { exit !good }' output ||
+            { cat output; fail "error of $way"; }
+        awk '/kept/ { if ($2 > 80) good = 1 } END { exit !good }' output ||
+            { cat output; fail "share kept of $way"; }
+    done
+    grep -q "^frame,slot,x,y,value,id,age,dx,dy$" out/track.csv || fail "head of track.csv"
+    runs track -o out --size 240x180 --frames 4 --exported-tracker --no-video
+    grep -q "^frame,slot,x,y,status,correlation,age,dx,dy$" out/track.csv || fail "head"
+    [ "$(wc -l <out/track.csv)" -eq 2001 ] || fail "the exported tracker has 500 slots"
+    runs track -o both --size 240x180 --frames 4 --compare --png-every 2
+    written both/track-apt.csv 1000
+    written both/track-klt.csv 1000
+    written both/track-000002.png 10000
+    refuses 2 track --engine best
+    refuses 1 track --engine klt --verify
+    refuses 1 track --exported-tracker --features 9
+    refuses 2 track --features 0
+    ;;
+select)
+    runs select -o out --size 320x240
+    for name in select labels cutout regions; do
+        written out/$name.png 700
+    done
+    says "stroke 2"
+    awk '/stroke 2/ { if ($NF > 0.9) good = 1 } END { exit !good }' output ||
+        { cat output; fail "overlap with the truth"; }
+    # The same by files, as a person has them: labels and cut of the first run.
+    refuses 1 select out/cutout.png
+    refuses 1 select out/cutout.png --foreground out/labels.png
+    runs select out/cutout.png --foreground out/labels.png --background out/regions.png -o again
+    written again/labels.png 100
+    runs grey -o small --size 64x48 --frames 1 --no-video
+    refuses 1 select out/cutout.png --foreground small/grey.png --background small/grey.png
+    refuses 1 select nosuch.png --foreground out/labels.png --background out/labels.png
+    ;;
+window)
+    runs select --interactive --demo -o out --size 320x240
+    for name in window labels cutout; do
+        written out/$name.png 700
+    done
+    [ "$(grep -c "cut in" output)" -eq 11 ] || fail "not a cut for each stroke"
+    ;;
 bad_input)
     refuses 2
     refuses 1 gray

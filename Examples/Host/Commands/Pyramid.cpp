@@ -38,14 +38,14 @@ Frame ReadFrame(FrameSource& ioSource, long long inNumber) {
     return frame;
 }
 
-// The value that all but one in a hundred stay below, so that a few strong edges do not
+// The value that all but two in a hundred stay below, so that a few strong edges do not
 // darken all the others.
 float StrongGradient(const PyramidLevel& inLevel) {
     std::vector<float> sizes;
     for (const std::vector<float>* plane : {&inLevel.mGradientX, &inLevel.mGradientY})
         for (const float value : *plane)
             sizes.push_back(std::abs(value));
-    const auto at = sizes.begin() + std::ptrdiff_t(double(sizes.size() - 1) * 0.99);
+    const auto at = sizes.begin() + std::ptrdiff_t(double(sizes.size() - 1) * 0.98);
     std::nth_element(sizes.begin(), at, sizes.end());
     return std::max(*at, 1e-3f);
 }
@@ -59,7 +59,7 @@ Frame GradientPicture(const std::vector<float>& inPlane, const PyramidLevel& inL
     frame.Resize(inLevel.mWidth, inLevel.mHeight);
     for (std::size_t i = 0; i < inPlane.size(); ++i) {
         const double strength = std::min(std::abs(double(inPlane[i])) / inStrong, 1.0);
-        const Colour colour = Scale(inPlane[i] > 0.0f ? kUp : kDown, std::sqrt(strength));
+        const Colour colour = Scale(inPlane[i] > 0.0f ? kUp : kDown, strength);
         std::uint8_t* const pixel = frame.mPixels.data() + i * 4;
         pixel[0] = std::uint8_t(colour.mBlue);
         pixel[1] = std::uint8_t(colour.mGreen);
