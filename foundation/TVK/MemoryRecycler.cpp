@@ -15,8 +15,29 @@
 #include <new>
 #include <utility>
 
+#if defined(__SANITIZE_ADDRESS__)
+#define TVK_POISONS_BLOCKS 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define TVK_POISONS_BLOCKS 1
+#endif
+#endif
+#if defined(TVK_POISONS_BLOCKS)
+#include <sanitizer/asan_interface.h>
+#endif
+
 namespace TVK {
 namespace {
+
+// Under the address sanitizer only the bytes that were asked for may be touched, and of an
+// unused block its bookkeeping.
+void AllowBytes([[maybe_unused]] void* inBlock, [[maybe_unused]] std::size_t inAllowed,
+                [[maybe_unused]] std::size_t inBlockSize) {
+#if defined(TVK_POISONS_BLOCKS)
+    ASAN_UNPOISON_MEMORY_REGION(inBlock, inAllowed);
+    ASAN_POISON_MEMORY_REGION(static_cast<char*>(inBlock) + inAllowed, inBlockSize - inAllowed);
+#endif
+}
 
 constexpr int kSmallestShift = 12;  // 4 KiB
 constexpr int kLargestShift = 46;   // 64 TiB: beyond every machine's address space
@@ -59,6 +80,7 @@ struct MemoryRecycler::Pool {
     std::size_t mUsedBytes = 0;
 
     void Insert(void* inBlock, int inClass) {
+        AllowBytes(inBlock, sizeof(UnusedBlock), ClassSize(inClass));
         auto* const block =
             new (inBlock) UnusedBlock{mNewest, nullptr, mTop[inClass], nullptr, inClass};
         (mNewest ? mNewest->mNewer : mOldest) = block;
@@ -79,7 +101,9 @@ struct MemoryRecycler::Pool {
     void FreeOldestDownTo(std::size_t inUnusedBytes) {
         while (mUnusedBytes > inUnusedBytes) {
             UnusedBlock* const block = mOldest;
+            const std::size_t size = ClassSize(block->mClass);
             Remove(block);
+            AllowBytes(block, size, size);
             std::free(block);
         }
     }
@@ -133,6 +157,7 @@ MemoryBuffer MemoryRecycler::AllocateBuffer(std::int64_t inSize) noexcept {
         mPool->mUsedBytes -= ClassSize(sizeClass);
         return {};
     }
+    AllowBytes(block, static_cast<std::size_t>(inSize), ClassSize(sizeClass));
     return {block, static_cast<std::uintptr_t>(sizeClass)};
 }
 
@@ -142,6 +167,7 @@ void MemoryRecycler::RecycleBuffer(MemoryBuffer& ioBuffer) noexcept {
     const std::lock_guard lock(mPool->mMutex);
     mPool->mUsedBytes -= ClassSize(sizeClass);
     if (ClassSize(sizeClass) > kMaxUnusedBytes) {
+        AllowBytes(ioBuffer.mBlock, ClassSize(sizeClass), ClassSize(sizeClass));
         std::free(ioBuffer.mBlock);  // would push everything else out, and then itself
     } else {
         mPool->Insert(ioBuffer.mBlock, sizeClass);
