@@ -114,12 +114,10 @@ void TotalAcross(APTProductRows ioRows, int inCount) {
     }
 }
 
-inline void TotalDownOf(const float* inTotals, const float* __restrict inAbove, int inHalf,
-                        int inBegin, int inEnd, float* __restrict outRow) {
-    const float* const __restrict foot = inTotals + inHalf;
-    const float* const __restrict head = inTotals - inHalf - 1;
+inline void TotalDownOf(const float* __restrict inTotals, const float* __restrict inAbove,
+                        int inHalf, int inBegin, int inEnd, float* __restrict outRow) {
     for (int x = inBegin; x < inEnd; ++x)
-        outRow[x] = inAbove[x] + (foot[x] - head[x]);
+        outRow[x] = inAbove[x] + (inTotals[x + inHalf] - inTotals[x - inHalf - 1]);
 }
 
 void TotalDown(APTConstProductRows inTotals, APTConstProductRows inAbove, int inHalf,

@@ -193,7 +193,7 @@ const float* APTCornerStream::SmoothAcross(int inImageRow) {
     const int end = std::clamp(mWidth - first, 0, count);
     float* const padded = mPadded.data();
     std::fill(padded, padded + begin, row[0]);
-    std::copy(row + first + begin, row + first + end, padded + begin);
+    std::copy(row + (first + begin), row + (first + end), padded + begin);
     std::fill(padded + end, padded + count, row[mWidth - 1]);
     float* const target = RowOf(mAcross, mStride, inImageRow % taps);
     mProcs->mSmoothAcross(padded, mTaps.data(), taps, mSmoothCols, target);
