@@ -66,7 +66,7 @@ struct Peer {
     void Select() {
         mFrames[0].convertTo(mFloats, CV_32F);
         cv::GaussianBlur(mFloats, mBlurred, cv::Size(5, 5), 0.7);
-        cv::goodFeaturesToTrack(mBlurred, mPoints, kFeatures, 0.001, 10, cv::noArray(), 7);
+        cv::goodFeaturesToTrack(mBlurred, mPoints, kFeatures, 1e-4, 10, cv::noArray(), 7);
     }
     void BuildPyramids() {
         for (int i = 0; i < 2; ++i)

@@ -148,6 +148,19 @@ struct EndBlock {
     bool IsEmpty() const { return mAt == mCount; }
     std::size_t Current() const { return mPlaces[mAt]; }
 
+    // Notes the places where the end would stop. The count is a local one: bytes may alias
+    // everything that is reached through a pointer.
+    template <class Stops>
+    void Fill(Stops inStops) {
+        std::size_t count = 0;
+        for (std::size_t k = 0; k < kSize; ++k) {
+            mPlaces[count] = static_cast<unsigned char>(k);
+            count += inStops(k) ? 1 : 0;
+        }
+        mAt = 0;
+        mCount = count;
+    }
+
     std::size_t mAt = 0;
     std::size_t mCount = 0;
     unsigned char mPlaces[kSize];
@@ -164,22 +177,14 @@ void CloseInByBlocks(SelectionPoint* ioPoints, std::int32_t inPivot, std::size_t
     bool hasLeft = false, hasRight = false;
     for (;;) {
         if (rightEnd - leftStart < 2 * kSize) break;
-        if (!hasLeft) {
-            left.mAt = left.mCount = 0;
-            for (std::size_t k = 0; k < kSize; ++k) {
-                left.mPlaces[left.mCount] = static_cast<unsigned char>(k);
-                left.mCount += ioPoints[leftStart + k].mValue <= inPivot;
-            }
-            hasLeft = true;
-        }
-        if (!hasRight) {
-            right.mAt = right.mCount = 0;
-            for (std::size_t k = 0; k < kSize; ++k) {
-                right.mPlaces[right.mCount] = static_cast<unsigned char>(k);
-                right.mCount += ioPoints[rightEnd - 1 - k].mValue >= inPivot;
-            }
-            hasRight = true;
-        }
+        if (!hasLeft)
+            left.Fill(
+                [&](std::size_t inK) { return ioPoints[leftStart + inK].mValue <= inPivot; });
+        if (!hasRight)
+            right.Fill([&](std::size_t inK) {
+                return ioPoints[rightEnd - 1 - inK].mValue >= inPivot;
+            });
+        hasLeft = hasRight = true;
         const std::size_t swaps = std::min(left.mCount - left.mAt, right.mCount - right.mAt);
         for (std::size_t k = 0; k < swaps; ++k)
             std::swap(ioPoints[leftStart + left.mPlaces[left.mAt + k]],
@@ -200,25 +205,56 @@ void CloseInByBlocks(SelectionPoint* ioPoints, std::int32_t inPivot, std::size_t
     ioJ = hasRight ? rightEnd - right.Current() : rightEnd;
 }
 
-// One step of the scheme; returns where the pivot ends up.
+// The rest of the closing in, with fewer than 256 points between the ends: where either end
+// would stop is noted first, then the stops are swapped two by two until they cross. The
+// lower end comes to rest at the upper's next stop, or at the last place swapped into.
+std::size_t CloseInToTheEnd(SelectionPoint* ioPoints, std::int32_t inPivot, std::size_t inI,
+                            std::size_t inJ) {
+    constexpr std::size_t kMost = 2 * EndBlock::kSize;
+    unsigned char ups[kMost], downs[kMost];
+    SelectionPoint* const between = ioPoints + inI + 1;
+    const std::size_t count = inJ - inI - 1;
+    std::size_t upCount = 0, downCount = 0;
+    for (std::size_t k = 0; k < count; ++k) {
+        ups[upCount] = static_cast<unsigned char>(k);
+        upCount += between[k].mValue <= inPivot;
+        downs[downCount] = static_cast<unsigned char>(count - 1 - k);
+        downCount += between[count - 1 - k].mValue >= inPivot;
+    }
+    const std::size_t most = std::min(upCount, downCount);
+    std::size_t k = 0;
+    for (; k < most && ups[k] < downs[k]; ++k)
+        std::swap(between[ups[k]], between[downs[k]]);
+    const std::size_t lastUp = k > 0 ? inI + 1 + ups[k - 1] : inI;
+    return k < downCount ? std::max(lastUp, inI + 1 + downs[k]) : lastUp;
+}
+
+// One step of the scheme; returns where the pivot ends up. Told step by step:
+//
+//     swap the first point with the middle one; i = 0, j = count
+//     lower j at least once while its point is less than the pivot, then raise i at least
+//     once while i < j and its point is greater; swap the two; go on until i meets j
+//     swap the first point with the one at j
 std::size_t Partition(SelectionPoint* ioPoints, std::size_t inCount) {
     std::swap(ioPoints[0], ioPoints[inCount / 2]);
     const std::int32_t pivot = ioPoints[0].mValue;
     std::size_t i = 0;
     std::size_t j = inCount;
     CloseInByBlocks(ioPoints, pivot, i, j);
-    for (;;) {
-        do
-            --j;
-        while (ioPoints[j].mValue < pivot);
-        do
-            ++i;
-        while (i < j && ioPoints[i].mValue > pivot);
-        if (i >= j) break;
-        std::swap(ioPoints[i], ioPoints[j]);
-    }
+    j = CloseInToTheEnd(ioPoints, pivot, i, j);
     std::swap(ioPoints[j], ioPoints[0]);
     return j;
+}
+
+// All of a small part at once. Parts do not depend on each other, so the order in which
+// they are sorted does not matter.
+void SortSmall(SelectionPoint* ioPoints, std::size_t inCount) {
+    while (inCount > 1) {
+        const std::size_t pivot = Partition(ioPoints, inCount);
+        SortSmall(ioPoints, pivot);
+        ioPoints += pivot + 1;
+        inCount -= pivot + 1;
+    }
 }
 
 }  // namespace
@@ -228,13 +264,15 @@ SortedPoints::SortedPoints(SelectionPoint* ioPoints, std::size_t inCount)
 
 // Sorts on until at least one more point of the first part is in its place.
 void SortedPoints::SortTop() {
-    while (mParts.back().mCount > 1) {
+    constexpr std::size_t kSmall = 64;
+    while (mParts.back().mCount > kSmall) {
         const Part part = mParts.back();
         const std::size_t pivot = Partition(part.mPoints, part.mCount);
         mParts.back() = {part.mPoints + pivot + 1, part.mCount - pivot - 1};
         mParts.push_back({part.mPoints + pivot, 1});
         mParts.push_back({part.mPoints, pivot});
     }
+    SortSmall(mParts.back().mPoints, mParts.back().mCount);
     mSortedEnd += mParts.back().mCount;
     mParts.pop_back();
 }
