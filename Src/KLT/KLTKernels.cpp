@@ -6,8 +6,8 @@
 namespace DP {
 namespace {
 
-constexpr KLTKernels kPortable{"portable",   Products,   Trackability,    MakePoints,
-                               SampleWindow, SumWindows, SumAbsDifference};
+constexpr KLTKernels kPortable{"portable", Products,     Trackability, MakePoints,
+                               CloseIn,    SampleWindow, SumWindows,   SumAbsDifference};
 
 }  // namespace
 

@@ -44,10 +44,16 @@ struct KLTKernels {
                           const float* const* inYY, int inWidth, int inHeight, int inOutRows,
                           long inCount, float* const* outRows);
 
-    /// Pairs of a value without its fraction and an index that counts up. What no 32-bit
-    /// integer can hold becomes -2^31.
+    /// Values without their fractions, and indices that count up. What no 32-bit integer can
+    /// hold becomes -2^31.
     void (*mMakePoints)(const float* inValues, long inCount, unsigned inFirstIndex,
-                        int* outPairs);
+                        int* outValues, unsigned* outIndices);
+
+    /// The closing in of the two ends of a partition, as long as two blocks of 64 points lie
+    /// between them: the upper end stops at values not above the pivot, the lower at values
+    /// not below it, and the points that they stop at change places. Leaves the ends where
+    /// going on one by one comes to the same.
+    void (*mCloseIn)(int* ioValues, unsigned* ioIndices, int inPivot, long* ioI, long* ioJ);
 
     /// Bilinear values of a window around (`inX`, `inY`), which lies inside, in the first
     /// `inPlaneCount` planes. Returns false, and writes nothing of use, where it cannot:

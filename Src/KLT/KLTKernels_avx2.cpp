@@ -9,7 +9,7 @@
 namespace DP {
 
 extern const KLTKernels kKLTKernelsAVX2;
-const KLTKernels kKLTKernelsAVX2{"AVX2",       Products,   Trackability,    MakePoints,
-                                 SampleWindow, SumWindows, SumAbsDifference};
+const KLTKernels kKLTKernelsAVX2{"AVX2",  Products,     Trackability, MakePoints,
+                                 CloseIn, SampleWindow, SumWindows,   SumAbsDifference};
 
 }  // namespace DP

@@ -72,33 +72,32 @@ private:
 constexpr int kRowsAtOnce = 4;
 
 // Values of one row to points: all of them, or those in steps.
-SelectionPoint* WritePoints(const KLTKernels& inKernels, const float* inValues,
-                            const SelectionBounds& inBounds, std::int64_t inY, int inCols,
-                            void (*inReportTooLarge)(), SelectionPoint* outPoints) {
+std::size_t WritePoints(const KLTKernels& inKernels, const float* inValues,
+                        const SelectionBounds& inBounds, std::int64_t inY, int inCols,
+                        void (*inReportTooLarge)(), PointList outPoints) {
     const long count = inBounds.mEndX - inBounds.mFirstX;
     const auto index = static_cast<std::uint32_t>(inY * inCols + inBounds.mFirstX);
-    SelectionPoint* const first = outPoints;
+    std::size_t written = 0;
     if (inBounds.mStep == 1) {
-        inKernels.mMakePoints(inValues, count, index, &outPoints->mValue);
-        outPoints += count;
+        inKernels.mMakePoints(inValues, count, index, outPoints.mValues, outPoints.mIndices);
+        written = static_cast<std::size_t>(count);
     } else {
-        for (std::int64_t x = 0; x < count; x += inBounds.mStep)
+        for (std::int64_t x = 0; x < count; x += inBounds.mStep, ++written)
             inKernels.mMakePoints(inValues + x, 1, index + static_cast<std::uint32_t>(x),
-                                  &(outPoints++)->mValue);
+                                  outPoints.mValues + written, outPoints.mIndices + written);
     }
-    if (std::any_of(first, outPoints,
-                    [](const SelectionPoint& inPoint) { return inPoint.mValue == INT32_MIN; }))
+    if (std::find(outPoints.mValues, outPoints.mValues + written, INT32_MIN) !=
+        outPoints.mValues + written)
         for (std::int64_t x = 0; x < count; x += inBounds.mStep)
             if (inValues[x] > kMostTrackability) inReportTooLarge();
-    return outPoints;
+    return written;
 }
 
 }  // namespace
 
 std::size_t CollectPoints(const IP::Image<float>& inGradX, const IP::Image<float>& inGradY,
                           const SelectionBounds& inBounds, int inWindowWidth,
-                          int inWindowHeight, void (*inReportTooLarge)(),
-                          SelectionPoint* outPoints) {
+                          int inWindowHeight, void (*inReportTooLarge)(), PointList outPoints) {
     if (inBounds.mFirstX >= inBounds.mEndX || inBounds.mFirstY >= inBounds.mEndY) return 0;
     const KLTKernels& kernels = GetKLTKernels();
     const bool isDense = inBounds.mStep == 1;
@@ -111,7 +110,7 @@ std::size_t CollectPoints(const IP::Image<float>& inGradX, const IP::Image<float
     for (auto& row : rows)
         row.resize(static_cast<std::size_t>(rowsUnder));
 
-    SelectionPoint* point = outPoints;
+    std::size_t written = 0;
     std::int64_t y = inBounds.mFirstY;
     while (y < inBounds.mEndY) {
         const int outRows =
@@ -129,102 +128,37 @@ std::size_t CollectPoints(const IP::Image<float>& inGradX, const IP::Image<float
         kernels.mTrackability(rows[0].data(), rows[1].data(), rows[2].data(), inWindowWidth,
                               inWindowHeight, outRows, count, outs);
         for (int row = 0; row < outRows; ++row)
-            point = WritePoints(kernels, outs[row], inBounds, y + row, inGradX.GetColumns(),
-                                inReportTooLarge, point);
+            written += WritePoints(kernels, outs[row], inBounds, y + row, inGradX.GetColumns(),
+                                   inReportTooLarge, outPoints + written);
         y += isDense ? outRows : inBounds.mStep;
     }
-    return static_cast<std::size_t>(point - outPoints);
+    return written;
 }
 
 // ---- The order -----------------------------------------------------------------------
 
 namespace {
 
-// Blocks of both ends are looked through without branches, for the places where a swap is
-// due; then the swaps of the scheme are done two by two.
-struct EndBlock {
-    static constexpr std::size_t kSize = 128;
-
-    bool IsEmpty() const { return mAt == mCount; }
-    std::size_t Current() const { return mPlaces[mAt]; }
-
-    // Notes the places where the end would stop. The count is a local one: bytes may alias
-    // everything that is reached through a pointer.
-    template <class Stops>
-    void Fill(Stops inStops) {
-        std::size_t count = 0;
-        for (std::size_t k = 0; k < kSize; ++k) {
-            mPlaces[count] = static_cast<unsigned char>(k);
-            count += inStops(k) ? 1 : 0;
-        }
-        mAt = 0;
-        mCount = count;
-    }
-
-    std::size_t mAt = 0;
-    std::size_t mCount = 0;
-    unsigned char mPlaces[kSize];
-};
-
-// The closing in of the two ends, from `ioI` and `ioJ` on, as long as whole blocks lie
-// between them. Leaves both where the scheme, going on step by step, comes to the same.
-void CloseInByBlocks(SelectionPoint* ioPoints, std::int32_t inPivot, std::size_t& ioI,
-                     std::size_t& ioJ) {
-    constexpr std::size_t kSize = EndBlock::kSize;
-    EndBlock left, right;
-    std::size_t leftStart = ioI + 1;  // of the left block
-    std::size_t rightEnd = ioJ;       // behind the right block
-    bool hasLeft = false, hasRight = false;
-    for (;;) {
-        if (rightEnd - leftStart < 2 * kSize) break;
-        if (!hasLeft)
-            left.Fill(
-                [&](std::size_t inK) { return ioPoints[leftStart + inK].mValue <= inPivot; });
-        if (!hasRight)
-            right.Fill([&](std::size_t inK) {
-                return ioPoints[rightEnd - 1 - inK].mValue >= inPivot;
-            });
-        hasLeft = hasRight = true;
-        const std::size_t swaps = std::min(left.mCount - left.mAt, right.mCount - right.mAt);
-        for (std::size_t k = 0; k < swaps; ++k)
-            std::swap(ioPoints[leftStart + left.mPlaces[left.mAt + k]],
-                      ioPoints[rightEnd - 1 - right.mPlaces[right.mAt + k]]);
-        left.mAt += swaps;
-        right.mAt += swaps;
-        if (left.IsEmpty()) {
-            leftStart += kSize;
-            hasLeft = false;
-        }
-        if (right.IsEmpty()) {
-            rightEnd -= kSize;
-            hasRight = false;
-        }
-    }
-    // What was looked through without a swap need not be looked through again.
-    ioI = (hasLeft ? leftStart + left.Current() : leftStart) - 1;
-    ioJ = hasRight ? rightEnd - right.Current() : rightEnd;
-}
-
-// The rest of the closing in, with fewer than 256 points between the ends: where either end
-// would stop is noted first, then the stops are swapped two by two until they cross. The
-// lower end comes to rest at the upper's next stop, or at the last place swapped into.
-std::size_t CloseInToTheEnd(SelectionPoint* ioPoints, std::int32_t inPivot, std::size_t inI,
+// The end of the closing in, with fewer than 128 points between the ends: where either end
+// would stop is noted first, without branches, then the stops are swapped two by two until
+// they cross. The lower end comes to rest at the upper's next stop, or at the last place
+// swapped into.
+std::size_t CloseInToTheEnd(PointList ioPoints, std::int32_t inPivot, std::size_t inI,
                             std::size_t inJ) {
-    constexpr std::size_t kMost = 2 * EndBlock::kSize;
-    unsigned char ups[kMost], downs[kMost];
-    SelectionPoint* const between = ioPoints + inI + 1;
+    unsigned char ups[128], downs[128];
+    const PointList between = ioPoints + (inI + 1);
     const std::size_t count = inJ - inI - 1;
     std::size_t upCount = 0, downCount = 0;
     for (std::size_t k = 0; k < count; ++k) {
         ups[upCount] = static_cast<unsigned char>(k);
-        upCount += between[k].mValue <= inPivot;
+        upCount += between.mValues[k] <= inPivot ? 1 : 0;
         downs[downCount] = static_cast<unsigned char>(count - 1 - k);
-        downCount += between[count - 1 - k].mValue >= inPivot;
+        downCount += between.mValues[count - 1 - k] >= inPivot ? 1 : 0;
     }
     const std::size_t most = std::min(upCount, downCount);
     std::size_t k = 0;
     for (; k < most && ups[k] < downs[k]; ++k)
-        std::swap(between[ups[k]], between[downs[k]]);
+        between.Swap(ups[k], downs[k]);
     const std::size_t lastUp = k > 0 ? inI + 1 + ups[k - 1] : inI;
     return k < downCount ? std::max(lastUp, inI + 1 + downs[k]) : lastUp;
 }
@@ -235,32 +169,33 @@ std::size_t CloseInToTheEnd(SelectionPoint* ioPoints, std::int32_t inPivot, std:
 //     lower j at least once while its point is less than the pivot, then raise i at least
 //     once while i < j and its point is greater; swap the two; go on until i meets j
 //     swap the first point with the one at j
-std::size_t Partition(SelectionPoint* ioPoints, std::size_t inCount) {
-    std::swap(ioPoints[0], ioPoints[inCount / 2]);
-    const std::int32_t pivot = ioPoints[0].mValue;
-    std::size_t i = 0;
-    std::size_t j = inCount;
-    CloseInByBlocks(ioPoints, pivot, i, j);
-    j = CloseInToTheEnd(ioPoints, pivot, i, j);
-    std::swap(ioPoints[j], ioPoints[0]);
-    return j;
+std::size_t Partition(PointList ioPoints, std::size_t inCount) {
+    ioPoints.Swap(0, inCount / 2);
+    const std::int32_t pivot = ioPoints.mValues[0];
+    long i = 0;
+    long j = static_cast<long>(inCount);
+    GetKLTKernels().mCloseIn(ioPoints.mValues, ioPoints.mIndices, pivot, &i, &j);
+    const std::size_t end = CloseInToTheEnd(ioPoints, pivot, static_cast<std::size_t>(i),
+                                            static_cast<std::size_t>(j));
+    ioPoints.Swap(end, 0);
+    return end;
 }
 
 // All of a small part at once. Parts do not depend on each other, so the order in which
 // they are sorted does not matter.
-void SortSmall(SelectionPoint* ioPoints, std::size_t inCount) {
+void SortSmall(PointList ioPoints, std::size_t inCount) {
     while (inCount > 1) {
         const std::size_t pivot = Partition(ioPoints, inCount);
         SortSmall(ioPoints, pivot);
-        ioPoints += pivot + 1;
+        ioPoints = ioPoints + (pivot + 1);
         inCount -= pivot + 1;
     }
 }
 
 }  // namespace
 
-SortedPoints::SortedPoints(SelectionPoint* ioPoints, std::size_t inCount)
-    : mNext(ioPoints), mSortedEnd(ioPoints), mParts{{ioPoints, inCount}} {}
+SortedPoints::SortedPoints(PointList ioPoints, std::size_t inCount)
+    : mPoints(ioPoints), mParts{{ioPoints, inCount}} {}
 
 // Sorts on until at least one more point of the first part is in its place.
 void SortedPoints::SortTop() {
@@ -268,21 +203,23 @@ void SortedPoints::SortTop() {
     while (mParts.back().mCount > kSmall) {
         const Part part = mParts.back();
         const std::size_t pivot = Partition(part.mPoints, part.mCount);
-        mParts.back() = {part.mPoints + pivot + 1, part.mCount - pivot - 1};
+        mParts.back() = {part.mPoints + (pivot + 1), part.mCount - pivot - 1};
         mParts.push_back({part.mPoints + pivot, 1});
         mParts.push_back({part.mPoints, pivot});
     }
     SortSmall(mParts.back().mPoints, mParts.back().mCount);
-    mSortedEnd += mParts.back().mCount;
+    mSortedCount += mParts.back().mCount;
     mParts.pop_back();
 }
 
-const SelectionPoint* SortedPoints::Next() {
-    while (mNext == mSortedEnd) {
-        if (mParts.empty()) return nullptr;
+bool SortedPoints::Next(SelectionPoint& outPoint) {
+    while (mNext == mSortedCount) {
+        if (mParts.empty()) return false;
         SortTop();
     }
-    return mNext++;
+    outPoint = {mPoints.mValues[mNext], mPoints.mIndices[mNext]};
+    ++mNext;
+    return true;
 }
 
 void SortedPoints::Finish() {
@@ -322,14 +259,14 @@ void EnforceMinimumDistance(SortedPoints& ioPoints, int inCols, int inRows, int 
     };
     auto slot = std::find_if(ioList.begin(), ioList.end(), isFree);
     while (slot != ioList.end()) {
-        const SelectionPoint* const point = ioPoints.Next();
-        if (!point || point->mValue < leastValue) break;  // none that comes is better
-        if (map[point->mIndex] != 0) continue;
-        const auto x = static_cast<int>(point->mIndex % static_cast<unsigned int>(inCols));
-        const auto y = static_cast<int>(point->mIndex / static_cast<unsigned int>(inCols));
+        SelectionPoint point;
+        if (!ioPoints.Next(point) || point.mValue < leastValue) break;  // none better comes
+        if (map[point.mIndex] != 0) continue;
+        const auto x = static_cast<int>(point.mIndex % static_cast<unsigned int>(inCols));
+        const auto y = static_cast<int>(point.mIndex / static_cast<unsigned int>(inCols));
         slot->mX = static_cast<float>(x);
         slot->mY = static_cast<float>(y);
-        slot->mValue = point->mValue;
+        slot->mValue = point.mValue;
         slot->mId = static_cast<std::int32_t>(slot - ioList.begin());
         slot->mAge = 0;
         FillFeatureMap(x, y, map.begin(), distance, inCols, inRows);

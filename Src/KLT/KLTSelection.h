@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <utility>
 #include <vector>
 
 #include "DP/KLTFeature.h"
@@ -11,7 +12,22 @@
 
 namespace DP {
 
-/// A candidate: its trackability, and its pixel as y times the columns plus x.
+/// Candidates: the trackability of each, and its pixel as y times the columns plus x. The
+/// values stand by themselves because sorting mostly looks at them alone.
+struct PointList {
+    std::int32_t* mValues;
+    std::uint32_t* mIndices;
+
+    PointList operator+(std::size_t inCount) const {
+        return {mValues + inCount, mIndices + inCount};
+    }
+    void Swap(std::size_t inLeft, std::size_t inRight) const {
+        std::swap(mValues[inLeft], mValues[inRight]);
+        std::swap(mIndices[inLeft], mIndices[inRight]);
+    }
+};
+
+/// One of them.
 struct SelectionPoint {
     std::int32_t mValue;
     std::uint32_t mIndex;
@@ -33,17 +49,16 @@ struct SelectionBounds {
 /// @return  how many points were written.
 std::size_t CollectPoints(const IP::Image<float>& inGradX, const IP::Image<float>& inGradY,
                           const SelectionBounds& inBounds, int inWindowWidth,
-                          int inWindowHeight, void (*inReportTooLarge)(),
-                          SelectionPoint* outPoints);
+                          int inWindowHeight, void (*inReportTooLarge)(), PointList outPoints);
 
 /// Points by falling value, in the order of a quicksort of a fixed scheme, so that the order
 /// of equal values can be relied on; sorted only as far as they are asked for.
 class SortedPoints {
 public:
-    SortedPoints(SelectionPoint* ioPoints, std::size_t inCount);
+    SortedPoints(PointList ioPoints, std::size_t inCount);
 
-    /// The next point, or null behind the last.
-    const SelectionPoint* Next();
+    /// Gives the next point. Returns false behind the last.
+    bool Next(SelectionPoint& outPoint);
 
     /// Brings all points into their places, as `Next` would have found them.
     void Finish();
@@ -52,14 +67,15 @@ private:
     // A part of the list that is still to be sorted. Parts lie one behind the other, the
     // first one on top.
     struct Part {
-        SelectionPoint* mPoints;
+        PointList mPoints;
         std::size_t mCount;
     };
 
     void SortTop();
 
-    const SelectionPoint* mNext;
-    const SelectionPoint* mSortedEnd;
+    PointList mPoints;
+    std::size_t mNext = 0;
+    std::size_t mSortedCount = 0;
     std::vector<Part> mParts;
 };
 

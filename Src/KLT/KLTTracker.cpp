@@ -264,8 +264,14 @@ void KLTTracker::SelectGoodFeaturesWithMode(const unsigned char* inImage, int in
     const std::size_t pixels = static_cast<std::size_t>(std::max(inCols, 0)) *
                                static_cast<std::size_t>(std::max(inRows, 0));
     if (pixels > UINT32_MAX) throw std::bad_alloc();  // the points alone would take 32 GB
-    IP::RecycledArray<SelectionPoint> points(pixels * inROIRects.size());
-    if (inROIRects.size() > 1) std::fill(points.begin(), points.end(), SelectionPoint{0, 0});
+    const std::size_t room = pixels * inROIRects.size();
+    IP::RecycledArray<std::int32_t> values(room);
+    IP::RecycledArray<std::uint32_t> indices(room);
+    const PointList points{values.begin(), indices.begin()};
+    if (inROIRects.size() > 1) {
+        std::fill(values.begin(), values.end(), 0);
+        std::fill(indices.begin(), indices.end(), 0u);
+    }
     std::size_t count = 0;
 
     const bool usesLastPyramid = inMode == kReplaceLost && context.mSequentialMode &&
@@ -281,8 +287,8 @@ void KLTTracker::SelectGoodFeaturesWithMode(const unsigned char* inImage, int in
     for (std::size_t k = 0; k < inROIRects.size(); ++k) {
         const SelectionBounds bounds = BoundsOf(inROIRects[k], inCols, inRows, context);
         count += CollectPoints(*gradients.mX, *gradients.mY, bounds, context.mWindowWidth,
-                               context.mWindowHeight, ReportTooLarge, points.begin());
-        SortedPoints sorted(points.begin(), count);
+                               context.mWindowHeight, ReportTooLarge, points);
+        SortedPoints sorted(points, count);
         if (context.mMinDist < 0) {
             AssertWithMessage("DP::KLTTracker::SelectGoodFeaturesWithMode",
                               "(_KLTSelectGoodFeatures) Tracking context field "

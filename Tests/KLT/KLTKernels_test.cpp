@@ -5,7 +5,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <limits>
+#include <tuple>
 #include <vector>
 
 #include "Support/Bits.h"
@@ -75,16 +77,33 @@ TEST(KLTKernels, ProductsAndPointsAreTheSameInEveryForm) {
                                   -2147483648.0f, -3e9f,  kNaN,   5e9f,          1e38f,
                                   -1e38f,         123.7f, 7.0f};
         const auto run = [&](const DP::KLTKernels& inKernels) {
-            std::vector<int> pairs(2 * values.size());
-            inKernels.mMakePoints(values.data(), long(values.size()), 0xfffffffeu,
-                                  pairs.data());
-            return pairs;
+            std::vector<int> whole(values.size());
+            std::vector<unsigned> indices(values.size());
+            inKernels.mMakePoints(values.data(), long(values.size()), 0xfffffffeu, whole.data(),
+                                  indices.data());
+            return std::pair(whole, indices);
         };
         EXPECT_EQ(run(inForm), run(inPortable));
-        EXPECT_EQ(run(inPortable)[3 * 2], 2147483520);
-        EXPECT_EQ(run(inPortable)[4 * 2], std::numeric_limits<int>::min());
-        EXPECT_EQ(run(inPortable)[5 * 2], std::numeric_limits<int>::min());
-        EXPECT_EQ(run(inPortable)[7 * 2], std::numeric_limits<int>::min());
+        constexpr int kLowest = std::numeric_limits<int>::min();
+        EXPECT_EQ(run(inPortable).first,
+                  (std::vector<int>{0, 0, 0, 2147483520, kLowest, kLowest, kLowest, kLowest,
+                                    kLowest, kLowest, kLowest, 123, 7}));
+        EXPECT_EQ(run(inPortable).second[2], 0u);
+
+        Testing::Random random(9);
+        for (const int highest : {1, 30, 1000000}) {
+            std::vector<int> a(5000);
+            for (int& value : a)
+                value = random.Integer(0, highest);
+            std::vector<int> b = a;
+            std::vector<unsigned> ia(a.begin(), a.end()), ib = ia;
+            long i[] = {0, 0}, j[] = {5000, 5000};
+            inForm.mCloseIn(a.data(), ia.data(), a[0], &i[0], &j[0]);
+            inPortable.mCloseIn(b.data(), ib.data(), b[0], &i[1], &j[1]);
+            EXPECT_EQ(std::tuple(a, ia, i[0], j[0]), std::tuple(b, ib, i[1], j[1]));
+            EXPECT_TRUE(std::equal(a.begin(), a.end(), ia.begin()))
+                << "values and indices move together";
+        }
     });
 }
 

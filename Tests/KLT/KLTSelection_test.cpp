@@ -37,10 +37,20 @@ constexpr int kCols = 40;  // of the maps and indices
 
 // ---- The sort ------------------------------------------------------------------------
 
-std::vector<SelectionPoint> PointsOf(const std::vector<PlainPoint>& inPoints) {
-    std::vector<SelectionPoint> points;
-    for (const auto& point : inPoints)
-        points.push_back({point.mValue, unsigned(point.mY * kCols + point.mX)});
+struct Points {
+    DP::PointList List() { return {mValues.data(), mIndices.data()}; }
+    bool operator==(const Points&) const = default;
+
+    std::vector<std::int32_t> mValues;
+    std::vector<std::uint32_t> mIndices;
+};
+
+Points PointsOf(const std::vector<PlainPoint>& inPoints) {
+    Points points;
+    for (const auto& point : inPoints) {
+        points.mValues.push_back(point.mValue);
+        points.mIndices.push_back(unsigned(point.mY * kCols + point.mX));
+    }
     return points;
 }
 
@@ -52,55 +62,47 @@ std::vector<PlainPoint> RandomPoints(std::size_t inCount, int inValues, int inSe
     return points;
 }
 
-void Sort(std::vector<SelectionPoint>& ioPoints) {
-    DP::SortedPoints(ioPoints.data(), ioPoints.size()).Finish();
-}
-
-bool SamePoint(const SelectionPoint& inLeft, const SelectionPoint& inRight) {
-    return inLeft.mValue == inRight.mValue && inLeft.mIndex == inRight.mIndex;
+void Sort(Points& ioPoints) {
+    DP::SortedPoints(ioPoints.List(), ioPoints.mValues.size()).Finish();
 }
 
 TEST(SortedPoints, AreAFallingPermutation) {
     auto points = PointsOf(RandomPoints(1000, 50, 3));
     Sort(points);
-    std::set<unsigned> seen;
-    for (std::size_t i = 0; i < points.size(); ++i) {
-        seen.insert(points[i].mIndex);
-        EXPECT_GE(points[i == 0 ? 0 : i - 1].mValue, points[i].mValue);
-    }
-    EXPECT_EQ(seen.size(), points.size());
+    EXPECT_TRUE(std::is_sorted(points.mValues.rbegin(), points.mValues.rend()));
+    const std::set<unsigned> seen(points.mIndices.begin(), points.mIndices.end());
+    EXPECT_EQ(seen.size(), 1000u);
 }
 
 TEST(SortedPoints, OrderOfEqualValuesIsThatOfTheScheme) {
-    std::vector<SelectionPoint> points{{5, 0}, {5, 1}, {5, 2}, {5, 3}};
+    Points points{{5, 5, 5, 5}, {0, 1, 2, 3}};
     Sort(points);
-    std::vector<unsigned> order;
-    for (const auto& point : points)
-        order.push_back(point.mIndex);
-    EXPECT_EQ(order, (std::vector{0u, 3u, 2u, 1u}));
+    EXPECT_EQ(points.mIndices, (std::vector{0u, 3u, 2u, 1u}));
 }
 
 // Sizes around those of the blocks that the two ends are looked through by.
 TEST(SortedPoints, StandAsThePlainSortLeavesThem) {
     for (std::size_t count :
-         {0, 1, 2, 3, 5, 17, 100, 255, 256, 257, 300, 384, 513, 3000, 20000})
+         {0, 1, 2, 3, 5, 17, 63, 64, 65, 100, 127, 128, 129, 130, 192, 257, 3000, 20000})
         for (const int values : {-2, -1, 0, 1, 10, 1000000}) {
             auto plain = RandomPoints(count, values, int(count) + values);
             auto walked = PointsOf(plain), finished = walked;
             Testing::PlainSort(plain.data(), plain.size());
             const auto expected = PointsOf(plain);
 
-            DP::SortedPoints sorted(walked.data(), walked.size());
-            for (std::size_t i = 0; i < count / 3; ++i)
-                ASSERT_TRUE(SamePoint(*sorted.Next(), expected[i])) << i << " of " << count;
+            DP::SortedPoints sorted(walked.List(), count);
+            SelectionPoint point;
+            for (std::size_t i = 0; i < count / 3; ++i) {
+                ASSERT_TRUE(sorted.Next(point));
+                ASSERT_EQ(point.mValue, expected.mValues[i]);
+                ASSERT_EQ(point.mIndex, expected.mIndices[i]);
+            }
             sorted.Finish();
-            EXPECT_TRUE(std::equal(walked.begin(), walked.end(), expected.begin(), SamePoint));
+            EXPECT_TRUE(walked == expected) << count << " points of " << values << " values";
             Sort(finished);
-            EXPECT_TRUE(
-                std::equal(finished.begin(), finished.end(), expected.begin(), SamePoint))
-                << count << " points of " << values << " values";
-            DP::SortedPoints again(finished.data(), 0);
-            EXPECT_EQ(again.Next(), nullptr);
+            EXPECT_TRUE(finished == expected);
+            DP::SortedPoints none(finished.List(), 0);
+            EXPECT_FALSE(none.Next(point));
         }
 }
 
@@ -109,7 +111,7 @@ TEST(SortedPoints, StandAsThePlainSortLeavesThem) {
 KLTFeatureList Enforce(const std::vector<PlainPoint>& inPoints, int inMinDist, int inLeast,
                        bool inOverwriteAll, KLTFeatureList inList) {
     auto points = PointsOf(inPoints);
-    DP::SortedPoints sorted(points.data(), points.size());
+    DP::SortedPoints sorted(points.List(), inPoints.size());
     DP::EnforceMinimumDistance(sorted, kCols, 30, inMinDist, inLeast, inOverwriteAll, inList);
     return inList;
 }
