@@ -64,6 +64,9 @@ public:
 
     const PictureArea& Area() const { return mArea; }
 
+    /// In samples.
+    std::ptrdiff_t RowStride() const { return mRowStride; }
+
     /// Where the sample at (inX, inY) of the planes is.
     std::ptrdiff_t At(std::ptrdiff_t inX, std::ptrdiff_t inY) const {
         return inY * mRowStride + inX;

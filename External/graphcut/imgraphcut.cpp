@@ -170,29 +170,71 @@ void ImageGraph::ReleaseGraph() {
 
 // ---- Walking an area -----------------------------------------------------------------
 
-// Calls `inVisit(row, column, node, neighbour's node, offset)` for the pairs of pixels that
-// have a node each, neither of them the other's, from the pixels of the area.
-template <class Area, class Visit>
-void ImageGraph::VisitPairs(const Area& inArea, Visit inVisit) const {
+namespace {
+
+// A neighbour as seen from a pixel's place in the node image and among the samples.
+struct PairOffset {
+    NeighborOffset mOffset;
+    std::ptrdiff_t mNodes;
+    std::ptrdiff_t mSamples;
+};
+
+// The offsets that stay inside the graph from a row.
+struct RowOffsets {
+    RowOffsets(std::span<const NeighborOffset> inOffsets, std::ptrdiff_t inY,
+               std::ptrdiff_t inColumns, std::ptrdiff_t inSampleStride) {
+        for (const NeighborOffset& offset : inOffsets)
+            if (inY + offset.mY >= 0)
+                mOffsets[mCount++] = {offset, offset.mY * inColumns + offset.mX,
+                                      offset.mY * inSampleStride + offset.mX};
+    }
+    PairOffset mOffsets[10];
+    int mCount = 0;
+};
+
+// Columns that an offset may lead over the sides from.
+constexpr std::ptrdiff_t kMostOffset = 2;
+
+}  // namespace
+
+// Calls `inVisit(node, neighbour's node, place of the sample, of the neighbour's, weight)`
+// for the pairs of pixels that have a node each, neither of them the other's, from the
+// pixels of the area.
+template <class Visit>
+void ImageGraph::VisitPairs(const graphcut::PictureArea& inArea, std::ptrdiff_t inSampleStride,
+                            Visit inVisit) const {
     const auto offsets = graphcut::NeighborOffsets(mNeighborhood);
-    const unsigned int* const nodes = mNodeImage.get();
     const std::ptrdiff_t columns = mColumns;
-    VisitRows(inArea.mRows, inArea.mColumns, inArea.mLeft, inArea.mTop,
-              [&](const GraphRow& inRow) {
-                  for (std::ptrdiff_t x = inRow.mFirstX; x < inRow.mEndX; ++x) {
-                      const unsigned int* const at = nodes + inRow.mY * columns + x;
-                      const unsigned int node = *at;
-                      if (node == mDefaultNode) continue;
-                      for (const NeighborOffset& offset : offsets) {
-                          const std::ptrdiff_t neighborX = x + offset.mX;
-                          if (neighborX < 0 || neighborX >= columns) continue;
-                          if (inRow.mY + offset.mY < 0) continue;
-                          const unsigned int neighbor = at[offset.mY * columns + offset.mX];
-                          if (neighbor != node && neighbor != mDefaultNode)
-                              inVisit(inRow.mAreaRow, x - inRow.mAreaX, node, neighbor, offset);
-                      }
-                  }
-              });
+    const unsigned int noNode = mDefaultNode;
+    VisitRows(
+        inArea.mRows, inArea.mColumns, inArea.mLeft, inArea.mTop, [&](const GraphRow& inRow) {
+            const RowOffsets usable(offsets, inRow.mY, columns, inSampleStride);
+            const unsigned int* const nodes = mNodeImage.get() + inRow.mY * columns;
+            const std::ptrdiff_t samples = inRow.mAreaRow * inSampleStride - inRow.mAreaX;
+
+            const auto visitColumns = [&](std::ptrdiff_t inEnd, std::ptrdiff_t& ioX,
+                                          auto inIsInterior) {
+                for (; ioX < inEnd; ++ioX) {
+                    const unsigned int node = nodes[ioX];
+                    if (node == noNode) continue;
+                    for (int i = 0; i < usable.mCount; ++i) {
+                        const PairOffset& offset = usable.mOffsets[i];
+                        if constexpr (!inIsInterior) {
+                            const std::ptrdiff_t x = ioX + offset.mOffset.mX;
+                            if (x < 0 || x >= columns) continue;
+                        }
+                        const unsigned int neighbor = nodes[ioX + offset.mNodes];
+                        if (neighbor == node || neighbor == noNode) continue;
+                        inVisit(node, neighbor, samples + ioX, samples + ioX + offset.mSamples,
+                                offset.mOffset.mWeight);
+                    }
+                }
+            };
+            std::ptrdiff_t x = inRow.mFirstX;
+            visitColumns(std::min(inRow.mEndX, kMostOffset), x, std::false_type{});
+            visitColumns(std::min(inRow.mEndX, columns - kMostOffset), x, std::true_type{});
+            visitColumns(inRow.mEndX, x, std::false_type{});
+        });
 }
 
 // ---- Pixel mode ----------------------------------------------------------------------
@@ -209,10 +251,9 @@ void ImageGraph::AddPixelNodes(int inRows, int inColumns) {
 
 void ImageGraph::AddPixelLinks(int inRows, int inColumns) {
     const graphcut::PictureArea area{{}, inRows, inColumns, mLeft, mTop, 0};
-    VisitPairs(area, [&](std::int64_t, std::int64_t, unsigned int inNode,
-                         unsigned int inNeighbor, const NeighborOffset&) {
-        mFlowGraph->AddLinkPair(inNode, inNeighbor, 0, 0);
-    });
+    VisitPairs(area, 0,
+               [&](unsigned int inNode, unsigned int inNeighbor, std::ptrdiff_t, std::ptrdiff_t,
+                   double) { mFlowGraph->AddLinkPair(inNode, inNeighbor, 0, 0); });
 }
 
 // ---- Link energies -------------------------------------------------------------------
@@ -282,12 +323,12 @@ public:
         unsigned int at = mNewest[higher];
         while (at != kNone && mLinks[at].mLower != lower)
             at = mLinks[at].mNext;
-        if (at != kNone) {
-            mLinks[at].mEnergy += inEnergy;
-            return;
+        if (at == kNone) {
+            at = static_cast<unsigned int>(mLinks.size());
+            mLinks.push_back({lower, higher, mNewest[higher], 0});
+            mNewest[higher] = at;
         }
-        mLinks.push_back({lower, higher, mNewest[higher], inEnergy});
-        mNewest[higher] = static_cast<unsigned int>(mLinks.size() - 1);
+        mLinks[at].mEnergy += inEnergy;
     }
 
     const std::vector<Link>& Links() const { return mLinks; }
@@ -306,11 +347,11 @@ private:
 template <class Energies>
 void ImageGraph::BuildRegionLinks(const Energies& inEnergies) {
     RegionLinks links(mFlowGraph->mNodeCount);
-    VisitPairs(
-        inEnergies.Area(), [&](std::int64_t inRow, std::int64_t inColumn, unsigned int inNode,
-                               unsigned int inNeighbor, const NeighborOffset& inOffset) {
-            links.Add(inNode, inNeighbor, EnergyOf(inEnergies, inRow, inColumn, inOffset));
-        });
+    VisitPairs(inEnergies.Area(), inEnergies.RowStride(),
+               [&](unsigned int inNode, unsigned int inNeighbor, std::ptrdiff_t inAt,
+                   std::ptrdiff_t inNeighborAt, double inWeight) {
+                   links.Add(inNode, inNeighbor, inEnergies(inAt, inNeighborAt, inWeight));
+               });
     for (const auto& link : links.Links())
         mFlowGraph->AddLinkPair(link.mHigher, link.mLower, link.mEnergy, link.mEnergy);
 }
@@ -322,10 +363,10 @@ void ImageGraph::SetRegionEnergies(const Energies& inEnergies, bool inBuildLinks
         BuildRegionLinks(inEnergies);
         return;
     }
-    VisitPairs(inEnergies.Area(),
-               [&](std::int64_t inRow, std::int64_t inColumn, unsigned int inNode,
-                   unsigned int inNeighbor, const NeighborOffset& inOffset) {
-                   const float energy = EnergyOf(inEnergies, inRow, inColumn, inOffset);
+    VisitPairs(inEnergies.Area(), inEnergies.RowStride(),
+               [&](unsigned int inNode, unsigned int inNeighbor, std::ptrdiff_t inAt,
+                   std::ptrdiff_t inNeighborAt, double inWeight) {
+                   const float energy = inEnergies(inAt, inNeighborAt, inWeight);
                    FlowArc* const arc = mFlowGraph->FindArc(inNode, inNeighbor);
                    if (!arc) {
                        if (inBuildLinks)
@@ -347,10 +388,10 @@ void ImageGraph::SetRegionEnergies(const Energies& inEnergies, bool inBuildLinks
 // The energy of the pair itself.
 template <class Energies>
 void ImageGraph::SetPixelEnergies(const Energies& inEnergies, bool inBuildLinks) {
-    VisitPairs(inEnergies.Area(),
-               [&](std::int64_t inRow, std::int64_t inColumn, unsigned int inNode,
-                   unsigned int inNeighbor, const NeighborOffset& inOffset) {
-                   const float energy = EnergyOf(inEnergies, inRow, inColumn, inOffset);
+    VisitPairs(inEnergies.Area(), inEnergies.RowStride(),
+               [&](unsigned int inNode, unsigned int inNeighbor, std::ptrdiff_t inAt,
+                   std::ptrdiff_t inNeighborAt, double inWeight) {
+                   const float energy = inEnergies(inAt, inNeighborAt, inWeight);
                    if (inBuildLinks) {
                        mFlowGraph->AddLinkPair(inNode, inNeighbor, energy, energy);
                    } else if (mFlowGraph->IsDynamicAndSolved()) {

@@ -11,6 +11,10 @@
 #include "External/graphcut/FlowGraph.h"
 #include "TVK/ObjectPtr.h"
 
+namespace graphcut {
+struct PictureArea;
+}
+
 /// Rows first. Bottom and right are exclusive; y runs downward, row 0 is the top row.
 struct GraphRect {
     int mTop = 0;
@@ -198,8 +202,9 @@ private:
     void BuildRegionLinks(const Energies& inEnergies);
     template <class Energies>
     void SetPixelEnergies(const Energies& inEnergies, bool inBuildLinks);
-    template <class Area, class Visit>
-    void VisitPairs(const Area& inArea, Visit inVisit) const;
+    template <class Visit>
+    void VisitPairs(const graphcut::PictureArea& inArea, std::ptrdiff_t inSampleStride,
+                    Visit inVisit) const;
     struct GraphRow;
     template <class Visit>
     void VisitRows(int inRows, int inColumns, int inLeft, int inTop, Visit inVisit) const;
