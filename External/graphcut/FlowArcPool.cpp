@@ -5,11 +5,6 @@
 #include <cstdint>
 #include <new>
 
-// An unused arc: the chain runs through its first word.
-struct FlowArcPool::FreeArc {
-    FreeArc* mNext;
-};
-
 // Aligned to two arcs, so that no pair lies across two cache lines.
 struct FlowArcPool::Block {
     alignas(2 * sizeof(FlowArc)) unsigned char mArcs[kArcsPerBlock][sizeof(FlowArc)];
@@ -62,15 +57,4 @@ void FlowArcPool::AddBlock() {
     mArcBlocks = block;
     for (int i = kArcsPerBlock; i-- > 0;)
         mFreeArcs = new (block->mArcs[i]) FreeArc{mFreeArcs};
-}
-
-FlowArc* FlowArcPool::TakePair() {
-    if (!mFreeArcs) AddBlock();
-    FreeArc* const first = mFreeArcs;
-    FreeArc* const second = first->mNext;
-    mFreeArcs = second->mNext;
-    FlowArc* const arc = new (static_cast<void*>(first)) FlowArc;
-    arc->mReverse = new (static_cast<void*>(second)) FlowArc;
-    arc->mReverse->mReverse = arc;
-    return arc;
 }

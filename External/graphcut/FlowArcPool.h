@@ -2,6 +2,8 @@
 
 #pragma once
 
+#include <new>
+
 #include "TVK/MemoryRecycler.h"
 
 /// One directed arc. The flow on it is `mCapacity` minus `mResidual`.
@@ -34,10 +36,22 @@ public:
     FlowArcPool& operator=(const FlowArcPool&) = delete;
 
     /// Returns the first of two arcs, members not set but for `mReverse`, each the other's.
-    FlowArc* TakePair();
+    FlowArc* TakePair() {
+        if (!mFreeArcs) AddBlock();
+        FreeArc* const first = mFreeArcs;
+        FreeArc* const second = first->mNext;
+        mFreeArcs = second->mNext;
+        FlowArc* const arc = new (static_cast<void*>(first)) FlowArc;
+        arc->mReverse = new (static_cast<void*>(second)) FlowArc;
+        arc->mReverse->mReverse = arc;
+        return arc;
+    }
 
 private:
-    struct FreeArc;
+    // An unused arc: the chain runs through its first word.
+    struct FreeArc {
+        FreeArc* mNext;
+    };
     struct Block;
 
     void AddSlab();

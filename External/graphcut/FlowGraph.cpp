@@ -77,9 +77,9 @@ FlowGraph::~FlowGraph() { delete mSolver; }
 // ---- Building ------------------------------------------------------------------------
 
 unsigned int FlowGraph::AddNode() {
-    const std::size_t count = std::size_t{mNodeCount} + 1;
-    mFirstArcs.resize(count);
-    mTerminalArcs.resize(count);
+    // If there was no memory for the second vector, the first has its entry already.
+    if (mTerminalArcs.size() == mNodeCount) mTerminalArcs.emplace_back();
+    mFirstArcs.push_back(nullptr);
     return mNodeCount++;
 }
 
