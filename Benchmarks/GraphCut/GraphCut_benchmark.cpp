@@ -122,7 +122,9 @@ void FirstCut(benchmark::State& ioState, const Frame& inFrame) {
         }
         const auto inUse = [] {
             const auto info = mallinfo2();
-            return static_cast<double>(info.uordblks + info.hblkhd);
+            const auto recycler = TVK::MemoryRecycler::Instance();
+            return static_cast<double>(info.uordblks + info.hblkhd) -
+                   static_cast<double>(recycler->GetUnusedBytes());
         };
         const double before = inUse();
         auto wrapper = std::make_unique<DP::GraphCutWrapper>();
