@@ -26,6 +26,8 @@ Ref<IDescriptorComputer> MakeComputer(const Ref<IDescriptorProperty>& inProperty
         case kDescriptorDataTypeImagePyramid:
         case kDescriptorDataTypeColourPyramid:
             return DescriptorComputer::Create();
+        case kDescriptorDataTypeRegionTracker:
+            return MakeRegionTrackerDescriptorComputer(inProperty);
         default:
             AssertWithMessage("DP::DescriptorComputerMgr::GetDescriptorComputer",
                               "Unsupported Descriptor Type !!!");

@@ -8,6 +8,7 @@
 #include "KLTDescriptorDataKey.h"
 #include "KLTDescriptorProperty.h"
 #include "KindFactories.h"
+#include "RegionTracker/RegionTrackerDescriptorData.h"
 #include "RegionTracker/RegionTrackerDescriptorDataKey.h"
 #include "RegionTracker/RegionTrackerDescriptorProperty.h"
 #include "TVK/ContractCheck.h"
@@ -101,10 +102,18 @@ Ref<IDescriptorData> CreateDescriptorData(DescriptorDataType inType) {
             return MakeImagePyramidDescriptorData();
         case kDescriptorDataTypeColourPyramid:
             return MakeColourPyramidDescriptorData();
+        case kDescriptorDataTypeRegionTracker:
+            return MakeRegionTrackerDescriptorData();
         default:
             AssertWithMessage("DP::CreateDescriptorData", "Invalid Data Type");
             return {};
     }
+}
+
+Ref<IRegionTrackerDescriptorData> CreateRegionDescriptorData(RegionPtr inRegion) {
+    const auto data = RegionTrackerDescriptorData::Create();
+    data->SetRegionAndFeatures(inRegion, {});
+    return data;
 }
 
 Ref<IDescriptorWorkerItem> CreateDescriptorWorkerItem(DescriptorDataType inType) {
@@ -123,6 +132,8 @@ Ref<IDescriptorWorkerItem> CreateDescriptorWorkerItem(DescriptorDataType inType)
             return MakeImagePyramidDescriptorWorkerItem();
         case kDescriptorDataTypeColourPyramid:
             return MakeColourPyramidDescriptorWorkerItem();
+        case kDescriptorDataTypeRegionTracker:
+            return MakeRegionTrackerDescriptorWorkerItem();
         default:
             AssertWithMessage("DP::CreateDescriptorWorkerItem",
                               "Descriptor Type Unavailable !!!!");

@@ -37,4 +37,10 @@ Ref<IDescriptorWorkerItem> MakeImagePyramidDescriptorWorkerItem();
 Ref<IDescriptorData> MakeColourPyramidDescriptorData();
 Ref<IDescriptorWorkerItem> MakeColourPyramidDescriptorWorkerItem();
 
+/// As for the APT kind, whose property its own derives from.
+Ref<IDescriptorData> MakeRegionTrackerDescriptorData();
+Ref<IDescriptorWorkerItem> MakeRegionTrackerDescriptorWorkerItem();
+Ref<IDescriptorComputer> MakeRegionTrackerDescriptorComputer(
+    const Ref<IDescriptorProperty>& inProperty);
+
 }  // namespace DP

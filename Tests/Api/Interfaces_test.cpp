@@ -82,8 +82,10 @@ TEST(Slots, EveryOperationStandsWhereItWasFrozen) {
     EXPECT_EQ(SlotOf(&DP::IAPTDescriptorWorkerItem::SetInputs), kFirst);
     EXPECT_EQ(SlotOf(&DP::IGreyImageDescriptorData::GetGreyImageData), kFirst);
     EXPECT_EQ(SlotOf(&DP::IFloatGreyImageDescriptorData::GetFloatGreyImageData), kFirst);
+    EXPECT_EQ(SlotOf(&DP::IRegionTrackerDescriptorData::GetRegion), kFirst);
     EXPECT_EQ(SlotOf(&DP::IGreyImageDescriptorWorkerItem::SetInputImage), kFirst);
     EXPECT_EQ(SlotOf(&DP::IFloatGreyImageDescriptorWorkerItem::SetInputImage), kFirst);
+    EXPECT_EQ(SlotOf(&DP::IRegionTrackerDescriptorWorkerItem::SetInputs), kFirst);
 }
 
 TEST(Layout, WhatCrossesTheBoundaryByValueHasItsSize) {
@@ -237,6 +239,12 @@ TEST(Identifiers, EveryObjectAnswersEveryQuestion) {
     ask("grey item", DP::CreateDescriptorWorkerItem(DP::kDescriptorDataTypeGreyImage),
         {"IGreyImageDescriptorWorkerItem", "GreyImageDescriptorWorkerItem",
          "KLTDescriptorWorkerItem", "IDescriptorWorkerItem", "DescriptorWorkerItem"});
+    ask("region data", DP::CreateRegionDescriptorData(region),
+        {"IRegionTrackerDescriptorData", "RegionTrackerDescriptorData", "IAPTDescriptorData",
+         "APTDescriptorData", "IDescriptorData", "DescriptorData"});
+    ask("region item", DP::CreateDescriptorWorkerItem(DP::kDescriptorDataTypeRegionTracker),
+        {"IRegionTrackerDescriptorWorkerItem", "RegionTrackerDescriptorWorkerItem",
+         "IDescriptorWorkerItem", "DescriptorWorkerItem"});
     ask("computer manager", DP::CreateDescriptorComputerMgr(),
         {"IDescriptorComputerMgr", "DescriptorComputerMgr"});
     const auto caches = DP::CreateDescriptorDataCacheMgr();
@@ -247,6 +255,10 @@ TEST(Identifiers, EveryObjectAnswersEveryQuestion) {
         DP::CreateDescriptorComputer(
             DP::CreateDescriptorProperty(source, DP::kDescriptorDataTypeGreyImage)),
         {"IDescriptorComputer", "DescriptorComputer"});
+    ask("region computer",
+        DP::CreateDescriptorComputer(DP::CreateRegionTrackerDescriptorProperty(
+            1, 1, 1, 1, source, region, 1, DP::kDescriptorDataTypeRegionTracker)),
+        {"IDescriptorComputer", "DescriptorComputer", "RegionTrackerDescriptorComputer"});
     DP::FlushAllDescriptorResources();
 }
 

@@ -108,6 +108,16 @@ void SetColourPyramidInputs(const Ref<IDescriptorWorkerItem>& inItem) {
     Ref<DP::ColourPyramidDescriptorWorkerItem>(inItem)->SetCurrImage(GreyFloats().data());
 }
 
+DP::RegionPtr Region() {
+    return TVK::MakeObject<TVK::ParamRect<float>>(TVK::ParamRect<float>{8, 8, 56, 40});
+}
+
+void SetRegionTrackerInputs(const Ref<IDescriptorWorkerItem>& inItem) {
+    Ref<DP::IRegionTrackerDescriptorWorkerItem>(inItem)->SetInputs(
+        nullptr, Testing::ImageOf(kCols, kRows, GreyFloats()),
+        DP::CreateRegionDescriptorData(Region()), kCols, kRows);
+}
+
 Ref<DP::IDescriptorDataKey> PlainKey(long long inFrame) {
     return DP::CreateDescriptorDataKey(Wide("clip"), inFrame, kRows, kCols);
 }
@@ -183,6 +193,20 @@ const Kind kKinds[] = {
                                                          2, 1);
      },
      SetColourPyramidInputs, false},
+    {"RegionTracker", DP::kDescriptorDataTypeRegionTracker,
+     kIdentifierOf<DP::IRegionTrackerDescriptorData>,
+     kIdentifierOf<DP::RegionTrackerDescriptorData>,
+     kIdentifierOf<DP::IRegionTrackerDescriptorWorkerItem>,
+     kIdentifierOf<DP::RegionTrackerDescriptorWorkerItem>,
+     [] {
+         return DP::CreateRegionTrackerDescriptorProperty(
+             20, 0, 5, 10, Wide("clip"), Region(), 0, DP::kDescriptorDataTypeRegionTracker);
+     },
+     [](long long inFrame) {
+         return DP::CreateRegionTrackerDescriptorDataKey(Wide("clip"), inFrame, 0, 20, kRows,
+                                                         kCols, Region(), 0, 5, 10);
+     },
+     SetRegionTrackerInputs, true},
 };
 
 template <class I>

@@ -11,15 +11,11 @@
 #include "DP/IDescriptorDataKey.h"
 #include "DP/IDescriptorProperty.h"
 #include "DP/IDescriptorWorkerItem.h"
+#include "DP/IRegionTrackerDescriptor.h"
 #include "DP/Ref.h"
-#include "TVK/ObjectPtr.h"
-#include "TVK/ParamRect.h"
 #include "quillet/WideString.h"
 
 namespace DP {
-
-/// A region in pixels, **y upward from the foot of the image**; see TVK/ParamRect.h.
-using RegionPtr = TVK::ObjectPtr<TVK::ParamRect<float>>;
 
 // Ownership: arguments travel by value and are released before the function returns; a
 //   returned reference is new and belongs to the caller.
@@ -102,6 +98,10 @@ DP_API Ref<IDescriptorDataKey> CreateRegionTrackerDescriptorDataKey(
 
 /// An empty result of a kind. Null for an unknown kind, which is reported once.
 DP_API Ref<IDescriptorData> CreateDescriptorData(DescriptorDataType inType);
+
+/// The start of a region tracker's run: a result that holds a rectangle and no points. The
+/// region is shared, not copied; leave it alone afterwards.
+DP_API Ref<IRegionTrackerDescriptorData> CreateRegionDescriptorData(RegionPtr inRegion);
 
 /// A worker item of a kind. Null for an unknown kind, which is reported once.
 DP_API Ref<IDescriptorWorkerItem> CreateDescriptorWorkerItem(DescriptorDataType inType);

@@ -1,0 +1,47 @@
+#include "RegionTracker/RegionTrackerDescriptorWorkerItem.h"
+
+#include "KindFactories.h"
+#include "RegionTracker/RegionTrackerDescriptorData.h"
+#include "RegionTracker/RegionTrackerWrapper.h"
+#include "TVK/ContractCheck.h"
+
+namespace DP {
+
+void RegionTrackerDescriptorWorkerItem::SetInputs(IP::ImagePtr<float> inPrevImage,
+                                                  IP::ImagePtr<float> inCurrImage,
+                                                  Ref<IRegionTrackerDescriptorData> inPrevData,
+                                                  unsigned int inWidth, unsigned int inHeight) {
+    ContractCheck(inCurrImage != NULL);
+    mPrevImage = inPrevImage;
+    mCurrImage = inCurrImage;
+    mPrevData = inPrevData;
+    mWidth = inWidth;
+    mHeight = inHeight;
+}
+
+void RegionTrackerDescriptorWorkerItem::SetTracker(TVK::ObjectPtr<APTTracker> inAPTTracker) {
+    ContractCheck(inAPTTracker != NULL);
+    mTracker = inAPTTracker;
+}
+
+Ref<IDescriptorData> RegionTrackerDescriptorWorkerItem::ComputeData() {
+    FormatProgressText(" *** Computing Data (%d) **** \n", GetDataKey());
+    if (mTracker == NULL || mCurrImage == NULL) return mResult;
+
+    RegionTrackerWrapper wrapper(static_cast<int>(mHeight), static_cast<int>(mWidth), mTracker);
+    APTFeatureListPtr features;
+    RegionPtr region;
+    wrapper.UpdateRegion(mPrevImage != NULL ? mPrevImage->GetData() : nullptr,
+                         mCurrImage->GetData(), GetDataKey(), mPrevData, features, region);
+    if (features != NULL && region != NULL)
+        FillNewData<RegionTrackerDescriptorData>(
+            kDescriptorDataTypeRegionTracker, mResult,
+            [&](auto& outData) { outData.SetRegionAndFeatures(region, features); });
+    return mResult;
+}
+
+Ref<IDescriptorWorkerItem> MakeRegionTrackerDescriptorWorkerItem() {
+    return RegionTrackerDescriptorWorkerItem::Create();
+}
+
+}  // namespace DP

@@ -1,0 +1,505 @@
+// The wrapper: first frame and later ones, rectangles of known motion followed over clips,
+// rectangles without sense, points outside, and the pictures for a developer.
+
+#include "RegionTracker/RegionTrackerWrapper.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <limits>
+#include <string>
+#include <vector>
+
+#include "DP/DescriptorFactory.h"
+#include "DP/IAPTDescriptor.h"
+#include "RegionTracker/RegionTrackerDescriptorData.h"
+#include "Support/RegionScene.h"
+#include "Support/Reports.h"
+#include "Support/WideStrings.h"
+#include "quillet/Error.h"
+
+namespace {
+
+using DP::APTFeature;
+using DP::APTFeatureList;
+using DP::APTFeatureListPtr;
+using DP::Ref;
+using DP::RegionPtr;
+using DP::RegionTrackerWrapper;
+using Testing::Box;
+using Testing::RegionScene;
+using Rect = TVK::ParamRect<float>;
+
+constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
+
+RegionPtr RegionAt(const Rect& inRect) { return TVK::MakeObject<Rect>(inRect); }
+
+DP::APTTrackerPtr MakeTracker(unsigned int inMaxFeatures = 100, unsigned int inDistance = 4) {
+    const auto tracker = TVK::MakeObject<DP::APTTracker>();
+    tracker->mParams.mMaxFeatures = inMaxFeatures;
+    tracker->mParams.mMinFeatureDistance = inDistance;
+    tracker->ApplyParams();
+    return tracker;
+}
+
+Ref<DP::IDescriptorDataKey> KeyOf(long long inFrame) {
+    return DP::CreateDescriptorDataKey(Testing::Wide("clip"), inFrame, 1, 1);
+}
+
+Ref<DP::IRegionTrackerDescriptorData> DataOf(RegionPtr inRegion, APTFeatureListPtr inFeatures) {
+    const auto data = DP::RegionTrackerDescriptorData::Create();
+    data->SetRegionAndFeatures(inRegion, inFeatures);
+    return data;
+}
+
+// A run over frames of one size, each result handed to the next frame.
+class RegionRun {
+public:
+    RegionRun(int inCols, int inRows, const Rect& inStart, unsigned int inMaxFeatures = 100)
+        : mCols(inCols),
+          mRows(inRows),
+          mTracker(MakeTracker(inMaxFeatures)),
+          mRegion(RegionAt(inStart)) {}
+
+    void Step(const std::vector<float>& inFrame) {
+        RegionTrackerWrapper wrapper(mRows, mCols, mTracker);
+        wrapper.UpdateRegion(mPrevious.empty() ? nullptr : mPrevious.data(), inFrame.data(),
+                             KeyOf(mFrame++), DataOf(mRegion, mFeatures), mFeatures, mRegion);
+        mPrevious = inFrame;
+    }
+    const Rect& Region() const { return *mRegion; }
+    Box RegionBox() const { return Testing::BoxOf(*mRegion, mRows); }
+    APTFeatureList& Features() const { return *mFeatures; }
+    unsigned int Live() const { return DP::CountLiveFeatures(*mFeatures); }
+
+private:
+    int mCols;
+    int mRows;
+    DP::APTTrackerPtr mTracker;
+    RegionPtr mRegion;
+    APTFeatureListPtr mFeatures;
+    std::vector<float> mPrevious;
+    long long mFrame = 0;
+};
+
+// An error that was measured and rounded up: neither above the bound nor far below, where
+// the bound would say nothing any more.
+void ExpectMeasured(double inError, double inBound) {
+    EXPECT_LE(inError, inBound);
+    EXPECT_GE(inError, 0.75 * inBound) << "better than measured: lower the bound";
+}
+
+// How far a run falls short of the true rectangles, at its worst: 1 - overlap.
+double WorstMiss(const RegionScene& inScene, int inFrames) {
+    RegionRun run(inScene.mCols, inScene.mRows, Testing::RectOf(inScene.At(0), inScene.mRows));
+    double worst = 0.0;
+    for (int frame = 0; frame < inFrames; ++frame) {
+        run.Step(inScene.Frame(frame));
+        worst = std::max(worst, 1.0 - Testing::Overlap(run.RegionBox(), inScene.At(frame)));
+    }
+    return worst;
+}
+
+// ---- First frame -----------------------------------------------------------------------
+
+TEST(RegionTrackerFirstFrame, SelectsPointsInsideAndSharesTheRegion) {
+    const RegionScene scene;
+    const RegionPtr region = RegionAt(Testing::RectOf(scene.At(0), scene.mRows));
+    const auto tracker = MakeTracker();
+    APTFeatureListPtr features;
+    RegionPtr result;
+    RegionTrackerWrapper(scene.mRows, scene.mCols, tracker)
+        .UpdateRegion(nullptr, scene.Frame(0).data(), KeyOf(7), DataOf(region, {}), features,
+                      result);
+    EXPECT_TRUE(result == region) << "the very rectangle, not a copy";
+    EXPECT_EQ(tracker->mStartFrame, 7u);
+    ASSERT_EQ(features->size(), 100u);
+    EXPECT_GT(DP::CountLiveFeatures(*features), 10u);
+    const Box box = scene.At(0);
+    for (const APTFeature& feature : *features) {
+        if (feature.mStatus < 0) continue;
+        EXPECT_EQ(feature.mStatus, 8) << "the frame number + 1";
+        EXPECT_TRUE(feature.mX > box.mX && feature.mX < box.mX + box.mWidth &&
+                    feature.mY > box.mY && feature.mY < box.mY + box.mHeight)
+            << feature.mX << ", " << feature.mY;
+    }
+}
+
+TEST(RegionTrackerFirstFrame, StampsTheFrameNumberCutTo32Bits) {
+    const RegionScene scene;
+    const auto tracker = MakeTracker();
+    APTFeatureListPtr features;
+    RegionPtr region = RegionAt(Testing::RectOf(scene.At(0), scene.mRows));
+    RegionTrackerWrapper(scene.mRows, scene.mCols, tracker)
+        .UpdateRegion(nullptr, scene.Frame(0).data(), KeyOf((1ll << 32) + 5),
+                      DataOf(region, {}), features, region);
+    EXPECT_EQ(features->front().mStatus, 6);
+    EXPECT_EQ(tracker->mStartFrame, (1ull << 32) + 5);
+}
+
+// ---- Rectangles of known motion --------------------------------------------------------
+
+TEST(RegionTrackerClips, ATextureThatMovesAsAWholeTakesTheRectangleWithIt) {
+    RegionScene scene;
+    scene.mObject = {-1000, -1000, 4000, 4000};  // all of every frame
+    scene.mSpeedX = 1.3;
+    scene.mSpeedY = -0.6;
+    const Box start{50, 60, 50, 40};
+    RegionRun run(scene.mCols, scene.mRows, Testing::RectOf(start, scene.mRows));
+    double worst = 0.0;
+    for (int frame = 0; frame < 20; ++frame) {
+        run.Step(scene.Frame(frame));
+        const Box box = run.RegionBox();
+        worst = std::max({worst, std::abs(box.mX - start.mX - 1.3 * frame),
+                          std::abs(box.mY - start.mY + 0.6 * frame),
+                          std::abs(box.mWidth - start.mWidth),
+                          std::abs(box.mHeight - start.mHeight)});
+    }
+    ExpectMeasured(worst, 0.06);  // pixels
+}
+
+TEST(RegionTrackerClips, AnObjectIsFollowedOverAStillBackground) {
+    RegionScene scene;
+    scene.mSpeedX = 1.7;
+    scene.mSpeedY = 0.8;
+    ExpectMeasured(WorstMiss(scene, 20), 0.04);
+}
+
+TEST(RegionTrackerClips, AStillObjectIsHeldBeforeAMovingBackground) {
+    RegionScene scene;
+    scene.mBackgroundX = -2.2;
+    scene.mBackgroundY = 1.1;
+    ExpectMeasured(WorstMiss(scene, 20), 0.015);
+}
+
+TEST(RegionTrackerClips, TheRectangleGrowsAndShrinksWithTheObject) {
+    RegionScene scene;
+    scene.mObject = {60, 45, 40, 32};
+    scene.mGrowth = 1.02;
+    ExpectMeasured(WorstMiss(scene, 20), 0.04);
+    scene.mObject = {40, 30, 80, 64};
+    scene.mGrowth = 1 / 1.02;
+    ExpectMeasured(WorstMiss(scene, 20), 0.015);
+}
+
+TEST(RegionTrackerClips, LivePointsKeepTheirSlotsAndFreeOnesAreFilledInsideTheRegion) {
+    RegionScene scene;
+    scene.mSpeedX = 2.0;
+    RegionRun run(scene.mCols, scene.mRows, Testing::RectOf(scene.At(0), scene.mRows));
+    run.Step(scene.Frame(0));
+    const APTFeatureList before = run.Features();
+    run.Step(scene.Frame(1));
+    std::size_t kept = 0;
+    for (std::size_t i = 0; i < before.size(); ++i) {
+        const APTFeature& after = run.Features()[i];
+        if (after.mStatus == DP::kAPTFeatureTracked) {
+            ++kept;
+            EXPECT_GE(before[i].mStatus, 0);
+            EXPECT_EQ(after.mAge, before[i].mAge + 1);
+            EXPECT_LT(std::abs(after.mX - before[i].mX), 4.0f);
+        }
+        if (after.mStatus < 0) continue;
+        const float y = float(scene.mRows) - after.mY;
+        EXPECT_TRUE(after.mX > run.Region().mLeft - 1 && after.mX < run.Region().mRight + 1 &&
+                    y > run.Region().mTop - 1 && y < run.Region().mBottom + 1);
+    }
+    EXPECT_GT(kept, before.size() / 10);
+}
+
+TEST(RegionTrackerClips, IdenticalFramesLoseTheRegionForGood) {
+    const RegionScene scene;
+    RegionRun run(scene.mCols, scene.mRows, Testing::RectOf(scene.At(0), scene.mRows));
+    const Rect lost{0.0f, float(scene.mRows), 0.0f, float(scene.mRows)};
+    run.Step(scene.Frame(0));
+    EXPECT_GT(run.Live(), 0u);
+    for (const int frame : {0, 1, 2}) {
+        run.Step(scene.Frame(frame));
+        EXPECT_EQ(run.Region(), lost);
+        EXPECT_EQ(run.Live(), 0u);
+    }
+}
+
+TEST(RegionTrackerClips, AFlatPictureHasNoPointAndLosesTheRegion) {
+    const std::vector<float> flat(160 * 120, 90.0f);
+    RegionRun run(160, 120, {40, 40, 90, 90});
+    run.Step(flat);
+    EXPECT_EQ(run.Live(), 0u);
+    EXPECT_EQ(run.Region(), (Rect{40, 40, 90, 90})) << "the first frame leaves it alone";
+    run.Step(flat);
+    EXPECT_EQ(run.Region(), (Rect{0, 120, 0, 120}));
+}
+
+// ---- Rectangles without sense ----------------------------------------------------------
+
+class RegionTrackerOddRegions : public testing::TestWithParam<Rect> {};
+
+TEST_P(RegionTrackerOddRegions, ARunGoesOnWhateverTheRectangleIs) {
+    RegionScene scene;
+    scene.mSpeedX = 1.0;
+    scene.mBackgroundX = 1.0;
+    RegionRun run(scene.mCols, scene.mRows, GetParam());
+    for (int frame = 0; frame < 4; ++frame) {
+        run.Step(scene.Frame(frame));
+        ASSERT_EQ(run.Features().size(), 100u);
+        for (const APTFeature& feature : run.Features())
+            EXPECT_TRUE(feature.mStatus < 0 ||
+                        (feature.mX >= 0.0f && feature.mX < float(scene.mCols) &&
+                         feature.mY >= 0.0f && feature.mY < float(scene.mRows)));
+    }
+}
+
+constexpr float kInfinity = std::numeric_limits<float>::infinity();
+INSTANTIATE_TEST_SUITE_P(Rects, RegionTrackerOddRegions,
+                         testing::Values(Rect{300, 300, 400, 400},      // outside
+                                         Rect{-200, -200, -100, -100},  //
+                                         Rect{-50, -50, 80, 80},        // across two edges
+                                         Rect{0, 0, 160, 120},          // all
+                                         Rect{50, 50, 50, 50},          // no area
+                                         Rect{90, 90, 40, 40},          // turned over
+                                         Rect{60, 60, 61, 61},          // one pixel
+                                         Rect{kNaN, kNaN, kNaN, kNaN},  //
+                                         Rect{40, kNaN, 100, 90},       //
+                                         Rect{-kInfinity, -kInfinity, kInfinity, kInfinity},
+                                         Rect{-3e38f, -3e38f, 3e38f, 3e38f}));
+
+TEST(RegionTrackerBadInput, NullImageAndNullEngineBreakTheContract) {
+    const RegionScene scene;
+    const auto frame = scene.Frame(0);
+    const auto data = DataOf(RegionAt({0, 0, 10, 10}), {});
+    APTFeatureListPtr features;
+    RegionPtr region;
+    const Testing::RecordedReports reports;
+    EXPECT_THROW(RegionTrackerWrapper(120, 160, MakeTracker())
+                     .UpdateRegion(nullptr, nullptr, KeyOf(0), data, features, region),
+                 quillet::config::ReportedError);
+    EXPECT_THROW(RegionTrackerWrapper(120, 160, {})
+                     .UpdateRegion(nullptr, frame.data(), KeyOf(0), data, features, region),
+                 quillet::config::ReportedError);
+    ASSERT_EQ(reports.Contracts().size(), 2u);
+    EXPECT_EQ(reports.Contracts()[0].mText, "inCurrImage != NULL");
+    EXPECT_EQ(reports.Contracts()[1].mText, "mTracker != NULL");
+    EXPECT_EQ(reports.Contracts()[1].mFile, "Src/RegionTracker/RegionTrackerWrapper.cpp");
+}
+
+TEST(RegionTrackerBadInput, NullDataRegionKeyOrPreviousImageThrow) {
+    const RegionScene scene;
+    const auto frame = scene.Frame(0);
+    RegionTrackerWrapper wrapper(scene.mRows, scene.mCols, MakeTracker());
+    const RegionPtr start = RegionAt(Testing::RectOf(scene.At(0), scene.mRows));
+    const auto update = [&](const float* inPrevious, Ref<DP::IDescriptorDataKey> inKey,
+                            Ref<DP::IRegionTrackerDescriptorData> inData) {
+        APTFeatureListPtr features;
+        RegionPtr region;
+        wrapper.UpdateRegion(inPrevious, frame.data(), inKey, inData, features, region);
+        return DataOf(region, features);
+    };
+    using Null = TVK::NullInterfaceException;
+    EXPECT_THROW(update(nullptr, KeyOf(0), nullptr), Null);
+    EXPECT_THROW(update(nullptr, nullptr, DataOf(start, {})), Null);
+    EXPECT_THROW(update(nullptr, KeyOf(0), DataOf({}, {})), Null);
+
+    const auto first = update(nullptr, KeyOf(0), DataOf(start, {}));
+    const auto points = Ref<DP::IAPTDescriptorData>(first)->GetFeatures();
+    EXPECT_THROW(update(frame.data(), nullptr, first), Null);
+    EXPECT_THROW(update(frame.data(), KeyOf(1), DataOf({}, points)), Null);
+    EXPECT_THROW(update(nullptr, KeyOf(1), first), Null);
+    EXPECT_NO_THROW(update(frame.data(), KeyOf(1), first));
+}
+
+// A list of another length, as a host might hand over from another computer.
+TEST(RegionTrackerBadInput, APreviousListOfAnotherLengthIsTrackedAsFarAsItGoes) {
+    RegionScene scene;
+    scene.mSpeedX = scene.mBackgroundX = 1.0;
+    const auto first = scene.Frame(0), second = scene.Frame(1);
+    for (const unsigned int slots : {0u, 30u, 250u}) {
+        RegionRun run(scene.mCols, scene.mRows, {40, 40, 120, 100}, slots);
+        run.Step(first);
+        RegionTrackerWrapper wrapper(scene.mRows, scene.mCols, MakeTracker(100));
+        APTFeatureListPtr features;
+        RegionPtr region;
+        wrapper.UpdateRegion(
+            first.data(), second.data(), KeyOf(1),
+            DataOf(RegionAt(run.Region()), TVK::MakeObject<APTFeatureList>(run.Features())),
+            features, region);
+        EXPECT_EQ(features->size(), 100u);
+        EXPECT_NEAR(region->mLeft, slots != 0 ? 41.0f : 0.0f, 0.2f);
+    }
+}
+
+// ---- Points outside --------------------------------------------------------------------
+
+APTFeature At(float inX, float inY, int inStatus = 0) {
+    APTFeature feature;
+    feature.mX = inX;
+    feature.mY = inY;
+    feature.mStatus = inStatus;
+    return feature;
+}
+
+TEST(MarkFeaturesOutsideRects, TheEdgesAreInsideAndNothingButTheStatusChanges) {
+    // 100 rows: y upward 20 to 40 is rows 80 to 60.
+    const Rect rect{10, 20, 50, 40};
+    const std::vector<APTFeature> inside = {At(10, 70), At(50.9f, 70), At(30, 80),
+                                            At(30, 59.1f, 12)};
+    const std::vector<APTFeature> outside = {At(9.9f, 70),  At(51, 70),   At(30, 80.1f, 3),
+                                             At(30, 59.0f), At(kNaN, 70), At(30, kNaN),
+                                             At(1e20f, 70), At(0, 0, -4)};
+    const auto list = TVK::MakeObject<APTFeatureList>(inside);
+    list->insert(list->end(), outside.begin(), outside.end());
+    std::vector<APTFeatureListPtr> lists = {list};
+    EXPECT_FALSE(RegionTrackerWrapper::MarkFeaturesOutsideRects({rect}, 100, lists));
+    for (std::size_t i = 0; i < inside.size(); ++i)
+        EXPECT_EQ((*list)[i].mStatus, inside[i].mStatus) << "point " << i;
+    for (std::size_t i = 0; i < outside.size(); ++i)
+        EXPECT_EQ((*list)[inside.size() + i].mStatus, -1) << "point " << i;
+    EXPECT_EQ((*list)[5].mX, 51.0f);
+}
+
+TEST(MarkFeaturesOutsideRects, EachListHasItsRectangle) {
+    std::vector<APTFeatureListPtr> lists = {TVK::MakeObject<APTFeatureList>(1, At(5, 95)),
+                                            TVK::MakeObject<APTFeatureList>(1, At(5, 95))};
+    RegionTrackerWrapper::MarkFeaturesOutsideRects({{20, 20, 30, 30}, {0, 0, 10, 10}}, 100,
+                                                   lists);
+    EXPECT_EQ(lists[0]->front().mStatus, -1);
+    EXPECT_EQ(lists[1]->front().mStatus, 0);
+}
+
+TEST(MarkFeaturesOutsideRects, UnequalNumbersBreakTheContract) {
+    std::vector<APTFeatureListPtr> lists;
+    const Testing::RecordedReports reports;
+    EXPECT_THROW(RegionTrackerWrapper::MarkFeaturesOutsideRects({{}}, 100, lists),
+                 quillet::config::ReportedError);
+    ASSERT_EQ(reports.Contracts().size(), 1u);
+    EXPECT_EQ(reports.Contracts()[0].mText, "inRects.size() == ioFls.size()");
+}
+
+// ---- Pictures --------------------------------------------------------------------------
+
+using Bytes = std::vector<unsigned char>;
+
+TEST(RegionPictures, AFrameIsTwoPixelsThickAboveAndBelow) {
+    const int cols = 80, rows = 100;
+    Bytes plane(std::size_t(cols * rows), 7);
+    RegionTrackerWrapper::DrawRectOnPlane(plane.data(), cols, rows, RegionAt({10, 20, 50, 40}));
+    for (int y = 0; y < rows; ++y)
+        for (int x = 0; x < cols; ++x) {
+            const bool across = x >= 10 && x < 50 && (y == 60 || y == 61 || y == 80 || y == 81);
+            const bool down = (x == 10 || x == 50) && y >= 60 && y < 80;
+            ASSERT_EQ(plane[std::size_t(y * cols + x)], across || down ? 255 : 7)
+                << x << ", " << y;
+        }
+}
+
+// The vector is exactly the image: an address sanitizer sees a pixel beside it.
+TEST(RegionPictures, WhatFallsOutsideTheImageIsNotDrawn) {
+    const int cols = 20, rows = 16;
+    for (const Rect& rect : {Rect{0, 0, 20, 16}, Rect{-5, -5, 40, 40}, Rect{5, 0, 15, 4},
+                             Rect{-1e30f, -1e30f, 1e30f, 1e30f}, Rect{kNaN, kNaN, kNaN, kNaN},
+                             Rect{100, 100, 200, 200}, Rect{3e9f, 1, 4e9f, 9},
+                             Rect{-9, -9, -3, -3}, Rect{12, 12, 4, 4}}) {
+        Bytes plane(std::size_t(cols * rows), 7);
+        RegionTrackerWrapper::DrawRectOnPlane(plane.data(), cols, rows, RegionAt(rect));
+    }
+    Bytes plane(std::size_t(cols * rows), 7);
+    RegionTrackerWrapper::DrawRectOnPlane(plane.data(), cols, rows, RegionAt({5, 0, 15, 4}));
+    EXPECT_EQ(plane[12 * 20 + 7], 255) << "the upper edge";
+    EXPECT_EQ(plane[15 * 20 + 5], 255) << "the left edge goes down to the foot";
+    EXPECT_EQ(plane[15 * 20 + 7], 7) << "the lower edge would lie below it";
+}
+
+TEST(RegionPictures, NullRegionAndNullPlanesBreakTheContractInOrder) {
+    Bytes plane(100, 7);
+    const RegionPtr region = RegionAt({1, 1, 4, 4});
+    const Testing::RecordedReports reports;
+    unsigned char* const there = plane.data();
+    EXPECT_ANY_THROW(RegionTrackerWrapper::DrawRectOnPlane(nullptr, 10, 10, {}));
+    EXPECT_ANY_THROW(RegionTrackerWrapper::DrawRectOnPlane(nullptr, 10, 10, region));
+    const auto drawOn = RegionTrackerWrapper::DrawRectOnPlanes;
+    EXPECT_ANY_THROW(drawOn(nullptr, nullptr, nullptr, 10, 10, {}));
+    EXPECT_ANY_THROW(drawOn(nullptr, nullptr, nullptr, 10, 10, region));
+    EXPECT_ANY_THROW(drawOn(there, nullptr, nullptr, 10, 10, region));
+    EXPECT_ANY_THROW(drawOn(there, there, nullptr, 10, 10, region));
+    std::vector<std::string> texts;
+    for (const auto& report : reports.Contracts())
+        texts.push_back(report.mText);
+    EXPECT_EQ(texts, (std::vector<std::string>{"inRegion != NULL", "inImage != NULL",
+                                               "inRegion != NULL", "inRedImage != NULL",
+                                               "inGreenImage != NULL", "inBlueImage != NULL"}));
+    EXPECT_EQ(plane, Bytes(100, 7));
+}
+
+// The pixels of a file that was written, row 0 first again.
+struct Picture {
+    explicit Picture(int inCols, int inRows) : mCols(inCols), mRows(inRows) {
+        mPath = (std::filesystem::temp_directory_path() / "dp_region_picture.ppm").string();
+    }
+    ~Picture() { std::filesystem::remove(mPath); }
+    void Read() {
+        std::ifstream stream(mPath, std::ios::binary);
+        mBytes.assign(std::istreambuf_iterator<char>(stream), {});
+        const auto size = std::size_t(3 * mCols * mRows);
+        ASSERT_GT(mBytes.size(), size);
+        mBytes.erase(mBytes.begin(), mBytes.end() - std::ptrdiff_t(size));
+    }
+    Bytes At(int inX, int inY) const {
+        const auto at = mBytes.begin() + 3 * ((mRows - 1 - inY) * mCols + inX);
+        return {at, at + 3};
+    }
+    int mCols, mRows;
+    std::string mPath;
+    Bytes mBytes;
+};
+
+TEST(RegionPictures, PointsAreColouredBySlotUnderAWhiteFrame) {
+    const int cols = 40, rows = 30;
+    const Bytes image(std::size_t(cols * rows), 9);
+    const auto points =
+        TVK::MakeObject<APTFeatureList>(APTFeatureList{At(10, 10), At(20, 10, -1), At(30, 20)});
+    Picture picture(cols, rows);
+    RegionTrackerWrapper::WriteFeatureListRectToPPM(
+        image.data(), cols, rows, picture.mPath.c_str(), points, RegionAt({5, 5, 35, 20}));
+    picture.Read();
+    EXPECT_EQ(picture.At(11, 9), (Bytes{75, 215, 65}));
+    EXPECT_EQ(picture.At(20, 10), (Bytes{255, 255, 255})) << "the upper edge, no point";
+    EXPECT_EQ(picture.At(10, 10), (Bytes{255, 255, 255})) << "the frame is drawn last";
+    EXPECT_EQ(picture.At(31, 21), (Bytes{175, 0, 145})) << "slot 2; its green, 255, wraps";
+    EXPECT_EQ(picture.At(2, 2), (Bytes{9, 9, 9}));
+}
+
+TEST(RegionPictures, AFitIsShownByTheColourOfItsGroups) {
+    const int cols = 40, rows = 30;
+    const Bytes image(std::size_t(cols * rows), 9);
+    const auto points = TVK::MakeObject<APTFeatureList>(
+        APTFeatureList{At(10, 15), At(20, 15), At(30, 15), At(15, 20, -1)});
+    const Bytes red{255, 9, 9}, green{9, 255, 9}, blue{9, 9, 255};
+    const DP::MotionGroups groups = {{0}, {1}};
+    const auto colours = [&](int inSelected) {
+        Picture picture(cols, rows);
+        RegionTrackerWrapper::WriteFeatureListRectToPPM(
+            image.data(), cols, rows, picture.mPath.c_str(), points, RegionAt({5, 5, 35, 20}),
+            groups, inSelected);
+        picture.Read();
+        EXPECT_EQ(picture.At(15, 20), (Bytes{9, 9, 9})) << "a free slot";
+        return std::vector<Bytes>{picture.At(10, 15), picture.At(20, 15), picture.At(30, 15)};
+    };
+    EXPECT_EQ(colours(0), (std::vector<Bytes>{blue, green, red}));
+    EXPECT_EQ(colours(1), (std::vector<Bytes>{green, blue, red}));
+    EXPECT_EQ(colours(-1), (std::vector<Bytes>{red, green, red})) << "a group there is not";
+    EXPECT_EQ(colours(7), (std::vector<Bytes>{green, red, red}));
+}
+
+TEST(RegionPictures, AnImageWithoutMemoryIsReportedUnderTheOperationsName) {
+    const Testing::RecordedReports reports;
+    EXPECT_ANY_THROW(RegionTrackerWrapper::WriteFeatureListRectToPPM(
+        nullptr, -1, 30, "/nowhere", TVK::MakeObject<APTFeatureList>(), RegionAt({})));
+    ASSERT_EQ(reports.Asserts().size(), 1u);
+    EXPECT_EQ(reports.Asserts()[0].mText, "(WriteFeaturesToPPM)  Out of memory\n\r\n");
+    EXPECT_EQ(reports.Asserts()[0].mFunction,
+              "DP::RegionTrackerWrapper::WriteFeatureListRectToPPM");
+}
+
+}  // namespace
