@@ -41,6 +41,7 @@ void WritePPM(std::FILE* inFile, const T* inRedimg, const T* inGreenimg, const T
     std::fprintf(inFile, "P6\n%d %d\n255\n", inCols, inRows);
     const std::size_t cols = static_cast<std::size_t>(std::max(inCols, 0));
     std::vector<unsigned char> row(3 * cols);
+    if (row.empty()) return;
     for (int y = inRows - 1; y >= 0; --y) {
         const std::size_t start = static_cast<std::size_t>(y) * cols;
         for (std::size_t x = 0; x < cols; ++x) {
