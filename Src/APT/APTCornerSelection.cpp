@@ -15,7 +15,8 @@
 // The rest of the image matters only when it is a corner's turn that lies between floor and
 // limit, and only until a corner is found that is good enough to drop it. A clip that
 // needed the whole image once will mostly need it again: the next call then walks the image
-// in one go.
+// in one go, and leaves what is outside the rectangle as soon as a corner at the clamp is
+// found.
 
 #include "APT/APTCornerSelection.h"
 
@@ -99,20 +100,21 @@ APTPixelRange APTCornerSelection::GetRangeInside(const TVK::ParamRect<float>& in
 }
 
 // Walks the corners of a range, keeps those in `inKept`, a part of it, and returns the
-// largest cornerness of all. Stops behind the row with which the threshold passes
-// `inDropped`.
+// largest cornerness of all, or one at the clamp, behind which the walk goes on in `inKept`
+// alone. Stops behind the row with which the threshold passes `inDropped`.
 float APTCornerSelection::CollectCorners(const APTPixelRange& inRange,
                                          const APTPixelRange& inKept, float inDropped) {
     float largest = kNoCorner;
+    APTPixelRange range = inRange;
     mColumns.resize(static_cast<std::size_t>(mWidth));
-    mStream.Start(mImage, mWidth, mHeight, inRange);
+    mStream.Start(mImage, mWidth, mHeight, range);
     while (!(GetThreshold(largest) > inDropped) && mStream.NextRow()) {
         const int y = mStream.GetRowNumber() - 1;
-        if (y < inRange.mTop) continue;
+        if (y < range.mTop) continue;
         const float* const row = mStream.GetRow(y);
         const int count =
             mStream.GetProcs().mPickMaxima(mStream.GetRow(y - 1), row, mStream.GetRow(y + 1),
-                                           inRange.mLeft, inRange.mRight, mColumns.data());
+                                           range.mLeft, range.mRight, mColumns.data());
         const bool isKeptRow = y >= inKept.mTop && y < inKept.mBottom;
         for (int i = 0; i < count; ++i) {
             const int x = mColumns[static_cast<std::size_t>(i)];
@@ -121,6 +123,10 @@ float APTCornerSelection::CollectCorners(const APTPixelRange& inRange,
                 mCorners.push_back({row[x], static_cast<std::uint64_t>(y) *
                                                     static_cast<std::uint64_t>(mWidth) +
                                                 static_cast<std::uint64_t>(x)});
+        }
+        if (range != inKept && GetThreshold(largest) >= GetThreshold(kEverything)) {
+            range = inKept;
+            mStream.Narrow(range);
         }
     }
     return largest;

@@ -97,15 +97,11 @@ void APTCornerStream::Start(const float* inImage, int inWidth, int inHeight,
     mImage = inImage;
     mWidth = inWidth;
     mHeight = inHeight;
-    mRange = inRange;
-    mNextRow = inRange.mTop - 1;
+    mNextRow = 0;
+    Narrow(inRange);
     mNextSmooth = mNextTotal = 0;
     const int radius = static_cast<int>(mTaps.size() / 2);
     mNextAcross = std::max(mCropY - radius, 0);
-    // The last column of cornerness reaches half a window further for its totals, and those
-    // one more for the difference.
-    mTotalCols = inRange.mRight - mCropX + mHalfWidth + 1;
-    mSmoothCols = mTotalCols + 1;
 
     const std::size_t stride = StrideOf(inWidth);
     if (stride != mStride) {
@@ -121,6 +117,15 @@ void APTCornerStream::Start(const float* inImage, int inWidth, int inHeight,
     const APTProductRows zero = ProductsOf(mTotals, mStride, 2 * mHalfHeight + 2);
     for (float* row : {zero.mXX, zero.mYY, zero.mXY})
         std::fill_n(row, stride, 0.0f);
+}
+
+void APTCornerStream::Narrow(const APTPixelRange& inRange) {
+    mRange = inRange;
+    mNextRow = std::max(mNextRow, inRange.mTop - 1);
+    // The last column of cornerness reaches half a window further for its totals, and those
+    // one more for the difference.
+    mTotalCols = inRange.mRight - mCropX + mHalfWidth + 1;
+    mSmoothCols = mTotalCols + 1;
 }
 
 const float* APTCornerStream::GetRow(int inRow) const {

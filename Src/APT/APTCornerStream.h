@@ -43,6 +43,11 @@ public:
     /// follow hold the cornerness of it and of one pixel around it.
     void Start(const float* inImage, int inWidth, int inHeight, const APTPixelRange& inRange);
 
+    /// Asks for no more than `inRange` from the next row on, a part of what was asked for.
+    /// Its first row of cornerness is then `inRange.mTop` - 1, or a later one if the stream
+    /// is past that.
+    void Narrow(const APTPixelRange& inRange);
+
     /// Computes the next row, the first one being `inRange.mTop` - 1. False behind the
     /// last, `inRange.mBottom`.
     bool NextRow();

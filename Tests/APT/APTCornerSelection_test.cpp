@@ -201,4 +201,36 @@ TEST(PartOfTheImage, ARectangleHasThePointsOfTheFullSelectionInIt) {
     }
 }
 
+// A corner at the clamp fixes the threshold wherever it stands; what is skipped behind it
+// must not be missed. Every place of it around, on and in a rectangle of weak corners.
+TEST(PartOfTheImage, AStrongCornerAnywhereLeavesThePointsOfTheFullSelection) {
+    constexpr int kCols = 110;
+    constexpr int kRows = 90;
+    const TVK::ParamRect<float> rect{35.0f, 30.0f, 75.0f, 62.0f};
+    auto weak = Testing::TexturedFrame(kCols, kRows, 0.0, 0.0, 5);
+    for (float& pixel : weak)
+        pixel *= 0.12f;
+    APTTrackerParams params;
+    params.mMinFeatureDistance = 3;
+    APTCornerSelection selection;
+    selection.ApplyParams(params);
+    const std::size_t without = SelectPlainly(params, weak, kCols, kRows, rect).size();
+    int places = 0;
+    int risen = 0;
+    for (int top = 0; top + 12 <= kRows; top += 6)
+        for (int left = 0; left + 12 <= kCols; left += 7) {
+            SCOPED_TRACE(testing::Message() << left << ", " << top);
+            auto image = weak;
+            for (int y = top; y < top + 12; ++y)
+                std::fill_n(image.begin() + y * kCols + left, 12, 250.0f);
+            const auto expected = SelectPlainly(params, image, kCols, kRows, rect);
+            places += 1;
+            risen += expected.size() < without / 2;
+            for (int round = 0; round < 2; ++round)
+                ExpectSamePoints(SelectOnce(selection, image, kCols, kRows, rect), expected);
+        }
+    EXPECT_GT(without, 15u);
+    EXPECT_GT(risen, places / 2) << "the strong corner does not raise the threshold";
+}
+
 }  // namespace
