@@ -30,7 +30,7 @@ take track track.png track.png
 "$host" track -o "$work/compare" --size 400x300 --frames 90 --features 250 --compare --no-video
 take compare track.png compare.png
 
-"$host" pyramid -o "$work/pyramid" --size 320x240 --frame 40
+"$host" pyramid -o "$work/pyramid" --size 272x204 --frame 40
 take pyramid pyramid.png pyramid.png
 
 "$host" select -o "$work/select" --size 352x264
