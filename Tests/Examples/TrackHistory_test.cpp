@@ -1,0 +1,132 @@
+// What is said of a run of tracked points: errors against the truth, share kept, cuts.
+
+#include "TrackHistory.h"
+
+#include <gtest/gtest.h>
+
+#include "RenderedClip.h"
+#include "TrackPicture.h"
+
+namespace {
+
+using Host::Point;
+using Host::RenderedClip;
+using Host::TrackedPoint;
+using Host::TrackHistory;
+
+// Points on a grid of the first frame, carried on by the truth plus a drift each frame. One
+// that the truth hides is lost.
+class TruePoints {
+public:
+    TruePoints(const RenderedClip& inClip, double inDrift) : mClip(inClip), mDrift(inDrift) {
+        for (int y = 40; y < 200; y += 20)
+            for (int x = 60; x < 260; x += 20)
+                mStarts.push_back({double(x), double(y)});
+    }
+
+    std::vector<TrackedPoint> At(int inFrame) const {
+        std::vector<TrackedPoint> points;
+        for (const Point& start : mStarts) {
+            TrackedPoint point;
+            if (const auto place = mClip.Move(start, 0, inFrame)) {
+                point.mX = float(place->mX + mDrift * inFrame);
+                point.mY = float(place->mY);
+                point.mStatus = 0;
+                point.mAge = unsigned(inFrame);
+            }
+            points.push_back(point);
+        }
+        return points;
+    }
+
+private:
+    const RenderedClip& mClip;
+    double mDrift;
+    std::vector<Point> mStarts;
+};
+
+RenderedClip SmallClip() {
+    RenderedClip::Shape shape;
+    shape.mWidth = 320;
+    shape.mHeight = 240;
+    return RenderedClip(shape);
+}
+
+TrackHistory::Summary SummaryOf(double inDrift) {
+    const RenderedClip clip = SmallClip();
+    const TruePoints points(clip, inDrift);
+    TrackHistory history(&clip);
+    for (int frame = 0; frame < 10; ++frame)
+        history.Add(points.At(frame), frame);
+    return history.Summarise();
+}
+
+TEST(TrackHistoryTest, PointsThatFollowTheTruthHaveNoErrorAndAreAllKept) {
+    const TrackHistory::Summary summary = SummaryOf(0.0);
+    // Single precision of a coordinate below 512 is half of 2^-15.
+    EXPECT_LT(summary.mStepNinety, 1e-4);
+    EXPECT_LT(summary.mStartNinety, 1e-4);
+    EXPECT_EQ(summary.mKept, 1.0);
+    EXPECT_GT(summary.mMeanLive, 60.0);
+    EXPECT_EQ(summary.mMedianAge, 9.0);
+}
+
+TEST(TrackHistoryTest, ADriftShowsInTheStepOnceAndInAllAsItGrows) {
+    const TrackHistory::Summary summary = SummaryOf(0.1);
+    EXPECT_NEAR(summary.mStepMedian, 0.1, 0.02);
+    EXPECT_NEAR(summary.mStartMedian, 0.5, 0.11);  // the middle of 0.1 to 0.9
+    EXPECT_NEAR(summary.mStartNinety, 0.9, 0.11);
+}
+
+TEST(TrackHistoryTest, ASlotThatIsFilledAnewStartsANewTrail) {
+    TrackHistory history(nullptr);
+    TrackedPoint point;
+    point.mStatus = 0;
+    for (int frame = 0; frame < 3; ++frame) {
+        point.mX = float(frame);
+        point.mAge = unsigned(frame);
+        history.Add({point}, frame);
+    }
+    EXPECT_EQ(history.Trails()[0].mPlaces.size(), 3u);
+    point.mX = 100.0f;
+    point.mAge = 0;
+    history.Add({point}, 3);
+    ASSERT_EQ(history.Trails()[0].mPlaces.size(), 1u);
+    EXPECT_EQ(history.Trails()[0].mPlaces[0].mX, 100.0);
+}
+
+TEST(TrackHistoryTest, ACutIsNoticedInTheFrameWhereMostPointsWereLost) {
+    TrackHistory history(nullptr);
+    std::vector<TrackedPoint> points(50);
+    for (TrackedPoint& point : points)
+        point.mStatus = 0;
+    history.Add(points, 0);
+    for (TrackedPoint& point : points)
+        point.mAge = 1;
+    history.Add(points, 1);
+    for (std::size_t i = 0; i < 40; ++i)
+        points[i].mStatus = -2;
+    history.Add(points, 2);
+    EXPECT_EQ(history.Cuts(), std::vector<long long>{2});
+    EXPECT_EQ(history.LiveNow(), 10);
+}
+
+TEST(Quantiles, AreOrderStatisticsAndZeroOfNothing) {
+    std::vector<double> values{5.0, 1.0, 4.0, 2.0, 3.0};
+    EXPECT_EQ(Host::Quantile(values, 0.5), 3.0);
+    EXPECT_EQ(Host::Quantile(values, 1.0), 5.0);
+    EXPECT_EQ(Host::Quantile(values, 0.0), 1.0);
+    std::vector<double> nothing;
+    EXPECT_EQ(Host::Quantile(nothing, 0.5), 0.0);
+}
+
+TEST(Overlaps, AreTheSharedAreaOverTheAreaOfEither) {
+    const Host::Box box{10.0, 20.0, 40.0, 30.0};
+    EXPECT_EQ(Host::Overlap(box, box), 1.0);
+    EXPECT_EQ(Host::Overlap(box, {30.0, 20.0, 40.0, 30.0}), 20.0 / 60.0);
+    EXPECT_EQ(Host::Overlap(box, {50.0, 20.0, 40.0, 30.0}), 0.0);
+    EXPECT_EQ(Host::Overlap(box, {0.0, 0.0, 0.0, 0.0}), 0.0);
+    EXPECT_EQ(Host::Overlap({}, {}), 0.0);
+}
+
+}  // namespace
