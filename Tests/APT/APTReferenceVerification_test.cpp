@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <utility>
 #include <vector>
 
 #include "APTFrames.h"
@@ -56,11 +57,10 @@ struct Warped {
 };
 
 struct Verifier {
-    Verifier(const std::vector<float>& inFrom, const std::vector<float>& inTo, float inX,
-             float inY)
-        : mX(inX), mY(inY) {
-        mFrom.Reset(inFrom.data(), kCols, kRows, 1, 3);
-        mTo.Reset(inTo.data(), kCols, kRows, 1, 3);
+    Verifier(std::vector<float> inFrom, std::vector<float> inTo, float inX, float inY)
+        : mFromFrame(std::move(inFrom)), mToFrame(std::move(inTo)), mX(inX), mY(inY) {
+        mFrom.Reset(mFromFrame.data(), kCols, kRows, 1, 3);
+        mTo.Reset(mToFrame.data(), kCols, kRows, 1, 3);
         mWorkspace.Init(kShape);
         mTemplates.Init(kShape, 3);
         mTemplates.Locate(3, inX, inY, mFrom);
@@ -72,6 +72,8 @@ struct Verifier {
                                        inModel, kTolerances, inIterations);
     }
 
+    std::vector<float> mFromFrame;
+    std::vector<float> mToFrame;
     float mX;
     float mY;
     APTImagePyramid mFrom;
