@@ -30,6 +30,9 @@ take track track.png track.png
 "$host" track -o "$work/compare" --size 400x300 --frames 90 --features 250 --compare --no-video
 take compare track.png compare.png
 
+"$host" region -o "$work/region" --size 480x360 --frames 90 --min-distance 7 --no-video
+take region region.png region.png
+
 "$host" pyramid -o "$work/pyramid" --size 272x204 --frame 40
 take pyramid pyramid.png pyramid.png
 

@@ -57,6 +57,7 @@ int RunProgram(int inCount, char** inArguments) {
     Host::AddGreyCommand(program, run);
     Host::AddPyramidCommand(program, run);
     Host::AddTrackCommand(program, run);
+    Host::AddRegionCommand(program, run);
     Host::AddSelectCommand(program, run);
     RefuseUnknownCommand(program, inCount, inArguments);
     try {

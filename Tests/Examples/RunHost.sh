@@ -113,6 +113,31 @@ select)
     refuses 1 select out/cutout.png --foreground small/grey.png --background small/grey.png
     refuses 1 select nosuch.png --foreground out/labels.png --background out/labels.png
     ;;
+region)
+    runs region -o out --size 320x240 --frames 20
+    written out/region.png 10000
+    written out/region.mp4 3000
+    [ "$(wc -l <out/region.csv)" -eq 21 ] || fail "length of region.csv"
+    grep -q "^frame,left,top,right,bottom,live points$" out/region.csv || fail "head"
+    awk '/mean overlap/ { if ($6 > 0.8) good = 1 } END { exit !good }' output ||
+        { cat output; fail "overlap with the truth"; }
+    # A truth from a file gives the start, and its own overlap.
+    runs grey -o clip --size 320x240 --frames 6
+    printf '0,0,100,80\n1,0,100,80\n' >boxes.txt
+    runs region clip/grey.mp4 --truth boxes.txt -o again --no-video
+    says "of 2 frames"
+    # A picture that does not change loses the region, and is said to.
+    mkdir still
+    cp out/region.png still/1.png
+    cp out/region.png still/2.png
+    runs region still --rect 100,80,90,70 -o lost --no-video
+    says "the region was lost in frame 1"
+    refuses 1 region clip/grey.mp4
+    refuses 1 region --rect 1,2,3
+    refuses 1 region --rect 1,2,3,-4
+    refuses 1 region --rect 5000,2,3,4
+    refuses 1 region --truth nosuch.txt
+    ;;
 window)
     runs select --interactive --demo -o out --size 320x240
     for name in window labels cutout; do

@@ -4,8 +4,9 @@
 
 #include <gtest/gtest.h>
 
+#include "BoxFile.h"
 #include "RenderedClip.h"
-#include "TrackPicture.h"
+#include "UserError.h"
 
 namespace {
 
@@ -127,6 +128,17 @@ TEST(Overlaps, AreTheSharedAreaOverTheAreaOfEither) {
     EXPECT_EQ(Host::Overlap(box, {50.0, 20.0, 40.0, 30.0}), 0.0);
     EXPECT_EQ(Host::Overlap(box, {0.0, 0.0, 0.0, 0.0}), 0.0);
     EXPECT_EQ(Host::Overlap({}, {}), 0.0);
+}
+
+TEST(ParseBox, TakesFourNumbersWithAnAreaAndNothingElse) {
+    const Host::Box box = Host::ParseBox("10,20.5,30,40");
+    EXPECT_EQ(box.mX, 10.0);
+    EXPECT_EQ(box.mY, 20.5);
+    EXPECT_EQ(box.Right(), 40.0);
+    EXPECT_EQ(box.Bottom(), 60.5);
+    for (const char* text : {"", "1,2,3", "1,2,3,4,5", "1,2,3,0", "1,2,-3,4", "a,b,c,d",
+                             "1 2 3 4", "nan,1,2,3", "1,2,3,inf", "1,2,3,4x"})
+        EXPECT_THROW(Host::ParseBox(text), Host::UserError) << text;
 }
 
 }  // namespace

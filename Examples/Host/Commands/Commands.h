@@ -15,6 +15,7 @@ using Run = std::function<int()>;
 
 void AddGreyCommand(CLI::App& ioProgram, Run& outRun);
 void AddPyramidCommand(CLI::App& ioProgram, Run& outRun);
+void AddRegionCommand(CLI::App& ioProgram, Run& outRun);
 void AddSelectCommand(CLI::App& ioProgram, Run& outRun);
 void AddTrackCommand(CLI::App& ioProgram, Run& outRun);
 

@@ -1,0 +1,224 @@
+// region: a rectangle carried through a clip.
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cstdio>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "BoxFile.h"
+#include "Canvas.h"
+#include "Commands.h"
+#include "FrameLoop.h"
+#include "Help.h"
+#include "Options.h"
+#include "RegionTracker.h"
+#include "RenderedClip.h"
+#include "TextFile.h"
+#include "UserError.h"
+#include "VideoWriter.h"
+
+namespace Host {
+namespace {
+
+struct RegionOptions {
+    InputOptions mInput;
+    OutputOptions mOutput;
+    RegionSettings mSettings;
+    std::string mRect;
+    std::string mTruthFile;
+    int mPngEvery = 0;
+};
+
+// The true rectangles, where they are known.
+class RegionTruth {
+public:
+    RegionTruth(const FrameSource& inSource, const std::string& inFile)
+        : mClip(inFile.empty() ? inSource.Truth() : nullptr) {
+        if (!inFile.empty()) mBoxes = ReadBoxes(inFile);
+    }
+
+    std::optional<Box> At(long long inFrame) const {
+        if (mClip) return mClip->ObjectBox(int(inFrame));
+        if (inFrame < (long long)mBoxes.size()) return mBoxes[std::size_t(inFrame)];
+        return std::nullopt;
+    }
+
+private:
+    const RenderedClip* mClip;
+    std::vector<Box> mBoxes;
+};
+
+Box StartBox(const RegionOptions& inOptions, const RegionTruth& inTruth,
+             const FrameSource& inSource) {
+    const std::optional<Box> truth = inTruth.At(0);
+    if (inOptions.mRect.empty() && !truth)
+        throw UserError("which rectangle? --rect x,y,w,h says it");
+    const Box box = inOptions.mRect.empty() ? *truth : ParseBox(inOptions.mRect);
+    if (box.Right() <= 0.0 || box.Bottom() <= 0.0 || box.mX >= inSource.Width() ||
+        box.mY >= inSource.Height())
+        throw UserError("the rectangle lies outside the picture, which is " +
+                        std::to_string(inSource.Width()) + "x" +
+                        std::to_string(inSource.Height()));
+    return box;
+}
+
+// What is noted of each frame.
+struct RegionRun {
+    std::vector<double> mOverlaps;
+    std::vector<Point> mPath;
+    std::optional<long long> mLostIn;
+    std::size_t mPoints = 0;
+
+    void Add(const Box& inBox, const std::optional<Box>& inTruth, long long inFrame,
+             std::size_t inPoints) {
+        if (inTruth) mOverlaps.push_back(Overlap(inBox, *inTruth));
+        mPoints += inPoints;
+        if (inBox.mWidth > 0.0 && inBox.mHeight > 0.0)
+            mPath.push_back({inBox.mX + inBox.mWidth / 2, inBox.mY + inBox.mHeight / 2});
+        else if (!mLostIn)
+            mLostIn = inFrame;
+    }
+};
+
+void DrawRegion(Canvas& ioCanvas, const Frame& inFrame, const RegionTracker& inTracker,
+                const Box& inBox, const std::optional<Box>& inTruth, const RegionRun& inRun,
+                long long inNumber) {
+    constexpr Colour kRegion{96.0, 255.0, 120.0};
+    constexpr Colour kPoint{255.0, 214.0, 48.0};
+    ioCanvas.DrawFrame(inFrame, {0.0, 0.0, double(inFrame.mWidth), double(inFrame.mHeight)});
+    cairo_t* const cairo = ioCanvas.Cairo();
+    if (inTruth) {
+        const double dashes[] = {5.0, 4.0};
+        cairo_set_dash(cairo, dashes, 2, 0.0);
+        ioCanvas.Outline(*inTruth, {255.0, 255.0, 255.0}, 1.0);
+        cairo_set_dash(cairo, nullptr, 0, 0.0);
+    }
+    for (const Point& place : inRun.mPath)
+        cairo_line_to(cairo, place.mX, place.mY);
+    ioCanvas.SetColour(kRegion, 0.8);
+    cairo_set_line_width(cairo, 1.5);
+    cairo_stroke(cairo);
+    for (const Point& point : inTracker.Points())
+        ioCanvas.Dot(point.mX + 0.5, point.mY + 0.5, 1.7, kPoint);
+
+    std::string title = "region, frame " + std::to_string(inNumber) + ": ";
+    if (inRun.mLostIn) {
+        title += "lost in frame " + std::to_string(*inRun.mLostIn);
+    } else {
+        ioCanvas.Outline(inBox, kRegion, 2.0);
+        title += std::to_string(inTracker.Points().size()) + " points";
+        char overlap[32];
+        std::snprintf(overlap, sizeof overlap, ", overlap %.2f",
+                      inRun.mOverlaps.empty() ? 0.0 : inRun.mOverlaps.back());
+        if (inTruth) title += overlap;
+    }
+    ioCanvas.Label(8.0, 8.0, title);
+}
+
+void ReportOverlaps(const std::vector<double>& inOverlaps) {
+    if (inOverlaps.empty()) return;
+    constexpr std::size_t kInLine = 10;
+    for (std::size_t i = 0; i < inOverlaps.size(); ++i) {
+        if (i % kInLine == 0) std::printf("%s  overlap from frame %-5zu", i ? "\n" : "", i);
+        std::printf(" %.3f", inOverlaps[i]);
+    }
+    double sum = 0.0;
+    for (const double overlap : inOverlaps)
+        sum += overlap;
+    const auto good = std::count_if(inOverlaps.begin(), inOverlaps.end(),
+                                    [](double overlap) { return overlap > 0.5; });
+    std::printf("\n  mean overlap with the truth %.3f; above a half in %td of %zu frames\n",
+                sum / double(inOverlaps.size()), good, inOverlaps.size());
+}
+
+int RunRegion(const RegionOptions& inOptions) {
+    const std::unique_ptr<FrameSource> source = inOptions.mInput.Open();
+    const RegionTruth truth(*source, inOptions.mTruthFile);
+    const Box start = StartBox(inOptions, truth, *source);
+    inOptions.mOutput.Prepare();
+    RegionTracker tracker(source->Name(), start, source->Height(), inOptions.mSettings);
+    Canvas canvas(source->Width(), source->Height());
+    TextFile file(inOptions.mOutput.Path("region.csv"));
+    file.Print("%s\n", "frame,left,top,right,bottom,live points");
+    std::optional<VideoWriter> video;
+    if (!inOptions.mOutput.mWithoutVideo)
+        video.emplace(inOptions.mOutput.Path("region.mp4"), canvas.Width(), canvas.Height(),
+                      source->FrameRate());
+
+    RegionRun run;
+    const auto step = [&](const Frame& inFrame, long long inNumber) {
+        const Box& box = tracker.Track(inFrame, inNumber);
+        run.Add(box, truth.At(inNumber), inNumber, tracker.Points().size());
+        file.Print("%lld,%.9g,%.9g,%.9g,%.9g,%zu\n", inNumber, box.mX, box.mY, box.Right(),
+                   box.Bottom(), tracker.Points().size());
+        DrawRegion(canvas, inFrame, tracker, box, truth.At(inNumber), run, inNumber);
+        if (video) video->Write(canvas);
+        if (inOptions.mPngEvery > 0 && inNumber % inOptions.mPngEvery == 0)
+            canvas.WritePng(inOptions.mOutput.NumberedPath("region", inNumber, ".png"));
+    };
+    const LoopResult result = ForEachFrame(*source, "region", step);
+
+    if (video) video->Finish();
+    file.Flush();
+    const double frames = double(std::max(1LL, result.mFrames));
+    std::printf("%s, %dx%d, %s\n", source->Name().c_str(), source->Width(), source->Height(),
+                FramesText(result.mFrames).c_str());
+    std::printf("  tracking  %8.3f ms a frame, %.1f points on average\n",
+                tracker.LibrarySeconds() / frames * 1e3, double(run.mPoints) / frames);
+    if (run.mLostIn) std::printf("  the region was lost in frame %lld\n", *run.mLostIn);
+    ReportOverlaps(run.mOverlaps);
+    std::printf("  whole run %8.1f frames/s with reading, drawing and writing\n",
+                result.FramesPerSecond());
+    if (result.mFrames > 0) canvas.WritePng(inOptions.mOutput.Path("region.png"));
+    std::printf("  wrote region.png, region.csv%s in %s\n", video ? " and region.mp4" : "",
+                inOptions.mOutput.mFolder.c_str());
+    return result.ExitCode();
+}
+
+}  // namespace
+
+void AddRegionCommand(CLI::App& ioProgram, Run& outRun) {
+    CLI::App* const command =
+        ioProgram.add_subcommand("region", "A rectangle carried through a clip.");
+    const auto options = std::make_shared<RegionOptions>();
+    options->mInput.AddTo(*command);
+    command
+        ->add_option("--rect", options->mRect,
+                     Wrapped("The rectangle in the first frame, in pixels: its upper left "
+                             "corner (y counts downward, as in pictures; the library's own "
+                             "y-up rectangles are made from it), width and height. On the "
+                             "rendered clip the moving panel where left out."))
+        ->type_name("X,Y,W,H");
+    command
+        ->add_option("--truth", options->mTruthFile,
+                     Wrapped("True rectangles, one x,y,w,h a line for each frame, to compare "
+                             "with; its first line stands in for --rect."))
+        ->type_name("FILE");
+    command->add_option("--features", options->mSettings.mFeatures, "Points at most (500).")
+        ->check(CLI::Range(1u, 100000u).description(""))
+        ->type_name("N");
+    command
+        ->add_option("--min-distance", options->mSettings.mMinDistance,
+                     "Pixels between new points (3).")
+        ->check(CLI::Range(0u, 10000u).description(""))
+        ->type_name("N");
+    options->mOutput.AddTo(*command);
+    command
+        ->add_option("--png-every", options->mPngEvery,
+                     "Write a picture of every so many frames.")
+        ->check(CLI::Range(1, 1000000).description(""))
+        ->type_name("N");
+    command->footer(
+        "Writes region.mp4, region.png of the last frame, and region.csv (y downward).\n"
+        "Example:  descriptor-host region holiday.mp4 --rect 320,180,120,90 -o out");
+    command->callback([&outRun, options] {
+        outRun = [options] {
+            return RunRegion(*options);
+        };
+    });
+}
+
+}  // namespace Host
