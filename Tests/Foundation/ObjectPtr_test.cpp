@@ -43,7 +43,7 @@ TEST(ObjectPtr, NullHasNoCountAndCopiesFreely) {
 
 TEST(ObjectPtr, AssignmentLetsTheOldObjectGo) {
     auto pointer = MakeObject<Counted>();
-    pointer = pointer;
+    pointer = *&pointer;
     EXPECT_EQ(Counted::sAlive, 1);
     pointer = MakeObject<Counted>();
     EXPECT_EQ(Counted::sAlive, 1);
