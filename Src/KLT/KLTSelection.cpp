@@ -203,9 +203,11 @@ void SortedPoints::SortTop() {
     while (mParts.back().mCount > kSmall) {
         const Part part = mParts.back();
         const std::size_t pivot = Partition(part.mPoints, part.mCount);
-        mParts.back() = {part.mPoints + (pivot + 1), part.mCount - pivot - 1};
+        mParts.pop_back();
+        if (pivot + 1 < part.mCount)
+            mParts.push_back({part.mPoints + (pivot + 1), part.mCount - pivot - 1});
         mParts.push_back({part.mPoints + pivot, 1});
-        mParts.push_back({part.mPoints, pivot});
+        if (pivot > 0) mParts.push_back({part.mPoints, pivot});
     }
     SortSmall(mParts.back().mPoints, mParts.back().mCount);
     mSortedCount += mParts.back().mCount;

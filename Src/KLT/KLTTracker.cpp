@@ -159,6 +159,39 @@ bool HasSize(const IP::PyramidPtr<float>& inPyramid, int inCols, int inRows) {
     return inPyramid->GetColumns() == inCols && inPyramid->GetRows() == inRows;
 }
 
+// The gradients that are scored: in sequential mode a top-up scores the kept frame.
+GradientImages SelectionGradients(const TrackingContext& inContext, float inSmoothSigma,
+                                  int inMode, const unsigned char* inImage, int inCols,
+                                  int inRows) {
+    const bool usesLastPyramid = inMode == KLTTracker::kReplaceLost &&
+                                 inContext.mSequentialMode && inContext.mLastPyramid != NULL &&
+                                 HasSize(inContext.mLastPyramid, inCols, inRows);
+    if (!usesLastPyramid)
+        return ComputeSelectionGradients(inContext, inSmoothSigma, inImage, inCols, inRows);
+    return {inContext.mLastPyramidGradX->GetLevel(0), inContext.mLastPyramidGradY->GetLevel(0)};
+}
+
+void CorrectMinDist(TrackingContext& ioContext) {
+    if (ioContext.mMinDist >= 0) return;
+    AssertWithMessage("DP::KLTTracker::SelectGoodFeaturesWithMode",
+                      "(_KLTSelectGoodFeatures) Tracking context field "
+                      "mTrackingContext.mMinDist is negative (%d); setting to zero");
+    ioContext.mMinDist = 0;
+}
+
+// Makes a region's list. Works on a copy: a new record reads as live, so a caller whose
+// memory runs out midway must find its list as it was. The kept list may be the output.
+void FillList(SortedPoints& ioPoints, int inCols, int inRows, const TrackingContext& inContext,
+              unsigned int inMaxFeatures, const KLTFeatureListPtr* inKept,
+              KLTFeatureList& ioList) {
+    KLTFeatureList list = ioList;
+    list.resize(inMaxFeatures);
+    if (inKept && &**inKept != &ioList) list = **inKept;
+    EnforceMinimumDistance(ioPoints, inCols, inRows, inContext.mMinDist,
+                           inContext.mMinEigenvalue, inKept == NULL, list);
+    ioList.swap(list);
+}
+
 }  // namespace
 
 // ---- Context -------------------------------------------------------------------------
@@ -274,32 +307,20 @@ void KLTTracker::SelectGoodFeaturesWithMode(const unsigned char* inImage, int in
     }
     std::size_t count = 0;
 
-    const bool usesLastPyramid = inMode == kReplaceLost && context.mSequentialMode &&
-                                 context.mLastPyramid != NULL &&
-                                 HasSize(context.mLastPyramid, inCols, inRows);
     const GradientImages gradients =
-        usesLastPyramid
-            ? GradientImages{context.mLastPyramidGradX->GetLevel(0),
-                             context.mLastPyramidGradY->GetLevel(0)}
-            : ComputeSelectionGradients(context, ComputeSmoothSigma(), inImage, inCols, inRows);
-    if (gradients.mX->GetData() == NULL) return;  // reported; the host's ThrowError came back
+        SelectionGradients(context, ComputeSmoothSigma(), inMode, inImage, inCols, inRows);
+    if (gradients.mX->GetData() == NULL || gradients.mY->GetData() == NULL)
+        return;  // reported; the host's ThrowError came back
 
     for (std::size_t k = 0; k < inROIRects.size(); ++k) {
         const SelectionBounds bounds = BoundsOf(inROIRects[k], inCols, inRows, context);
         count += CollectPoints(*gradients.mX, *gradients.mY, bounds, context.mWindowWidth,
                                context.mWindowHeight, ReportTooLarge, points);
         SortedPoints sorted(points, count);
-        if (context.mMinDist < 0) {
-            AssertWithMessage("DP::KLTTracker::SelectGoodFeaturesWithMode",
-                              "(_KLTSelectGoodFeatures) Tracking context field "
-                              "mTrackingContext.mMinDist is negative (%d); setting to zero");
-            context.mMinDist = 0;
-        }
-        KLTFeatureList& list = *outFeatureListPtrVec[k];
-        list.resize(mMaxFeatures);
-        if (inMode != kSelectAll) list = *inFeatureListPtrVec[k];
-        EnforceMinimumDistance(sorted, inCols, inRows, context.mMinDist, context.mMinEigenvalue,
-                               inMode == kSelectAll, list);
+        CorrectMinDist(context);
+        FillList(sorted, inCols, inRows, context, mMaxFeatures,
+                 inMode == kSelectAll ? NULL : &inFeatureListPtrVec[k],
+                 *outFeatureListPtrVec[k]);
         if (k + 1 < inROIRects.size()) sorted.Finish();
     }
     if (context.mSequentialMode)
