@@ -375,9 +375,10 @@ void ComputeSmoothedBytes(const unsigned char* inBytes, int inCols, int inRows, 
                           ImagePtr<float> outSmoothImage) {
     ContractCheck(outSmoothImage->GetColumns() >= inCols);
     ContractCheck(outSmoothImage->GetRows() >= inRows);
-    ContractCheck(outSmoothImage->GetData() != NULL);
     ConvolutionKernel gauss, gaussDeriv;
     ComputeKernels(inSigma, gauss, gaussDeriv);
+    if (outSmoothImage->GetData() == NULL)  // nor would an image of the floats have pixels
+        return ConvolveSeparable(outSmoothImage, gauss, gauss, outSmoothImage);
     const SeparableJob job{gauss, gauss, outSmoothImage->GetData()};
     RecycledArray<float> converted(static_cast<std::size_t>(std::max(inCols, 0)));
     const RowKernels& kernels = GetRowKernels();
@@ -406,9 +407,12 @@ void ComputeGradients(ImagePtr<float> inImage, float inSigma, ImagePtr<float> ou
     ContractCheck(outGradY->GetRows() >= inImage->GetRows());
     ConvolutionKernel gauss, gaussDeriv;
     ComputeKernels(inSigma, gauss, gaussDeriv);
-    ContractCheck(inImage->GetData() != NULL);
-    ContractCheck(outGradX->GetData() != NULL);
-    ContractCheck(outGradY->GetData() != NULL);
+    if (inImage->GetData() == NULL || outGradX->GetData() == NULL ||
+        outGradY->GetData() == NULL) {  // one after the other, so that each reports its own
+        ConvolveSeparable(inImage, gaussDeriv, gauss, outGradX);
+        ConvolveSeparable(inImage, gauss, gaussDeriv, outGradY);
+        return;
+    }
     const SeparableJob jobs[] = {{gaussDeriv, gauss, outGradX->GetData()},
                                  {gauss, gaussDeriv, outGradY->GetData()}};
     ConvolveRows(jobs, inImage->GetColumns(), inImage->GetRows(), RowsOf(inImage));

@@ -251,4 +251,31 @@ TEST(ConvolveContracts, AreCheckedInOrder) {
               "outGradY->GetRows() >= inImage->GetRows()");
 }
 
+// Images that are large enough and have no pixels: each output reports as the pass into it.
+TEST(ConvolveContracts, OutputsWithoutPixelsReportOneAfterTheOther) {
+    constexpr int kHuge = std::numeric_limits<int>::max();
+    const auto none = TVK::MakeObject<IP::Image<float>>();
+    const auto huge = TVK::MakeObject<IP::Image<float>>(kHuge, kHuge);
+    ASSERT_TRUE(huge->GetData() == NULL && huge->GetColumns() == kHuge);
+    const auto small = StaleImage(9, 9), stale = StaleImage(9, 9);
+    const auto textsOf = [](auto inCall) {
+        const RecordedReports reports;
+        EXPECT_ANY_THROW(inCall());
+        std::vector<std::string> texts;
+        for (const auto& report : reports.Contracts())
+            texts.push_back(report.mText);
+        return texts;
+    };
+    const std::vector<std::string> input{"inImage->GetData() != NULL"},
+        output{"outImage->GetData() != NULL"};
+    EXPECT_EQ(textsOf([&] { IP::ComputeSmoothedImage(none, 1, huge); }), input);
+    EXPECT_EQ(textsOf([&] { IP::ComputeSmoothedImage(small, 1, huge); }), output);
+    EXPECT_EQ(textsOf([&] { IP::ComputeGradients(none, 1, huge, huge); }), input);
+    EXPECT_EQ(textsOf([&] { IP::ComputeGradients(small, 1, huge, stale); }), output);
+    EXPECT_EQ(textsOf([&] { IP::ComputeGradients(small, 1, stale, huge); }), output);
+    EXPECT_EQ(stale->GetData()[0], 0.0f) << "the first gradient is there by then";
+    const unsigned char bytes[4] = {};
+    EXPECT_EQ(textsOf([&] { IP::ComputeSmoothedBytes(bytes, 2, 2, 1, huge); }), input);
+}
+
 }  // namespace
