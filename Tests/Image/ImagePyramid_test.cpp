@@ -77,6 +77,10 @@ INSTANTIATE_TEST_SUITE_P(All, PyramidSizes,
                                           testing::Values(1, 21, 63, 90, 123),
                                           testing::Values(2, 3, 4, 8, 16)));
 
+INSTANTIATE_TEST_SUITE_P(RareSteps, PyramidSizes,
+                         testing::Combine(testing::Values(137), testing::Values(101),
+                                          testing::Values(1, 5, 32, 64)));
+
 TEST_P(PyramidSizes, PyramidsGiveTheBitsOfThePlainOnes) {
     const RecordedReports reports(RecordedReports::Later::kShow);
     const auto [cols, rows, subsampling] = GetParam();

@@ -1,5 +1,5 @@
-// Every form of the row kernels that this machine can run gives the bits of the portable
-// one, which the convolution's own tests hold against the definition.
+// Every form of the row kernels that this machine can run, the portable one too, gives the
+// bits of the definition.
 
 #include "image/IPRowKernels.h"
 
@@ -14,7 +14,7 @@ namespace {
 
 using Testing::SameBits;
 
-TEST(RowKernels, EveryFormGivesTheBitsOfThePortableOne) {
+TEST(RowKernels, EveryFormGivesTheBitsOfTheDefinition) {
     int targets = 0;
     const IP::RowKernels* const* const forms = IP::GetRowKernelTargets(targets);
     EXPECT_EQ(&IP::GetRowKernels(), forms[targets - 1]);
