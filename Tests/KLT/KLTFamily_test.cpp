@@ -279,6 +279,19 @@ TEST_F(KLTFamily, PreviousDataOfAnotherKindOrWithoutAListThrows) {
                      TVK::NullInterfaceException);
 }
 
+TEST_F(KLTFamily, MissingPreviousFrameIsCachedUntilTheCachesAreFlushed) {
+    const auto frame = Frame(0, 0);
+    const auto live = DataOf({FeatureAt(100, 75)});
+    EXPECT_THROW(Computer()->GetDescriptorData(Item(Key(1), nullptr, frame, live), true),
+                 TVK::NullInterfaceException);
+    EXPECT_THROW(Computer()->GetDescriptorData(Item(Key(1), frame, frame, live), true),
+                 TVK::NullInterfaceException)
+        << "with the right image too";
+    DP::FlushAllDescriptorResources();
+    const auto data = Computer()->GetDescriptorData(Item(Key(1), frame, frame, live), true);
+    EXPECT_GE(FeaturesOf(data).at(0).mValue, 0);
+}
+
 TEST_F(KLTFamily, PreviousImageOfAnotherSizeIsNeverReadOutside) {
     const auto small = ImageOf(20, 20, Testing::NoiseBytes(400, 1));
     const auto live = DataOf({FeatureAt(100, 75)});

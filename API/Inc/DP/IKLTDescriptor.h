@@ -42,7 +42,9 @@ public:
     /// @param inPrevImage  may be null on the first frame; also later, for as long as the
     ///        previous frame's pyramids are still in the cache. Once they are not, a null
     ///        image, or one with fewer pixels than this frame, makes the request throw
-    ///        TVK::NullInterfaceException if there are live features.
+    ///        TVK::NullInterfaceException if there are live features. The miss is cached
+    ///        like any result: **the request then keeps throwing, with the right image too**,
+    ///        until `FlushAllDescriptorResources` or the cache lets go of the empty pyramids.
     /// @param inPrevData  null on the first frame.
     virtual void SetInputImages(IP::ImagePtr<unsigned char> inPrevImage,
                                 IP::ImagePtr<unsigned char> inCurrImage,
