@@ -14,7 +14,8 @@
 
 namespace DP {
 
-/// The values of one window, row by row. A new one is all zeros.
+/// The values of one window, row by row. A new one is all zeros. Both sides are odd: the
+/// operations below write from half a side before the centre to half a side behind it.
 struct FloatWindow {
     FloatWindow(int inWidth, int inHeight);
 
@@ -30,6 +31,7 @@ using FloatImage = IP::ImagePtr<float>;
 /// `inY1`) of image 1, by Newton steps on the sum of both images' gradients. A position
 /// that is NaN counts as outside.
 ///
+/// @param inWidth, inHeight  odd.
 /// @param inSmall  determinant below which the system is singular.
 /// @param inThreshold  a step smaller than this on both axes ends the search.
 /// @return  kKLTTracked, or why the point is lost; `ioX2`, `ioY2` are where it ended.
@@ -51,8 +53,8 @@ void ComputeGradientSum(const FloatImage& inGradX1, const FloatImage& inGradY1,
                         float inY1, float inX2, float inY2, FloatWindowPtr inGradx,
                         FloatWindowPtr inGrady);
 
-/// Image 1 minus image 2 after a gain and an offset that give both windows the same energy
-/// and the same mean.
+/// Image 1 minus image 2 after a gain, the root of the quotient of the windows' energies, and
+/// an offset that then gives both the same mean: the difference sums to zero.
 void ComputeIntensityDifferenceLightingInsensitive(const FloatImage& inImage1,
                                                    const FloatImage& inImage2, float inX1,
                                                    float inY1, float inX2, float inY2,

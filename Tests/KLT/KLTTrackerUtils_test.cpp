@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <functional>
 #include <limits>
@@ -129,7 +130,7 @@ TEST(PrintFloatWindow, WritesARowPerLine) {
 
 // ---- The lighting variants -----------------------------------------------------------
 
-TEST(LightingInsensitive, DifferenceIgnoresGainAndOffsetOfEqualWindows) {
+TEST(LightingInsensitive, DifferenceOfADarkerCopyIsZero) {
     const auto noise = NoiseFrame(20, 20, 4);
     auto darker = noise;
     for (float& pixel : darker)
@@ -139,6 +140,24 @@ TEST(LightingInsensitive, DifferenceIgnoresGainAndOffsetOfEqualWindows) {
         ImageOf(20, 20, noise), ImageOf(20, 20, darker), 9.5f, 9.5f, 9.5f, 9.5f, window);
     for (const float value : window->mValues)
         EXPECT_NEAR(value, 0.0f, 255.0f * 49 * 4 * 1.2e-7f);
+}
+
+TEST(LightingInsensitive, DifferenceOfAnyTwoWindowsSumsToZero) {
+    for (const int side : {3, 7, 9})
+        for (const int seed : {4, 5, 6}) {
+            const auto window = Window(side, side);
+            DP::ComputeIntensityDifferenceLightingInsensitive(
+                ImageOf(20, 20, NoiseFrame(20, 20, seed)),
+                Ramp(20, 20, 3.0f, 0.5f, 10.0f * float(seed)), 9.5f, 9.5f, 8.25f, 9.75f,
+                window);
+            double sum = 0, most = 0;
+            for (const float value : window->mValues) {
+                sum += double(value);
+                most = std::max(most, std::abs(double(value)));
+            }
+            EXPECT_NEAR(sum, 0.0, 0.05) << side << ", seed " << seed;
+            EXPECT_GT(most, 1.0) << "the windows are not alike";
+        }
 }
 
 TEST(LightingInsensitive, GradientsFillAQuarterAndLeaveTheRest) {
