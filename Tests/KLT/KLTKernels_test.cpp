@@ -1,13 +1,16 @@
-// Every form of the kernels that this machine can run gives the bits of the portable one,
-// which the tests of selection and tracking hold against the plain way.
+// Every form of the kernels that this machine can run, the portable one too, gives the bits
+// of a few literal lines.
 
 #include "KLT/KLTKernels.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
 #include <limits>
+#include <memory>
 #include <tuple>
+#include <utility>
 #include <vector>
 
 #include "Support/Bits.h"
@@ -19,20 +22,31 @@ using Testing::BitsOf;
 using Testing::NoiseFrame;
 using Testing::SameBits;
 
-// Calls `inDo(form, portable)` for each form beside the portable one.
+// Calls `inDo(form)` for each form.
 template <class Do>
 void ForEachForm(Do inDo) {
     int count = 0;
     const DP::KLTKernels* const* const forms = DP::GetKLTKernelTargets(count);
     EXPECT_EQ(&DP::GetKLTKernels(), forms[count - 1]);
-    for (int t = 1; t < count; ++t) {
+    for (int t = 0; t < count; ++t) {
         SCOPED_TRACE(forms[t]->mName);
-        inDo(*forms[t], *forms[0]);
+        inDo(*forms[t]);
     }
 }
 
-TEST(KLTKernels, TrackabilityHasTheSameBitsInEveryForm) {
-    ForEachForm([](const DP::KLTKernels& inForm, const DP::KLTKernels& inPortable) {
+float PlainTrackability(const std::vector<const float*>* inRows, int inFirstRow, long inX,
+                        int inWidth, int inHeight) {
+    float sums[3] = {};
+    for (int row = inFirstRow; row < inFirstRow + inHeight; ++row)
+        for (int i = 0; i < inWidth; ++i)
+            for (int kind = 0; kind < 3; ++kind)
+                sums[kind] += inRows[kind][row][inX + i];
+    const float d = sums[0] - sums[2];
+    return (sums[0] + sums[2] - std::sqrt(d * d + 4 * sums[1] * sums[1])) / 2;
+}
+
+TEST(KLTKernels, TrackabilityHasTheBitsOfPlainSums) {
+    ForEachForm([](const DP::KLTKernels& inForm) {
         for (const int width : {3, 7, 9})
             for (const int height : {3, 5, 7})
                 for (const int outRows : {1, 2, 3, 4})
@@ -46,16 +60,15 @@ TEST(KLTKernels, TrackabilityHasTheSameBitsInEveryForm) {
                             rows[1].push_back(xy.data() + y * cols);
                             rows[2].push_back(yy.data() + y * cols);
                         }
-                        const auto run = [&](const DP::KLTKernels& inKernels) {
-                            std::vector<float> out(4 * count, -1.0f);
-                            float* outs[] = {&out[0], &out[count], &out[2 * count],
-                                             &out[3 * count]};
-                            inKernels.mTrackability(rows[0].data(), rows[1].data(),
-                                                    rows[2].data(), width, height, outRows,
-                                                    count, outs);
-                            return out;
-                        };
-                        const auto actual = run(inForm), expected = run(inPortable);
+                        std::vector<float> actual(4 * count, -1.0f), expected(actual);
+                        float* outs[] = {&actual[0], &actual[count], &actual[2 * count],
+                                         &actual[3 * count]};
+                        inForm.mTrackability(rows[0].data(), rows[1].data(), rows[2].data(),
+                                             width, height, outRows, count, outs);
+                        for (int row = 0; row < outRows; ++row)
+                            for (long x = 0; x < count; ++x)
+                                expected[row * count + x] =
+                                    PlainTrackability(rows, row, x, width, height);
                         EXPECT_TRUE(SameBits(actual.data(), expected.data(), expected.size(),
                                              int(count)))
                             << width << " x " << height << ", " << outRows << " rows";
@@ -63,33 +76,52 @@ TEST(KLTKernels, TrackabilityHasTheSameBitsInEveryForm) {
     });
 }
 
-TEST(KLTKernels, ProductsAndPointsAreTheSameInEveryForm) {
+TEST(KLTKernels, ProductsAndPointsAreThePlainOnes) {
     constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
-    ForEachForm([&](const DP::KLTKernels& inForm, const DP::KLTKernels& inPortable) {
+    ForEachForm([&](const DP::KLTKernels& inForm) {
         const auto gx = NoiseFrame(45, 1, 1), gy = NoiseFrame(45, 1, 2);
         std::vector<float> actual(3 * 45), expected(actual);
         inForm.mProducts(gx.data(), gy.data(), 45, &actual[0], &actual[45], &actual[90]);
-        inPortable.mProducts(gx.data(), gy.data(), 45, &expected[0], &expected[45],
-                             &expected[90]);
+        for (int i = 0; i < 45; ++i) {
+            expected[i] = gx[i] * gx[i];
+            expected[45 + i] = gx[i] * gy[i];
+            expected[90 + i] = gy[i] * gy[i];
+        }
         EXPECT_TRUE(SameBits(actual.data(), expected.data(), actual.size(), 45));
 
         std::vector<float> values{0.0f,           0.99f,  -0.99f, 2147483520.0f, 2147483648.0f,
                                   -2147483648.0f, -3e9f,  kNaN,   5e9f,          1e38f,
                                   -1e38f,         123.7f, 7.0f};
-        const auto run = [&](const DP::KLTKernels& inKernels) {
-            std::vector<int> whole(values.size());
-            std::vector<unsigned> indices(values.size());
-            inKernels.mMakePoints(values.data(), long(values.size()), 0xfffffffeu, whole.data(),
-                                  indices.data());
-            return std::pair(whole, indices);
-        };
-        EXPECT_EQ(run(inForm), run(inPortable));
+        std::vector<int> whole(values.size());
+        std::vector<unsigned> indices(values.size());
+        inForm.mMakePoints(values.data(), long(values.size()), 0xfffffffeu, whole.data(),
+                           indices.data());
         constexpr int kLowest = std::numeric_limits<int>::min();
-        EXPECT_EQ(run(inPortable).first,
-                  (std::vector<int>{0, 0, 0, 2147483520, kLowest, kLowest, kLowest, kLowest,
-                                    kLowest, kLowest, kLowest, 123, 7}));
-        EXPECT_EQ(run(inPortable).second[2], 0u);
+        EXPECT_EQ(whole, (std::vector<int>{0, 0, 0, 2147483520, kLowest, kLowest, kLowest,
+                                           kLowest, kLowest, kLowest, kLowest, 123, 7}));
+        for (unsigned i = 0; i < indices.size(); ++i)
+            EXPECT_EQ(indices[i], 0xfffffffeu + i);
+    });
+}
 
+// One by one, from where a kernel left off or from the start.
+void CloseInPlainly(std::vector<int>& ioValues, std::vector<unsigned>& ioIndices, int inPivot,
+                    long inI, long inJ) {
+    while (true) {
+        do {
+            --inJ;
+        } while (ioValues[inJ] < inPivot);
+        do {
+            ++inI;
+        } while (inI < inJ && ioValues[inI] > inPivot);
+        if (inI >= inJ) break;
+        std::swap(ioValues[inI], ioValues[inJ]);
+        std::swap(ioIndices[inI], ioIndices[inJ]);
+    }
+}
+
+TEST(KLTKernels, ClosingInGoesOnAsIfItHadBeenOneByOne) {
+    ForEachForm([](const DP::KLTKernels& inForm) {
         Testing::Random random(9);
         for (const int highest : {1, 30, 1000000}) {
             std::vector<int> a(5000);
@@ -97,45 +129,108 @@ TEST(KLTKernels, ProductsAndPointsAreTheSameInEveryForm) {
                 value = random.Integer(0, highest);
             std::vector<int> b = a;
             std::vector<unsigned> ia(a.begin(), a.end()), ib = ia;
-            long i[] = {0, 0}, j[] = {5000, 5000};
-            inForm.mCloseIn(a.data(), ia.data(), a[0], &i[0], &j[0]);
-            inPortable.mCloseIn(b.data(), ib.data(), b[0], &i[1], &j[1]);
-            EXPECT_EQ(std::tuple(a, ia, i[0], j[0]), std::tuple(b, ib, i[1], j[1]));
+            const int pivot = a[0];
+            long i = 0, j = 5000;
+            inForm.mCloseIn(a.data(), ia.data(), pivot, &i, &j);
+            EXPECT_LE(j - i, 130) << "most of the work is done";
+            CloseInPlainly(a, ia, pivot, i, j);
+            CloseInPlainly(b, ib, pivot, 0, 5000);
+            EXPECT_EQ(std::tuple(a, ia), std::tuple(b, ib));
             EXPECT_TRUE(std::equal(a.begin(), a.end(), ia.begin()))
                 << "values and indices move together";
         }
     });
 }
 
-TEST(KLTKernels, WindowsHaveTheSameBitsInEveryForm) {
-    Testing::Random random(3);
-    const auto a = NoiseFrame(60, 50, 1), b = NoiseFrame(60, 50, 2), c = NoiseFrame(60, 50, 3);
-    const DP::KLTPlanes planes{{a.data(), b.data(), c.data()}, 60, 50};
-    ForEachForm([&](const DP::KLTKernels& inForm, const DP::KLTKernels& inPortable) {
+// The first `inWidth` values of row `inJ` of a window, sampled one by one.
+std::vector<float> PlainRow(const float* inPixels, int inCols, float inX, float inY,
+                            int inWidth, int inJ) {
+    std::vector<float> row;
+    for (int i = -(inWidth / 2); i <= inWidth / 2; ++i) {
+        const float x = inX + float(i), y = inY + float(inJ);
+        const int xt = int(x), yt = int(y);
+        const float ax = x - float(xt), ay = y - float(yt);
+        const float* const p = inPixels + yt * inCols + xt;
+        row.push_back((1 - ax) * (1 - ay) * p[0] + ax * (1 - ay) * p[1] +
+                      (1 - ax) * ay * p[inCols] + ax * ay * p[inCols + 1]);
+    }
+    return row;
+}
+
+TEST(KLTKernels, WindowsHaveTheBitsOfPlainSums) {
+    constexpr int kCols = 60, kRows = 50;
+    const std::vector<float> pixels[] = {
+        NoiseFrame(kCols, kRows, 1), NoiseFrame(kCols, kRows, 2), NoiseFrame(kCols, kRows, 3)};
+    const DP::KLTPlanes planes{
+        {pixels[0].data(), pixels[1].data(), pixels[2].data()}, kCols, kRows};
+    ForEachForm([&](const DP::KLTKernels& inForm) {
+        Testing::Random random(3);
+        int compared = 0;
         for (int run = 0; run < 500; ++run) {
             const int width = 3 + 2 * random.Integer(0, 2),
                       height = 3 + 2 * random.Integer(0, 6);
             const auto at = [&](int inSize, int inWindow) {
                 return float(inWindow / 2 + random.Real() * (inSize - inWindow - 1.01));
             };
-            DP::KLTSamples first[2], second[2];
-            const float x1 = at(60, width), y1 = at(50, height);
-            const float x2 = at(60, width), y2 = at(50, height);
-            const bool fits = inForm.mSampleWindow(planes, 3, x1, y1, width, height, &first[0]);
-            ASSERT_EQ(fits,
-                      inPortable.mSampleWindow(planes, 3, x1, y1, width, height, &first[1]));
-            if (!fits || !inForm.mSampleWindow(planes, 3, x2, y2, width, height, &second[0]) ||
-                !inPortable.mSampleWindow(planes, 3, x2, y2, width, height, &second[1]))
+            const float x1 = at(kCols, width), y1 = at(kRows, height);
+            const float x2 = at(kCols, width), y2 = at(kRows, height);
+            DP::KLTSamples first, second;
+            if (!inForm.mSampleWindow(planes, 3, x1, y1, width, height, &first) ||
+                !inForm.mSampleWindow(planes, 3, x2, y2, width, height, &second))
                 continue;
-            const auto s = inForm.mSumWindows(first[0], second[0], width, height);
-            const auto p = inPortable.mSumWindows(first[1], second[1], width, height);
-            EXPECT_EQ(BitsOf(s.mGxx), BitsOf(p.mGxx));
-            EXPECT_EQ(BitsOf(s.mGxy), BitsOf(p.mGxy));
-            EXPECT_EQ(BitsOf(s.mGyy), BitsOf(p.mGyy));
-            EXPECT_EQ(BitsOf(s.mEx), BitsOf(p.mEx));
-            EXPECT_EQ(BitsOf(s.mEy), BitsOf(p.mEy));
-            EXPECT_EQ(BitsOf(inForm.mSumAbsDifference(first[0], second[0], width, height)),
-                      BitsOf(inPortable.mSumAbsDifference(first[1], second[1], width, height)));
+            ++compared;
+            float gxx = 0, gxy = 0, gyy = 0, ex = 0, ey = 0, residue = 0;
+            for (int j = -(height / 2); j <= height / 2; ++j) {
+                std::vector<float> a[3], b[3];
+                for (int plane = 0; plane < 3; ++plane) {
+                    a[plane] = PlainRow(pixels[plane].data(), kCols, x1, y1, width, j);
+                    b[plane] = PlainRow(pixels[plane].data(), kCols, x2, y2, width, j);
+                }
+                for (int i = 0; i < width; ++i) {
+                    const float d = a[0][i] - b[0][i];
+                    const float gx = a[1][i] + b[1][i], gy = a[2][i] + b[2][i];
+                    gxx += gx * gx;
+                    gxy += gx * gy;
+                    gyy += gy * gy;
+                    ex += d * gx;
+                    ey += d * gy;
+                    residue += std::fabs(d);
+                }
+            }
+            const auto sums = inForm.mSumWindows(first, second, width, height);
+            EXPECT_EQ(BitsOf(sums.mGxx), BitsOf(gxx));
+            EXPECT_EQ(BitsOf(sums.mGxy), BitsOf(gxy));
+            EXPECT_EQ(BitsOf(sums.mGyy), BitsOf(gyy));
+            EXPECT_EQ(BitsOf(sums.mEx), BitsOf(ex));
+            EXPECT_EQ(BitsOf(sums.mEy), BitsOf(ey));
+            EXPECT_EQ(BitsOf(inForm.mSumAbsDifference(first, second, width, height)),
+                      BitsOf(residue));
+        }
+        EXPECT_GT(compared, 200);
+    });
+}
+
+// Planes that end with their last pixel, and a window at the last place where it fits: the
+// eight columns that are read side by side would reach further.
+TEST(KLTKernels, WindowsAtTheEndOfTheImageAreLeftToTheOtherWay) {
+    constexpr int kSide = 20, kWindow = 7;
+    std::unique_ptr<float[]> planes[3];
+    for (auto& plane : planes) {
+        plane.reset(new float[kSide * kSide]);
+        const auto noise = NoiseFrame(kSide, kSide, 4);
+        std::copy(noise.begin(), noise.end(), plane.get());
+    }
+    const DP::KLTPlanes all{{planes[0].get(), planes[1].get(), planes[2].get()}, kSide, kSide};
+    const float last = kSide - 1 - kWindow / 2 - 0.5f;
+    ForEachForm([&](const DP::KLTKernels& inForm) {
+        DP::KLTSamples samples;
+        EXPECT_FALSE(inForm.mSampleWindow(all, 3, last, last, kWindow, kWindow, &samples));
+        ASSERT_TRUE(inForm.mSampleWindow(all, 3, last - 1, last, kWindow, kWindow, &samples));
+        for (int j = 0; j < kWindow; ++j) {
+            const auto row =
+                PlainRow(planes[2].get(), kSide, last - 1, last, kWindow, j - kWindow / 2);
+            EXPECT_TRUE(SameBits(samples.mPlanes[2] + j * DP::KLTSamples::kMostColumns,
+                                 row.data(), row.size(), kWindow));
         }
     });
 }
