@@ -12,6 +12,7 @@
 
 #include "KLT/KLTSupport.h"
 #include "KLT/PlainKLT.h"
+#include "Support/Images.h"
 #include "Support/Reports.h"
 
 namespace {
@@ -355,6 +356,29 @@ TEST_F(Selection, BadSettingsAreCorrectedAndReported) {
             "negative (%d); setting to zero\r\n",
             "Tracking context's window width must be odd. Changing to %d.\n\r\n",
             "Tracking context's window width must be at least three. Changing to %d.\n\r\n"}));
+}
+
+// One pixel of each gradient in every window: the trackability is the square of its value.
+TEST(CollectPoints, ReportsWhatLiesAboveTheLimitAndNotAtIt) {
+    static int sReports;
+    for (const auto& [gradient, tooLarge] :
+         {std::pair(50000.0f, false), {65536.0f, false}, {65600.0f, true}})
+        for (const int step : {1, 3}) {
+            std::vector<float> gradX(6 * 3, 0.0f), gradY(gradX);
+            gradX[1] = gradX[4] = gradY[6 + 1] = gradY[6 + 4] = gradient;
+            int values[4];
+            unsigned indices[4];
+            sReports = 0;
+            const std::size_t count = DP::CollectPoints(
+                *Testing::ImageOf(6, 3, gradX), *Testing::ImageOf(6, 3, gradY),
+                {1, 5, 1, 2, step}, 3, 3, [] { ++sReports; }, {values, indices});
+            ASSERT_EQ(count, step == 1 ? 4u : 2u);
+            for (std::size_t i = 0; i < count; ++i) {
+                EXPECT_EQ(values[i], std::numeric_limits<int>::min());
+                EXPECT_EQ(indices[i], 6u + 1u + unsigned(step) * unsigned(i));
+            }
+            EXPECT_EQ(sReports, tooLarge ? int(count) : 0) << gradient;
+        }
 }
 
 // Squares of 3 by 3 pixels of 0 and 255 under a huge window: the sums pass 2 to the 32.

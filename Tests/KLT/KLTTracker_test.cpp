@@ -4,9 +4,15 @@
 #include "KLT/KLTTracker.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
+#include <algorithm>
+#include <cmath>
 #include <cstddef>
 #include <limits>
+#include <set>
+#include <string>
+#include <utility>
 #include <vector>
 
 #include "KLT/KLTSupport.h"
@@ -86,6 +92,51 @@ TEST(KLTSettings, BorderOfOneLevelIsKernelAndWindow) {
     tracker.ChangeTCPyramid(3);
     tracker.UpdateTCBorder();
     EXPECT_EQ(tracker.GetContext().mBorderX, 2 + 3);
+}
+
+// Kernel, window and levels worked out by hand; every step down a level rounds up.
+TEST(KLTSettings, BorderGrowsWithTheLevelsAndIsRoundedUp) {
+    KLTTracker tracker(10);
+    const auto borderFor = [&](int inRange) {
+        tracker.ChangeTCPyramid(inRange);
+        tracker.UpdateTCBorder();
+        EXPECT_EQ(tracker.GetContext().mBorderX, tracker.GetContext().mBorderY);
+        return tracker.GetContext().mBorderX;
+    };
+    EXPECT_EQ(borderFor(4), 14);
+    EXPECT_EQ(borderFor(18), 48);
+    EXPECT_EQ(borderFor(1000), 3072);
+}
+
+// In a process of its own: what is hidden there stays in view for the other tests.
+TEST(KLTSettings, EveryReportOfEveryOperationIsHiddenByItself) {
+    const auto countReports = [] {
+        const RecordedReports reports(RecordedReports::Later::kHide);
+        KLTTracker tracker(10);
+        auto& context = tracker.GetContext();
+        const std::vector<unsigned char> frame(64 * 64, 0);
+        const auto spoil = [&] {
+            context.mWindowWidth = context.mWindowHeight = -4;
+        };
+        for (int round = 0; round < 2; ++round) {
+            KLTTracker::Lists lists{ListOf({})};
+            spoil();
+            tracker.UpdateTCBorder();
+            spoil();
+            tracker.ChangeTCPyramid(15);
+            spoil();
+            context.mMinDist = -1;
+            tracker.SelectGoodFeatures(frame.data(), 64, 64, 0, {WholeFrame(64, 64)}, lists);
+            spoil();
+            tracker.TrackFeatures(frame.data(), frame.data(), 64, 64, 1, {ListOf({})}, lists);
+        }
+        std::set<std::pair<std::string, std::string>> kinds;
+        for (const auto& report : reports.Asserts())
+            kinds.emplace(report.mFunction, report.mText);
+        return std::pair(reports.Asserts().size(), kinds.size());
+    };
+    EXPECT_EXIT(_exit(countReports() == std::pair(std::size_t{17}, std::size_t{17}) ? 0 : 1),
+                testing::ExitedWithCode(0), "");
 }
 
 TEST(KLTSettings, BadWindowsAreCorrectedAndReportedBySideAndOperation) {
@@ -199,6 +250,7 @@ TEST_F(Tracking, RandomSettingsGiveTheBitsOfThePlainWay) {
         context.mStepFactor = float(0.5 + random.Real());
         context.mMinDisplacement = float(0.3 * random.Real());
         context.mMinDeterminant = random.Integer(0, 1) ? 0.01f : 1e7f;
+        context.mLightingInsensitive = random.Integer(0, 2) == 0;
         mTracker.ChangeTCPyramid(random.Integer(1, 60));
         mTracker.UpdateTCBorder();
         const auto first = TexturedBytes(kCols, kRows, 0, 0, run);
@@ -218,6 +270,34 @@ TEST_F(Tracking, TinyFramesGiveTheBitsOfThePlainWay) {
         for (float at = 0; at < float(side); at += 2.5f)
             list.push_back(FeatureAt(at, at));
         ExpectPlain(first, TexturedBytes(side, side + 1, 0.5, 0.5), list, side, side + 1);
+    }
+}
+
+// The window of 9: half of a half of it is not a quarter.
+TEST_F(Tracking, LightingInsensitiveModeGivesTheBitsOfThePlainWay) {
+    auto& context = mTracker.GetContext();
+    context.mLightingInsensitive = true;
+    for (const int side : {3, 7, 9, 13}) {
+        SCOPED_TRACE(side);
+        context.mWindowWidth = context.mWindowHeight = side;
+        mTracker.UpdateTCBorder();
+        const auto first = TexturedBytes(kCols, kRows, 0, 0);
+        auto second = TexturedBytes(kCols, kRows, -1.3, 0.8);
+        for (unsigned char& pixel : second)
+            pixel = static_cast<unsigned char>(20 + pixel / 2);
+        ExpectPlain(first, second, Select(first, kCols, kRows));
+    }
+}
+
+TEST_F(Tracking, PyramidsOfAnotherSourceAreNotMet) {
+    for (const char* const source : {"clip", "other"}) {
+        SCOPED_TRACE(source);
+        mTracker.SetSourceID(Testing::Wide(source));
+        mFrame = 0;
+        const int seed = source[0];
+        const auto first = TexturedBytes(kCols, kRows, 0, 0, seed);
+        ExpectPlain(first, TexturedBytes(kCols, kRows, -2.3, 1.1, seed),
+                    Select(first, kCols, kRows));
     }
 }
 
@@ -409,9 +489,15 @@ TEST_F(Tracking, SequentialFramesOfAnotherSizeAreReportedAndSafe) {
               "(TrackFeatures) Size of incoming image (%d by %d) is different from size of "
               "previous image (%d by %d)\n\r\n");
     EXPECT_EQ(reports.Asserts()[0].mFunction, "DP::KLTTracker::TrackFeatures");
-    KLTTracker::Lists lists{ListOf(list)};
+    KLTFeatureList lost = list;
+    for (auto& feature : lost)
+        feature.mValue = DP::kKLTLargeResidue;
+    KLTTracker::Lists lists{ListOf(lost)};
     mTracker.ReplaceLostFeatures(large.data(), kCols, kRows, {WholeFrame(kCols, kRows)}, lists,
                                  lists);
+    const auto expected = Testing::PlainSelect(mTracker.GetContext(), 60, large.data(), kCols,
+                                               kRows, {WholeFrame(kCols, kRows)}, {lost});
+    EXPECT_TRUE(SameFeatures(*lists[0], expected[0])) << "of the frame that was handed in";
 }
 
 }  // namespace

@@ -199,7 +199,48 @@ inline int PlainTrackFeature(float x1, float y1, float& x2, float& y2, const Pla
     std::vector<float> difference(std::size_t(width) * height), gx(difference), gy(difference);
     int iteration = 0;
     float dx = 0, dy = 0;
+    // Calls inDo(g1, g2) with the values of both images, row by row.
+    const auto forWindow = [&](int inHalfWidth, int inHalfHeight, auto inDo) {
+        for (int j = -inHalfHeight; j <= inHalfHeight; ++j)
+            for (int i = -inHalfWidth; i <= inHalfWidth; ++i)
+                inDo(PlainBilinear(img1, x1 + float(i), y1 + float(j)),
+                     PlainBilinear(img2, x2 + float(i), y2 + float(j)));
+    };
+    const auto computeLightingDifference = [&] {
+        float sum1 = 0, sum2 = 0, squares1 = 0, squares2 = 0;
+        forWindow(hw, hh, [&](float g1, float g2) {
+            sum1 += g1;
+            sum2 += g2;
+            squares1 += g1 * g1;
+            squares2 += g2 * g2;
+        });
+        const float n = float(width * height);
+        const float alpha = std::sqrt((squares1 / n) / (squares2 / n));
+        const float beta = sum1 / n - alpha * (sum2 / n);
+        std::size_t at = 0;
+        forWindow(hw, hh,
+                  [&](float g1, float g2) { difference[at++] = g1 - g2 * alpha - beta; });
+    };
+    // A quarter of the window, written from the windows' start on.
+    const auto computeLightingGradients = [&] {
+        float sum1 = 0, sum2 = 0;
+        forWindow(hw / 2, hh / 2, [&](float g1, float g2) {
+            sum1 += g1;
+            sum2 += g2;
+        });
+        const float n = float(hw * hh);
+        const float alpha = std::sqrt((sum1 / n) / (sum2 / n));
+        std::size_t at = 0;
+        for (int j = -(hh / 2); j <= hh / 2; ++j)
+            for (int i = -(hw / 2); i <= hw / 2; ++i, ++at) {
+                gx[at] = PlainBilinear(gradx1, x1 + float(i), y1 + float(j)) +
+                         alpha * PlainBilinear(gradx2, x2 + float(i), y2 + float(j));
+                gy[at] = PlainBilinear(grady1, x1 + float(i), y1 + float(j)) +
+                         alpha * PlainBilinear(grady2, x2 + float(i), y2 + float(j));
+            }
+    };
     const auto computeDifference = [&] {
+        if (c.mLightingInsensitive) return computeLightingDifference();
         std::size_t at = 0;
         for (int j = -hh; j <= hh; ++j)
             for (int i = -hw; i <= hw; ++i)
@@ -211,7 +252,8 @@ inline int PlainTrackFeature(float x1, float y1, float& x2, float& y2, const Pla
         if (outside(x1, y1) || outside(x2, y2)) return DP::kKLTOutOfBounds;
         computeDifference();
         std::size_t at = 0;
-        for (int j = -hh; j <= hh; ++j)
+        if (c.mLightingInsensitive) computeLightingGradients();
+        for (int j = -hh; j <= hh && !c.mLightingInsensitive; ++j)
             for (int i = -hw; i <= hw; ++i, ++at) {
                 gx[at] = PlainBilinear(gradx1, x1 + float(i), y1 + float(j)) +
                          PlainBilinear(gradx2, x2 + float(i), y2 + float(j));
