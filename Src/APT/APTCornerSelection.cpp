@@ -160,7 +160,7 @@ void APTCornerSelection::SelectBest(std::size_t inLimit) {
     };
     const auto width = static_cast<std::uint64_t>(mWidth);
     std::size_t sorted = 0;
-    std::size_t portion = 4 * inLimit;
+    std::size_t portion = 4 * std::min(inLimit, mCorners.size());
     for (std::size_t i = 0; i < mCorners.size() && mSelected.size() < inLimit; ++i) {
         if (i == sorted) {
             const auto begin = mCorners.begin() + static_cast<std::ptrdiff_t>(i);

@@ -19,6 +19,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include "APT/APTCornerRows.h"
 
@@ -78,17 +79,19 @@ void APTCornerStream::ApplyParams(const APTTrackerParams& inParams) {
     mMarginY = std::max(mHalfHeight + 2, border);
     mCropX = mMarginX - mHalfWidth - 2;
     mCropY = mMarginY - mHalfHeight - 2;
-    mTaps.clear();
+    mStride = 0;  // the rows are made anew
+    std::vector<float> taps;
     if (inParams.mSmoothImage) {
         const int size = 2 * std::max(mHalfWidth, mHalfHeight) + 1;
-        mTaps = GaussianTaps(
+        taps = GaussianTaps(
             static_cast<double>(static_cast<float>(size) * inParams.mSmoothSigmaFactor));
     }
-    mTapRows.resize(mTaps.size());
-    mStride = 0;  // the rows are made anew
+    mTapRows.resize(taps.size());
+    mTaps = std::move(taps);
 }
 
 APTPixelRange APTCornerStream::GetScanRange(int inWidth, int inHeight) const {
+    if (!mProcs) return {};  // before the parameters there is nothing to scan
     return {mMarginX, mMarginY, inWidth - mMarginX, inHeight - mMarginY};
 }
 
@@ -105,13 +108,13 @@ void APTCornerStream::Start(const float* inImage, int inWidth, int inHeight,
 
     const std::size_t stride = StrideOf(inWidth);
     if (stride != mStride) {
-        mStride = stride;
         mPadded.resize(stride + mTaps.size());
         mAcross.resize(mTaps.size() * stride);
         mSmooth.resize(3 * stride);
         mProducts.resize(3 * stride);
         mTotals.resize(static_cast<std::size_t>(2 * mHalfHeight + 3) * 3 * stride);
         mRows.resize(3 * stride);
+        mStride = stride;  // last: a row that could not be had is asked for again
     }
     // The row above the first one of the totals.
     const APTProductRows zero = ProductsOf(mTotals, mStride, 2 * mHalfHeight + 2);

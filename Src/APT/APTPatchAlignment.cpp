@@ -262,14 +262,15 @@ bool FloorToInt(float inValue, int& outFloor) {
 // ---- Templates -----------------------------------------------------------------------
 
 void APTPatchPyramid::Init(const APTPatchShape& inShape, int inLevels) {
+    mCapacity = 0;  // empty until everything is there
     mShape = inShape;
-    mCapacity = inLevels;
     mLevelCount = mSampled = 0;
     mData.assign(static_cast<std::size_t>(inLevels) * kPlanes *
                      static_cast<std::size_t>(inShape.GetBlockFloats()),
                  0.0f);
     mScratch.resize(
         static_cast<std::size_t>(RingFloats(inShape) + InterpolationFloats(inShape)));
+    mCapacity = inLevels;
 }
 
 int APTPatchPyramid::Locate(int inLevels, float inX, float inY, APTImagePyramid& inPyramid) {
@@ -334,12 +335,12 @@ void APTPatchPyramid::Sample(int inLevel) {
 // ---- One level -----------------------------------------------------------------------
 
 void APTWorkspace::Init(const APTPatchShape& inShape) {
-    mShape = inShape;
     const auto block = static_cast<std::size_t>(inShape.GetBlockFloats());
     mPatch.assign(block, 0.0f);
     mResidual.assign(block, 0.0f);
     mColumns.assign(6 * block, 0.0f);
     mScratch.assign(static_cast<std::size_t>(InterpolationFloats(inShape)), 0.0f);
+    mShape = inShape;
 }
 
 bool SamplePatch(float inX, float inY, const APTPatchShape& inShape, APTImagePyramid& inPyramid,

@@ -31,6 +31,7 @@ struct APTPatchShape {
     int GetFloats() const { return GetPixels() * mChannels; }
     /// Length of a block that holds a patch.
     int GetBlockFloats() const { return (GetFloats() + kAPTLanes - 1) / kAPTLanes * kAPTLanes; }
+    bool operator==(const APTPatchShape&) const = default;
     bool HasSupportedChannels() const { return mChannels >= 1 && mChannels <= kAPTMaxChannels; }
 };
 

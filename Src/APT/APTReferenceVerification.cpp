@@ -238,6 +238,11 @@ int AlignReferencePatch(APTWorkspace& ioWorkspace, APTPatchPyramid& ioTemplates,
 
 void APTReferenceVerification::Init(const APTPatchShape& inShape, int inLevels,
                                     std::size_t inSlots) {
+    // Templates of another shape or depth cannot be read with the new one.
+    if (inShape != mShape || inLevels != mLevels) {
+        mTemplates.clear();
+        mRecords.clear();
+    }
     mShape = inShape;
     mLevels = inLevels;
     mWorkspace.Init(inShape);

@@ -41,14 +41,15 @@ unsigned int CountLiveFeatures(const APTFeatureList& inFeatures) {
 }
 
 void APTTracker::ApplyParams() {
-    mCapacity = mParams.mMaxFeatures;
     mSelection.ApplyParams(mParams);
     const APTPatchShape shape{static_cast<int>(mParams.mPatchHalfWidth),
                               static_cast<int>(mParams.mPatchHalfHeight), kChannels};
     const int levels = static_cast<int>(std::min(mParams.mPyramidLevels, kMostLevels));
     mWorkspace.Init(shape);
     mTemplates.Init(shape, levels);
-    if (mParams.mVerifyAgainstReference) mVerification.Init(shape, levels, mCapacity);
+    if (mParams.mVerifyAgainstReference)
+        mVerification.Init(shape, levels, mParams.mMaxFeatures);
+    mCapacity = mParams.mMaxFeatures;
 }
 
 // ---- Selection -----------------------------------------------------------------------
@@ -66,6 +67,7 @@ void APTTracker::SelectFeatures(const float* inImage, int inWidth, int inHeight,
                                 unsigned int inFrame, const APTRectList& inROIRects,
                                 const APTFeatureListPtrVec& outFeatureListPtrVec) {
     ContractCheck(inROIRects.size() == outFeatureListPtrVec.size());
+    if (inROIRects.empty()) return;
     RequireImage(inImage);
     RequireLists(outFeatureListPtrVec);
     mSelection.SetImage(inImage, inWidth, inHeight);
@@ -87,6 +89,7 @@ void APTTracker::SelectFeatures(const float* inImage, int inWidth, int inHeight,
 void APTTracker::ReplenishFeatures(const float* inImage, int inWidth, int inHeight,
                                    unsigned int inFrame, const APTRectList& inROIRects,
                                    const APTFeatureListPtrVec& ioFeatureListPtrVec) {
+    if (inROIRects.empty()) return;
     RequireImage(inImage);
     RequireLists(ioFeatureListPtrVec);
     const std::size_t count = std::min(inROIRects.size(), ioFeatureListPtrVec.size());

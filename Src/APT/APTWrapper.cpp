@@ -9,6 +9,7 @@ APTWrapper::APTWrapper(unsigned int inHeight, unsigned int inWidth, APTTrackerPt
     : mTracker(inTracker), mWidth(inWidth), mHeight(inHeight) {}
 
 unsigned int APTWrapper::CountLive(APTFeatureListPtr inFeatures) {
+    if (inFeatures == NULL) return 0;
     return CountLiveFeatures(*inFeatures);
 }
 
@@ -40,7 +41,7 @@ APTFeatureListPtr APTWrapper::ComputeFeatures(const float* inPrevImage,
     const auto frame = static_cast<unsigned int>(inDataKey->GetFrameNumber());
     mTracker->TrackFeatures(inPrevImage, inCurrImage, width, height, frame, input, output);
     const Ref<APTDescriptorDataKey> key(inDataKey);
-    if (CountLiveFeatures(*result) < key->GetMinFeatures())
+    if (CountLive(result) < key->GetMinFeatures())
         mTracker->ReplenishFeatures(inCurrImage, width, height, frame, {GetFullFrame()},
                                     output);
     return result;

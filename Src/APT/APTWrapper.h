@@ -26,6 +26,7 @@ public:
                                       Ref<IAPTDescriptorData> inPrevData,
                                       Ref<IDescriptorDataKey> inDataKey);
 
+    /// Number of live records; 0 for no list.
     static unsigned int CountLive(APTFeatureListPtr inFeatures);
 
 private:

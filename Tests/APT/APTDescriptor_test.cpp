@@ -251,6 +251,7 @@ TEST_F(APTDescriptor, TheWrapperSaysWhatItMisses) {
     refuses(frame.data(), previous, DP::CreateDescriptorDataKey(Wide("clip"), 1, 120, 160));
     EXPECT_EQ(APTWrapper::CountLive(Testing::ListOf({Testing::NewPoint(1, 1), APTFeature()})),
               1u);
+    EXPECT_EQ(APTWrapper::CountLive(nullptr), 0u);
 }
 
 TEST_F(APTDescriptor, AnEngineRemembersTheFirstFrameAndStampsAreCutTo32Bits) {

@@ -296,6 +296,27 @@ TEST(VerifiedTracking, ARefilledSlotGetsAFreshReference) {
     EXPECT_GT((*list)[0].mCorrelation, 0.95f);
 }
 
+TEST(VerifiedTracking, ParametersAppliedAgainGiveWhatANewEngineGives) {
+    const auto used = MakeEngine(VerifyingParams());
+    Step(*used, Moved(0), Moved(1), ListOf({NewPoint(45.0f, 40.0f)}));
+    for (const std::uint64_t half : {9u, 3u}) {
+        used->mParams.mPatchHalfWidth = used->mParams.mPatchHalfHeight = half;
+        used->mParams.mPyramidLevels = half == 9 ? 1 : 4;
+        used->ApplyParams();
+        const auto fresh = MakeEngine(used->mParams);
+        APTFeatureListPtr lists[2];
+        for (int i = 0; i < 2; ++i) {
+            const auto& engine = i == 0 ? used : fresh;
+            lists[i] = Step(*engine, Moved(0), Moved(1), ListOf({NewPoint(45.0f, 40.0f)}));
+            lists[i] = Step(*engine, Moved(1), Moved(2), lists[i]);
+        }
+        ASSERT_EQ((*lists[1])[0].mStatus, 0);
+        EXPECT_EQ((*lists[0])[0].mStatus, 0);
+        EXPECT_EQ((*lists[0])[0].mX, (*lists[1])[0].mX);
+        EXPECT_EQ((*lists[0])[0].mCorrelation, (*lists[1])[0].mCorrelation);
+    }
+}
+
 TEST(VerifiedTracking, SwitchingItOnWithoutApplyParamsHasNoEffect) {
     DP::APTTrackerParams params = VerifyingParams();
     params.mVerifyAgainstReference = false;

@@ -67,6 +67,7 @@ TEST_P(KnownMotion, PointsFollowItToAFractionOfAPixel) {
         if (feature.mStatus >= 0)
             errors.push_back(
                 std::hypot(feature.mDeltaX - clip.mStepX, feature.mDeltaY - clip.mStepY));
+    ASSERT_FALSE(errors.empty());
     std::sort(errors.begin(), errors.end());
     EXPECT_LT(errors[errors.size() / 2], 0.05) << "median";
     EXPECT_LT(errors[errors.size() * 9 / 10], 0.2) << "90th percentile";
@@ -412,6 +413,23 @@ TEST(BadInput, NullImagesAndListsAreTurnedDownBeforeAnythingIsRead) {
 }
 
 class SmallImages : public testing::TestWithParam<std::pair<int, int>> {};
+
+TEST(BadInput, NoRectanglesDoNothing) {
+    const auto engine = MakeEngine();
+    EXPECT_NO_THROW(engine->SelectFeatures(nullptr, 9, 9, 0, {}, {}));
+    EXPECT_NO_THROW(engine->ReplenishFeatures(nullptr, 9, 9, 0, {}, {}));
+}
+
+TEST(BadInput, AnEngineWithoutParametersSelectsNothing) {
+    const MovingClip clip;
+    const auto engine = TVK::MakeObject<DP::APTTracker>();
+    const auto frame = clip.Frame(0);
+    const auto rect = FullFrame(clip.mCols, clip.mRows);
+    const auto lists = std::vector{EmptyList(), EmptyList()};
+    engine->SelectFeatures(frame.data(), clip.mCols, clip.mRows, 0, {rect, rect}, lists);
+    EXPECT_TRUE(lists[0]->empty());
+    EXPECT_TRUE(lists[1]->empty());
+}
 
 TEST_P(SmallImages, GiveNoPointsAndLoseThoseThatCome) {
     const auto [cols, rows] = GetParam();

@@ -5,7 +5,9 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cstddef>
 #include <cstdlib>
+#include <cstring>
 #include <new>
 #include <vector>
 
@@ -17,9 +19,11 @@ namespace {
 
 std::atomic<long> sAllocations{0};
 std::atomic<std::size_t> sLargest{0};
+std::atomic<long> sUntilFailure{0};  // the n-th allocation from now fails; 0: none
 
 void* Take(std::size_t inSize) {
     ++sAllocations;
+    if (sUntilFailure > 0 && --sUntilFailure == 0) throw std::bad_alloc();
     if (inSize > sLargest) sLargest = inSize;
     if (void* const block = std::malloc(inSize != 0 ? inSize : 1)) return block;
     throw std::bad_alloc();
@@ -90,6 +94,92 @@ TEST(Allocations, ACallOfTheExportedTrackerTakesTheListAndAFewSmallBlocks) {
     delete tracker;
     EXPECT_GT(most, 0) << "the counter counts";
     EXPECT_LE(most, 10);
+}
+
+// ---- Memory that runs out ------------------------------------------------------------
+
+// A clip of three frames through every operation of a new engine, the n-th allocation of
+// all failing, and the call that threw made once more. Answers whether one did.
+class FailingRun {
+public:
+    FailingRun(const std::vector<std::vector<float>>& inFrames, bool inIsVerified)
+        : mFrames(inFrames) {
+        mEngine->mParams.mMaxFeatures = 20;
+        mEngine->mParams.mVerifyAgainstReference = inIsVerified;
+    }
+
+    bool Run(long inFailure) {
+        sUntilFailure = inFailure;
+        Attempt([&] { mEngine->ApplyParams(); });
+        Attempt([&] {
+            mEngine->SelectFeatures(mFrames[0].data(), kCols, kRows, 0, mRects, mLists[0]);
+        });
+        for (std::size_t frame = 1; frame < 3; ++frame) {
+            const auto number = static_cast<unsigned int>(frame);
+            Attempt([&] {
+                mEngine->TrackFeatures(mFrames[frame - 1].data(), mFrames[frame].data(), kCols,
+                                       kRows, number, mLists[frame - 1], mLists[frame]);
+            });
+            Attempt([&] {
+                mEngine->ReplenishFeatures(mFrames[frame].data(), kCols, kRows, number, mRects,
+                                           mLists[frame]);
+            });
+        }
+        sUntilFailure = 0;
+        return mHasFailed;
+    }
+
+    const DP::APTFeatureList& GetList(std::size_t inFrame) const { return *mLists[inFrame][0]; }
+
+    static constexpr int kCols = 80;
+    static constexpr int kRows = 60;
+
+private:
+    template <class Call>
+    void Attempt(Call inCall) {
+        try {
+            inCall();
+        } catch (const std::bad_alloc&) {
+            mHasFailed = true;
+            inCall();
+        }
+    }
+
+    const std::vector<std::vector<float>>& mFrames;
+    DP::APTTrackerPtr mEngine = TVK::MakeObject<DP::APTTracker>();
+    const DP::APTRectList mRects{Testing::FullFrame(kCols, kRows)};
+    const DP::APTFeatureListPtrVec mLists[3] = {
+        {Testing::EmptyList()}, {Testing::EmptyList()}, {Testing::EmptyList()}};
+    bool mHasFailed = false;
+};
+
+TEST(Allocations, ACallRepeatedAfterAnyFailureGivesWhatAFreshEngineGives) {
+    MovingClip clip;
+    clip.mCols = FailingRun::kCols;
+    clip.mRows = FailingRun::kRows;
+    const std::vector<std::vector<float>> frames{clip.Frame(0), clip.Frame(1), clip.Frame(2)};
+    for (const bool isVerified : {false, true}) {
+        FailingRun expected(frames, isVerified);
+        ASSERT_FALSE(expected.Run(0));
+        ASSERT_GT(DP::CountLiveFeatures(expected.GetList(2)), 5u);
+        long failures = 0;
+        for (bool hasFailed = true; hasFailed; ++failures) {
+            SCOPED_TRACE(failures + 1);
+            FailingRun actual(frames, isVerified);
+            hasFailed = actual.Run(failures + 1);
+            for (std::size_t frame = 0; frame < 3; ++frame) {
+                ASSERT_EQ(actual.GetList(frame).size(), expected.GetList(frame).size());
+                // Up to the flag, behind which there is padding.
+                for (std::size_t i = 0; i < actual.GetList(frame).size(); ++i)
+                    ASSERT_EQ(
+                        std::memcmp(&actual.GetList(frame)[i], &expected.GetList(frame)[i],
+                                    offsetof(DP::APTFeature, mReservedFlag)),
+                        0)
+                        << "frame " << frame << ", slot " << i;
+            }
+        }
+        EXPECT_GT(failures, 20);
+    }
 }
 
 }  // namespace
