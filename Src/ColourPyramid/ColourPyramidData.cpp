@@ -5,6 +5,7 @@
 #include <new>
 
 #include "ColourPyramid/ReduceByTwo.h"
+#include "TVK/Exception.h"
 
 namespace DP {
 namespace {
@@ -61,6 +62,7 @@ ColourPyramidData* ColourPyramidData::Create(std::uint32_t inWidth, std::uint32_
     pyramid->InitPyramid(inWidth, inHeight, inChannels, inLevels);
     if (inLevels == 0) return pyramid.release();
     const std::size_t floats = pyramid->mShape.FloatsBefore(1);
+    if (!inPixels && floats > 0) throw TVK::NullInterfaceException();
     const std::unique_ptr<float[]> scratch(new float[floats]());
     std::copy_n(inPixels, floats, pyramid->GetLevelData(0));
     pyramid->BuildLevels(scratch.get());
@@ -69,8 +71,11 @@ ColourPyramidData* ColourPyramidData::Create(std::uint32_t inWidth, std::uint32_
 
 void ColourPyramidData::InitPyramid(std::uint32_t inWidth, std::uint32_t inHeight,
                                     std::uint32_t inChannels, std::uint32_t inLevels) {
-    mShape = {inWidth, inHeight, inChannels, inLevels};
-    mData = new float[mShape.TotalFloats()]();
+    const ColourPyramidShape shape{inWidth, inHeight, inChannels, inLevels};
+    float* const data = new float[shape.TotalFloats()]();
+    delete[] mData;
+    mData = data;
+    mShape = shape;
 }
 
 }  // namespace DP

@@ -34,7 +34,8 @@ struct ColourPyramidShape {
 
 /// Ownership: owns its block; made by `Create` or filled by hand after `InitPyramid`.
 /// Threads: one thread fills it, any number may read.
-/// Errors: no memory throws std::bad_alloc.
+/// Errors: no memory throws std::bad_alloc, and null pixels where there should be some
+///   TVK::NullInterfaceException.
 class ColourPyramidData {
 public:
     ColourPyramidData() = default;
@@ -47,7 +48,7 @@ public:
                                      std::uint32_t inLevels, std::uint32_t inUnused,
                                      std::uint32_t inChannels, const float* inPixels);
 
-    /// Called once. The block is cleared: a level that nothing fills reads 0.
+    /// A second call replaces the block. It is cleared: a level that nothing fills reads 0.
     void InitPyramid(std::uint32_t inWidth, std::uint32_t inHeight, std::uint32_t inChannels,
                      std::uint32_t inLevels);
 

@@ -18,8 +18,11 @@ void ColourPyramidDescriptorData::InitPyramid(std::uint32_t inWidth, std::uint32
     const std::size_t floats = shape.TotalFloats();
     mRecycler = TVK::MemoryRecycler::Instance();
     if (mRecycler == NULL) throw std::bad_alloc();
-    mBuffer = mRecycler->AllocateBuffer(static_cast<std::int64_t>(floats * sizeof(float)));
-    if (!mBuffer.mBlock) throw std::bad_alloc();
+    const auto buffer =
+        mRecycler->AllocateBuffer(static_cast<std::int64_t>(floats * sizeof(float)));
+    if (!buffer.mBlock) throw std::bad_alloc();
+    if (mData) mRecycler->RecycleBuffer(mBuffer);
+    mBuffer = buffer;
     mShape = shape;
     mData = static_cast<float*>(mBuffer.mBlock);
     std::fill_n(mData, floats, 0.0f);

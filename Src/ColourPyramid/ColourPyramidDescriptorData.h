@@ -14,7 +14,7 @@ class ColourPyramidDescriptorData
 public:
     ~ColourPyramidDescriptorData() override;
 
-    /// Called once. The block is cleared: a level that nothing fills reads 0.
+    /// A second call replaces the block. It is cleared: a level that nothing fills reads 0.
     /// @throws std::bad_alloc where the recycler has no block.
     void InitPyramid(std::uint32_t inWidth, std::uint32_t inHeight, std::uint32_t inChannels,
                      std::uint32_t inLevels);

@@ -94,6 +94,36 @@ TEST(ReduceByTwo, OfFiveByFiveOnlyTheMiddleIsNotZero) {
     EXPECT_EQ(level[4], (pixels[12] + pixels[11] + pixels[12] + pixels[13]) * 0.25f);
 }
 
+// Near 1e8 a sum is a multiple of 8, so that the order shows.
+TEST(ReduceByTwo, TheOrderOfASumIsMiddleBeforeMiddleAfter) {
+    std::vector<float> pixels(25, 1000.0f);
+    pixels[11] = -1e8f;  // row 2
+    pixels[12] = 3.0f;
+    pixels[13] = 1e8f;
+    // Each 3 alone is lost; 3 + 3 first would leave 8.
+    EXPECT_EQ(Whole(5, 5, 2, 1, pixels)->GetLevelData(1)[4], 0.0f);
+    pixels[11] = 2.0f;
+    // 3 + 2 + 3 are 8 and stay; behind 1e8 each would be lost.
+    EXPECT_EQ(Whole(5, 5, 2, 1, pixels)->GetLevelData(1)[4], 25000002.0f);
+}
+
+TEST(ReduceByTwo, HandValuesOfThreeAndFourChannels) {
+    for (const std::uint32_t channels : {3u, 4u}) {
+        std::vector<float> pixels(std::size_t{25} * channels, 0.0f);
+        for (std::uint32_t c = 0; c < channels; ++c) {
+            const float unit = static_cast<float>(c + 1);
+            pixels[11 * channels + c] = 4.0f * unit;
+            pixels[12 * channels + c] = 8.0f * unit;
+            pixels[13 * channels + c] = 16.0f * unit;
+        }
+        const auto pyramid = Whole(5, 5, 4, channels, pixels);
+        for (std::uint32_t c = 0; c < channels; ++c)
+            EXPECT_EQ(pyramid->GetLevelData(1)[4 * channels + c],
+                      9.0f * static_cast<float>(c + 1));
+        EXPECT_EQ(pyramid->GetShape().TotalFloats(), (25 + 9 + 4 + 1) * channels);
+    }
+}
+
 TEST(ReduceByTwo, ASmallSourceWritesTheFirstRowAndLeavesTheOthers) {
     const auto pixels = Floats(2 * 6);
     std::vector<float> target(3, 7.0f);
@@ -114,6 +144,17 @@ TEST(ColourPyramidData, NoLevelsAndNoPixelsAreServed) {
     EXPECT_EQ(Whole(8, 8, 0, 1, Floats(64))->GetByteSize(), 0u);
     EXPECT_EQ(Whole(0, 0, 3, 1, {})->GetByteSize(), 0u);
     EXPECT_EQ(Whole(1, 1, 3, 1, {2.0f})->GetByteSize(), 12u);
+}
+
+TEST(ColourPyramidData, NullPixelsThrowAndASecondInitReplacesTheBlock) {
+    EXPECT_THROW(ColourPyramidData::Create(3, 3, 1, 0, 1, nullptr),
+                 TVK::NullInterfaceException);
+    ColourPyramidData data;
+    data.InitPyramid(4, 4, 1, 1);
+    data.GetLevelData(0)[0] = 5.0f;
+    data.InitPyramid(8, 2, 3, 1);  // the first block would be reported as a leak
+    EXPECT_EQ(data.GetByteSize(), 192u);
+    EXPECT_EQ(data.GetLevelData(0)[0], 0.0f);
 }
 
 // ---- The descriptor ------------------------------------------------------------------
