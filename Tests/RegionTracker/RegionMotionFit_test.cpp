@@ -317,6 +317,75 @@ TEST(ScoreMotionGroup, IsTenAtTheCentreAndBelowNoughtBeyondTheCorners) {
     EXPECT_EQ(DP::ScoreMotionGroup({}, points, kRect, kRows), 0.0f);
 }
 
+// ---- The whole ---------------------------------------------------------------------------
+
+// The loop and the corners by their definition, from the steps. Returns the passes that
+// reassigned.
+int LiteralFit(const APTFeatureList& inCurrent, const APTFeatureList& inPrevious,
+               const Rect& inRect, Fit& outFit) {
+    DP::MotionSystems systems;
+    DP::LeastSquares solver;
+    MotionGroups& groups = outFit.mGroups;
+    DP::PartitionFeatures(inCurrent, kRows, inRect, groups);
+    int count = 0;
+    float error = 100000.0f;
+    while (error > 0.5f && count != 20) {
+        DP::BuildMotionSystems(groups, inCurrent, inPrevious, systems);
+        for (std::size_t m = 0; m < 2; ++m) {
+            if (groups[m].empty()) continue;
+            DP::SolveLeastSquares(systems[m].mA, systems[m].mBx, systems[m].mCx, 0.0, solver);
+            DP::SolveLeastSquares(systems[m].mA, systems[m].mBy, systems[m].mCy, 0.0, solver);
+        }
+        error = DP::MeanMotionResidual(groups, inCurrent, inPrevious, systems);
+        if (error < 0.5f) break;
+        DP::ReassignFeatures(inCurrent, inPrevious, systems, groups);
+        ++count;
+    }
+    const float score0 = DP::ScoreMotionGroup(groups[0], inCurrent, inRect, kRows);
+    const float score1 = DP::ScoreMotionGroup(groups[1], inCurrent, inRect, kRows);
+    outFit.mSelected = score0 > score1 ? 0 : 1;
+    const MotionSystem& chosen = systems[std::size_t(outFit.mSelected)];
+    const auto at = [](const std::vector<double>& inC, float inX, float inY) {
+        return (inY * float(inC[1]) + inX * float(inC[0])) + float(inC[2]);
+    };
+    const float H = kRows, yT = H - inRect.mTop, yB = H - inRect.mBottom;
+    const float L = inRect.mLeft, R = inRect.mRight;
+    outFit.mRect.mLeft = (at(chosen.mCx, L, yB) + at(chosen.mCx, L, yT)) * 0.5f;
+    outFit.mRect.mRight = (at(chosen.mCx, R, yB) + at(chosen.mCx, R, yT)) * 0.5f;
+    outFit.mRect.mTop = H - (at(chosen.mCy, R, yT) + at(chosen.mCy, L, yT)) * 0.5f;
+    outFit.mRect.mBottom = H - (at(chosen.mCy, R, yB) + at(chosen.mCy, L, yB)) * 0.5f;
+    return count;
+}
+
+// Two motions under noise of all strengths: fits that end at once, later, and never.
+TEST(RegionMotionFit, GivesTheBitsOfItsDefinition) {
+    Testing::Random random(31);
+    int atOnce = 0, later = 0, never = 0;
+    for (int round = 0; round < 200; ++round) {
+        const double noise = 0.02 * round;
+        const APTFeatureList previous = PointsIn(kRect, 80, std::uint64_t(round));
+        APTFeatureList current = previous;
+        for (std::size_t i = 0; i < current.size(); ++i) {
+            current[i].mX += float((i % 3 ? 5.3 : -2.1) + noise * (random.Real() - 0.5));
+            current[i].mY += float((i % 3 ? 1.7 : 0.4) + noise * (random.Real() - 0.5));
+        }
+        Fit expected;
+        const int passes = LiteralFit(current, previous, kRect, expected);
+        const Fit fit = FitOf(current, previous, kRect);
+        ASSERT_EQ(fit.mRect, expected.mRect) << "round " << round;
+        ASSERT_EQ(fit.mGroups, expected.mGroups) << "round " << round;
+        ASSERT_EQ(fit.mSelected, expected.mSelected) << "round " << round;
+        ++(passes == 0 ? atOnce : passes < 20 ? later : never);
+    }
+    // One motion alone is met at once.
+    const APTFeatureList previous = PointsIn(kRect, 30, 5);
+    Fit expected;
+    atOnce += LiteralFit(Moved(previous, kStill), previous, kRect, expected) == 0;
+    EXPECT_GT(atOnce, 0);
+    EXPECT_GT(later, 0);
+    EXPECT_GT(never, 0);
+}
+
 // ---- Few points, and none --------------------------------------------------------------
 
 TEST(RegionMotionFitDegenerate, WithoutALivePointTheRectangleHasNoArea) {
@@ -378,22 +447,18 @@ TEST(RegionMotionFitDegenerate, AGroupThatIsOutsideLosesToAnEmptyOne) {
 }
 
 TEST(RegionMotionFitDegenerate, AGroupThatGoesEmptyKeepsItsLastMotion) {
-    // The inner points scatter: no motion fits them, so that after the first pass they are
-    // in no group, while the rim follows its own.
-    const APTFeatureList previous = {At(70, 70),   At(110, 75), At(75, 110), At(112, 108),
-                                     At(92, 88),   At(42, 42),  At(138, 45), At(41, 138),
-                                     At(137, 137), At(90, 41)};
-    APTFeatureList current = Moved(previous, Affine{1, 0, 1, 0, 1, 0});
-    const float scatter[5][2] = {{40, -30}, {-35, 45}, {50, 35}, {-45, -40}, {-30, 55}};
-    for (std::size_t i = 0; i < 5; ++i) {
-        current[i].mX = previous[i].mX + scatter[i][0] / 2;
-        current[i].mY = previous[i].mY + scatter[i][1] / 2;
-    }
+    // The inner points scatter about standing still, each too far for any group; the points
+    // beyond the rectangle follow a motion of their own and score below 0.
+    const APTFeatureList previous = {At(60, 60),  At(120, 60), At(60, 120), At(120, 120),
+                                     At(500, 10), At(600, 20), At(700, 5),  At(650, 90)};
+    APTFeatureList current = Moved(previous, Affine{1, 0, 30, 0, 1, 0});
+    const float scatter[] = {8, -8, -8, 8};  // no affine motion has any part of this
+    for (std::size_t i = 0; i < 4; ++i)
+        current[i] = At(previous[i].mX + scatter[i], previous[i].mY + scatter[i]);
     const Fit fit = FitOf(current, previous, kRect);
-    ASSERT_EQ(fit.mGroups.size(), 2u);
-    EXPECT_TRUE(std::isfinite(fit.mRect.mLeft) && std::isfinite(fit.mRect.mBottom));
-    EXPECT_LT(fit.mGroups[0].size(), 5u);
-    EXPECT_EQ(fit.mGroups[1].size(), 5u);
+    EXPECT_EQ(fit.mGroups, (MotionGroups{{}, {4, 5, 6, 7}}));
+    EXPECT_EQ(fit.mSelected, 0);
+    ExpectRectNear(fit.mRect, kRect, 1e-3);
 }
 
 // A fit with numbers that are none must end, and read and write only where it may.
