@@ -76,9 +76,13 @@ void ImageGraph::Initialize(int inRows, int inColumns, FlowGraph* inSharedGraph,
     ReleaseGraph();
     mRows = inRows;
     mColumns = inColumns;
-    const auto pixels = static_cast<std::int32_t>(static_cast<std::uint32_t>(inRows) *
-                                                  static_cast<std::uint32_t>(inColumns));
-    if (pixels <= 0) return;
+    mRegionMode = false;
+    mRegionCount = 0;
+    mMaxRegionPixels = 1;
+    mPixelSourceEnergies.clear();
+    mPixelSinkEnergies.clear();
+    const std::int64_t pixels = std::int64_t{inRows} * inColumns;
+    if (inRows <= 0 || inColumns <= 0 || pixels > INT32_MAX) return;
 
     mNodeImage.reset(new unsigned int[static_cast<std::size_t>(pixels)]);
     if (inSharedGraph) {

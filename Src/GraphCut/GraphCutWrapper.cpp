@@ -106,7 +106,7 @@ GraphCutWrapper::GraphCutWrapper() { NodeCellPool::Instance(); }
 // Whether the kept graph has the frame's size and is whole.
 bool GraphCutWrapper::KeepsFrame(int inColumns, int inRows) const {
     return mImageGraph != NULL && mImageGraph->mValid && mImageGraph->mColumns == inColumns &&
-           mImageGraph->mRows == inRows && !mImageGraph->mPixelSinkEnergies.empty();
+           mImageGraph->mRows == inRows && mImageGraph->mLinksBuilt;
 }
 
 Image GraphCutWrapper::ComputeLabelImage(const unsigned char* inRGBImage,
@@ -145,10 +145,14 @@ Image GraphCutWrapper::ComputeLabelImage(const unsigned char* inRGBImage,
     WritePicture(DP_CALL_FOLDER "FitImage.ppm", fit);
     WritePicture(DP_CALL_FOLDER "CurrentSelectionImage.ppm", inCurrentLabelImage);
 
+    // A cut that runs out of memory leaves capacities between two strokes: the graph is
+    // whole again only behind it, and until then a further stroke is refused.
+    mImageGraph->mValid = false;
     SetEnergies(inForegroundStrokeImage, inBackgroundStrokeImage, inCurrentLabelImage, fit);
     constexpr double kNoTimeLimit = -1.0;
     RunMaxFlow(*mImageGraph->mFlowGraph, mImageGraph->mSourceNode, mImageGraph->mSinkNode,
                *mImageGraph->mSegments, kNoTimeLimit, NULL);
+    mImageGraph->mValid = true;
     mImageGraph->ExtractLabels(result->GetData(), rows, columns, 0, 0, columns, false);
     return result;
 }

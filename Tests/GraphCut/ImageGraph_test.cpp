@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <vector>
@@ -35,6 +36,18 @@ TEST(ImageGraph, NewGraphIsEmptyWithEightNeighbours) {
     EXPECT_EQ(ImageGraph(20).mNeighborhood, 20);
 }
 
+TEST(ImageGraph, ASecondAreaStartsWithNothingOfTheFirst) {
+    const auto picture = MakePicture<unsigned char>(20, 16, 3, 5);
+    ImageGraph graph;
+    BuildRegions(graph, picture);
+    std::fill(graph.mPixelSourceEnergies.begin(), graph.mPixelSourceEnergies.end(), 7.0f);
+    graph.Initialize(16, 20, nullptr, 8, nullptr, 0, 1);
+    EXPECT_FALSE(graph.mRegionMode);
+    EXPECT_EQ(graph.mRegionCount, 0u);
+    EXPECT_TRUE(graph.mPixelSourceEnergies.empty());
+    EXPECT_TRUE(graph.mPixelSinkEnergies.empty());
+}
+
 TEST(ImageGraph, OwnGraphHasSourceAndSinkFirstAndIsKept) {
     ImageGraph graph;
     graph.Initialize({10, 20, 13, 24}, nullptr, 4, nullptr, 7, 8);
@@ -54,7 +67,8 @@ TEST(ImageGraph, OwnGraphHasSourceAndSinkFirstAndIsKept) {
 TEST(ImageGraph, AreasWithoutPixelsStayEmpty) {
     ImageGraph graph;
     for (const GraphRect& bounds : {GraphRect{0, 0, 0, 5}, GraphRect{0, 0, 5, 0},
-                                    GraphRect{5, 5, 4, 9}, GraphRect{0, 0, 65536, 65536}}) {
+                                    GraphRect{5, 5, 4, 9}, GraphRect{0, 0, 65536, 65536},
+                                    GraphRect{0, 0, 65536, 65537}, GraphRect{9, 9, 4, 4}}) {
         graph.Initialize(bounds, nullptr, 8, nullptr, 0, 1);
         EXPECT_EQ(graph.mNodeImage, nullptr);
         EXPECT_EQ(graph.mFlowGraph, nullptr);
