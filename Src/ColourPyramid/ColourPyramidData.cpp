@@ -62,7 +62,8 @@ ColourPyramidData* ColourPyramidData::Create(std::uint32_t inWidth, std::uint32_
     pyramid->InitPyramid(inWidth, inHeight, inChannels, inLevels);
     if (inLevels == 0) return pyramid.release();
     const std::size_t floats = pyramid->mShape.FloatsBefore(1);
-    if (!inPixels && floats > 0) throw TVK::NullInterfaceException();
+    if (floats == 0) return pyramid.release();
+    if (!inPixels) throw TVK::NullInterfaceException();
     const std::unique_ptr<float[]> scratch(new float[floats]());
     std::copy_n(inPixels, floats, pyramid->GetLevelData(0));
     pyramid->BuildLevels(scratch.get());
