@@ -1,45 +1,21 @@
 // In the steady state a frame takes a few small blocks from the heap and nothing of the
-// size of an image, and never a block for a point. The program's own global `new` counts.
+// size of an image, and never a block for a point.
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <atomic>
 #include <cstddef>
-#include <cstdlib>
 #include <cstring>
-#include <new>
 #include <vector>
 
 #include "APTFrames.h"
 #include "DP/Tracker.h"
+#include "Support/HeapCounter.h"
 #include "Support/Images.h"
 
 namespace {
 
-std::atomic<long> sAllocations{0};
-std::atomic<std::size_t> sLargest{0};
-std::atomic<long> sUntilFailure{0};  // the n-th allocation from now fails; 0: none
-
-void* Take(std::size_t inSize) {
-    ++sAllocations;
-    if (sUntilFailure > 0 && --sUntilFailure == 0) throw std::bad_alloc();
-    if (inSize > sLargest) sLargest = inSize;
-    if (void* const block = std::malloc(inSize != 0 ? inSize : 1)) return block;
-    throw std::bad_alloc();
-}
-
-}  // namespace
-
-void* operator new(std::size_t inSize) { return Take(inSize); }
-void* operator new[](std::size_t inSize) { return Take(inSize); }
-void operator delete(void* inBlock) noexcept { std::free(inBlock); }
-void operator delete[](void* inBlock) noexcept { std::free(inBlock); }
-void operator delete(void* inBlock, std::size_t) noexcept { std::free(inBlock); }
-void operator delete[](void* inBlock, std::size_t) noexcept { std::free(inBlock); }
-
-namespace {
-
+using Testing::HeapAllocations;
 using Testing::MovingClip;
 
 constexpr std::size_t kListBytes = 500 * sizeof(DP::APTFeature);
@@ -70,9 +46,9 @@ TEST(Allocations, AnEngineStepTakesTheOutputListAlone) {
         for (std::size_t frame = 1; frame < 5; ++frame)
             step(frame);
         ASSERT_GT(DP::CountLiveFeatures(*lists[0][0]), 30u);
-        const long before = sAllocations;
+        const long before = HeapAllocations();
         step(5);
-        EXPECT_EQ(sAllocations - before, 0) << (isVerified ? "verified" : "plain");
+        EXPECT_EQ(HeapAllocations() - before, 0) << (isVerified ? "verified" : "plain");
     }
 }
 
@@ -84,12 +60,12 @@ TEST(Allocations, ACallOfTheExportedTrackerTakesTheListAndAFewSmallBlocks) {
     long most = 0;
     for (int frame = 0; frame < 12; ++frame) {
         const auto image = Testing::ImageOf(clip.mCols, clip.mRows, clip.Frame(frame));
-        const long before = sAllocations;
-        sLargest = 0;
+        const long before = HeapAllocations();
+        Testing::ResetLargestHeapAllocation();
         tracker->TrackFeatures(image, static_cast<unsigned int>(frame), features);
         if (frame < 6) continue;
-        most = std::max<long>(most, sAllocations - before);
-        EXPECT_LE(sLargest, kListBytes);
+        most = std::max<long>(most, HeapAllocations() - before);
+        EXPECT_LE(Testing::LargestHeapAllocation(), kListBytes);
     }
     delete tracker;
     EXPECT_GT(most, 0) << "the counter counts";
@@ -109,7 +85,7 @@ public:
     }
 
     bool Run(long inFailure) {
-        sUntilFailure = inFailure;
+        Testing::FailHeapAllocation(inFailure);
         Attempt([&] { mEngine->ApplyParams(); });
         Attempt([&] {
             mEngine->SelectFeatures(mFrames[0].data(), kCols, kRows, 0, mRects, mLists[0]);
@@ -125,7 +101,7 @@ public:
                                            mLists[frame]);
             });
         }
-        sUntilFailure = 0;
+        Testing::FailHeapAllocation(0);
         return mHasFailed;
     }
 

@@ -2,42 +2,10 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
-#include <cstdlib>
-#include <new>
-
 #include "GraphCut/GraphCutWrapper.h"
 #include "Scene.h"
+#include "Support/HeapCounter.h"
 #include "TVK/MemoryRecycler.h"
-
-namespace {
-
-std::atomic<long long> sLiveBlocks{0};
-
-void* Allocate(std::size_t inSize, std::size_t inAlignment) {
-    const std::size_t size = (inSize + inAlignment - 1) / inAlignment * inAlignment;
-    void* const block = std::aligned_alloc(inAlignment, size == 0 ? inAlignment : size);
-    if (!block) throw std::bad_alloc();
-    ++sLiveBlocks;
-    return block;
-}
-
-void Free(void* inBlock) {
-    if (!inBlock) return;
-    --sLiveBlocks;
-    std::free(inBlock);
-}
-
-}  // namespace
-
-void* operator new(std::size_t inSize) { return Allocate(inSize, alignof(std::max_align_t)); }
-void* operator new(std::size_t inSize, std::align_val_t inAlignment) {
-    return Allocate(inSize, std::size_t(inAlignment));
-}
-void operator delete(void* inBlock) noexcept { Free(inBlock); }
-void operator delete(void* inBlock, std::size_t) noexcept { Free(inBlock); }
-void operator delete(void* inBlock, std::align_val_t) noexcept { Free(inBlock); }
-void operator delete(void* inBlock, std::size_t, std::align_val_t) noexcept { Free(inBlock); }
 
 namespace {
 
@@ -47,7 +15,7 @@ using Testing::PaintDab;
 using Testing::Scene;
 
 struct Held {
-    long long mBlocks = sLiveBlocks;
+    long mBlocks = Testing::LiveHeapBlocks();
     std::size_t mUsed = TVK::MemoryRecycler::Instance()->GetUsedBytes();
     std::size_t mUnused = TVK::MemoryRecycler::Instance()->GetUnusedBytes();
 };

@@ -8,11 +8,18 @@
 namespace {
 
 std::atomic<long> sAllocations{0};
+std::atomic<long> sLive{0};
+std::atomic<std::size_t> sLargest{0};
+std::atomic<long> sUntilFailure{0};
 
 void* AllocateOrNull(std::size_t inSize, std::size_t inAlignment) noexcept {
     ++sAllocations;
+    if (sUntilFailure > 0 && --sUntilFailure == 0) return nullptr;
+    if (inSize > sLargest) sLargest = inSize;
     const std::size_t size = (inSize + inAlignment - 1) / inAlignment * inAlignment;
-    return std::aligned_alloc(inAlignment, size != 0 ? size : inAlignment);
+    void* const block = std::aligned_alloc(inAlignment, size != 0 ? size : inAlignment);
+    if (block) ++sLive;
+    return block;
 }
 
 void* Allocate(std::size_t inSize, std::size_t inAlignment) {
@@ -20,11 +27,20 @@ void* Allocate(std::size_t inSize, std::size_t inAlignment) {
     throw std::bad_alloc();
 }
 
+void Free(void* inBlock) noexcept {
+    if (inBlock) --sLive;
+    std::free(inBlock);
+}
+
 }  // namespace
 
 namespace Testing {
 
 long HeapAllocations() { return sAllocations.load(); }
+long LiveHeapBlocks() { return sLive.load(); }
+std::size_t LargestHeapAllocation() { return sLargest.load(); }
+void ResetLargestHeapAllocation() { sLargest = 0; }
+void FailHeapAllocation(long inNumber) { sUntilFailure = inNumber; }
 
 }  // namespace Testing
 
@@ -43,15 +59,11 @@ void* operator new(std::size_t inSize, const std::nothrow_t&) noexcept {
 void* operator new[](std::size_t inSize, const std::nothrow_t&) noexcept {
     return AllocateOrNull(inSize, alignof(std::max_align_t));
 }
-void operator delete(void* inBlock) noexcept { std::free(inBlock); }
-void operator delete[](void* inBlock) noexcept { std::free(inBlock); }
-void operator delete(void* inBlock, std::size_t) noexcept { std::free(inBlock); }
-void operator delete[](void* inBlock, std::size_t) noexcept { std::free(inBlock); }
-void operator delete(void* inBlock, std::align_val_t) noexcept { std::free(inBlock); }
-void operator delete[](void* inBlock, std::align_val_t) noexcept { std::free(inBlock); }
-void operator delete(void* inBlock, std::size_t, std::align_val_t) noexcept {
-    std::free(inBlock);
-}
-void operator delete[](void* inBlock, std::size_t, std::align_val_t) noexcept {
-    std::free(inBlock);
-}
+void operator delete(void* inBlock) noexcept { Free(inBlock); }
+void operator delete[](void* inBlock) noexcept { Free(inBlock); }
+void operator delete(void* inBlock, std::size_t) noexcept { Free(inBlock); }
+void operator delete[](void* inBlock, std::size_t) noexcept { Free(inBlock); }
+void operator delete(void* inBlock, std::align_val_t) noexcept { Free(inBlock); }
+void operator delete[](void* inBlock, std::align_val_t) noexcept { Free(inBlock); }
+void operator delete(void* inBlock, std::size_t, std::align_val_t) noexcept { Free(inBlock); }
+void operator delete[](void* inBlock, std::size_t, std::align_val_t) noexcept { Free(inBlock); }
