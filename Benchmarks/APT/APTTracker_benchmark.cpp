@@ -206,9 +206,8 @@ void TrackStep(benchmark::State& ioState, Size inSize) {
     std::vector<unsigned char> status;
     std::vector<float> error;
     peer = [&] {
-        cv::calcOpticalFlowPyrLK(
-            from, to, points, found, status, error, {11, 11}, 2,
-            {cv::TermCriteria::COUNT + cv::TermCriteria::EPS, 15, 0.1});
+        cv::calcOpticalFlowPyrLK(from, to, points, found, status, error, {11, 11}, 2,
+                                 {cv::TermCriteria::COUNT + cv::TermCriteria::EPS, 15, 0.1});
     };
 #endif
     Compare(ioState, ours, peer);
@@ -228,10 +227,10 @@ void Register() {
         {"TrackStep/", TrackStep}};
     for (const auto& bench : benches)
         for (const auto& size : kSizes)
-            benchmark::RegisterBenchmark((bench.first + std::to_string(size.first) + "x" +
-                                          std::to_string(size.second))
-                                             .c_str(),
-                                         bench.second, size)
+            benchmark::RegisterBenchmark(
+                (bench.first + std::to_string(size.first) + "x" + std::to_string(size.second))
+                    .c_str(),
+                bench.second, size)
                 ->Unit(benchmark::kMillisecond)
                 ->UseManualTime();
 }
