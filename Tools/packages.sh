@@ -5,5 +5,5 @@ LIBRARY_PACKAGES="g++ cmake ninja-build pkg-config gfortran liblapack-dev libbla
 HOST_PACKAGES="libavformat-dev libavcodec-dev libswscale-dev libavutil-dev libcairo2-dev
     libcli11-dev libsdl2-dev"
 TEST_PACKAGES="clang-14 libclang-rt-14-dev binutils python3 libgtest-dev libgmock-dev
-    librapidcheck-dev libboost-graph-dev xvfb xauth"
+    libboost-graph-dev xvfb xauth"
 BENCHMARK_PACKAGES="libbenchmark-dev libopencv-dev libopencv-contrib-dev"
