@@ -80,7 +80,9 @@ FloatImage FloatGrey(const std::string& inName, const Clip& inClip, int inFrame,
 }
 
 void AddGreyScenarios(std::vector<Scenario>& ioScenarios) {
-    for (const auto& [clip, padding] : kGreyFrames) {
+    for (const auto& frame : kGreyFrames) {
+        const Clip clip = frame.first;
+        const int padding = frame.second;
         const std::string size = SizeOf(clip);
         ioScenarios.push_back({.mName = "grey/" + size, .mRun = [=](Digest& ioDigest) {
                                    AddImage(ioDigest, Grey("grey/" + size, clip, 2, padding));
