@@ -7,7 +7,7 @@
 namespace Scenarios {
 
 IP::ImagePtr<unsigned char> Clip::Bytes(int inFrame) const {
-    const auto image = TVK::MakeObject<IP::Image<unsigned char>>(mColumns, mRows);
+    const auto image = MakeImage<unsigned char>(mColumns, mRows);
     std::vector<unsigned char> pixels =
         Testing::TexturedBytes(mColumns, mRows, -mSpeedX * inFrame, -mSpeedY * inFrame, mSeed);
     Testing::Random random(static_cast<std::uint64_t>(inFrame) + 1);
@@ -20,7 +20,7 @@ IP::ImagePtr<unsigned char> Clip::Bytes(int inFrame) const {
 }
 
 IP::ImagePtr<float> Clip::Floats(int inFrame) const {
-    const auto image = TVK::MakeObject<IP::Image<float>>(mColumns, mRows);
+    const auto image = MakeImage<float>(mColumns, mRows);
     image->ConvertFromBytes(Bytes(inFrame)->GetData(), mColumns, mRows);
     return image;
 }

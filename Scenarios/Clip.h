@@ -4,11 +4,20 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <new>
 #include <vector>
 
 #include "image/IPImage.h"
 
 namespace Scenarios {
+
+/// @throws std::bad_alloc where the recycler has no block.
+template <class T>
+IP::ImagePtr<T> MakeImage(int inColumns, int inRows) {
+    const auto image = TVK::MakeObject<IP::Image<T>>(inColumns, inRows);
+    if (!image->GetData()) throw std::bad_alloc();
+    return image;
+}
 
 /// A texture that moves over the frame. Whole-number noise lies over each frame, the same on
 /// every machine.

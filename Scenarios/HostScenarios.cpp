@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <limits>
 #include <memory>
+#include <new>
 #include <string>
 #include <utility>
 
@@ -34,8 +35,10 @@ std::string SizeOf(const Clip& inClip) {
     return std::to_string(inClip.mColumns) + "x" + std::to_string(inClip.mRows);
 }
 
+// Where memory is short a result may come without an image.
 template <class T>
 void AddImage(Digest& ioDigest, const IP::ImagePtr<T>& inImage) {
+    if (inImage == NULL || !inImage->GetData()) throw std::bad_alloc();
     ioDigest.AddInteger(inImage->GetColumns());
     ioDigest.AddInteger(inImage->GetRows());
     ioDigest.AddPixels(inImage->GetData(),
@@ -289,8 +292,9 @@ void RunTracker(Digest& ioDigest, const Clip& inClip, int inFrames) {
 }
 
 void AddTrackerScenarios(std::vector<Scenario>& ioScenarios) {
-    for (const Clip& clip : {Clip{.mColumns = 200, .mRows = 150},
-                             Clip{.mColumns = 163, .mRows = 91, .mNoise = 4, .mSeed = 3}})
+    for (const Clip& clip :
+         {Clip{.mColumns = 64, .mRows = 48}, Clip{.mColumns = 200, .mRows = 150},
+          Clip{.mColumns = 163, .mRows = 91, .mNoise = 4, .mSeed = 3}})
         ioScenarios.push_back({.mName = "tracker/" + SizeOf(clip),
                                .mUsesLapack = true,
                                .mRun = [=](Digest& ioDigest) {
@@ -309,6 +313,11 @@ struct RegionRun {
 };
 
 constexpr RegionRun kRegionRuns[] = {
+    {.mName = "brief",
+     .mClip = {.mColumns = 64, .mRows = 48},
+     .mRegion = {10, 8, 50, 40},
+     .mFrames = 3,
+     .mFeatures = 12},
     {.mName = "defaults", .mClip = {.mColumns = 160, .mRows = 120}},
     {.mName = "odd", .mClip = {.mColumns = 131, .mRows = 97}},
     {.mName = "fast", .mClip = {.mColumns = 160, .mRows = 120, .mSpeedX = 5, .mSpeedY = 2}},
@@ -380,6 +389,7 @@ struct GraphCutRun {
 };
 
 constexpr GraphCutRun kGraphCutRuns[] = {
+    {.mName = "brief", .mClip = {.mColumns = 33, .mRows = 21}, .mPadding = 4, .mStrokes = 2},
     {.mName = "defaults", .mClip = {.mColumns = 160, .mRows = 120}},
     {.mName = "odd", .mClip = {.mColumns = 131, .mRows = 77}, .mPadding = 9},
     {.mName = "noisy", .mClip = {.mNoise = 30}},
@@ -393,7 +403,7 @@ constexpr GraphCutRun kGraphCutRuns[] = {
 
 // A dab of a stroke: foreground towards the middle of the image, background at its rim.
 ByteImage Stroke(const Clip& inClip, int inNumber, bool inForeground) {
-    const auto image = TVK::MakeObject<IP::Image<unsigned char>>(inClip.mColumns, inClip.mRows);
+    const auto image = MakeImage<unsigned char>(inClip.mColumns, inClip.mRows);
     const int number = inForeground ? inNumber * 2 : inNumber * 2 + 1;
     const int width = std::max(1, inClip.mColumns / 12);
     const int height = std::max(1, inClip.mRows / 12);
@@ -409,8 +419,7 @@ ByteImage Stroke(const Clip& inClip, int inNumber, bool inForeground) {
 }
 
 ByteImage CopyOf(const ByteImage& inImage) {
-    const auto copy =
-        TVK::MakeObject<IP::Image<unsigned char>>(inImage->GetColumns(), inImage->GetRows());
+    const auto copy = MakeImage<unsigned char>(inImage->GetColumns(), inImage->GetRows());
     copy->CopyPixelsFrom(inImage);
     return copy;
 }

@@ -1,5 +1,6 @@
 // The scenarios behind the public interfaces: pyramids pixel by pixel, and the tiled graph.
 
+#include <new>
 #include <string>
 #include <vector>
 
@@ -61,8 +62,10 @@ constexpr ImagePyramidRun kImagePyramidRuns[] = {
 };
 
 void AddPyramid(Digest& ioDigest, const IP::PyramidPtr<float>& inPyramid) {
+    if (inPyramid == NULL) throw std::bad_alloc();
     for (int i = 0; i < inPyramid->GetLevelCount(); ++i) {
         const auto level = inPyramid->GetLevel(i);
+        if (!level->GetData()) throw std::bad_alloc();
         ioDigest.AddPixels(level->GetData(),
                            std::size_t(level->GetColumns()) * std::size_t(level->GetRows()));
     }

@@ -123,7 +123,8 @@ DP_API Ref<IDescriptorDataCacheMgr> CreateDescriptorDataCacheMgr();
 /// Empties all caches, removes all computers and lets both managers go. The next call
 /// builds them anew. Results and computers that the host holds stay good.
 ///
-/// No other call into the library may run meanwhile.
+/// No other call into the library may run meanwhile. A host that unloads the library calls
+/// this first: nothing is torn down at unload, and what lay in the caches would stay behind.
 DP_API void FlushAllDescriptorResources();
 
 /// @}

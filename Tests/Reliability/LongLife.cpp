@@ -1,0 +1,260 @@
+// long_life: the library over a long session, in a process that counts its memory.
+//
+//     long_life [requests=N] [frames=N] [flushes=N]
+//
+// At each of 20 checkpoints everything is flushed, and then the process must hold exactly
+// the blocks that it held at the checkpoint before; the first quarter, in which pools meet
+// their high-water mark, is left out. Resident memory must not grow by more than 1 MiB over
+// the whole run, by the line of least squares through its values at the checkpoints.
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "Clip.h"
+#include "DP/DescriptorFactory.h"
+#include "DP/IAPTDescriptor.h"
+#include "DP/IGraphCutDescriptor.h"
+#include "DP/IGreyImageDescriptor.h"
+#include "DP/IKLTDescriptor.h"
+#include "Support/EveryKind.h"
+#include "Support/Malloc.h"
+#include "Support/Resident.h"
+#include "Support/WideStrings.h"
+#include "TVK/MemoryRecycler.h"
+
+namespace {
+
+using DP::Ref;
+using Scenarios::Clip;
+using Testing::Wide;
+
+constexpr int kCheckpoints = 20;
+constexpr double kMayGrow = 1 << 20;
+
+bool Report(const char* inName, long inSteps, const std::vector<double>& inBlocks,
+            const std::vector<double>& inResident) {
+    const auto [fewest, most] = std::ranges::minmax(inBlocks);
+    const double slope = Testing::SlopePerStep(inResident) * kCheckpoints;
+    const bool passed = fewest == most && slope <= kMayGrow;
+    std::printf(
+        "%s  %ld %s: %.0f to %.0f blocks at the checkpoints, %.1f MiB resident, "
+        "growing by %.0f bytes over the run\n",
+        passed ? "PASS" : "FAIL", inSteps, inName, fewest, most, inResident.back() / (1 << 20),
+        slope);
+    return passed;
+}
+
+// `inStep` gets the number of the step, `inLetGo` drops what the steps have kept.
+bool Run(const char* inName, long inSteps, const std::function<void(long)>& inStep,
+         const std::function<void()>& inLetGo) {
+    std::vector<double> blocks;
+    std::vector<double> resident;
+    blocks.reserve(kCheckpoints);
+    resident.reserve(kCheckpoints);
+    for (int checkpoint = 0; checkpoint < kCheckpoints; ++checkpoint) {
+        for (long i = 0; i < inSteps / kCheckpoints; ++i)
+            inStep(checkpoint * (inSteps / kCheckpoints) + i);
+        inLetGo();
+        DP::FlushAllDescriptorResources();
+        TVK::MemoryRecycler::Instance()->Trim();
+        if (checkpoint < kCheckpoints / 4) continue;
+        blocks.push_back(static_cast<double>(Testing::LiveMallocBlocks()));
+        resident.push_back(Testing::ResidentBytes());
+    }
+    return Report(inName, inSteps, blocks, resident);
+}
+
+// ---- Requests ------------------------------------------------------------------------
+
+// 200 keys for a cache of 60: hits, misses, and the cache emptied again and again.
+bool Requests(long inCount) {
+    const Clip clip{.mColumns = 16, .mRows = 12};
+    const auto frame = clip.Bgra(0);
+    const auto type = DP::kDescriptorDataTypeGreyImage;
+    const auto request = [&](long inStep) {
+        const auto item = DP::CreateDescriptorWorkerItem(type);
+        item->SetDataKey(
+            DP::CreateDescriptorDataKey(Testing::LongWide(), inStep / 3 % 200, 12, 16));
+        Ref<DP::IGreyImageDescriptorWorkerItem>(item)->SetInputImage(frame.data(), 12, 16,
+                                                                     clip.RowBytes());
+        DP::CreateDescriptorComputer(DP::CreateDescriptorProperty(Testing::LongWide(), type))
+            ->GetDescriptorData(item, true);
+    };
+    return Run("requests", inCount, request, [] {});
+}
+
+// ---- Frames --------------------------------------------------------------------------
+
+// Both trackers, the region tracker and a stroke on each frame of a clip that runs to and
+// fro. The kept results go at each checkpoint, and tracking starts anew.
+class Session {
+public:
+    Session() {
+        for (int i = 0; i < kFrames; ++i) {
+            mBytes.push_back(mClip.Bytes(i));
+            mFloats.push_back(mClip.Floats(i));
+        }
+        mColour = mClip.Bgra(0);
+        mStroke = Scenarios::MakeImage<unsigned char>(mClip.mColumns, mClip.mRows);
+        std::fill_n(mStroke->GetData(), mClip.Pixels(), static_cast<unsigned char>(0));
+        std::fill_n(mStroke->GetData(), 8, static_cast<unsigned char>(255));
+    }
+
+    void Step(long inStep) {
+        const long turn = inStep % (2 * kFrames - 2);
+        const auto now =
+            static_cast<std::size_t>(turn < kFrames ? turn : 2 * kFrames - 2 - turn);
+        Klt(inStep, mBytes[now]);
+        Apt(inStep, mFloats[now]);
+        Region(inStep, mFloats[now]);
+        Cut(inStep);
+        mPrevious = static_cast<long>(now);
+    }
+
+    void LetGo() {
+        mKlt = nullptr;
+        mApt = nullptr;
+        mRegion = nullptr;
+        mLabels = nullptr;
+        mPrevious = -1;
+    }
+
+private:
+    static constexpr int kFrames = 40;
+
+    template <class T>
+    IP::ImagePtr<T> PreviousOf(const std::vector<IP::ImagePtr<T>>& inFrames) const {
+        return mPrevious < 0 ? nullptr : inFrames[static_cast<std::size_t>(mPrevious)];
+    }
+
+    void Klt(long inStep, const IP::ImagePtr<unsigned char>& inImage) {
+        const auto type = DP::kDescriptorDataTypeKLT;
+        const auto item = DP::CreateDescriptorWorkerItem(type);
+        item->SetDataKey(DP::CreateKLTDescriptorDataKey(Wide("clip"), inStep, 1, 40,
+                                                        mClip.mRows, mClip.mColumns, 10, 30));
+        Ref<DP::IKLTDescriptorWorkerItem>(item)->SetInputImages(PreviousOf(mBytes), inImage,
+                                                                mKlt);
+        mKlt = DP::CreateDescriptorComputer(
+                   DP::CreateKLTDescriptorProperty(40, 1, 10, 30, Wide("clip"), type))
+                   ->GetDescriptorData(item, true);
+    }
+
+    void Apt(long inStep, const IP::ImagePtr<float>& inImage) {
+        const auto type = DP::kDescriptorDataTypeAPT;
+        const auto item = DP::CreateDescriptorWorkerItem(type);
+        item->SetDataKey(DP::CreateAPTDescriptorDataKey(
+            Wide("clip"), inStep, 0, 40, mClip.mRows, mClip.mColumns, 6, 30, 0.0f, 1));
+        Ref<DP::IAPTDescriptorWorkerItem>(item)->SetInputs(PreviousOf(mFloats), inImage, mApt,
+                                                           unsigned(mClip.mColumns),
+                                                           unsigned(mClip.mRows));
+        mApt = Ref<DP::IAPTDescriptorData>(
+            DP::CreateDescriptorComputer(
+                DP::CreateAPTDescriptorProperty(40, 0, 6, 30, Wide("clip"), type, 0.0f, 1))
+                ->GetDescriptorData(item, true));
+    }
+
+    void Region(long inStep, const IP::ImagePtr<float>& inImage) {
+        const auto type = DP::kDescriptorDataTypeRegionTracker;
+        const auto region =
+            TVK::MakeObject<TVK::ParamRect<float>>(TVK::ParamRect<float>{20, 15, 70, 55});
+        if (mRegion == NULL) mRegion = DP::CreateRegionDescriptorData(region);
+        const auto item = DP::CreateDescriptorWorkerItem(type);
+        item->SetDataKey(DP::CreateRegionTrackerDescriptorDataKey(
+            Wide("clip"), inStep, 0, 40, mClip.mRows, mClip.mColumns, region, 0, 4, 10));
+        Ref<DP::IRegionTrackerDescriptorWorkerItem>(item)->SetInputs(
+            PreviousOf(mFloats), inImage, mRegion, unsigned(mClip.mColumns),
+            unsigned(mClip.mRows));
+        mRegion = Ref<DP::IRegionTrackerDescriptorData>(
+            DP::CreateDescriptorComputer(DP::CreateRegionTrackerDescriptorProperty(
+                                             40, 0, 4, 10, Wide("clip"), region, 0, type))
+                ->GetDescriptorData(item, true));
+    }
+
+    // A new frame every 50 steps, strokes in between.
+    void Cut(long inStep) {
+        if (inStep % 50 == 0) mLabels = nullptr;
+        const auto type = DP::kDescriptorDataTypeGraphCut;
+        const auto background =
+            Scenarios::MakeImage<unsigned char>(mClip.mColumns, mClip.mRows);
+        std::fill_n(background->GetData(), mClip.Pixels(), static_cast<unsigned char>(0));
+        background->GetData()[(inStep * 131) % long(mClip.Pixels())] = 255;
+        const auto item = DP::CreateDescriptorWorkerItem(type);
+        item->SetDataKey(
+            DP::CreateDescriptorDataKey(Wide("clip"), inStep, mClip.mRows, mClip.mColumns));
+        Ref<DP::IGraphCutDescriptorWorkerItem>(item)->SetInputs(
+            mColour.data(), unsigned(mClip.RowBytes()), mStroke, background, mLabels);
+        mLabels =
+            Ref<DP::IGraphCutDescriptorData>(
+                DP::CreateDescriptorComputer(DP::CreateDescriptorProperty(Wide("clip"), type))
+                    ->GetDescriptorData(item, false))
+                ->GetLabelImage();
+    }
+
+    Clip mClip{.mColumns = 96, .mRows = 72, .mSpeedX = 0.8, .mSpeedY = 0.4, .mNoise = 2};
+    std::vector<IP::ImagePtr<unsigned char>> mBytes;
+    std::vector<IP::ImagePtr<float>> mFloats;
+    std::vector<unsigned char> mColour;
+    IP::ImagePtr<unsigned char> mStroke;
+    long mPrevious = -1;
+    Ref<DP::IDescriptorData> mKlt;
+    Ref<DP::IAPTDescriptorData> mApt;
+    Ref<DP::IRegionTrackerDescriptorData> mRegion;
+    IP::ImagePtr<unsigned char> mLabels;
+};
+
+bool Frames(long inCount) {
+    Session session;
+    return Run(
+        "frames", inCount, [&](long inStep) { session.Step(inStep); },
+        [&] { session.LetGo(); });
+}
+
+// ---- Flushes -------------------------------------------------------------------------
+
+// The kinds in turn, each from a fresh start and with the right result.
+bool Flushes(long inCount) {
+    const auto scenarios = Testing::EveryKind();
+    long wrong = 0;
+    const auto cycle = [&](long inStep) {
+        const auto& scenario = scenarios[std::size_t(inStep) % scenarios.size()];
+        Scenarios::Digest digest;
+        scenario.mRun(digest);
+        const auto* const expected = Scenarios::FindExpectedDigest(scenario.mName);
+        if (!expected || digest.Value() != expected->mDigest) ++wrong;
+        DP::FlushAllDescriptorResources();
+    };
+    // Whole rounds between checkpoints, so that each sees the same kind last.
+    const long round = kCheckpoints * static_cast<long>(scenarios.size());
+    const bool flat = Run("flushes", std::max(1L, inCount / round) * round, cycle, [] {});
+    if (wrong != 0) std::printf("FAIL  %ld of them with a wrong digest\n", wrong);
+    return flat && wrong == 0;
+}
+
+}  // namespace
+
+int main(int inCount, char** inArguments) {
+    bool passed = true;
+    for (int i = 1; i < inCount; ++i) {
+        const std::string argument = inArguments[i];
+        const std::size_t sign = argument.find('=');
+        const std::string name = argument.substr(0, sign);
+        const long count =
+            sign == std::string::npos ? 0 : std::atol(argument.c_str() + sign + 1);
+        if (count >= kCheckpoints && name == "requests")
+            passed = Requests(count) && passed;
+        else if (count >= kCheckpoints && name == "frames")
+            passed = Frames(count) && passed;
+        else if (count >= kCheckpoints && name == "flushes")
+            passed = Flushes(count) && passed;
+        else {
+            std::fputs("usage: long_life [requests=N] [frames=N] [flushes=N]\n", stderr);
+            return 2;
+        }
+    }
+    return passed ? 0 : 1;
+}
