@@ -89,6 +89,7 @@ bool CheckStrokes(const Image& inForegroundStrokeImage, const Image& inBackgroun
 bool CheckFrame(const unsigned char* inRGBImage, const FrameBounds& inRGBImageBounds) {
     ContractCheck(inRGBImage != NULL, false);
     ContractCheck(inRGBImageBounds.Height() > 0 && inRGBImageBounds.Width() > 0, false);
+    ContractCheck(inRGBImageBounds.Height() * inRGBImageBounds.Width() <= INT32_MAX, false);
     return true;
 }
 

@@ -267,6 +267,14 @@ TEST_F(BrokenContracts, FramesWithoutPixels) {
         });
 }
 
+TEST_F(BrokenContracts, FramesOfMorePixelsThanNodesCanBeNumbered) {
+    ExpectReport("inRGBImageBounds.Height() * inRGBImageBounds.Width() <= INT32_MAX", [&] {
+        const auto huge = FlatImage(1, 1, 0);
+        huge->ResizeForReuse(65536, 32768);  // the size alone: nothing of it may be read
+        mWrapper.ComputeLabelImage(mScene.mPixels.data(), 4, huge, huge, {});
+    });
+}
+
 TEST_F(BrokenContracts, StrokeOfAnotherSizeThanTheKeptFrame) {
     ExpectReport("KeepsFrame(columns, rows)", [&] {
         mWrapper.ComputeLabelImage(nullptr, 0, FlatImage(40, 60, 255), FlatImage(40, 60, 0),

@@ -239,6 +239,15 @@ TEST(LinkEnergyLaws, AreaIsClippedToTheGraph) {
     graph.SetNeighborEnergies(picture.Plane(0), nullptr, nullptr, nullptr, 20, 20, 0, 0, 20, 1,
                               8, 500, 0.1, 0.5, true);
     EXPECT_EQ(graph.mFlowGraph->mLinkPairs, 6u * 5 * 2 + 5 * 5 * 2);
+
+    // The same from the picture's part under the graph.
+    ImageGraph part;
+    part.Initialize({4, 6, 10, 12}, nullptr, 8, nullptr, 0, 1);
+    part.AddPixelNodes(6, 6);
+    const auto* const first = static_cast<const unsigned char*>(picture.Plane(0));
+    part.SetNeighborEnergies(first + picture.At(6, 4), nullptr, nullptr, nullptr, 6, 6, 6, 4,
+                             20, 1, 8, 500, 0.1, 0.5, true);
+    ExpectSameGraph(*graph.mFlowGraph, *part.mFlowGraph);
 }
 
 // ---- Formats that there are not ------------------------------------------------------
@@ -318,6 +327,25 @@ TEST(ImageGraphResults, MasksShowTheNodesWhoseBitIsSet) {
     float floats[4] = {7, 7, 7, 7};
     strip.mGraph.StampBorderRegionMask(floats, 1, 4, 3, 2, 16, 32, bits);
     EXPECT_EQ(std::vector<float>(floats, floats + 4), (std::vector<float>{1, 0, 1, 0}));
+}
+
+TEST(ImageGraphResults, MasksReachAllWordsAndLeaveThePaddingOfTheirRows) {
+    ImageGraph graph;
+    graph.Initialize({0, 0, 3, 30}, nullptr, 4, nullptr, 0, 1);
+    graph.AddPixelNodes(3, 30);  // nodes 2 to 91
+    const std::uint32_t bits[3] = {1u << 2, 1u << 0 | 1u << 31, 1u << (91 - 64)};
+    constexpr int kStride = 37;
+    std::vector<unsigned short> mask(3 * kStride, 7);
+    graph.StampBorderRegionMask(mask.data(), 3, 30, 0, 0, kStride * 2, 16, bits);
+    for (int y = 0; y < 3; ++y)
+        for (int x = 0; x < kStride; ++x) {
+            const int node = y * 30 + x + 2;
+            const bool isSet = node == 2 || node == 32 || node == 63 || node == 91;
+            EXPECT_EQ(mask[std::size_t(y * kStride + x)], x >= 30 ? 7
+                                                          : isSet ? 32767
+                                                                  : 0)
+                << x << ", " << y;
+        }
 }
 
 TEST(ImageGraphResults, QueriesLeaveTerminalArcsOut) {

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <vector>
@@ -100,6 +101,42 @@ TEST(TerminalEnergies, RegionsHaveTheBitsOfTheLiteralFormFreshAndResumed) {
         ExpectSameGraph(*graph.mFlowGraph, *plain.mFlowGraph);
         if (HasFailure()) return;
     }
+}
+
+// Rows of `inStride` samples, of which the first `inColumns` are those of `inDense`.
+std::vector<unsigned char> WithPadding(const std::vector<unsigned char>& inDense, int inColumns,
+                                       int inStride) {
+    std::vector<unsigned char> padded(
+        inDense.size() / std::size_t(inColumns) * std::size_t(inStride), 255);
+    for (std::size_t i = 0; i < inDense.size(); ++i)
+        padded[i / std::size_t(inColumns) * std::size_t(inStride) +
+               i % std::size_t(inColumns)] = inDense[i];
+    return padded;
+}
+
+TEST(TerminalEnergies, FitAndBothStrokesHaveStridesOfTheirOwn) {
+    const auto picture = MakePicture<unsigned char>(19, 11, 3, 6);
+    auto foreground = NoiseBytes(19 * 11, 1);
+    auto background = NoiseBytes(19 * 11, 2);
+    for (std::size_t i = 0; i < foreground.size(); ++i)
+        if (i % 3 != 0) foreground[i] = background[i] = 0;
+    const auto fit = NoiseBytes(19 * 11, 3);
+    ImageGraph dense, padded;
+    for (ImageGraph* const each : {&dense, &padded})
+        BuildRegions(*each, picture);
+    SetAll(dense, foreground, background, kTerminalEnergyBlendedFit, true, fit.data());
+    padded.SetTerminalEnergies(
+        nullptr, WithPadding(fit, 19, 23).data(), WithPadding(foreground, 19, 20).data(),
+        WithPadding(background, 19, 31).data(), 0.5, kTerminalEnergyBlendedFit, true,
+        kThreshold, 11, 19, 0, 0, 1, 23, 20, 31);
+    ExpectSameGraph(*dense.mFlowGraph, *padded.mFlowGraph);
+
+    std::ranges::swap(foreground, background);
+    SetStrokes(dense, foreground, background);
+    padded.SetStrokeEnergies(WithPadding(foreground, 19, 22).data(),
+                             WithPadding(background, 19, 29).data(), kThreshold, 11, 19, 0, 0,
+                             22, 29);
+    ExpectSameGraph(*dense.mFlowGraph, *padded.mFlowGraph);
 }
 
 // ---- Strokes -------------------------------------------------------------------------

@@ -37,8 +37,9 @@ public:
 /// Threads: **one graph cut at a time in the process**: what is kept between strokes is
 ///   common to all items, and there is no lock.
 /// Errors: stroke images that are null or differ in size, a null frame or a frame without
-///   pixels where one is needed, and a current label image that does not fit the kept
-///   frame throw the contract error from the request, before the label image is changed.
+///   pixels or with more than 2^31 - 1 where one is needed, and a current label image that
+///   does not fit the kept frame throw the contract error from the request, before the
+///   label image is changed.
 /// Frozen: the order of the virtual operations is binary interface.
 class IGraphCutDescriptorWorkerItem : public TVK::TVKUnknown {
 public:
