@@ -6,4 +6,5 @@ HOST_PACKAGES="libavformat-dev libavcodec-dev libswscale-dev libavutil-dev libca
     libcli11-dev libsdl2-dev"
 TEST_PACKAGES="clang-14 libclang-rt-14-dev binutils python3 libgtest-dev libgmock-dev
     libboost-graph-dev xvfb xauth"
+PACKAGING_PACKAGES="dpkg-dev lintian"
 BENCHMARK_PACKAGES="libbenchmark-dev libopencv-dev libopencv-contrib-dev"

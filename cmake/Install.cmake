@@ -1,23 +1,31 @@
-# Installation: both libraries, the public headers, and the package file for
-# find_package(descriptor). Targets: descriptor::descriptor and descriptor::foundation.
+# Installation, in three components:
+#
+#   runtime      both shared libraries
+#   development  the public headers, the links to link against, and the package files for
+#                find_package(descriptor) and for pkg-config
+#   tools        the example host, where it is built, and its manual page
+#
+# Targets: descriptor::descriptor and descriptor::foundation.
 
 include(CMakePackageConfigHelpers)
+option(DP_DEBIAN_PACKAGES "Install as Debian's packages want it; see Tools/package" OFF)
 
 set(DP_HEADERS ${CMAKE_INSTALL_INCLUDEDIR}/descriptor)
 set(DP_PACKAGE ${CMAKE_INSTALL_LIBDIR}/cmake/descriptor)
 
 install(TARGETS foundation descriptor EXPORT descriptorTargets
-    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
-# The library finds the foundation beside it, wherever the tree was put.
-set_target_properties(descriptor PROPERTIES INSTALL_RPATH "$ORIGIN")
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+        COMPONENT runtime NAMELINK_COMPONENT development)
 
-install(DIRECTORY API/Inc/DP DESTINATION ${DP_HEADERS} FILES_MATCHING PATTERN "*.h")
+install(DIRECTORY API/Inc/DP DESTINATION ${DP_HEADERS} COMPONENT development
+    FILES_MATCHING PATTERN "*.h")
 install(DIRECTORY foundation/TVK foundation/quillet foundation/platform
-    DESTINATION ${DP_HEADERS} FILES_MATCHING PATTERN "*.h"
+    DESTINATION ${DP_HEADERS} COMPONENT development FILES_MATCHING PATTERN "*.h"
     PATTERN "Object.h" EXCLUDE PATTERN "SingletonGuard.h" EXCLUDE PATTERN "MixHash.h" EXCLUDE)
-install(FILES image/IPImage.h DESTINATION ${DP_HEADERS}/image)
+install(FILES image/IPImage.h DESTINATION ${DP_HEADERS}/image COMPONENT development)
 
-install(EXPORT descriptorTargets NAMESPACE descriptor:: DESTINATION ${DP_PACKAGE})
+install(EXPORT descriptorTargets NAMESPACE descriptor:: DESTINATION ${DP_PACKAGE}
+    COMPONENT development)
 configure_package_config_file(cmake/Config.cmake.in
     ${CMAKE_CURRENT_BINARY_DIR}/descriptorConfig.cmake INSTALL_DESTINATION ${DP_PACKAGE})
 write_basic_package_version_file(
@@ -26,4 +34,37 @@ write_basic_package_version_file(
 install(FILES
     ${CMAKE_CURRENT_BINARY_DIR}/descriptorConfig.cmake
     ${CMAKE_CURRENT_BINARY_DIR}/descriptorConfigVersion.cmake
-    DESTINATION ${DP_PACKAGE})
+    DESTINATION ${DP_PACKAGE} COMPONENT development)
+
+# The files for pkg-config name their folders relative to themselves, so that the tree may
+# be moved or installed with another prefix.
+cmake_path(RELATIVE_PATH CMAKE_INSTALL_PREFIX
+    BASE_DIRECTORY ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig OUTPUT_VARIABLE DP_PC_PREFIX)
+foreach(folder LIBDIR INCLUDEDIR)
+    cmake_path(RELATIVE_PATH CMAKE_INSTALL_FULL_${folder}
+        BASE_DIRECTORY ${CMAKE_INSTALL_PREFIX} OUTPUT_VARIABLE DP_PC_${folder})
+endforeach()
+foreach(name descriptor descriptor-foundation)
+    configure_file(cmake/${name}.pc.in ${CMAKE_CURRENT_BINARY_DIR}/${name}.pc @ONLY)
+    install(FILES ${CMAKE_CURRENT_BINARY_DIR}/${name}.pc
+        DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
+endforeach()
+
+if(TARGET descriptor-host)
+    install(TARGETS descriptor-host DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools)
+    install(FILES Docs/descriptor-host.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1
+        COMPONENT tools OPTIONAL)
+endif()
+
+if(DP_DEBIAN_PACKAGES)
+    include(cmake/Packages.cmake)
+else()
+    # Everything finds the libraries by its own place, wherever the tree was put.
+    set_target_properties(descriptor PROPERTIES INSTALL_RPATH "$ORIGIN")
+    if(TARGET descriptor-host)
+        cmake_path(RELATIVE_PATH CMAKE_INSTALL_FULL_LIBDIR
+            BASE_DIRECTORY ${CMAKE_INSTALL_FULL_BINDIR} OUTPUT_VARIABLE libraries)
+        set_target_properties(descriptor-host PROPERTIES
+            INSTALL_RPATH "$ORIGIN/${libraries}")
+    endif()
+endif()

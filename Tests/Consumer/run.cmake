@@ -1,6 +1,7 @@
-# cmake -D BUILD=... -D WORK=... -D SOURCE=... -D CXX=... -D GENERATOR=...
-#       [-D FLAGS=...] -P run.cmake
-# Installs the build tree, then builds and runs the stranger's project against it.
+# cmake -D WAY=package|pkgconfig|subproject -D REPOSITORY=... -D BUILD=... -D WORK=...
+#       -D LIBDIR=... -D CXX=... -D GENERATOR=... [-D FLAGS=...] -P run.cmake
+# Builds and runs the stranger's project: against an install of the build tree, found by
+# CMake's package file or by pkg-config, or with the repository as a part of it.
 
 function(step)
     execute_process(COMMAND ${ARGN} RESULT_VARIABLE result)
@@ -9,9 +10,30 @@ function(step)
     endif()
 endfunction()
 
+set(source ${CMAKE_CURRENT_LIST_DIR})
+set(configure ${CMAKE_COMMAND} -G ${GENERATOR} -B ${WORK}/build -DCMAKE_CXX_COMPILER=${CXX})
 file(REMOVE_RECURSE ${WORK})
-step(${CMAKE_COMMAND} --install ${BUILD} --prefix ${WORK}/install)
-step(${CMAKE_COMMAND} -G ${GENERATOR} -S ${SOURCE} -B ${WORK}/build
-    -DCMAKE_PREFIX_PATH=${WORK}/install -DCMAKE_CXX_COMPILER=${CXX} "-DCMAKE_CXX_FLAGS=${FLAGS}")
-step(${CMAKE_COMMAND} --build ${WORK}/build)
+file(MAKE_DIRECTORY ${WORK}/build)
+if(NOT WAY STREQUAL "subproject")
+    foreach(component runtime development)
+        step(${CMAKE_COMMAND} --install ${BUILD} --prefix ${WORK}/install
+            --component ${component})
+    endforeach()
+endif()
+
+if(WAY STREQUAL "package")
+    step(${configure} -S ${source} -DCMAKE_PREFIX_PATH=${WORK}/install
+        "-DCMAKE_CXX_FLAGS=${FLAGS}")
+    step(${CMAKE_COMMAND} --build ${WORK}/build)
+elseif(WAY STREQUAL "pkgconfig")
+    set(ENV{PKG_CONFIG_LIBDIR} ${WORK}/install/${LIBDIR}/pkgconfig)
+    set(ENV{LD_LIBRARY_PATH} ${WORK}/install/${LIBDIR})
+    step(make -C ${WORK}/build -f ${source}/Makefile VPATH=${source} CXX=${CXX}
+        "CXXFLAGS=${FLAGS}")
+else()
+    cmake_host_system_information(RESULT cores QUERY NUMBER_OF_LOGICAL_CORES)
+    step(${configure} -S ${source}/Subproject -DREPOSITORY=${REPOSITORY}
+        -DCMAKE_CXX_FLAGS=-O0)
+    step(${CMAKE_COMMAND} --build ${WORK}/build --parallel ${cores})
+endif()
 step(${WORK}/build/consumer)
