@@ -21,8 +21,7 @@ if(TARGET descriptor-host)
 endif()
 set(debian_version ${PROJECT_VERSION}-${DP_DEBIAN_REVISION})
 
-# What policy wants beside the files: a copyright, and a changelog that was packed so that
-# the same source gives the same bytes.
+# What policy wants beside the files: a copyright and packed changelogs.
 string(TIMESTAMP DP_DEBIAN_DATE "%a, %d %b %Y %H:%M:%S +0000" UTC)
 configure_file(cmake/debian/changelog.in ${CMAKE_CURRENT_BINARY_DIR}/changelog.Debian @ONLY)
 configure_file(CHANGELOG.md ${CMAKE_CURRENT_BINARY_DIR}/changelog COPYONLY)
@@ -71,15 +70,13 @@ set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME ${runtime})
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA ${CMAKE_CURRENT_SOURCE_DIR}/cmake/debian/triggers)
-set(CPACK_DEBIAN_RUNTIME_DESCRIPTION "content descriptors of video frames - libraries
-${about}
+set(CPACK_DEBIAN_RUNTIME_DESCRIPTION "${about}
 This package has the two shared libraries.")
 
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME ${development})
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "${runtime} (= ${debian_version})")
-set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION "content descriptors of video frames - headers
-${about}
+set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION "${about}
 This package has the headers, and the files for CMake and pkg-config.")
 
 set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME ${tools})

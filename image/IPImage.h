@@ -16,6 +16,7 @@ namespace IP {
 template <class T>
 class Image;
 
+/// An image that is shared.
 template <class T>
 using ImagePtr = TVK::ObjectPtr<Image<T>>;
 
@@ -63,10 +64,17 @@ public:
         mData = static_cast<T*>(mBuffer.mBlock);
     }
 
+    /// The size as it was given, also where that is impossible.
+    /// @{
     int GetRows() const { return mRows; }
     int GetColumns() const { return mCols; }
+    /// @}
+
+    /// The first pixel of the top row; null where there are no pixels.
+    /// @{
     T* GetData() { return mData; }
     const T* GetData() const { return mData; }
+    /// @}
 
     /// Copies all pixels of an image of the same size; nothing where either has none.
     void CopyPixelsFrom(ImagePtr<T> inImage) {

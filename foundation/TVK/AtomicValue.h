@@ -10,8 +10,10 @@ namespace TVK {
 /// A 32-bit count that changes only by atomic addition and subtraction.
 class AtomicValue {
 public:
+    /// A count that starts at `inValue`.
     explicit AtomicValue(std::int32_t inValue) : mValue(inValue) {}
 
+    /// Adds one.
     void Add() { mValue.fetch_add(1); }
 
     /// Takes one off and says whether that was the last. The answer comes from the

@@ -1,5 +1,6 @@
-// The two reporting patterns. They are macros because only a macro sees the text of a
-// condition and can give each place a flag of its own; what they do is in functions.
+/// @file
+/// The two reporting patterns. They are macros because only a macro sees the text of a
+/// condition and can give each place a flag of its own; what they do is in functions.
 
 #pragma once
 

@@ -9,12 +9,17 @@
 
 namespace TVK {
 
+/// The base of the exceptions that are thrown by type and not as a reported error.
 class TVK_API Exception : public std::exception {
 public:
     Exception();
+    /// A plain copy.
+    /// @{
     Exception(const Exception&) = default;
     Exception& operator=(const Exception&) = default;
+    /// @}
     ~Exception() override;
+    /// A fixed sentence.
     const char* what() const noexcept override;
 };
 
@@ -22,9 +27,13 @@ public:
 class TVK_API NullInterfaceException : public Exception {
 public:
     NullInterfaceException();
+    /// A plain copy.
+    /// @{
     NullInterfaceException(const NullInterfaceException&) = default;
     NullInterfaceException& operator=(const NullInterfaceException&) = default;
+    /// @}
     ~NullInterfaceException() override;
+    /// A fixed sentence.
     const char* what() const noexcept override;
 };
 

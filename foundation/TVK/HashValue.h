@@ -6,9 +6,11 @@
 
 namespace TVK {
 
+/// Three 32-bit words with no meaning of their own.
 struct HashValue {
-    std::uint32_t mWords[3] = {};
+    std::uint32_t mWords[3] = {};  ///< in no order
 
+    /// Word by word.
     friend constexpr bool operator==(const HashValue&, const HashValue&) = default;
 };
 

@@ -8,15 +8,17 @@ namespace TVK {
 
 /// Two 64-bit words with no meaning of their own, compared word by word.
 struct InterfaceID {
-    std::uint64_t mFirst = 0;
-    std::uint64_t mSecond = 0;
+    std::uint64_t mFirst = 0;   ///< the word written first
+    std::uint64_t mSecond = 0;  ///< the word after it
 
+    /// Word by word.
     friend constexpr bool operator==(const InterfaceID&, const InterfaceID&) = default;
 };
 
 /// Result of a query: 0 is success, negative is failure.
 using TVKResult = std::int32_t;
 
+/// The object answers.
 inline constexpr TVKResult kTVKSuccess = 0;
 
 /// The object does not answer to the identifier. It is the only failure code there is.

@@ -30,15 +30,21 @@ template <class I, class J = I>
 class InterfaceRef {
 public:
     InterfaceRef() noexcept = default;
+    /// A null reference.
     InterfaceRef(std::nullptr_t) noexcept {}
 
     /// Shares: takes a reference of its own.
     explicit InterfaceRef(I* inPointer) : mPointer(inPointer) {
         if (mPointer) mPointer->AddRef();
     }
+    /// Shares; a move hands over.
+    /// @{
     InterfaceRef(const InterfaceRef& inOther) : InterfaceRef(inOther.mPointer) {}
     InterfaceRef(InterfaceRef&& ioOther) noexcept { Swap(ioOther); }
+    /// @}
 
+    /// Asks the object of another interface's reference; see above.
+    /// @{
     template <class K>
     InterfaceRef(const InterfaceRef<K, K>& inOther) {
         InterfaceRef<K, K> taken(inOther);  // counted here, and released here on failure
@@ -48,6 +54,7 @@ public:
     InterfaceRef(InterfaceRef<K, K>&& ioOther) {
         TakeFrom(ioOther);
     }
+    /// @}
 
     ~InterfaceRef() {
         if (mPointer) mPointer->Release();
@@ -63,6 +70,8 @@ public:
         Swap(ioOther);
         return *this;
     }
+    /// Asks the object, as the constructors do.
+    /// @{
     template <class K>
     InterfaceRef& operator=(const InterfaceRef<K, K>& inOther) {
         InterfaceRef(inOther).Swap(*this);
@@ -73,6 +82,7 @@ public:
         TakeFrom(ioOther);
         return *this;
     }
+    /// @}
 
     /// @throws NullInterfaceException for a null reference.
     I* operator->() const {
@@ -89,8 +99,10 @@ public:
     /// Gives the reference away: the caller owns it now, this one is null.
     I* Detach() noexcept { return std::exchange(mPointer, nullptr); }
 
+    /// The two pointers change places.
     void Swap(InterfaceRef& ioOther) noexcept { std::swap(mPointer, ioOther.mPointer); }
 
+    /// Whether it is null. Never throws.
     friend bool operator==(const InterfaceRef& inRef, std::nullptr_t) noexcept {
         return inRef.mPointer == nullptr;
     }

@@ -10,10 +10,10 @@
 
 namespace TVK {
 
-/// A block from the recycler. The second word is the recycler's own.
+/// A block from the recycler.
 struct MemoryBuffer {
-    void* mBlock = nullptr;
-    std::uintptr_t mTag = 0;
+    void* mBlock = nullptr;   ///< the bytes; null where there are none
+    std::uintptr_t mTag = 0;  ///< the recycler's own
 };
 
 /// Keeps the blocks that are given back and hands them out again, so that a run over a
@@ -40,7 +40,7 @@ class TVK_API MemoryRecycler {
 public:
     /// 512 MiB: a dozen float frames of 3840x2160 with their pyramids.
     static constexpr std::size_t kMaxUnusedBytes = std::size_t{512} << 20;
-    static constexpr std::size_t kAlignment = 64;
+    static constexpr std::size_t kAlignment = 64;  ///< of every block, in bytes
 
     /// The recycler that the host and the libraries share.
     static ObjectPtr<MemoryRecycler> Instance();
@@ -61,8 +61,10 @@ public:
     void Trim() noexcept;
 
     /// Bytes in unused blocks, and in blocks that are out.
+    /// @{
     std::size_t GetUnusedBytes() noexcept;
     std::size_t GetUsedBytes() noexcept;
+    /// @}
 
 private:
     struct Pool;

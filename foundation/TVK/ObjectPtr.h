@@ -24,6 +24,7 @@ template <class T, class Count = AtomicValue>
 class ObjectPtr {
 public:
     ObjectPtr() noexcept = default;
+    /// A null pointer.
     ObjectPtr(std::nullptr_t) noexcept {}
 
     /// Adopts. A null object takes no count block.
@@ -31,35 +32,46 @@ public:
         if (!mObject) return;
         if (void* block = Allocator::Allocate(sizeof(Count))) mCount = new (block) Count(1);
     }
+    /// Shares; a move hands over.
+    /// @{
     ObjectPtr(const ObjectPtr& inOther) : mCount(inOther.mCount), mObject(inOther.mObject) {
         if (mCount) mCount->Add();
     }
     ObjectPtr(ObjectPtr&& ioOther) noexcept { Swap(ioOther); }
+    /// @}
     ~ObjectPtr() {
         if (!mCount || !mCount->SubtractWasLast()) return;
         delete mObject;
         Allocator::Dispose(mCount, sizeof(Count));
     }
+    /// Shares or takes over the other's object, then lets its own go.
     ObjectPtr& operator=(ObjectPtr inOther) noexcept {
         Swap(inOther);
         return *this;
     }
 
+    /// The object, which belongs to its pointers all the same.
+    /// @{
     T* Get() const noexcept { return mObject; }
     T* operator->() const noexcept { return mObject; }
     T& operator*() const noexcept { return *mObject; }
+    /// @}
 
+    /// The two change places; no count changes.
     void Swap(ObjectPtr& ioOther) noexcept {
         std::swap(mCount, ioOther.mCount);
         std::swap(mObject, ioOther.mObject);
     }
 
+    /// Whether it is null, or both lead to the same object.
+    /// @{
     friend bool operator==(const ObjectPtr& inPtr, std::nullptr_t) noexcept {
         return inPtr.mObject == nullptr;
     }
     friend bool operator==(const ObjectPtr& inLeft, const ObjectPtr& inRight) noexcept {
         return inLeft.mObject == inRight.mObject;
     }
+    /// @}
 
 private:
     Count* mCount = nullptr;

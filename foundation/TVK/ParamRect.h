@@ -13,11 +13,12 @@ namespace TVK {
 /// count y downward from the top row.
 template <class T>
 struct ParamRect {
-    T mLeft{};
-    T mTop{};
-    T mRight{};
-    T mBottom{};
+    T mLeft{};    ///< the smaller x
+    T mTop{};     ///< the smaller y
+    T mRight{};   ///< the larger x
+    T mBottom{};  ///< the larger y
 
+    /// Side by side.
     friend constexpr bool operator==(const ParamRect&, const ParamRect&) = default;
 };
 

@@ -40,6 +40,7 @@ protected:
     TVKUnknown& operator=(const TVKUnknown&) = delete;
 };
 
+/// Its identifier, as the rows of DP/InterfaceIDs.h are those of the other interfaces.
 template <>
 inline constexpr InterfaceID kIdentifierOf<TVKUnknown>{0x4f33c5df4f9cb3f7, 0xb93f9cdf4c78a5b5};
 

@@ -15,10 +15,13 @@ TVK_API void BreakIntoDebugger();
 
 /// Sends a line of text to the debugger. Where the system has no such channel (Linux) it
 /// goes to standard error, and only while a debugger is attached: a host's console stays
-/// its own. A host may set a receiver, which then gets every line; null takes it away.
+/// its own.
 TVK_API void OutputDebugStringA(const char* inText);
 
+/// What a host gets the lines with.
 using DebugStringReceiver = void (*)(const char* inText);
+/// Sets a receiver, which then gets every line, and returns the one it replaces; null takes
+/// it away.
 TVK_API DebugStringReceiver SetDebugStringReceiver(DebugStringReceiver inReceiver) noexcept;
 
 }  // namespace platform

@@ -8,8 +8,8 @@
 
 namespace quillet::debug {
 
-/// Shows a broken precondition: its text as written in the source, the source file (
-/// relative to the repository) and the line. Returns true if the developer asks to break.
+/// Shows a broken precondition: its text as written in the source, the source file,
+/// relative to the repository, and the line. Returns true if the developer asks to break.
 using ContractDialog = bool (*)(const char* inExpression, const char* inFile, long inLine);
 
 /// Shows an impossible value. Setting `ioHide` silences later reports from the same place.
@@ -25,23 +25,29 @@ using AssertDialog = bool (*)(bool& ioHide, const char* inExpression,
 /// The built-in ones never ask for a break. In a release build they show nothing, in a
 /// debug build they write one line to standard error; that for impossible values sets the
 /// hide flag.
+/// @{
 TVK_API ContractDialog SetContractDialog(ContractDialog inDialog) noexcept;
 TVK_API AssertDialog SetAssertDialog(AssertDialog inDialog) noexcept;
+/// @}
 
 /// Call the dialog that is set.
+/// @{
 TVK_API bool BreakAfterContractDialog(const char* inExpression, const char* inFile,
                                       long inLine);
 TVK_API bool BreakAfterAssertDialog(bool& ioHide, const char* inExpression,
                                     const unsigned char* inMessage, const char* inFile,
                                     long inLine, const char* inFunction);
+/// @}
 
 /// Whether a debugger holds this process now.
 TVK_API bool IsDebuggerAttached();
 
 /// The two reporting patterns behind `ContractCheck` and `AssertWithMessage`; see
 /// TVK/ContractCheck.h.
+/// @{
 TVK_API void ReportContract(const char* inExpression, const char* inFile, long inLine);
 TVK_API void ReportImpossible(std::atomic<bool>& ioHidden, const char* inMessage,
                               const char* inFile, long inLine, const char* inFunction);
+/// @}
 
 }  // namespace quillet::debug

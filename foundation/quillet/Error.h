@@ -11,7 +11,9 @@
 namespace quillet::config {
 
 /// How grave a reported error is. The library raises level 0 only.
-enum ErrorLevel : std::int32_t { kErrorLevelContract = 0 };
+enum ErrorLevel : std::int32_t {
+    kErrorLevelContract = 0,  ///< a broken precondition
+};
 
 /// A value for a placeholder of the message. A default one stands for an empty text.
 class TVK_API ReplacementValue {
@@ -24,13 +26,18 @@ public:
 /// `std::exception`, around any call that may break a contract.
 class TVK_API ReportedError : public std::exception {
 public:
+    /// Copies the message.
     ReportedError(ErrorLevel inLevel, const char* inMessage);
+    /// A copy with a message of its own.
+    /// @{
     ReportedError(const ReportedError&);
     ReportedError& operator=(const ReportedError&);
+    /// @}
     ~ReportedError() override;
 
     /// The message with its "$$$/path=" head, as it was raised.
     const char* what() const noexcept override;
+    /// The level that it was raised with.
     ErrorLevel GetLevel() const noexcept;
 
 private:
@@ -38,6 +45,7 @@ private:
     std::string mMessage;
 };
 
+/// A procedure that raises errors, as `ThrowError` does.
 using ThrowErrorProc = void (*)(ErrorLevel inLevel, const char* inMessage, unsigned long, long,
                                 bool, const ReplacementValue&, const ReplacementValue&,
                                 const ReplacementValue&, const ReplacementValue&);

@@ -23,6 +23,7 @@ public:
     /// Blocks until the calling thread owns the mutex. `inName` is for a lock profiler
     /// and may be null; this implementation has no use for it.
     void Lock(const char* inName);
+    /// Gives back one `Lock` of the calling thread.
     void Unlock();
 
 private:

@@ -1,5 +1,4 @@
-// ScopeLock: holds a RecursiveMutex to the end of a scope, also when the scope is left by
-// an exception.
+// ScopeLock: a lock that ends with its scope.
 
 #pragma once
 
@@ -7,8 +6,11 @@
 
 namespace quillet::threads {
 
+/// Holds a `RecursiveMutex` to the end of a scope, also when the scope is left by an
+/// exception.
 class ScopeLock {
 public:
+    /// Blocks until the calling thread owns the mutex, which must outlive the lock.
     explicit ScopeLock(RecursiveMutex& ioMutex) : mMutex(ioMutex) { mMutex.Lock(nullptr); }
     ~ScopeLock() { mMutex.Unlock(); }
     ScopeLock(const ScopeLock&) = delete;

@@ -9,6 +9,7 @@
 
 namespace quillet::utility {
 
+/// The name under which the host's strings know the allocator.
 class SmallBlockAllocator {
 public:
     /// The standard allocator interface over `TVK::Allocator`. Without state and always
@@ -16,9 +17,10 @@ public:
     template <class T>
     class STLAllocator {
     public:
-        using value_type = T;
+        using value_type = T;  ///< what it makes room for
 
         STLAllocator() noexcept = default;
+        /// The same allocator for another type.
         template <class U>
         STLAllocator(const STLAllocator<U>&) noexcept {}
 
@@ -29,10 +31,12 @@ public:
             if (!block) throw std::bad_alloc();
             return static_cast<T*>(block);
         }
+        /// Gives a block back; `inCount` repeats the count asked for.
         void deallocate(T* inBlock, std::size_t inCount) noexcept {
             TVK::Allocator::Dispose(inBlock, inCount * sizeof(T));
         }
 
+        /// Always: what one made, any other gives back.
         template <class U>
         friend bool operator==(const STLAllocator&, const STLAllocator<U>&) noexcept {
             return true;

@@ -30,16 +30,19 @@ enum APTFeatureStatus : std::int32_t {
 /// Errors: none; a point that cannot be followed says so in `mStatus` alone.
 /// Frozen: fields, order and size are binary interface.
 struct APTFeature {
-    float mX = 0.0f;
-    float mY = 0.0f;
-    std::int32_t mStatus = kAPTFeatureInactive;
-    float mCorrelation = 0.0f;  ///< with the first patch; stays 0 without verification
-    std::uint32_t mReserved0 = 0;
-    std::uint32_t mAge = 0;  ///< frames it was tracked through; 0 on a new point
-    float mDeltaX = 0.0f;    ///< motion since the previous frame; written, like the
-    float mDeltaY = 0.0f;    ///< age, on a successful step only
-    float mReserved1 = 0.0f;
-    bool mReservedFlag = false;
+    float mX = 0.0f;                             ///< column
+    float mY = 0.0f;                             ///< row
+    std::int32_t mStatus = kAPTFeatureInactive;  ///< see `APTFeatureStatus`
+    float mCorrelation = 0.0f;     ///< with the first patch; stays 0 without verification
+    std::uint32_t mReserved0 = 0;  ///< not used
+    std::uint32_t mAge = 0;        ///< frames it was tracked through; 0 on a new point
+    /// Motion since the previous frame; written, like the age, on a successful step only.
+    /// @{
+    float mDeltaX = 0.0f;
+    float mDeltaY = 0.0f;
+    /// @}
+    float mReserved1 = 0.0f;     ///< not used
+    bool mReservedFlag = false;  ///< not used
 };
 
 static_assert(sizeof(APTFeature) == 40);
@@ -47,6 +50,7 @@ static_assert(sizeof(APTFeature) == 40);
 /// A list is an array of slots and no set of points: slot i of two successive frames is
 /// the same point until the slot is filled anew. Test `mStatus` of every record.
 using APTFeatureList = std::vector<APTFeature>;
+/// A list that is shared.
 using APTFeatureListPtr = TVK::ObjectPtr<APTFeatureList>;
 
 }  // namespace DP

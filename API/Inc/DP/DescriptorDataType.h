@@ -18,6 +18,7 @@ enum DescriptorDataType : std::int32_t {
     kDescriptorDataTypeRegionTracker = 7,   ///< a tracked rectangle
 };
 
+/// How many kinds there are.
 inline constexpr int kDescriptorDataTypeCount = 8;
 
 }  // namespace DP

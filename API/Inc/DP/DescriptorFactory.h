@@ -1,4 +1,12 @@
-// The exported functions: everything a host makes comes from here.
+/// @file
+/// The exported functions: everything a host makes comes from here.
+///
+/// Ownership: arguments travel by value and are released before the function returns; a
+///   returned reference is new and belongs to the caller.
+/// Threads: any number of threads may call any function, but for the flush.
+/// Errors: running out of memory throws std::bad_alloc. Numbers are stored as they are
+///   given; nothing checks that a kind fits the function.
+/// Frozen: names and arguments are binary interface.
 
 #pragma once
 
@@ -16,13 +24,6 @@
 #include "quillet/WideString.h"
 
 namespace DP {
-
-// Ownership: arguments travel by value and are released before the function returns; a
-//   returned reference is new and belongs to the caller.
-// Threads: any number of threads may call any function, but for the flush.
-// Errors: running out of memory throws std::bad_alloc. Numbers are stored as they are
-//   given; nothing checks that a kind fits the function.
-// Frozen: names and arguments are binary interface.
 
 /// @name Properties: what a computer computes
 /// @{

@@ -32,6 +32,7 @@ public:
     /// Removes the first computer of that source, and only that one; call again for more.
     virtual void RemoveDescriptorComputers(quillet::WideString inSourceID) = 0;
 
+    /// Removes every computer.
     virtual void RemoveAllDescriptorComputers() = 0;
 };
 

@@ -20,13 +20,17 @@ namespace DP {
 class IDescriptorData : public TVK::TVKUnknown {
 public:
     /// A field for the host; nothing in the library reads or sets it. Starts at zero.
+    /// @{
     virtual void GetHash(TVK::HashValue& outHash) = 0;
     virtual void SetHash(const TVK::HashValue& inHash) = 0;
+    /// @}
 
     /// Milliseconds from the building of the cache to the last store or hit; set by the
     /// cache, read by nothing in the library. Starts at zero.
+    /// @{
     virtual void GetTimeStamp(unsigned int& outTime) = 0;
     virtual void SetTimeStamp(const unsigned int& inTime) = 0;
+    /// @}
 
     /// Bytes of the result proper. 0 where there is none.
     virtual unsigned int GetDataSize() = 0;

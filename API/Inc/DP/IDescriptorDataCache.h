@@ -10,6 +10,7 @@
 
 namespace DP {
 
+/// A mutex that is shared by all who wait for one key.
 using RecursiveMutexPtr = TVK::ObjectPtr<quillet::threads::RecursiveMutex>;
 
 /// Keeps the results of one kind, and hands out one mutex for each key, so that a key is

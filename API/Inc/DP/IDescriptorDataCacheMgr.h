@@ -19,6 +19,7 @@ namespace DP {
 /// Frozen: the order of the virtual operations is binary interface.
 class IDescriptorDataCacheMgr : public TVK::TVKUnknown {
 public:
+    /// The one cache of a kind.
     virtual Ref<IDescriptorDataCache> GetDescriptorDataCache(DescriptorDataType inType) = 0;
 
     /// Empties every cache and lets go of it: the next request for its kind builds a new

@@ -23,10 +23,14 @@ public:
     /// order never use it. Equal keys with a source of eight units or more may hash
     /// differently; rows, columns and parameters are not in it.
     virtual TVK::HashValue GetHash() = 0;
+
+    /// What the key was made with.
+    /// @{
     virtual quillet::WideString GetSourceID() = 0;
     virtual long long GetFrameNumber() = 0;
     virtual int GetRows() = 0;
     virtual int GetColumns() = 0;
+    /// @}
 
     /// Lexicographic order over the members of this key's class. Only meaningful among
     /// keys of one class. Against a key of another class a plain key compares its own four
@@ -40,8 +44,10 @@ public:
 /// The comparator of the caches' maps.
 /// @throws the contract error for a null key on either side.
 struct DataKeyLess {
+    /// What a report names as its source.
     static constexpr char kThisFile[] = "API/Inc/DP/IDescriptorDataKey.h";
 
+    /// Whether the first key comes before the second, as the first one says.
     bool operator()(Ref<IDescriptorDataKey> inFirstDataKey,
                     Ref<IDescriptorDataKey> inSecondDataKey) const {
         ContractCheckIn(kThisFile, inFirstDataKey != NULL, false);

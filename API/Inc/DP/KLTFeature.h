@@ -11,7 +11,7 @@ namespace DP {
 
 /// What a negative `KLTFeature::mValue` says; 0 and above is a live feature.
 enum KLTStatus : std::int32_t {
-    kKLTTracked = 0,
+    kKLTTracked = 0,         ///< found again in this frame
     kKLTNotFound = -1,       ///< empty slot: selection found nothing for it
     kKLTSmallDet = -2,       ///< too little texture to tell where the point went
     kKLTMaxIterations = -3,  ///< the search did not settle
@@ -36,20 +36,24 @@ struct KLTFeature {
     float mY = 0.0f;  ///< -1 when lost
     /// Trackability at selection, 0 after a tracking step, or a negative `KLTStatus`.
     std::int32_t mValue = 0;
-    std::int32_t mReserved0 = 0;
-    std::int32_t mId = 0;   ///< the slot at selection
-    std::int32_t mAge = 0;  ///< successful tracking steps since selection
+    std::int32_t mReserved0 = 0;  ///< not used
+    std::int32_t mId = 0;         ///< the slot at selection
+    std::int32_t mAge = 0;        ///< successful tracking steps since selection
     /// Motion of the last successful step. Selection does not touch it: a slot that is
     /// filled again keeps the motion of its last owner until the first step.
+    /// @{
     float mDeltaX = 0.0f;
     float mDeltaY = 0.0f;
-    std::int32_t mReserved1 = 0;
-    std::int32_t mReserved2 = 0;
+    /// @}
+    std::int32_t mReserved1 = 0;  ///< not used
+    std::int32_t mReserved2 = 0;  ///< not used
 };
 
 static_assert(sizeof(KLTFeature) == 40);
 
+/// As many slots as the property's maximum.
 using KLTFeatureList = std::vector<KLTFeature>;
+/// A list that is shared.
 using KLTFeatureListPtr = TVK::ObjectPtr<KLTFeatureList>;
 
 }  // namespace DP

@@ -38,8 +38,10 @@ public:
     Tracker& operator=(const Tracker&) = delete;
 
     /// 500 and 450, on any tracker at any time.
+    /// @{
     DP_API unsigned int GetMaxFeatures() const;
     DP_API unsigned int GetMinFeatures() const;
+    /// @}
 
     /// Carries the points of the last call into this frame; on the first call selects them.
     ///
