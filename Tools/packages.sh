@@ -1,11 +1,11 @@
-# What each part of the build needs, by the names of Debian 12. Read by Tools/demo and
-# Tools/check.
+# What each part of the build needs, by the names of Debian 12. Read by the tools
+# beside it.
 
 LIBRARY_PACKAGES="g++ cmake ninja-build pkg-config gfortran liblapack-dev libblas-dev"
 HOST_PACKAGES="libavformat-dev libavcodec-dev libswscale-dev libavutil-dev libcairo2-dev
     libcli11-dev libsdl2-dev"
-TEST_PACKAGES="clang-14 libclang-rt-14-dev binutils make doxygen python3 libgtest-dev libgmock-dev
-    libboost-graph-dev xvfb xauth"
+TEST_PACKAGES="clang-14 libclang-rt-14-dev binutils make doxygen python3
+    libgtest-dev libgmock-dev libboost-graph-dev xvfb xauth"
 PACKAGING_PACKAGES="dpkg-dev lintian"
 ABI_PACKAGES="git abigail-tools binutils"
 BENCHMARK_PACKAGES="libbenchmark-dev libopencv-dev libopencv-contrib-dev"
