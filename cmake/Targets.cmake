@@ -14,14 +14,15 @@ function(dp_add_module name)
     set_property(GLOBAL APPEND PROPERTY DP_MODULES ${name})
 endfunction()
 
-# dp_add_avx2(MODULE SOURCES)
-#   Files of a module with flags of their own, on machines that may have AVX2. What they
-#   hold is chosen at run time, by code that asks DP_HAVE_AVX2 whether it was built.
-function(dp_add_avx2 module)
+# dp_add_x86(MODULE NAME FLAG SOURCES)
+#   Files of a module with a flag of their own, on machines that may have that instruction
+#   set. What they hold is chosen at run time, by code that asks DP_HAVE_<NAME> whether it
+#   was built.
+function(dp_add_x86 module name flag)
     if(CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|AMD64|amd64)$")
         target_sources(${module} PRIVATE ${ARGN})
-        set_source_files_properties(${ARGN} PROPERTIES COMPILE_OPTIONS -mavx2)
-        target_compile_definitions(${module} PRIVATE DP_HAVE_AVX2)
+        set_source_files_properties(${ARGN} PROPERTIES COMPILE_OPTIONS ${flag})
+        target_compile_definitions(${module} PRIVATE DP_HAVE_${name})
     endif()
 endfunction()
 

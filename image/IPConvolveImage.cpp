@@ -140,21 +140,30 @@ class RowRing {
 public:
     RowRing(int inHeight, int inCols)
         : mHeight(inHeight),
-          mCols(inCols),
-          mPixels(static_cast<std::size_t>(inHeight) * static_cast<std::size_t>(inCols)) {}
+          mCols((std::ptrdiff_t{inCols} + kBoundary - 1) / kBoundary * kBoundary),
+          mPixels(static_cast<std::size_t>(inHeight) * static_cast<std::size_t>(mCols)) {}
 
     float* Row(int inY) { return mPixels.begin() + std::ptrdiff_t{inY % mHeight} * mCols; }
 
     // The vertical pass over the rows that end with `inLastY`, all of them in the ring.
     void ConvolveColumns(const RowKernels& inKernels, const ConvolutionKernel& inKernel,
                          int inLastY, int inCount, float* outRow) {
-        const float* lines[MAX_KERNEL_WIDTH];
-        for (int m = 0; m < mHeight; ++m)
-            lines[m] = Row(inLastY - mHeight + 1 + m);
+        float* lines[MAX_KERNEL_WIDTH];
+        GetLines(inLastY, 0, lines);
         inKernels.mWeightedSums(lines, inKernel.mTaps, mHeight, inCount, outRow);
     }
 
+    // The rows that end with `inLastY`, from column `inFirst` on.
+    void GetLines(int inLastY, int inFirst, float** outLines) {
+        const int first = (inLastY + 1) % mHeight;
+        for (int m = 0; m < mHeight; ++m)
+            outLines[m] = mPixels.begin() +
+                          (first + m - (first + m < mHeight ? 0 : mHeight)) * mCols + inFirst;
+    }
+
 private:
+    static constexpr std::ptrdiff_t kBoundary = 16;  // every row starts a line of the cache
+
     int mHeight;
     std::ptrdiff_t mCols;
     RecycledArray<float> mPixels;
@@ -162,10 +171,17 @@ private:
 
 // ---- Both passes together ------------------------------------------------------------
 
+// Whether the vertical pass over columns of zeros gives zeros.
+bool KeepsZeros(const ConvolutionKernel& inKernel) {
+    return std::all_of(inKernel.mTaps, inKernel.mTaps + inKernel.mWidth,
+                       [](float inTap) { return std::isfinite(inTap); });
+}
+
 struct SeparableJob {
     const ConvolutionKernel& mHorizontal;
     const ConvolutionKernel& mVertical;
     float* mOut;
+    bool mKeepsZeros = KeepsZeros(mVertical);
 };
 
 // Whole rows where the rings then fit into half of the second cache: what reads ahead in
@@ -177,6 +193,29 @@ int TileWidth(std::span<const SeparableJob> inJobs, int inCols) {
     for (const SeparableJob& job : inJobs)
         rows += job.mVertical.mWidth;
     return std::min(std::max(kFloats / rows / kGrain, 1) * kGrain, std::max(inCols, 1));
+}
+
+// Both passes over row y at once, where the kernels are of one width for which that is
+// worth while.
+bool RunBothPasses(const RowKernels& inKernels, const SeparableJob& inJob, const float* inRow,
+                   int inCols, int inFirst, int inEnd, int inY, RowRing& ioRing,
+                   float* outRow) {
+    const int width = inJob.mHorizontal.mWidth;
+    if (width != inJob.mVertical.mWidth || !inJob.mKeepsZeros) return false;
+    const Interior interior(inJob.mHorizontal.Radius(), inCols, inFirst, inEnd);
+    const int before = interior.mFirst - inFirst;
+    const int upTo = interior.mEnd - inFirst;
+    float* lines[MAX_KERNEL_WIDTH];
+    ioRing.GetLines(inY, before, lines);
+    if (!inKernels.mBothSums(inRow + (interior.mFirst - inJob.mHorizontal.Radius()),
+                             inJob.mHorizontal.mTaps, lines, inJob.mVertical.mTaps, width,
+                             upTo - before, outRow + before))
+        return false;
+    for (float* const row : {ioRing.Row(inY), outRow}) {
+        std::fill(row, row + before, 0.0f);
+        std::fill(row + upTo, row + (inEnd - inFirst), 0.0f);
+    }
+    return true;
 }
 
 // `inRowOf(y, first, end)` gives row y of the source, of which the columns from `first` up
@@ -191,12 +230,15 @@ void RunTile(std::span<const SeparableJob> inJobs, int inCols, int inRows, int i
                     std::min(inEnd, inCols - MAX_KERNEL_WIDTH / 2) + MAX_KERNEL_WIDTH / 2);
         for (std::size_t k = 0; k < inJobs.size(); ++k) {
             const SeparableJob& job = inJobs[k];
-            ConvolveRow(kernels, row, inCols, inFirst, inEnd, job.mHorizontal,
-                        ioRings[k].Row(y));
-            if (y + 1 < job.mVertical.mWidth) continue;
-            ioRings[k].ConvolveColumns(
-                kernels, job.mVertical, y, inEnd - inFirst,
-                job.mOut + std::ptrdiff_t{y - job.mVertical.Radius()} * inCols + inFirst);
+            RowRing& ring = ioRings[k];
+            float* const outRow =
+                job.mOut + std::ptrdiff_t{y - job.mVertical.Radius()} * inCols + inFirst;
+            if (y + 1 >= job.mVertical.mWidth &&
+                RunBothPasses(kernels, job, row, inCols, inFirst, inEnd, y, ring, outRow))
+                continue;
+            ConvolveRow(kernels, row, inCols, inFirst, inEnd, job.mHorizontal, ring.Row(y));
+            if (y + 1 >= job.mVertical.mWidth)
+                ring.ConvolveColumns(kernels, job.mVertical, y, inEnd - inFirst, outRow);
         }
     }
 }

@@ -6,20 +6,27 @@
 namespace IP {
 namespace {
 
-constexpr RowKernels kPortable{"portable", WeightedSums, SplitPhases, ConvertBytes};
+constexpr RowKernels kPortable{"portable", WeightedSums, BothSums, SplitPhases, ConvertBytes};
 
 }  // namespace
 
 #ifdef DP_HAVE_AVX2
 extern const RowKernels kRowKernelsAVX2;
 #endif
+#ifdef DP_HAVE_AVX512
+extern const RowKernels kRowKernelsAVX512;
+#endif
 
 const RowKernels* const* GetRowKernelTargets(int& outCount) {
-    static const RowKernels* sTargets[] = {&kPortable, nullptr};
+    static const RowKernels* sTargets[] = {&kPortable, nullptr, nullptr};
     static const int sCount = [] {
         int count = 1;
 #ifdef DP_HAVE_AVX2
         if (__builtin_cpu_supports("avx2")) sTargets[count++] = &kRowKernelsAVX2;
+#endif
+#ifdef DP_HAVE_AVX512
+        // Older processors that have AVX-512 slow down for it; this part of it came later.
+        if (__builtin_cpu_supports("avx512vbmi2")) sTargets[count++] = &kRowKernelsAVX512;
 #endif
         return count;
     }();

@@ -17,6 +17,17 @@ struct RowKernels {
     void (*mWeightedSums)(const float* const* inLines, const float* inTaps, int inTapCount,
                           long inCount, float* outSums);
 
+    /// Both passes at once with kernels of few taps, so that the memory is busy while the
+    /// sums are made. `inRows[n - 1]` receives the horizontal sums of `inSource`, which
+    /// starts a radius before the first output; the vertical sums over `inRows` go to
+    /// `outSums`. A horizontal sum that is 0 may have either sign, which no vertical sum
+    /// shows.
+    ///
+    /// @return  false, with nothing written, for other numbers of taps or of outputs.
+    bool (*mBothSums)(const float* inSource, const float* inHorizontalTaps,
+                      float* const* inRows, const float* inVerticalTaps, int inTapCount,
+                      long inCount, float* outSums);
+
     /// outPhases[p][j] = inRow[j * inStep + p], for each phase below `inStep` that is not
     /// null, `inCount` of each.
     void (*mSplitPhases)(const float* inRow, int inStep, long inCount, float* const* outPhases);

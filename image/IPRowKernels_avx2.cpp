@@ -8,6 +8,6 @@
 namespace IP {
 
 extern const RowKernels kRowKernelsAVX2;
-const RowKernels kRowKernelsAVX2{"AVX2", WeightedSums, SplitPhases, ConvertBytes};
+const RowKernels kRowKernelsAVX2{"AVX2", WeightedSums, BothSums, SplitPhases, ConvertBytes};
 
 }  // namespace IP

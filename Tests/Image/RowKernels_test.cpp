@@ -14,6 +14,59 @@ namespace {
 
 using Testing::SameBits;
 
+// What `mBothSums` writes, or the sums of the definition: the horizontal ones into the last
+// row, the vertical ones behind the rows.
+std::vector<float> SumsOfBoth(const std::vector<float>& inSource,
+                              const std::vector<float>& inAcross,
+                              const std::vector<float>& inDown, long inCount,
+                              std::vector<float>& ioRows) {
+    const int taps = int(inDown.size());
+    std::vector<float> sums(inCount);
+    for (long i = 0; i < inCount; ++i) {
+        float& newest = ioRows[(taps - 1) * inCount + i] = 0.0f;
+        for (int m = 0; m < taps; ++m)
+            newest += inAcross[taps - 1 - m] * inSource[i + m];
+        for (int m = 0; m < taps; ++m)
+            sums[i] += inDown[taps - 1 - m] * ioRows[m * inCount + i];
+    }
+    return sums;
+}
+
+// Zeros of both signs among the products: the zeros that come out have the definition's.
+TEST(RowKernels, BothPassesAtOnceGiveTheBitsOfOneAfterTheOther) {
+    int targets = 0;
+    const IP::RowKernels* const* const forms = IP::GetRowKernelTargets(targets);
+    for (int t = 0; t < targets; ++t)
+        for (const int taps : {3, 5, 7})
+            for (const long count : {0, 3, 4, 8, 15, 16, 17, 31, 33, 64, 100}) {
+                SCOPED_TRACE(testing::Message() << forms[t]->mName << ", " << taps << " taps, "
+                                                << count << " sums");
+                auto source = Testing::NoiseFrame(int(count) + taps, 1, 5);
+                auto across = Testing::NoiseFrame(taps, 1, 6);
+                const auto down = Testing::NoiseFrame(taps, 1, 7);
+                std::fill(source.begin(), source.begin() + count / 2, 0.0f);
+                for (float& tap : across)
+                    tap = -tap;
+                auto rows = Testing::NoiseFrame(taps, int(count), 8);
+                for (int m = 0; m < taps; ++m)
+                    std::fill_n(rows.begin() + m * count, count / 3, 0.0f);
+                auto expectedRows = rows;
+                const auto expected = SumsOfBoth(source, across, down, count, expectedRows);
+                std::vector<float*> lines;
+                for (int m = 0; m < taps; ++m)
+                    lines.push_back(rows.data() + m * count);
+                std::vector<float> actual(count + 1, -1.0f);
+                const bool done =
+                    forms[t]->mBothSums(source.data(), across.data(), lines.data(), down.data(),
+                                        taps, count, actual.data());
+                EXPECT_EQ(done, taps > 3 && count >= 4 << t);
+                if (!done) continue;
+                EXPECT_TRUE(SameBits(actual.data(), expected.data(), count, 1000));
+                EXPECT_EQ(actual[count], -1.0f);
+                EXPECT_EQ(rows, expectedRows);  // as numbers
+            }
+}
+
 TEST(RowKernels, EveryFormGivesTheBitsOfTheDefinition) {
     int targets = 0;
     const IP::RowKernels* const* const forms = IP::GetRowKernelTargets(targets);
