@@ -14,13 +14,20 @@ constexpr KLTKernels kPortable{"portable", Products,     Trackability, MakePoint
 #ifdef DP_HAVE_AVX2
 extern const KLTKernels kKLTKernelsAVX2;
 #endif
+#ifdef DP_HAVE_AVX512
+extern const KLTKernels kKLTKernelsAVX512;
+#endif
 
 const KLTKernels* const* GetKLTKernelTargets(int& outCount) {
-    static const KLTKernels* sTargets[] = {&kPortable, nullptr};
+    static const KLTKernels* sTargets[] = {&kPortable, nullptr, nullptr};
     static const int sCount = [] {
         int count = 1;
 #ifdef DP_HAVE_AVX2
         if (__builtin_cpu_supports("avx2")) sTargets[count++] = &kKLTKernelsAVX2;
+#endif
+#ifdef DP_HAVE_AVX512
+        // Older processors that have AVX-512 slow down for it; this part of it came later.
+        if (__builtin_cpu_supports("avx512vbmi2")) sTargets[count++] = &kKLTKernelsAVX512;
 #endif
         return count;
     }();

@@ -69,7 +69,7 @@ private:
     IP::RecycledArray<float> mPixels;
 };
 
-constexpr int kRowsAtOnce = 4;
+constexpr int kRowsAtOnce = 8;
 
 // Values of one row to points: all of them, or those in steps.
 std::size_t WritePoints(const KLTKernels& inKernels, const float* inValues,
@@ -181,12 +181,10 @@ std::size_t Partition(PointList ioPoints, std::size_t inCount) {
     return end;
 }
 
-// All of a small part at once. Parts do not depend on each other, so the order in which
-// they are sorted does not matter.
-void SortSmall(PointList ioPoints, std::size_t inCount) {
+void Sort(PointList ioPoints, std::size_t inCount) {
     while (inCount > 1) {
         const std::size_t pivot = Partition(ioPoints, inCount);
-        SortSmall(ioPoints, pivot);
+        Sort(ioPoints, pivot);
         ioPoints = ioPoints + (pivot + 1);
         inCount -= pivot + 1;
     }
@@ -194,39 +192,88 @@ void SortSmall(PointList ioPoints, std::size_t inCount) {
 
 }  // namespace
 
-SortedPoints::SortedPoints(PointList ioPoints, std::size_t inCount)
-    : mPoints(ioPoints), mParts{{ioPoints, inCount}} {}
-
-// Sorts on until at least one more point of the first part is in its place.
-void SortedPoints::SortTop() {
-    constexpr std::size_t kSmall = 64;
-    while (mParts.back().mCount > kSmall) {
-        const Part part = mParts.back();
-        const std::size_t pivot = Partition(part.mPoints, part.mCount);
-        mParts.pop_back();
-        if (pivot + 1 < part.mCount)
-            mParts.push_back({part.mPoints + (pivot + 1), part.mCount - pivot - 1});
-        mParts.push_back({part.mPoints + pivot, 1});
-        if (pivot > 0) mParts.push_back({part.mPoints, pivot});
-    }
-    SortSmall(mParts.back().mPoints, mParts.back().mCount);
-    mSortedCount += mParts.back().mCount;
-    mParts.pop_back();
+SortedPoints::SortedPoints(PointList ioPoints, std::size_t inCount) {
+    if (inCount > 0) mParts.push_back({ioPoints, inCount});
 }
 
-bool SortedPoints::Next(SelectionPoint& outPoint) {
-    while (mNext == mSortedCount) {
-        if (mParts.empty()) return false;
-        SortTop();
+bool SortedPoints::NextFree(const unsigned char* inMap, SelectionPoint& outPoint) {
+    while (!mParts.empty()) {
+        if (!mIsListed && !ListFree(inMap)) {
+            SplitPart();
+            continue;
+        }
+        std::size_t best = 0;
+        const int equals = FindBest(inMap, best);
+        if (equals == 1) {
+            outPoint = mFree[best];
+            mFree[best] = mFree[--mFreeCount];
+            return true;
+        }
+        if (equals > 1) {
+            mHighest = mFree[best].mValue;
+            SplitPart();
+        } else {
+            mPassed.push_back(mParts.back());
+            mParts.pop_back();
+            mIsListed = false;
+        }
     }
-    outPoint = {mPoints.mValues[mNext], mPoints.mIndices[mNext]};
-    ++mNext;
-    return true;
+    return false;
+}
+
+// Lists the free points of the first part. Returns false where it seems to have too many.
+bool SortedPoints::ListFree(const unsigned char* inMap) {
+    const Part& part = mParts.back();
+    const double most = static_cast<double>(mFree.size());
+    if (static_cast<double>(part.mCount) * mFreeShare > most) return false;
+    std::size_t looked = 0;
+    for (mFreeCount = 0; looked < part.mCount && mFreeCount < mFree.size(); ++looked) {
+        mFree[mFreeCount] = {part.mPoints.mValues[looked], part.mPoints.mIndices[looked]};
+        const bool isFree = inMap[mFree[mFreeCount].mIndex] == 0;
+        mFreeCount += isFree && mFree[mFreeCount].mValue <= mHighest ? 1 : 0;
+    }
+    mFreeShare = static_cast<double>(mFreeCount + 1) / static_cast<double>(looked + 1);
+    mIsListed = looked == part.mCount;
+    return mIsListed;
+}
+
+// Finds the best of the listed points, and drops those that are no longer free. Returns how
+// many have its value.
+int SortedPoints::FindBest(const unsigned char* inMap, std::size_t& outBest) {
+    int equals = 0;
+    std::size_t kept = 0;
+    for (std::size_t k = 0; k < mFreeCount; ++k) {
+        const SelectionPoint point = mFree[k];
+        if (inMap[point.mIndex] != 0) continue;
+        if (equals == 0 || point.mValue > mFree[outBest].mValue) {
+            outBest = kept;
+            equals = 1;
+        } else if (point.mValue == mFree[outBest].mValue) {
+            ++equals;
+        }
+        mFree[kept++] = point;
+    }
+    mFreeCount = kept;
+    return equals;
+}
+
+void SortedPoints::SplitPart() {
+    const Part part = mParts.back();
+    const std::size_t pivot = Partition(part.mPoints, part.mCount);
+    mParts.pop_back();
+    if (pivot + 1 < part.mCount)
+        mParts.push_back({part.mPoints + (pivot + 1), part.mCount - pivot - 1});
+    mParts.push_back({part.mPoints + pivot, 1});
+    if (pivot > 0) mParts.push_back({part.mPoints, pivot});
+    mIsListed = false;
 }
 
 void SortedPoints::Finish() {
-    while (!mParts.empty())
-        SortTop();
+    for (const std::vector<Part>* const parts : {&mParts, &mPassed})
+        for (const Part& part : *parts)
+            Sort(part.mPoints, part.mCount);
+    mParts.clear();
+    mPassed.clear();
 }
 
 // ---- The walk ------------------------------------------------------------------------
@@ -262,8 +309,7 @@ void EnforceMinimumDistance(SortedPoints& ioPoints, int inCols, int inRows, int 
     auto slot = std::find_if(ioList.begin(), ioList.end(), isFree);
     while (slot != ioList.end()) {
         SelectionPoint point;
-        if (!ioPoints.Next(point) || point.mValue < leastValue) break;  // none better comes
-        if (map[point.mIndex] != 0) continue;
+        if (!ioPoints.NextFree(map.begin(), point) || point.mValue < leastValue) break;
         const auto x = static_cast<int>(point.mIndex % static_cast<unsigned int>(inCols));
         const auto y = static_cast<int>(point.mIndex / static_cast<unsigned int>(inCols));
         slot->mX = static_cast<float>(x);

@@ -2,6 +2,7 @@
 
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <utility>
@@ -52,31 +53,39 @@ std::size_t CollectPoints(const IP::Image<float>& inGradX, const IP::Image<float
                           int inWindowHeight, void (*inReportTooLarge)(), PointList outPoints);
 
 /// Points by falling value, in the order of a quicksort of a fixed scheme, so that the order
-/// of equal values can be relied on; sorted only as far as they are asked for.
+/// of equal values can be relied on; sorted only as far as that shows.
 class SortedPoints {
 public:
     SortedPoints(PointList ioPoints, std::size_t inCount);
 
-    /// Gives the next point. Returns false behind the last.
-    bool Next(SelectionPoint& outPoint);
+    /// Gives the next point in the order whose pixel is 0 in the map. What is not 0 once must
+    /// stay so. Returns false behind the last.
+    bool NextFree(const unsigned char* inMap, SelectionPoint& outPoint);
 
-    /// Brings all points into their places, as `Next` would have found them.
+    /// Brings all points into their places. There is no next one after that.
     void Finish();
 
 private:
-    // A part of the list that is still to be sorted. Parts lie one behind the other, the
-    // first one on top.
+    // A part of the list. Parts lie one behind the other.
     struct Part {
         PointList mPoints;
         std::size_t mCount;
     };
 
-    void SortTop();
+    bool ListFree(const unsigned char* inMap);
+    int FindBest(const unsigned char* inMap, std::size_t& outBest);
+    void SplitPart();
 
-    PointList mPoints;
-    std::size_t mNext = 0;
-    std::size_t mSortedCount = 0;
-    std::vector<Part> mParts;
+    std::vector<Part> mParts;   // still to be walked, the first one on top
+    std::vector<Part> mPassed;  // walked, in no order inside
+
+    // Of the first part, where they are listed: its free points, which the map may have
+    // closed since.
+    bool mIsListed = false;
+    std::array<SelectionPoint, 256> mFree;
+    std::size_t mFreeCount = 0;
+    double mFreeShare = 1.0;            // of the points looked at last
+    std::int32_t mHighest = INT32_MAX;  // points above have had their turn
 };
 
 /// Takes the points, best first, and puts each into the next free slot of the list unless a

@@ -49,8 +49,8 @@ TEST(KLTKernels, TrackabilityHasTheBitsOfPlainSums) {
     ForEachForm([](const DP::KLTKernels& inForm) {
         for (const int width : {3, 7, 9})
             for (const int height : {3, 5, 7})
-                for (const int outRows : {1, 2, 3, 4})
-                    for (const long count : {1, 7, 8, 9, 40}) {
+                for (const int outRows : {1, 3, 4, 8, 13})
+                    for (const long count : {1, 7, 8, 9, 16, 40}) {
                         const int cols = int(count) + width;
                         const auto xx = NoiseFrame(cols, 20, 1), xy = NoiseFrame(cols, 20, 2),
                                    yy = NoiseFrame(cols, 20, 3);
@@ -60,11 +60,12 @@ TEST(KLTKernels, TrackabilityHasTheBitsOfPlainSums) {
                             rows[1].push_back(xy.data() + y * cols);
                             rows[2].push_back(yy.data() + y * cols);
                         }
-                        std::vector<float> actual(4 * count, -1.0f), expected(actual);
-                        float* outs[] = {&actual[0], &actual[count], &actual[2 * count],
-                                         &actual[3 * count]};
+                        std::vector<float> actual(outRows * count, -1.0f), expected(actual);
+                        std::vector<float*> outs;
+                        for (int row = 0; row < outRows; ++row)
+                            outs.push_back(&actual[row * count]);
                         inForm.mTrackability(rows[0].data(), rows[1].data(), rows[2].data(),
-                                             width, height, outRows, count, outs);
+                                             width, height, outRows, count, outs.data());
                         for (int row = 0; row < outRows; ++row)
                             for (long x = 0; x < count; ++x)
                                 expected[row * count + x] =

@@ -92,18 +92,23 @@ TEST(SortedPoints, StandAsThePlainSortLeavesThem) {
             const auto expected = PointsOf(plain);
 
             DP::SortedPoints sorted(walked.List(), count);
+            std::vector<unsigned char> map(count);
+            Random random(int(count) + values);
             SelectionPoint point;
             for (std::size_t i = 0; i < count / 3; ++i) {
-                ASSERT_TRUE(sorted.Next(point));
+                if (map[expected.mIndices[i]] != 0) continue;
+                ASSERT_TRUE(sorted.NextFree(map.data(), point));
                 ASSERT_EQ(point.mValue, expected.mValues[i]);
                 ASSERT_EQ(point.mIndex, expected.mIndices[i]);
+                for (int closed = random.Integer(0, i % 2 ? 9 : 0); closed > 0; --closed)
+                    map[std::size_t(random.Integer(0, int(count) - 1))] = 1;
             }
             sorted.Finish();
             EXPECT_TRUE(walked == expected) << count << " points of " << values << " values";
             Sort(finished);
             EXPECT_TRUE(finished == expected);
             DP::SortedPoints none(finished.List(), 0);
-            EXPECT_FALSE(none.Next(point));
+            EXPECT_FALSE(none.NextFree(map.data(), point));
         }
 }
 
