@@ -14,14 +14,14 @@ function(dp_add_module name)
     set_property(GLOBAL APPEND PROPERTY DP_MODULES ${name})
 endfunction()
 
-# dp_add_x86(MODULE NAME FLAG SOURCES)
-#   Files of a module with a flag of their own, on machines that may have that instruction
+# dp_add_x86(MODULE NAME FLAGS SOURCES)
+#   Files of a module with flags of their own, on machines that may have that instruction
 #   set. What they hold is chosen at run time, by code that asks DP_HAVE_<NAME> whether it
 #   was built.
-function(dp_add_x86 module name flag)
+function(dp_add_x86 module name flags)
     if(CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|AMD64|amd64)$")
         target_sources(${module} PRIVATE ${ARGN})
-        set_source_files_properties(${ARGN} PROPERTIES COMPILE_OPTIONS ${flag})
+        set_source_files_properties(${ARGN} PROPERTIES COMPILE_OPTIONS "${flags}")
         target_compile_definitions(${module} PRIVATE DP_HAVE_${name})
     endif()
 endfunction()

@@ -45,8 +45,8 @@ struct KLTKernels {
                           long inCount, float* const* outRows);
 
     /// Values without their fractions, and indices that count up. What no 32-bit integer can
-    /// hold becomes -2^31.
-    void (*mMakePoints)(const float* inValues, long inCount, unsigned inFirstIndex,
+    /// hold becomes -2^31. Returns whether none became that.
+    bool (*mMakePoints)(const float* inValues, long inCount, unsigned inFirstIndex,
                         int* outValues, unsigned* outIndices);
 
     /// The closing in of the two ends of a partition, as long as two blocks of 64 points lie

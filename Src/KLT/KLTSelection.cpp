@@ -78,16 +78,18 @@ std::size_t WritePoints(const KLTKernels& inKernels, const float* inValues,
     const long count = inBounds.mEndX - inBounds.mFirstX;
     const auto index = static_cast<std::uint32_t>(inY * inCols + inBounds.mFirstX);
     std::size_t written = 0;
+    bool allFit = true;
     if (inBounds.mStep == 1) {
-        inKernels.mMakePoints(inValues, count, index, outPoints.mValues, outPoints.mIndices);
+        allFit = inKernels.mMakePoints(inValues, count, index, outPoints.mValues,
+                                       outPoints.mIndices);
         written = static_cast<std::size_t>(count);
     } else {
         for (std::int64_t x = 0; x < count; x += inBounds.mStep, ++written)
-            inKernels.mMakePoints(inValues + x, 1, index + static_cast<std::uint32_t>(x),
-                                  outPoints.mValues + written, outPoints.mIndices + written);
+            allFit &= inKernels.mMakePoints(
+                inValues + x, 1, index + static_cast<std::uint32_t>(x),
+                outPoints.mValues + written, outPoints.mIndices + written);
     }
-    if (std::find(outPoints.mValues, outPoints.mValues + written, INT32_MIN) !=
-        outPoints.mValues + written)
+    if (!allFit)
         for (std::int64_t x = 0; x < count; x += inBounds.mStep)
             if (inValues[x] > kMostTrackability) inReportTooLarge();
     return written;

@@ -95,8 +95,10 @@ TEST(KLTKernels, ProductsAndPointsAreThePlainOnes) {
                                   -1e38f,         123.7f, 7.0f};
         std::vector<int> whole(values.size());
         std::vector<unsigned> indices(values.size());
-        inForm.mMakePoints(values.data(), long(values.size()), 0xfffffffeu, whole.data(),
-                           indices.data());
+        EXPECT_FALSE(inForm.mMakePoints(values.data(), long(values.size()), 0xfffffffeu,
+                                        whole.data(), indices.data()));
+        EXPECT_TRUE(
+            inForm.mMakePoints(values.data(), 4, 0xfffffffeu, whole.data(), indices.data()));
         constexpr int kLowest = std::numeric_limits<int>::min();
         EXPECT_EQ(whole, (std::vector<int>{0, 0, 0, 2147483520, kLowest, kLowest, kLowest,
                                            kLowest, kLowest, kLowest, kLowest, 123, 7}));
