@@ -82,7 +82,7 @@ private:
     // Of the first part, where they are listed: its free points, which the map may have
     // closed since.
     bool mIsListed = false;
-    std::array<SelectionPoint, 256> mFree;
+    std::array<SelectionPoint, 128> mFree;
     std::size_t mFreeCount = 0;
     double mFreeShare = 1.0;            // of the points looked at last
     std::int32_t mHighest = INT32_MAX;  // points above have had their turn
