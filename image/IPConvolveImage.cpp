@@ -15,7 +15,8 @@
 // neighbouring outputs side by side and leave the order inside a sum alone.
 //
 // Memory. The two passes run together, so that the rows under the vertical kernel stay in
-// the caches near by; very wide images go in tiles of columns:
+// the caches near by, with narrow kernels even vector by vector: then the memory is never
+// idle. Very wide images go in tiles of columns:
 //
 //     image  ->  row of the tile, horizontal pass  ->  ring of the last rows
 //                                                        -> vertical pass -> output row

@@ -3,12 +3,14 @@
 // Order. The sort's scheme settles where equal values end up, so the scheme stays: pivot
 // from the middle, two ends that close in on each other and swap. What it does to a part of
 // the list does not depend on the other parts, so the parts are sorted when the walk comes
-// to them, from the best end; most of the list never is.
+// to them, from the best end; most of the list never is. A part in which few pixels are
+// still free is not sorted either, unless free ones have equal values: the best of a few is
+// found by looking.
 //
 //     [ ..................... n ..................... ]
 //     [ greater | p |            not greater           ]      one pass over all
 //     [ gr |p|  | p |            not greater           ]      one over the greater part
-//     [ sorted... ^ the walk ends here                 ]
+//     [ looked through ... ^ the walk ends here        ]
 
 #include "KLT/KLTSelection.h"
 
