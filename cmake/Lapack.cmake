@@ -24,5 +24,8 @@ else()
     endif()
     target_link_libraries(dp_lapack INTERFACE
         ${DP_LAPACK_STATIC} ${DP_BLAS_STATIC} ${DP_GFORTRAN})
-    target_link_options(dp_lapack INTERFACE "LINKER:--exclude-libs,ALL")
+    # By name: the run times of Clang's sanitizers are archives too, and have to be seen.
+    get_filename_component(lapack ${DP_LAPACK_STATIC} NAME)
+    get_filename_component(blas ${DP_BLAS_STATIC} NAME)
+    target_link_options(dp_lapack INTERFACE "LINKER:--exclude-libs,${lapack}:${blas}")
 endif()
