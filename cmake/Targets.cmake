@@ -57,3 +57,32 @@ function(dp_add_benchmark name)
         set_tests_properties(smoke_${name} PROPERTIES LABELS bench-smoke TIMEOUT 600)
     endif()
 endfunction()
+
+# dp_add_fuzzer(NAME [SHARED])
+#   Fuzz/NAME.cpp with the corpus Fuzz/corpus/NAME. Everywhere ctest replays the corpus; with
+#   DP_BUILD_FUZZERS it is libFuzzer that does, and then goes on for some thousand inputs of
+#   its own. SHARED is that of dp_add_test.
+function(dp_add_fuzzer name)
+    cmake_parse_arguments(arg "SHARED" "" "" ${ARGN})
+    set(library descriptor_internal)
+    if(arg_SHARED)
+        set(library descriptor)
+    endif()
+    set(corpus ${CMAKE_CURRENT_SOURCE_DIR}/corpus/${name})
+    add_executable(fuzz_${name} ${name}.cpp)
+    target_link_libraries(fuzz_${name} PRIVATE dp_flags ${library} fuzz_support)
+    if(DP_BUILD_FUZZERS)
+        target_link_options(fuzz_${name} PRIVATE -fsanitize=fuzzer)
+        # Its own branches, those of a model above all, are nothing to explore.
+        set_source_files_properties(${name}.cpp PROPERTIES
+            COMPILE_OPTIONS -fno-sanitize=fuzzer-no-link)
+        set(found ${CMAKE_CURRENT_BINARY_DIR}/found/${name})
+        file(MAKE_DIRECTORY ${found})
+        add_test(NAME fuzz_${name} COMMAND fuzz_${name} -seed=1 -runs=2000 -timeout=20
+            -artifact_prefix=${found}- ${found} ${corpus})
+    else()
+        target_sources(fuzz_${name} PRIVATE ReplayMain.cpp)
+        add_test(NAME fuzz_${name} COMMAND fuzz_${name} ${corpus})
+    endif()
+    set_tests_properties(fuzz_${name} PROPERTIES LABELS fuzz TIMEOUT 600)
+endfunction()
