@@ -16,9 +16,9 @@ struct Size {
     bool operator==(const Size&) const = default;
 };
 
-/// From one pixel a side to `inMost`.
+/// From no pixel a side to `inMost`.
 inline Size ReadSize(Input& ioInput, int inMost) {
-    return {ioInput.Between(1, inMost), ioInput.Between(1, inMost)};
+    return {ioInput.Between(0, inMost), ioInput.Between(0, inMost)};
 }
 
 /// Blocks of three pixels, moved by the input, so that there is something to track.
@@ -49,7 +49,7 @@ inline IP::ImagePtr<float> ReadFloatImage(Input& ioInput, Size inSize) {
     const auto image = TVK::MakeObject<IP::Image<float>>(inSize.mCols, inSize.mRows);
     const int count = inSize.mCols * inSize.mRows;
     std::copy_n(bytes->GetData(), count, image->GetData());
-    for (int hostile = ioInput.Byte() % 8 - 4; hostile > 0; --hostile) {
+    for (int hostile = ioInput.Byte() % 8 - 4; hostile > 0 && count > 0; --hostile) {
         const int at = ioInput.Bits<std::uint16_t>() % count;
         image->GetData()[at] = ioInput.Float();
     }

@@ -247,6 +247,7 @@ private:
         const IP::ImagePtr<float>& image = In(mFloats);
         const auto frame = mInput.Whole<unsigned int>();
         mTracker->TrackFeatures(image, frame, mFeatures);
+        if (mFeatures == NULL) return;  // refused, by a report that returned
         Fuzz::Require(mFeatures->size() == mTracker->GetMaxFeatures(), "a slot for each point");
         Fuzz::Require(mTracker->GetMinFeatures() == 450, "450 on any tracker");
     }
@@ -301,6 +302,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* inData, std::size_t in
     ForgetFrame();
     Input input(inData, inSize);
     {
+        const Fuzz::ReturningErrors errors(input.Flag());
         Host host(input);
         for (int calls = 0; calls < 64 && !input.IsAtEnd(); ++calls)
             host.Call();

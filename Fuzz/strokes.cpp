@@ -82,10 +82,11 @@ public:
 
 private:
     void ReadFrame() {
-        mSize = Fuzz::ReadSize(mInput, 24);
+        mSize = {mInput.Between(1, 24), mInput.Between(1, 24)};
         mRowBytes = static_cast<unsigned int>(mInput.Between(0, 4 * mSize.mCols + 3));
         if (mInput.Byte() < 0xe0) mRowBytes = static_cast<unsigned int>(4 * mSize.mCols);
-        const int bytes = mSize.mRows * (4 * mSize.mCols + 3) + 1;
+        // Room for strokes of one row more.
+        const int bytes = (mSize.mRows + 1) * (4 * mSize.mCols + 3) + 1;
         const BytesImage pixels = Fuzz::ReadBytesImage(mInput, {bytes, 1});
         mFrame = Testing::PixelsOf(pixels);
         mLabels = {};
@@ -102,7 +103,7 @@ private:
         Fuzz::ComesThrough([&] {
             const Ref<DP::IGraphCutDescriptorData> data(
                 mComputer->GetDescriptorData(item, false));
-            result = data->GetLabelImage();
+            result = data->GetLabelImage();  // null where a report returned
         });
         return result;
     }
@@ -132,6 +133,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* inData, std::size_t in
     const Testing::RecordedReports reports;
     Input input(inData, inSize);
     {
+        const Fuzz::ReturningErrors errors(input.Flag());
         Run run(input);
         for (int strokes = 0; strokes < 12 && !input.IsAtEnd(); ++strokes)
             run.Stroke();
