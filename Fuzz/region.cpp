@@ -2,6 +2,7 @@
 // frames. What the groups of a fit hold is checked; a rectangle may be anything.
 
 #include <algorithm>
+#include <vector>
 
 #include "DP/DescriptorFactory.h"
 #include "DP/IAPTDescriptor.h"
@@ -40,6 +41,15 @@ void ReadPoints(Input& ioInput, APTFeatureList& outPrevious, APTFeatureList& out
     }
 }
 
+// What falls outside the image is not drawn.
+void DrawRect(Input& ioInput, const Rect& inRect) {
+    const Fuzz::Size size = Fuzz::ReadSize(ioInput, 48);
+    std::vector<unsigned char> plane(static_cast<std::size_t>(size.mCols * size.mRows) + 1);
+    DP::RegionTrackerWrapper::DrawRectOnPlane(plane.data(), size.mCols, size.mRows,
+                                              TVK::MakeObject<Rect>(inRect));
+    Require(plane.back() == 0, "the byte behind the plane");
+}
+
 void Fit(Input& ioInput) {
     const auto previous = TVK::MakeObject<APTFeatureList>();
     const auto current = TVK::MakeObject<APTFeatureList>();
@@ -51,6 +61,8 @@ void Fit(Input& ioInput) {
     DP::MotionGroups groups;
     int selected = -1;
     DP::FitRegionMotion(current, previous, rows, &rect, &moved, groups, &selected);
+    DrawRect(ioInput, rect);
+    DrawRect(ioInput, moved);
     Require(selected == 0 || selected == 1, "one of the two groups");
     Require(groups.size() == 2, "two groups");
     std::vector<int> all(groups[0]);
