@@ -76,6 +76,12 @@ private:
     unsigned char mMark = 0;
 };
 
+// At an end of a size class or beside it.
+std::int64_t ReadClassSize(Input& ioInput) {
+    const int sizeClass = ioInput.Between(0, 15);
+    return ((4096 + 1024 * (sizeClass % 4)) << sizeClass / 4) + ioInput.Between(-1, 1);
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* inData, std::size_t inSize) {
@@ -89,6 +95,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* inData, std::size_t in
             twin.GiveBack(static_cast<std::size_t>(input.Byte()));
         else if (kind % 16 == 1)
             twin.Take(-1 - std::int64_t{input.Bits<std::uint32_t>()});
+        else if (kind % 2 == 0)
+            twin.Take(ReadClassSize(input));
         else
             twin.Take(input.Bits<std::uint16_t>());
         twin.Check();
