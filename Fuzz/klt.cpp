@@ -58,8 +58,8 @@ public:
         mPrevImage = image;
         if (result == NULL) return;
         mPrevData = result;
-        if (!mIsSpoilt || isFirst)
-            Check(*Ref<DP::IKLTDescriptorData>(result)->GetFeatureList());
+        // A frame number may come again, and then a spoilt result out of the cache.
+        if (!mIsSpoilt) Check(*Ref<DP::IKLTDescriptorData>(result)->GetFeatureList());
     }
 
 private:
