@@ -53,7 +53,8 @@ public:
     ///        number, and the points read as free slots (0xFFFFFFFF: as tracked ones).
     /// @param outFeatures  made to refer to a new list of 500 slots. A point that did not
     ///        move at all is dropped, so that two equal frames empty the list and fill it
-    ///        anew.
+    ///        anew. A call that throws, but for the contract error, may leave the new list
+    ///        there with fewer slots.
     DP_API void TrackFeatures(IP::ImagePtr<float> inCurrentFloatGrayImage,
                               unsigned int inFrameNumber, APTFeatureListPtr& outFeatures);
 
