@@ -246,6 +246,7 @@ private:
     void Track() {
         const IP::ImagePtr<float>& image = In(mFloats);
         const auto frame = mInput.Whole<unsigned int>();
+        mFeatures = {};  // a call that throws may leave a shorter one behind
         mTracker->TrackFeatures(image, frame, mFeatures);
         if (mFeatures == NULL) return;  // refused, by a report that returned
         Fuzz::Require(mFeatures->size() == mTracker->GetMaxFeatures(), "a slot for each point");
