@@ -32,6 +32,9 @@ public:
     /// What the user would call it.
     virtual std::string Name() const = 0;
 
+    /// What was wrong with the end of the input, as one line; empty where nothing was.
+    virtual std::string Trouble() const { return {}; }
+
     /// The clip whose true motion is known; null for a file.
     virtual const RenderedClip* Truth() const { return nullptr; }
 };

@@ -7,6 +7,7 @@
 
 #include "FrameReader.h"
 #include "Help.h"
+#include "RawReader.h"
 #include "RenderedClip.h"
 #include "UserError.h"
 
@@ -33,24 +34,52 @@ Size ParseSize(const std::string& inText) {
 
 void InputOptions::AddTo(CLI::App& ioCommand) {
     ioCommand
-        .add_option("INPUT", mInput,
-                    Wrapped("A video, a picture, a folder of pictures, or a pattern such as "
-                            "frames/%04d.png. Left out, a clip with known motion is rendered."))
+        .add_option(
+            "INPUT", mInput,
+            Wrapped("A video, a picture, a folder of pictures, or a pattern such as "
+                    "frames/%04d.png; - is standard input (see --raw). Left out, a clip "
+                    "with known motion is rendered."))
         ->type_name("");
     ioCommand.add_option("--frames", mFrames, "Stop after so many frames (rendered: 120).")
         ->check(CLI::Range(1LL, 1000000LL).description(""))
         ->type_name("N");
     ioCommand.add_option("--size", mSize, "Size of the rendered clip (640x480).")
         ->type_name("WxH");
+    CLI::Option* const raw =
+        ioCommand
+            .add_option("--raw", mRawSize,
+                        Wrapped("INPUT, a pipe or a file, is bare frames of this size, as "
+                                "ffmpeg -f rawvideo writes them."))
+            ->type_name("WxH");
+    ioCommand.add_option("--format", mRawPixels, "Raw pixels: bgra (default), rgb24 or gray8.")
+        ->needs(raw)
+        ->type_name("NAME");
+    ioCommand.add_option("--fps", mRawRate, "Raw frames a second, for playback (25).")
+        ->needs(raw)
+        ->check(CLI::Range(1.0, 1000.0).description(""))
+        ->type_name("N");
 }
 
 std::unique_ptr<FrameSource> InputOptions::Open() const {
-    if (!mInput.empty()) {
-        if (!mSize.empty())
-            throw UserError("--size is for the rendered clip; '" + mInput +
-                            "' has a size of its own");
-        return std::make_unique<FrameReader>(mInput, mFrames);
-    }
+    if (mInput.empty() && mRawSize.empty()) return OpenRendered();
+    if (!mSize.empty())
+        throw UserError("--size is for the rendered clip; '" + mInput +
+                        "' has a size of its own");
+    if (!mRawSize.empty()) return OpenRaw();
+    if (mInput == "-")
+        throw UserError("standard input is read as bare frames: --raw WIDTHxHEIGHT");
+    return std::make_unique<FrameReader>(mInput, mFrames);
+}
+
+std::unique_ptr<FrameSource> InputOptions::OpenRaw() const {
+    if (mInput.empty()) throw UserError("--raw needs an input; - is standard input");
+    const Size size = ParseSize(mRawSize);
+    return std::make_unique<RawReader>(
+        mInput, RawFormat{size.mWidth, size.mHeight, ParsePixels(mRawPixels), mRawRate},
+        mFrames);
+}
+
+std::unique_ptr<FrameSource> InputOptions::OpenRendered() const {
     RenderedClip::Shape shape;
     if (!mSize.empty()) {
         const Size size = ParseSize(mSize);

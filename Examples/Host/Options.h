@@ -24,11 +24,18 @@ Size ParseSize(const std::string& inText);
 struct InputOptions {
     std::string mInput;
     std::string mSize;
+    std::string mRawSize;
+    std::string mRawPixels = "bgra";
+    double mRawRate = 25.0;
     long long mFrames = 0;
 
     void AddTo(CLI::App& ioCommand);
     /// Opens the input, or the rendered clip where none is named.
     std::unique_ptr<FrameSource> Open() const;
+
+private:
+    std::unique_ptr<FrameSource> OpenRaw() const;
+    std::unique_ptr<FrameSource> OpenRendered() const;
 };
 
 struct OutputOptions {

@@ -63,6 +63,28 @@ grey)
     runs grey out/grey.mp4 -o again
     says "12 frames"
     ;;
+raw)
+    # Two frames and a half: the two are done, the rest is told, and the run has failed.
+    head -c 48000 /dev/urandom >frames
+    "$host" grey - --raw 160x120 --format gray8 --fps 10 --no-video -o out \
+        <frames >output 2>errors
+    code=$?
+    [ "$code" -eq 1 ] || fail "exit code $code of a short last frame"
+    says "standard input, 160x120, 2 frames"
+    grep -q "ends inside frame 2: it has 9600 of 19200 bytes" errors || fail "not told"
+    written out/grey.png 20000
+    # A file does as well, and a whole number of frames is a success.
+    head -c 38400 frames >whole
+    runs grey whole --raw 160x120 --format gray8 -o again
+    says "2 frames"
+    refuses 1 grey - --raw 160x120 </dev/null
+    refuses 1 grey whole --raw 160x1200
+    refuses 1 grey whole --raw 160x120 --format yuv
+    refuses 1 grey - <whole
+    refuses 1 grey --raw 160x120
+    refuses 1 grey nosuch --raw 160x120
+    refuses 2 grey whole --format gray8
+    ;;
 pyramid)
     runs pyramid -o out --size 160x120 --frame 3 --levels 3 --subsampling 2
     written out/pyramid.png 20000
