@@ -12,6 +12,19 @@
 #include "UserError.h"
 
 namespace Host {
+namespace {
+
+void PrepareFolder(const std::string& inFolder) {
+    std::error_code error;
+    std::filesystem::create_directories(inFolder, error);
+    const auto probe = std::filesystem::path(inFolder) / ".descriptor-host-probe";
+    std::FILE* const file = error ? nullptr : std::fopen(probe.c_str(), "wb");
+    if (!file) throw UserError("folder '" + inFolder + "' cannot be written");
+    std::fclose(file);
+    std::filesystem::remove(probe, error);
+}
+
+}  // namespace
 
 Size ParseSize(const std::string& inText) {
     const auto number = [](const char* inFrom, const char* inTo) {
@@ -101,6 +114,30 @@ void OutputOptions::AddTo(CLI::App& ioCommand) {
     ioCommand.add_flag("--no-video", mWithoutVideo, "Write pictures only.");
 }
 
+void OutputOptions::AddJsonTo(CLI::App& ioCommand) {
+    ioCommand.add_option("--json", mJsonFile, "Write settings and results as one JSON object.")
+        ->type_name("FILE");
+}
+
+void OutputOptions::AddPlotsTo(CLI::App& ioCommand, const std::string& inWhat) {
+    ioCommand.add_option("--plots", mPlotFolder, Wrapped("Folder for plots: " + inWhat))
+        ->type_name("FOLDER");
+}
+
+std::unique_ptr<JsonFile> OutputOptions::OpenJson(const std::string& inCommand,
+                                                  const std::string& inSource, int inWidth,
+                                                  int inHeight) const {
+    if (mJsonFile.empty()) return nullptr;
+    auto json = std::make_unique<JsonFile>(mJsonFile);
+    json->Value("program", "descriptor-host");
+    json->Value("version", DP_VERSION);
+    json->Value("command", inCommand);
+    json->Value("source", inSource);
+    json->Value("width", inWidth);
+    json->Value("height", inHeight);
+    return json;
+}
+
 std::string OutputOptions::Path(const std::string& inName) const {
     return (std::filesystem::path(mFolder) / inName).string();
 }
@@ -112,14 +149,13 @@ std::string OutputOptions::NumberedPath(const std::string& inStem, long long inN
     return Path(inStem + number + inEnding);
 }
 
+std::string OutputOptions::PlotPath(const std::string& inName) const {
+    return (std::filesystem::path(mPlotFolder) / inName).string();
+}
+
 void OutputOptions::Prepare() const {
-    std::error_code error;
-    std::filesystem::create_directories(mFolder, error);
-    const std::string probe = Path(".descriptor-host-probe");
-    std::FILE* const file = error ? nullptr : std::fopen(probe.c_str(), "wb");
-    if (!file) throw UserError("folder '" + mFolder + "' cannot be written");
-    std::fclose(file);
-    std::filesystem::remove(probe, error);
+    PrepareFolder(mFolder);
+    if (!mPlotFolder.empty()) PrepareFolder(mPlotFolder);
 }
 
 }  // namespace Host

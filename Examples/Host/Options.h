@@ -6,6 +6,7 @@
 #include <string>
 
 #include "FrameSource.h"
+#include "JsonFile.h"
 
 namespace CLI {
 class App;
@@ -41,15 +42,24 @@ private:
 struct OutputOptions {
     std::string mFolder = "descriptor-out";
     bool mWithoutVideo = false;
+    std::string mJsonFile;
+    std::string mPlotFolder;
 
     void AddTo(CLI::App& ioCommand);
     void AddFolderTo(CLI::App& ioCommand);
-    /// Makes the folder and tries whether a file can be written there, before any work.
+    void AddJsonTo(CLI::App& ioCommand);
+    void AddPlotsTo(CLI::App& ioCommand, const std::string& inWhat);
+    /// Makes the folders and tries whether files can be written there, before any work.
     void Prepare() const;
     std::string Path(const std::string& inName) const;
     /// A path such as "FOLDER/track-000012.png".
     std::string NumberedPath(const std::string& inStem, long long inNumber,
                              const std::string& inEnding) const;
+    std::string PlotPath(const std::string& inName) const;
+    /// The file of --json with the head that all commands share; null where none is wanted.
+    std::unique_ptr<JsonFile> OpenJson(const std::string& inCommand,
+                                       const std::string& inSource, int inWidth,
+                                       int inHeight) const;
 };
 
 }  // namespace Host

@@ -32,6 +32,12 @@ runs() {
     "$host" "$@" >output 2>errors || fail "exit code $? of: $*"
 }
 
+# holds FILE CONDITION: what the JSON file says, as `d` of a Python expression.
+holds() {
+    python3 -c "import csv, json, sys; d = json.load(open(sys.argv[1])); assert eval(sys.argv[2])" \
+        "$1" "$(echo "$2" | tr '\n' ' ')" || fail "$1 does not hold: $2"
+}
+
 # refuses CODE ARGUMENTS...: exit code, one line on standard error, nothing on the other.
 refuses() {
     expected=$1
@@ -84,6 +90,28 @@ raw)
     refuses 1 grey --raw 160x120
     refuses 1 grey nosuch --raw 160x120
     refuses 2 grey whole --format gray8
+    ;;
+json)
+    runs track --size 240x180 --frames 4 --features 60 --compare --no-video --json track.json
+    holds track.json 'd["command"] == "track" and d["width"] == 240 and not d["stopped"]'
+    holds track.json '[f["frame"] for f in d["frames"]] == [0, 1, 2, 3]'
+    holds track.json 'd["settings"]["features"] == 60 and d["cuts"] == []'
+    # The points are the live rows of the table.
+    holds track.json '[[p["slot"], p["x"], p["age"]]
+        for f in d["frames"] for t in f["trackers"] if t["tracker"] == "klt"
+        for p in t["points"]] == [[int(r["slot"]), float(r["x"]), int(r["age"])]
+        for r in csv.DictReader(open("descriptor-out/track-klt.csv")) if int(r["value"]) >= 0]'
+    runs region --size 240x180 --frames 5 --no-video --json region.json
+    holds region.json '[[f["left"], f["bottom"]] for f in d["frames"]] == [
+        [float(r["left"]), float(r["bottom"])]
+        for r in csv.DictReader(open("descriptor-out/region.csv"))]'
+    holds region.json 'min(f["overlap"] for f in d["frames"]) > 0.8'
+    runs grey --size 240x180 --frames 5 --no-video --json grey.json
+    holds grey.json 'd["frame_count"] == 5 and d["requests"] == 20 and d["cache_hits"] == 10'
+    runs select --size 240x180 --json select.json
+    holds select.json '[c["cut"] for c in d["cuts"]] == [0, 1]'
+    holds select.json 'd["cuts"][1]["overlap"] > 0.9 and d["cuts"][0]["regions"] > 100'
+    refuses 1 grey --frames 1 --json /proc/nowhere
     ;;
 pyramid)
     runs pyramid -o out --size 160x120 --frame 3 --levels 3 --subsampling 2
@@ -200,6 +228,32 @@ interrupt)
     grep -q "stopped after" errors || fail "no last line"
     written out/grey.png 20000
     runs grey out/grey.mp4 -o again --no-video
+    ;;
+interrupt_pipe)
+    # Three frames come, and then nothing, while the pipe stays open.
+    mkfifo pipe
+    { head -c 57600 /dev/urandom; exec sleep 250; } >pipe &
+    feeder=$!
+    trap 'kill $feeder; rm -rf "$folder"' EXIT
+    "$host" track - --raw 160x120 --format gray8 --features 20 --png-every 1 -o out \
+        --json out.json <pipe >output 2>errors &
+    process=$!
+    tries=0
+    until [ -s out/track-000002.png ] || [ $tries -ge 600 ]; do
+        sleep 0.1
+        tries=$((tries + 1))
+    done
+    kill -INT $process
+    wait $process
+    code=$?
+    [ "$code" -eq 130 ] || fail "exit code $code"
+    kill -0 $feeder || fail "the run waited for the end of the pipe"
+    [ "$(cat errors)" = "stopped after 3 frames; the files hold what was done until then" ] ||
+        fail "the last line"
+    [ "$(wc -l <out/track.csv)" -eq 61 ] || fail "length of track.csv"
+    holds out.json 'len(d["frames"]) == 3 and d["stopped"]'
+    runs grey out/track.mp4 -o again --no-video
+    says "3 frames"
     ;;
 *)
     fail "no scenario $scenario"

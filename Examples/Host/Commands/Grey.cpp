@@ -118,11 +118,28 @@ void Report(const FrameSource& inSource, const LoopResult& inResult,
                 inResult.FramesPerSecond());
 }
 
+void WriteJson(JsonFile& ioJson, const LoopResult& inResult, const GreyFigures& inFigures) {
+    const double frames = double(std::max(1LL, inResult.mFrames));
+    ioJson.Value("frame_count", inResult.mFrames);
+    ioJson.OpenLine("milliseconds");
+    ioJson.Value("grey", inFigures.mGreySeconds / frames * 1e3);
+    ioJson.Value("float_grey", inFigures.mFloatSeconds / frames * 1e3);
+    ioJson.Value("from_cache", inFigures.mHitSeconds / (2.0 * frames) * 1e3);
+    ioJson.Close();
+    ioJson.Value("requests", inFigures.mRequests);
+    ioJson.Value("cache_hits", inFigures.mHits);
+    ioJson.Value("largest_difference", inFigures.mLargestDifference);
+    ioJson.Value("stopped", inResult.mStopped);
+    ioJson.Finish();
+}
+
 int RunGrey(const GreyOptions& inOptions) {
     const std::unique_ptr<FrameSource> source = inOptions.mInput.Open();
     inOptions.mOutput.Prepare();
     const GreyRequest grey(source->Name(), DP::kDescriptorDataTypeGreyImage);
     const FloatGreyRequest floatGrey(source->Name(), DP::kDescriptorDataTypeFloatGreyImage);
+    const auto json =
+        inOptions.mOutput.OpenJson("grey", source->Name(), source->Width(), source->Height());
     GreySheet sheet(source->Width(), source->Height());
     std::optional<VideoWriter> video;
     if (!inOptions.mOutput.mWithoutVideo)
@@ -146,6 +163,7 @@ int RunGrey(const GreyOptions& inOptions) {
 
     if (video) video->Finish();
     Report(*source, result, figures);
+    if (json) WriteJson(*json, result, figures);
     if (result.mFrames > 0) {
         sheet.GetCanvas().WritePng(inOptions.mOutput.Path("grey.png"));
         std::printf("  wrote %s%s\n", inOptions.mOutput.Path("grey.png").c_str(),
@@ -164,6 +182,7 @@ void AddGreyCommand(CLI::App& ioProgram, Run& outRun) {
     const auto options = std::make_shared<GreyOptions>();
     options->mInput.AddTo(*command);
     options->mOutput.AddTo(*command);
+    options->mOutput.AddJsonTo(*command);
     command->footer(
         "Writes grey.mp4, and grey.png of the last frame.\n"
         "Example:  descriptor-host grey holiday.mp4 --frames 100 -o out");

@@ -71,9 +71,12 @@ struct RegionRun {
     std::vector<Point> mPath;
     std::optional<long long> mLostIn;
     std::size_t mPoints = 0;
+    std::vector<Box> mBoxes;
+    std::vector<double> mMilliseconds;
 
     void Add(const Box& inBox, const std::optional<Box>& inTruth, long long inFrame,
              std::size_t inPoints) {
+        mBoxes.push_back(inBox);
         if (inTruth) mOverlaps.push_back(Overlap(inBox, *inTruth));
         mPoints += inPoints;
         if (inBox.mWidth > 0.0 && inBox.mHeight > 0.0)
@@ -118,6 +121,40 @@ void DrawRegion(Canvas& ioCanvas, const Frame& inFrame, const RegionTracker& inT
     ioCanvas.Label(8.0, 8.0, title);
 }
 
+void WriteFrame(JsonFile& ioJson, const RegionRun& inRun, const std::optional<Box>& inTruth,
+                std::size_t inPoints) {
+    const Box& box = inRun.mBoxes.back();
+    ioJson.OpenLine();
+    ioJson.Value("frame", inRun.mBoxes.size() - 1);
+    ioJson.Value("milliseconds", inRun.mMilliseconds.back());
+    ioJson.Value("lost", inRun.mLostIn.has_value());
+    ioJson.Value("left", box.mX);
+    ioJson.Value("top", box.mY);
+    ioJson.Value("right", box.Right());
+    ioJson.Value("bottom", box.Bottom());
+    ioJson.Value("live_points", inPoints);
+    if (inTruth) ioJson.Value("overlap", Overlap(box, *inTruth));
+    ioJson.Close();
+}
+
+std::unique_ptr<JsonFile> OpenJson(const RegionOptions& inOptions, const FrameSource& inSource,
+                                   const Box& inStart) {
+    auto json = inOptions.mOutput.OpenJson("region", inSource.Name(), inSource.Width(),
+                                           inSource.Height());
+    if (!json) return json;
+    json->OpenObject("settings");
+    json->Value("features", inOptions.mSettings.mFeatures);
+    json->Value("min_distance", inOptions.mSettings.mMinDistance);
+    json->OpenLine("rect");
+    json->Value("x", inStart.mX);
+    json->Value("y", inStart.mY);
+    json->Value("width", inStart.mWidth);
+    json->Value("height", inStart.mHeight);
+    json->Close(2);
+    json->OpenArray("frames");
+    return json;
+}
+
 void ReportOverlaps(const std::vector<double>& inOverlaps) {
     if (inOverlaps.empty()) return;
     constexpr std::size_t kInLine = 10;
@@ -143,6 +180,7 @@ int RunRegion(const RegionOptions& inOptions) {
     Canvas canvas(source->Width(), source->Height());
     TextFile file(inOptions.mOutput.Path("region.csv"));
     file.Print("%s\n", "frame,left,top,right,bottom,live points");
+    const auto json = OpenJson(inOptions, *source, start);
     std::optional<VideoWriter> video;
     if (!inOptions.mOutput.mWithoutVideo)
         video.emplace(inOptions.mOutput.Path("region.mp4"), canvas.Width(), canvas.Height(),
@@ -150,10 +188,13 @@ int RunRegion(const RegionOptions& inOptions) {
 
     RegionRun run;
     const auto step = [&](const Frame& inFrame, long long inNumber) {
+        const double before = tracker.LibrarySeconds();
         const Box& box = tracker.Track(inFrame, inNumber);
+        run.mMilliseconds.push_back((tracker.LibrarySeconds() - before) * 1e3);
         run.Add(box, truth.At(inNumber), inNumber, tracker.Points().size());
         file.Print("%lld,%.9g,%.9g,%.9g,%.9g,%zu\n", inNumber, box.mX, box.mY, box.Right(),
                    box.Bottom(), tracker.Points().size());
+        if (json) WriteFrame(*json, run, truth.At(inNumber), tracker.Points().size());
         DrawRegion(canvas, inFrame, tracker, box, truth.At(inNumber), run, inNumber);
         if (video) video->Write(canvas);
         if (inOptions.mPngEvery > 0 && inNumber % inOptions.mPngEvery == 0)
@@ -163,6 +204,11 @@ int RunRegion(const RegionOptions& inOptions) {
 
     if (video) video->Finish();
     file.Flush();
+    if (json) {
+        json->Close();
+        json->Value("stopped", result.mStopped);
+        json->Finish();
+    }
     const double frames = double(std::max(1LL, result.mFrames));
     std::printf("%s, %dx%d, %s\n", source->Name().c_str(), source->Width(), source->Height(),
                 FramesText(result.mFrames).c_str());
@@ -206,6 +252,7 @@ void AddRegionCommand(CLI::App& ioProgram, Run& outRun) {
         ->check(CLI::Range(0u, 10000u).description(""))
         ->type_name("N");
     options->mOutput.AddTo(*command);
+    options->mOutput.AddJsonTo(*command);
     command
         ->add_option("--png-every", options->mPngEvery,
                      "Write a picture of every so many frames.")

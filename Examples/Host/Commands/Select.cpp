@@ -113,6 +113,21 @@ void ReportCut(std::size_t inNumber, const Selection& inSelection, const GraphIn
     std::printf("\n");
 }
 
+void WriteCut(JsonFile& ioJson, std::size_t inNumber, const Selection& inSelection,
+              const GraphInside& inGraph, const std::optional<Mask>& inTruth) {
+    const std::vector<std::uint8_t>& bytes = inSelection.Labels().mBytes;
+    ioJson.OpenLine();
+    ioJson.Value("cut", inNumber);
+    ioJson.Value("milliseconds", inSelection.Milliseconds());
+    ioJson.Value("regions", inGraph.Regions());
+    ioJson.Value("links", inGraph.Links());
+    ioJson.Value("flow", inGraph.Flow());
+    ioJson.Value("selected_pixels",
+                 std::count_if(bytes.begin(), bytes.end(), [](int b) { return b > 127; }));
+    if (inTruth) ioJson.Value("overlap", OverlapWithoutRim(inSelection.Labels(), *inTruth));
+    ioJson.Close();
+}
+
 // The sheet: the picture with the strokes of each cut and what came of them.
 class SelectSheet {
 public:
@@ -173,6 +188,9 @@ int RunSelect(const SelectOptions& inOptions) {
     Selection selection(input.mPicture, input.mName);
     GraphInside graph(input.mPicture);
     SelectSheet sheet(input.mPicture, input.mStrokes.size());
+    const auto json = inOptions.mOutput.OpenJson("select", input.mName, input.mPicture.mWidth,
+                                                 input.mPicture.mHeight);
+    if (json) json->OpenArray("cuts");
     std::size_t cuts = 0;
     for (const Strokes& strokes : input.mStrokes) {
         if (Interrupted()) break;
@@ -181,8 +199,10 @@ int RunSelect(const SelectOptions& inOptions) {
         if (graph.Labels().mBytes != selection.Labels().mBytes)
             std::printf("  the library and its sources disagree on the selection\n");
         ReportCut(cuts, selection, graph, input.mTruth);
+        if (json) WriteCut(*json, cuts, selection, graph, input.mTruth);
         sheet.DrawCut(cuts++, input.mPicture, selection.Labels(), strokes);
     }
+    if (json) json->Finish();
     if (cuts == 0) return kInterruptedExitCode;
     sheet.DrawResult(cuts, input.mPicture, selection.Labels());
     sheet.GetCanvas().WritePng(inOptions.mOutput.Path("select.png"));
@@ -227,6 +247,7 @@ void AddSelectCommand(CLI::App& ioProgram, Run& outRun) {
                            "save and end."))
         ->needs("--interactive");
     options->mOutput.AddFolderTo(*command);
+    options->mOutput.AddJsonTo(*command);
     command->footer(
         "Writes select.png (each cut with its strokes), labels.png, cutout.png (on a\n"
         "checkerboard) and regions.png (the small regions that the cut runs between).\n"

@@ -39,9 +39,12 @@ struct TrackRun {
                     mTracker->MarkColumn().c_str());
     }
 
-    void Track(const Frame& inFrame, long long inNumber) {
+    void Track(const Frame& inFrame, long long inNumber, JsonFile* ioJson) {
+        const double before = mTracker->LibrarySeconds();
         const std::vector<TrackedPoint>& points = mTracker->Track(inFrame, inNumber);
+        mMilliseconds.push_back((mTracker->LibrarySeconds() - before) * 1e3);
         mHistory.Add(points, inNumber);
+        if (ioJson) WriteJson(*ioJson, points);
         for (std::size_t slot = 0; slot < points.size(); ++slot) {
             const TrackedPoint& point = points[slot];
             mFile.Print("%lld,%zu,%.9g,%.9g,%d,%.9g,%u,%.9g,%.9g\n", inNumber, slot,
@@ -50,9 +53,34 @@ struct TrackRun {
         }
     }
 
+    // The live points of the frame; slots that hold none are left out.
+    void WriteJson(JsonFile& ioJson, const std::vector<TrackedPoint>& inPoints) const {
+        ioJson.OpenObject();
+        ioJson.Value("tracker", mTracker->Name());
+        ioJson.Value("milliseconds", mMilliseconds.back());
+        ioJson.Value("live", mHistory.LiveNow());
+        ioJson.OpenArray("points");
+        for (std::size_t slot = 0; slot < inPoints.size(); ++slot) {
+            const TrackedPoint& point = inPoints[slot];
+            if (!point.IsLive()) continue;
+            ioJson.OpenLine();
+            ioJson.Value("slot", slot);
+            ioJson.Value("x", double(point.mX));
+            ioJson.Value("y", double(point.mY));
+            ioJson.Value(mTracker->StatusColumn(), point.mStatus);
+            ioJson.Value(mTracker->MarkColumn(), point.mMark);
+            ioJson.Value("age", point.mAge);
+            ioJson.Value("dx", double(point.mDeltaX));
+            ioJson.Value("dy", double(point.mDeltaY));
+            ioJson.Close();
+        }
+        ioJson.Close(2);
+    }
+
     std::unique_ptr<PointTracker> mTracker;
     TrackHistory mHistory;
     TextFile mFile;
+    std::vector<double> mMilliseconds;  // of each frame
 };
 
 std::vector<std::unique_ptr<TrackRun>> MakeRuns(const TrackOptions& inOptions,
@@ -102,6 +130,41 @@ private:
     Canvas mCanvas;
 };
 
+std::unique_ptr<JsonFile> OpenJson(const TrackOptions& inOptions, const FrameSource& inSource) {
+    auto json = inOptions.mOutput.OpenJson("track", inSource.Name(), inSource.Width(),
+                                           inSource.Height());
+    if (!json) return json;
+    const TrackSettings& settings = inOptions.mSettings;
+    json->OpenObject("settings");
+    json->Value("step", settings.mStep);
+    if (!inOptions.mExported || inOptions.mCompare) {  // the exported tracker's are its own
+        json->Value("features", settings.mFeatures);
+        json->Value("min_features", settings.mMinFeatures);
+        json->Value("min_distance", settings.mMinDistance);
+        json->Value("stationary_limit", double(settings.mStationaryLimit));
+        json->Value("verify", settings.mVerify);
+    }
+    json->Close();
+    json->OpenArray("frames");
+    return json;
+}
+
+void FinishJson(JsonFile& ioJson, const LoopResult& inResult,
+                const std::vector<std::unique_ptr<TrackRun>>& inRuns) {
+    ioJson.Close();
+    ioJson.OpenArray("cuts");
+    for (const auto& run : inRuns)
+        for (const long long cut : run->mHistory.Cuts()) {
+            ioJson.OpenLine();
+            ioJson.Value("tracker", run->mTracker->Name());
+            ioJson.Value("frame", cut);
+            ioJson.Close();
+        }
+    ioJson.Close();
+    ioJson.Value("stopped", inResult.mStopped);
+    ioJson.Finish();
+}
+
 void ReportRun(const TrackRun& inRun, long long inFrames, bool inHasTruth) {
     const TrackHistory::Summary summary = inRun.mHistory.Summarise();
     std::printf("  %s\n", inRun.mTracker->Name().c_str());
@@ -133,11 +196,18 @@ int RunTrack(const TrackOptions& inOptions) {
         video.emplace(inOptions.mOutput.Path("track.mp4"), canvas.Width(), canvas.Height(),
                       source->FrameRate() / inOptions.mSettings.mStep);
 
+    const auto json = OpenJson(inOptions, *source);
     long long tracked = 0;
     const auto step = [&](const Frame& inFrame, long long inNumber) {
         if (inNumber % inOptions.mSettings.mStep != 0) return;
+        if (json) {
+            json->OpenObject();
+            json->Value("frame", inNumber);
+            json->OpenArray("trackers");
+        }
         for (const auto& run : runs)
-            run->Track(inFrame, inNumber);
+            run->Track(inFrame, inNumber, json.get());
+        if (json) json->Close(2);
         ++tracked;
         sheet.Draw(inFrame, inNumber, runs);
         if (video) video->Write(canvas);
@@ -153,6 +223,7 @@ int RunTrack(const TrackOptions& inOptions) {
         run->mFile.Flush();
         ReportRun(*run, tracked, source->Truth() != nullptr);
     }
+    if (json) FinishJson(*json, result, runs);
     std::printf("  whole run       %8.1f frames/s with reading, drawing and writing\n",
                 result.FramesPerSecond());
     if (tracked > 0) canvas.WritePng(inOptions.mOutput.Path("track.png"));
@@ -222,6 +293,7 @@ void AddTrackCommand(CLI::App& ioProgram, Run& outRun) {
     options->mInput.AddTo(*command);
     AddTrackerOptions(*command, *options);
     options->mOutput.AddTo(*command);
+    options->mOutput.AddJsonTo(*command);
     command
         ->add_option("--png-every", options->mPngEvery,
                      "Write a picture of every so many frames.")
