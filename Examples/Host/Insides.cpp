@@ -4,6 +4,7 @@
 #include "Planes.h"
 #include "Src/GraphCut/GraphCutWrapper.h"
 #include "image/IPFramePyramids.h"
+#include "image/IPRowKernels.h"
 
 namespace Host {
 namespace {
@@ -49,6 +50,8 @@ double GraphInside::Flow() const {
 const unsigned* GraphInside::RegionOfPixels() const {
     return mWrapper->Graph().mNodeImage.get();
 }
+
+std::string KernelTarget() { return IP::GetRowKernels().mName; }
 
 std::vector<PyramidLevel> ComputePyramids(const std::uint8_t* inGrey, int inWidth, int inHeight,
                                           const PyramidSettings& inSettings) {

@@ -9,6 +9,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <string>
 #include <vector>
 
 #include "Frame.h"
@@ -39,6 +40,10 @@ private:
     Mask mLabels;
     bool mStarted = false;
 };
+
+/// The form of the kernels that the library chooses on this machine, such as "AVX2". Its
+/// families all choose by the same rule; it is read here off the image kernels.
+std::string KernelTarget();
 
 struct PyramidSettings {
     int mLevels = 2;

@@ -47,20 +47,43 @@ void TrackHistory::Add(const std::vector<TrackedPoint>& inPoints, long long inFr
         if (wasLive) Compare(trail, point, inFrame);
         if (wasLive && !isCarried) {
             ++lost;
+            mEndedLengths.push_back(double(trail.mSeen));
             trail = {};
         }
         if (!point.IsLive()) continue;
         ++mLiveNow;
         const Point place{point.mX, point.mY};
-        if (trail.mPlaces.empty()) trail = {{}, point.mAge, place, inFrame};
+        if (trail.mPlaces.empty()) trail = {{}, point.mAge, place, inFrame, 0};
+        ++trail.mSeen;
         trail.mAge = point.mAge;
         trail.mPlaces.push_back(place);
         if (trail.mPlaces.size() > kTrailLength) trail.mPlaces.pop_front();
     }
     if (liveBefore >= kCutLeast && lost > kCutShare * liveBefore) mCuts.push_back(inFrame);
+    NoteFrame(inFrame, lost);
     mLiveSum += mLiveNow;
     mPrevFrame = inFrame;
     ++mFrames;
+}
+
+void TrackHistory::NoteFrame(long long inFrame, int inLost) {
+    std::vector<double> ages = Ages();
+    mFigures.push_back({inFrame, mLiveNow, inLost, Quantile(ages, 0.1), Quantile(ages, 0.5),
+                        Quantile(ages, 0.9)});
+}
+
+std::vector<double> TrackHistory::Ages() const {
+    std::vector<double> ages;
+    for (const Trail& trail : mTrails)
+        if (!trail.mPlaces.empty()) ages.push_back(double(trail.mAge));
+    return ages;
+}
+
+std::vector<double> TrackHistory::Lengths() const {
+    std::vector<double> lengths = mEndedLengths;
+    for (const Trail& trail : mTrails)
+        if (!trail.mPlaces.empty()) lengths.push_back(double(trail.mSeen));
+    return lengths;
 }
 
 // `inTrail` is what the slot held up to the frame before.
@@ -84,9 +107,7 @@ void TrackHistory::Compare(const Trail& inTrail, const TrackedPoint& inPoint,
 TrackHistory::Summary TrackHistory::Summarise() const {
     Summary summary;
     if (mFrames > 0) summary.mMeanLive = double(mLiveSum) / double(mFrames);
-    std::vector<double> ages;
-    for (const Trail& trail : mTrails)
-        if (!trail.mPlaces.empty()) ages.push_back(double(trail.mAge));
+    std::vector<double> ages = Ages();
     summary.mMedianAge = Quantile(ages, 0.5);
     std::vector<double> steps = mStepErrors;
     std::vector<double> starts = mStartErrors;

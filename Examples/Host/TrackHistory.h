@@ -32,6 +32,7 @@ public:
         unsigned mAge = 0;
         Point mStart;
         long long mStartFrame = 0;
+        long long mSeen = 0;  ///< frames with the point
     };
 
     explicit TrackHistory(const RenderedClip* inTruth) : mTruth(inTruth) {}
@@ -50,16 +51,30 @@ public:
     };
     Summary Summarise() const;
 
+    struct FrameFigures {
+        long long mFrame = 0;
+        int mLive = 0, mLost = 0;
+        double mAgeTen = 0.0, mAgeMedian = 0.0, mAgeNinety = 0.0;  ///< quantiles, in frames
+    };
+    const std::vector<FrameFigures>& Frames() const { return mFigures; }
+
+    /// How many frames each point was seen in, those that live now included.
+    std::vector<double> Lengths() const;
+
     /// Frames in which most points were lost at once, as at a cut.
     const std::vector<long long>& Cuts() const { return mCuts; }
 
 private:
     void Compare(const Trail& inTrail, const TrackedPoint& inPoint, long long inFrame);
+    void NoteFrame(long long inFrame, int inLost);
+    std::vector<double> Ages() const;
 
     const RenderedClip* mTruth;
     std::vector<Trail> mTrails;
     std::vector<double> mStepErrors, mStartErrors;
     std::vector<long long> mCuts;
+    std::vector<FrameFigures> mFigures;
+    std::vector<double> mEndedLengths;
     long long mFrames = 0, mPrevFrame = 0, mLiveSum = 0;
     long long mInView = 0, mKept = 0;
     int mLiveNow = 0;

@@ -50,6 +50,7 @@ int RunProgram(int inCount, char** inArguments) {
     program.footer(
         "Try:      descriptor-host grey -o out\n"
         "Details:  descriptor-host grey --help");
+    program.set_version_flag("--version", "descriptor-host " DP_VERSION);
     program.require_subcommand(1);
     program.get_formatter()->column_width(28);
 
@@ -59,6 +60,7 @@ int RunProgram(int inCount, char** inArguments) {
     Host::AddTrackCommand(program, run);
     Host::AddRegionCommand(program, run);
     Host::AddSelectCommand(program, run);
+    Host::AddSelfCheckCommand(program, run);
     RefuseUnknownCommand(program, inCount, inArguments);
     try {
         program.parse(inCount, inArguments);

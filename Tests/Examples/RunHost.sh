@@ -51,6 +51,8 @@ refuses() {
 
 case $scenario in
 help)
+    runs --version
+    says "^descriptor-host [0-9.]*$"
     runs --help
     for command in $(sed -n '/Subcommands:/,/^$/s/^  \([a-z]\{1,\}\) .*/\1/p' output); do
         runs "$command" --help
@@ -112,6 +114,44 @@ json)
     holds select.json '[c["cut"] for c in d["cuts"]] == [0, 1]'
     holds select.json 'd["cuts"][1]["overlap"] > 0.9 and d["cuts"][0]["regions"] > 100'
     refuses 1 grey --frames 1 --json /proc/nowhere
+    ;;
+plots)
+    runs track --size 240x180 --frames 12 --features 60 --compare --no-video --plots track
+    for tracker in apt klt; do
+        for plot in points lengths milliseconds; do
+            written track/$tracker-$plot.png 4000
+        done
+    done
+    runs region --size 240x180 --frames 6 --no-video --plots region
+    for plot in path size milliseconds; do
+        written region/$plot.png 4000
+    done
+    runs grey --size 240x180 --frames 6 --no-video --plots grey
+    written grey/milliseconds.png 4000
+    refuses 1 grey --frames 1 --plots /proc/nowhere
+    ;;
+cut)
+    # Three frames of one texture that moves, and three of another.
+    python3 -c "
+import random, sys
+for frame in range(6):
+    blocks = random.Random(frame // 3)
+    rows = [bytes(v for _ in range(18) for v in [blocks.randrange(256)] * 10) for _ in range(12)]
+    sys.stdout.buffer.write(b''.join(row[frame:frame + 160] * 10 for row in rows))" |
+        "$host" track - --raw 160x120 --format gray8 --features 60 --no-video \
+            --json out.json >output 2>errors || fail "exit code $?"
+    says "most points were lost at once in frame 3"
+    [ "$(grep -c "lost at once" output)" -eq 1 ] || { cat output; fail "more than one cut"; }
+    holds out.json 'd["cuts"] == [{"tracker": "apt", "frame": 3}]'
+    ;;
+selfcheck)
+    runs selfcheck
+    says "^PASS .* 0 differ$"
+    says "threads  *1$"
+    says "kernels  *[A-Za-z]"
+    says "LAPACK  *the "
+    [ "$(uname -m)" != x86_64 ] || says "x86-64-v[1-4]$"
+    refuses 2 selfcheck --threads 0
     ;;
 pyramid)
     runs pyramid -o out --size 160x120 --frame 3 --levels 3 --subsampling 2

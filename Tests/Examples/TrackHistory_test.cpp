@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "BoxFile.h"
 #include "RenderedClip.h"
 #include "UserError.h"
@@ -110,6 +112,12 @@ TEST(TrackHistoryTest, ACutIsNoticedInTheFrameWhereMostPointsWereLost) {
     history.Add(points, 2);
     EXPECT_EQ(history.Cuts(), std::vector<long long>{2});
     EXPECT_EQ(history.LiveNow(), 10);
+    ASSERT_EQ(history.Frames().size(), 3u);
+    EXPECT_EQ(history.Frames()[2].mLost, 40);
+    EXPECT_EQ(history.Frames()[2].mLive, 10);
+    std::vector<double> lengths = history.Lengths();
+    EXPECT_EQ(std::count(lengths.begin(), lengths.end(), 2.0), 40);
+    EXPECT_EQ(std::count(lengths.begin(), lengths.end(), 3.0), 10);
 }
 
 TEST(Quantiles, AreOrderStatisticsAndZeroOfNothing) {

@@ -17,6 +17,7 @@ void AddGreyCommand(CLI::App& ioProgram, Run& outRun);
 void AddPyramidCommand(CLI::App& ioProgram, Run& outRun);
 void AddRegionCommand(CLI::App& ioProgram, Run& outRun);
 void AddSelectCommand(CLI::App& ioProgram, Run& outRun);
+void AddSelfCheckCommand(CLI::App& ioProgram, Run& outRun);
 void AddTrackCommand(CLI::App& ioProgram, Run& outRun);
 
 }  // namespace Host

@@ -13,6 +13,7 @@
 #include "Help.h"
 #include "ImageRequest.h"
 #include "Options.h"
+#include "Plot.h"
 #include "UserError.h"
 #include "VideoWriter.h"
 
@@ -26,6 +27,7 @@ struct GreyOptions {
 
 // Times and counts over a run.
 struct GreyFigures {
+    std::vector<double> mFrames, mGreyMilliseconds, mFloatMilliseconds;  // a frame each
     double mGreySeconds = 0.0;
     double mFloatSeconds = 0.0;
     double mHitSeconds = 0.0;
@@ -33,6 +35,19 @@ struct GreyFigures {
     long long mHits = 0;
     double mLargestDifference = 0.0;
     bool mGreyBytesKept = true;
+
+    void NoteFrame(long long inNumber) {
+        const auto grow = [](double inSeconds, double& ioBefore, std::vector<double>& outMs) {
+            outMs.push_back((inSeconds - ioBefore) * 1e3);
+            ioBefore = inSeconds;
+        };
+        mFrames.push_back(double(inNumber));
+        grow(mGreySeconds, mGreyBefore, mGreyMilliseconds);
+        grow(mFloatSeconds, mFloatBefore, mFloatMilliseconds);
+    }
+
+private:
+    double mGreyBefore = 0.0, mFloatBefore = 0.0;
 };
 
 using GreyRequest = ImageRequest<DP::IGreyImageDescriptorWorkerItem>;
@@ -133,6 +148,18 @@ void WriteJson(JsonFile& ioJson, const LoopResult& inResult, const GreyFigures& 
     ioJson.Finish();
 }
 
+void PlotRun(const GreyFigures& inFigures, const OutputOptions& inOutput) {
+    if (inOutput.mPlotFolder.empty()) return;
+    Plot time;
+    time.SetTitles("Time to compute an image", "frame", "milliseconds");
+    time.mLines = {
+        LineOver(inFigures.mFrames, inFigures.mGreyMilliseconds, "grey", kPlotColours[0]),
+        LineOver(inFigures.mFrames, inFigures.mFloatMilliseconds, "float grey",
+                 kPlotColours[1])};
+    WritePlots({time}, inOutput.PlotPath("milliseconds.png"));
+    std::printf("  wrote plots in %s\n", inOutput.mPlotFolder.c_str());
+}
+
 int RunGrey(const GreyOptions& inOptions) {
     const std::unique_ptr<FrameSource> source = inOptions.mInput.Open();
     inOptions.mOutput.Prepare();
@@ -152,6 +179,7 @@ int RunGrey(const GreyOptions& inOptions) {
             GreyImageOf(AskTwice(grey, inFrame, inNumber, figures.mGreySeconds, figures));
         const auto floatImage = FloatGreyImageOf(
             AskTwice(floatGrey, inFrame, inNumber, figures.mFloatSeconds, figures));
+        figures.NoteFrame(inNumber);
         if (!inFrame.mGrey.empty() &&
             !std::equal(inFrame.mGrey.begin(), inFrame.mGrey.end(), greyImage->GetData()))
             figures.mGreyBytesKept = false;
@@ -169,6 +197,7 @@ int RunGrey(const GreyOptions& inOptions) {
         std::printf("  wrote %s%s\n", inOptions.mOutput.Path("grey.png").c_str(),
                     video ? (" and " + video->File()).c_str() : "");
     }
+    PlotRun(figures, inOptions.mOutput);
     return result.ExitCode();
 }
 
@@ -183,6 +212,7 @@ void AddGreyCommand(CLI::App& ioProgram, Run& outRun) {
     options->mInput.AddTo(*command);
     options->mOutput.AddTo(*command);
     options->mOutput.AddJsonTo(*command);
+    options->mOutput.AddPlotsTo(*command, "time a frame.");
     command->footer(
         "Writes grey.mp4, and grey.png of the last frame.\n"
         "Example:  descriptor-host grey holiday.mp4 --frames 100 -o out");

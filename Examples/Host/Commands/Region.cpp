@@ -2,6 +2,7 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <memory>
 #include <optional>
@@ -14,6 +15,7 @@
 #include "FrameLoop.h"
 #include "Help.h"
 #include "Options.h"
+#include "Plot.h"
 #include "RegionTracker.h"
 #include "RenderedClip.h"
 #include "TextFile.h"
@@ -171,6 +173,34 @@ void ReportOverlaps(const std::vector<double>& inOverlaps) {
                 sum / double(inOverlaps.size()), good, inOverlaps.size());
 }
 
+// A lost region has no place: its part of the lines is left out.
+void PlotRun(const RegionRun& inRun, const FrameSource& inSource,
+             const OutputOptions& inOutput) {
+    if (inOutput.mPlotFolder.empty()) return;
+    std::vector<double> frames, widths, heights;
+    for (const Box& box : inRun.mBoxes) {
+        const bool found = box.Area() > 0.0;
+        frames.push_back(double(frames.size()));
+        widths.push_back(found ? box.mWidth : NAN);
+        heights.push_back(found ? box.mHeight : NAN);
+    }
+    Plot path, size, time;
+    path.SetTitles("Path of the region's centre", "x in pixels", "y in pixels, downward");
+    path.mLines = {{"", kPlotColours[0], inRun.mPath, 2.0}};
+    path.mPictureWidth = inSource.Width();
+    path.mPictureHeight = inSource.Height();
+    WritePlots({path}, inOutput.PlotPath("path.png"));
+    size.SetTitles("Size of the region", "frame", "pixels");
+    size.mFromZero = false;
+    size.mLines = {LineOver(frames, widths, "width", kPlotColours[0]),
+                   LineOver(frames, heights, "height", kPlotColours[1])};
+    WritePlots({size}, inOutput.PlotPath("size.png"));
+    time.SetTitles("Time in the region tracker", "frame", "milliseconds");
+    time.mLines = {LineOver(frames, inRun.mMilliseconds)};
+    WritePlots({time}, inOutput.PlotPath("milliseconds.png"));
+    std::printf("  wrote plots in %s\n", inOutput.mPlotFolder.c_str());
+}
+
 int RunRegion(const RegionOptions& inOptions) {
     const std::unique_ptr<FrameSource> source = inOptions.mInput.Open();
     const RegionTruth truth(*source, inOptions.mTruthFile);
@@ -221,6 +251,7 @@ int RunRegion(const RegionOptions& inOptions) {
     if (result.mFrames > 0) canvas.WritePng(inOptions.mOutput.Path("region.png"));
     std::printf("  wrote region.png, region.csv%s in %s\n", video ? " and region.mp4" : "",
                 inOptions.mOutput.mFolder.c_str());
+    PlotRun(run, *source, inOptions.mOutput);
     return result.ExitCode();
 }
 
@@ -253,6 +284,7 @@ void AddRegionCommand(CLI::App& ioProgram, Run& outRun) {
         ->type_name("N");
     options->mOutput.AddTo(*command);
     options->mOutput.AddJsonTo(*command);
+    options->mOutput.AddPlotsTo(*command, "the region's path and size, time a frame.");
     command
         ->add_option("--png-every", options->mPngEvery,
                      "Write a picture of every so many frames.")

@@ -14,6 +14,7 @@
 #include "PointTracker.h"
 #include "TextFile.h"
 #include "TrackPicture.h"
+#include "TrackPlots.h"
 #include "UserError.h"
 #include "VideoWriter.h"
 
@@ -185,6 +186,16 @@ void ReportRun(const TrackRun& inRun, long long inFrames, bool inHasTruth) {
         std::printf("    most points were lost at once in frame %lld: is there a cut?\n", cut);
 }
 
+void PlotRuns(const TrackOptions& inOptions,
+              const std::vector<std::unique_ptr<TrackRun>>& inRuns) {
+    if (inOptions.mOutput.mPlotFolder.empty()) return;
+    for (const auto& run : inRuns)
+        WriteTrackPlots(
+            run->mHistory, run->mMilliseconds,
+            inOptions.mOutput.PlotPath(inRuns.size() > 1 ? run->mTracker->Name() + "-" : ""));
+    std::printf("  wrote plots in %s\n", inOptions.mOutput.mPlotFolder.c_str());
+}
+
 int RunTrack(const TrackOptions& inOptions) {
     const std::unique_ptr<FrameSource> source = inOptions.mInput.Open();
     inOptions.mOutput.Prepare();
@@ -229,6 +240,7 @@ int RunTrack(const TrackOptions& inOptions) {
     if (tracked > 0) canvas.WritePng(inOptions.mOutput.Path("track.png"));
     std::printf("  wrote track.png, the tables (csv)%s in %s\n", video ? " and track.mp4" : "",
                 inOptions.mOutput.mFolder.c_str());
+    PlotRuns(inOptions, runs);
     return result.ExitCode();
 }
 
@@ -294,6 +306,8 @@ void AddTrackCommand(CLI::App& ioProgram, Run& outRun) {
     AddTrackerOptions(*command, *options);
     options->mOutput.AddTo(*command);
     options->mOutput.AddJsonTo(*command);
+    options->mOutput.AddPlotsTo(
+        *command, "live points and their ages, lengths of the tracks, time a frame.");
     command
         ->add_option("--png-every", options->mPngEvery,
                      "Write a picture of every so many frames.")
