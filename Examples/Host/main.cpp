@@ -61,6 +61,7 @@ int RunProgram(int inCount, char** inArguments) {
     Host::AddRegionCommand(program, run);
     Host::AddSelectCommand(program, run);
     Host::AddSelfCheckCommand(program, run);
+    Host::AddBenchCommand(program, run);
     RefuseUnknownCommand(program, inCount, inArguments);
     try {
         program.parse(inCount, inArguments);

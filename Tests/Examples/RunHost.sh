@@ -153,6 +153,23 @@ selfcheck)
     [ "$(uname -m)" != x86_64 ] || says "x86-64-v[1-4]$"
     refuses 2 selfcheck --threads 0
     ;;
+bench)
+    # A time for each kind of work, and with OpenCV its own and the ratio of the two.
+    runs bench --size 240x180 --frames 4 --features 60 --grabcut
+    columns=1
+    [ ! -e "$(dirname "$host")/descriptor-host-peers.so" ] || columns=3
+    for work in "grey" "float grey" "APT selection" "APT step" "KLT selection" "KLT step" \
+        "first cut"; do
+        awk -v work="$work" -v columns=$columns '
+            index($0, "  " work "  ") == 1 {
+                split(substr($0, length(work) + 3), f)
+                good = f[1] > 0 && (columns == 1 || (f[2] > 0 && f[3] > 0))
+            }
+            END { exit !good }' output || { cat output; fail "no row of $work"; }
+    done
+    grep -q "^  region step  *[0-9.]" output || fail "no row of the region"
+    refuses 1 bench --frames 1
+    ;;
 pyramid)
     runs pyramid -o out --size 160x120 --frame 3 --levels 3 --subsampling 2
     written out/pyramid.png 20000

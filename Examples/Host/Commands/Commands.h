@@ -13,6 +13,7 @@ namespace Host {
 /// What the chosen subcommand does; gives the exit code.
 using Run = std::function<int()>;
 
+void AddBenchCommand(CLI::App& ioProgram, Run& outRun);
 void AddGreyCommand(CLI::App& ioProgram, Run& outRun);
 void AddPyramidCommand(CLI::App& ioProgram, Run& outRun);
 void AddRegionCommand(CLI::App& ioProgram, Run& outRun);

@@ -1,0 +1,287 @@
+// bench: this library's times on a clip, beside OpenCV's for the same work.
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cstdio>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "BoxFile.h"
+#include "Commands.h"
+#include "FrameLoop.h"
+#include "GreyImages.h"
+#include "Help.h"
+#include "Options.h"
+#include "Peers.h"
+#include "PointTracker.h"
+#include "RegionTracker.h"
+#include "RenderedClip.h"
+#include "Selection.h"
+#include "TrackHistory.h"
+#include "UserError.h"
+
+namespace Host {
+namespace {
+
+constexpr long long kFrames = 30;
+constexpr std::size_t kMostCuts = 5;
+constexpr int kDistance = 10;  // between selected points, in pixels
+
+struct BenchOptions {
+    InputOptions mInput;
+    unsigned mFeatures = 500;
+    std::string mRect;
+    bool mGrabCut = false;
+};
+
+// Milliseconds of one kind of work, a round each.
+struct Times {
+    std::vector<double> mOurs, mPeers;
+
+    template <class Call>
+    void TakePeer(Call inCall) {
+        const Stopwatch stopwatch;
+        inCall();
+        mPeers.push_back(stopwatch.Seconds() * 1e3);
+    }
+};
+
+// The frames in memory, with their grey planes: reading is no part of any time.
+struct Clip {
+    std::string mName;
+    std::vector<Frame> mFrames;
+    std::vector<std::vector<std::uint8_t>> mGreyBytes;
+    Box mBox;
+
+    GreyPlane Grey(std::size_t inFrame) const {
+        return {mGreyBytes[inFrame].data(), mFrames[inFrame].mWidth, mFrames[inFrame].mHeight};
+    }
+};
+
+Box StartBox(const BenchOptions& inOptions, const FrameSource& inSource) {
+    if (!inOptions.mRect.empty()) return ParseBox(inOptions.mRect);
+    if (inSource.Truth()) return inSource.Truth()->ObjectBox(0);
+    return {inSource.Width() / 4.0, inSource.Height() / 4.0, inSource.Width() / 2.0,
+            inSource.Height() / 2.0};
+}
+
+Clip ReadClip(const BenchOptions& inOptions) {
+    InputOptions input = inOptions.mInput;
+    if (input.mFrames == 0) input.mFrames = kFrames;
+    const std::unique_ptr<FrameSource> source = input.Open();
+    Clip clip{source->Name(), {}, {}, StartBox(inOptions, *source)};
+    const GreyImages images("bench clip");
+    for (Frame frame; !Interrupted() && source->Read(frame);) {
+        const auto grey = images.Grey(frame, (long long)clip.mFrames.size());
+        clip.mGreyBytes.emplace_back(grey->GetData(), grey->GetData() + frame.PixelCount());
+        clip.mFrames.push_back(frame);
+    }
+    if (!source->Trouble().empty()) throw UserError(source->Trouble());
+    if (!Interrupted() && clip.mFrames.size() < 2)
+        throw UserError("'" + clip.mName + "' has one frame only; steps need two");
+    return clip;
+}
+
+// One row after the other is measured and printed.
+class Bench {
+public:
+    Bench(const BenchOptions& inOptions, Clip inClip)
+        : mOptions(inOptions), mClip(std::move(inClip)), mPeers(LoadPeers()) {}
+
+    int Run() {
+        PrintHead();
+        TimeGrey();
+        TimePoints("APT", &MakeAptTracker, {11, 2});
+        TimePoints("KLT", &MakeKltTracker, {7, 1});
+        TimeRegion();
+        TimeCut();
+        return Interrupted() ? kInterruptedExitCode : 0;
+    }
+
+private:
+    // What the peer looks at, as near to the tracker's own as it can be asked for.
+    struct PeerWindow {
+        int mSide, mLevels;
+    };
+    using MakeTracker = std::unique_ptr<PointTracker>(const std::string&, const TrackSettings&);
+
+    void PrintHead() const {
+        const Frame& first = mClip.mFrames.front();
+        std::printf("%s, %dx%d, %s, one thread, medians\n", mClip.mName.c_str(), first.mWidth,
+                    first.mHeight, FramesText((long long)mClip.mFrames.size()).c_str());
+        std::printf("  %-16s %12s", "", "ms");
+        if (mPeers) std::printf(" %12s %8s", "OpenCV, ms", "ratio");
+        std::printf("\n");
+    }
+
+    void Print(const std::string& inWork, Times inTimes, const std::string& inPeer) const {
+        if (inTimes.mOurs.empty()) return;
+        const double ours = Quantile(inTimes.mOurs, 0.5);
+        std::printf("  %-16s %12.3f", inWork.c_str(), ours);
+        if (!inTimes.mPeers.empty()) {
+            const double peers = Quantile(inTimes.mPeers, 0.5);
+            std::printf(" %12.3f %8.2f  %s", peers, ours / peers, inPeer.c_str());
+        }
+        std::printf("\n");
+        std::fflush(stdout);
+    }
+
+    // Calls a step for the numbers from `inFirst` below `inEnd`, until the user stops it.
+    template <class Step>
+    static void Each(std::size_t inFirst, std::size_t inEnd, Step inStep) {
+        for (std::size_t i = inFirst; i < inEnd && !Interrupted(); ++i)
+            inStep(i);
+    }
+
+    void TimeGrey() {
+        const ImageRequest<DP::IGreyImageDescriptorWorkerItem> grey(
+            "bench grey", DP::kDescriptorDataTypeGreyImage);
+        const ImageRequest<DP::IFloatGreyImageDescriptorWorkerItem> floats(
+            "bench grey", DP::kDescriptorDataTypeFloatGreyImage);
+        Times greyTimes, floatTimes;
+        Each(0, mClip.mFrames.size(), [&](std::size_t i) {
+            const Frame& frame = mClip.mFrames[i];
+            const auto take = [&](const auto& inRequest, Times& ioTimes) {
+                const Stopwatch stopwatch;
+                inRequest.Ask(frame, (long long)i);
+                ioTimes.mOurs.push_back(stopwatch.Seconds() * 1e3);
+            };
+            take(grey, greyTimes);
+            take(floats, floatTimes);
+            if (!mPeers) return;
+            greyTimes.TakePeer([&] { mPeers->Grey(frame); });
+            floatTimes.TakePeer([&] { mPeers->FloatGrey(frame); });
+        });
+        Print("grey", greyTimes, "cvtColor");
+        Print("float grey", floatTimes, "cvtColor, convertTo");
+    }
+
+    // A tracker's first frame is a selection. In the run of steps no new points are looked
+    // for, and the peer follows the points that ours starts the step from.
+    void TimePoints(const std::string& inName, MakeTracker* inMake, PeerWindow inWindow) {
+        TrackSettings settings;
+        settings.mFeatures = mOptions.mFeatures;
+        settings.mMinFeatures = 0;
+        settings.mMinDistance = kDistance;
+        Times selection, step;
+        Each(0, mClip.mFrames.size(), [&](std::size_t i) {
+            const auto tracker = inMake("bench selection " + inName, settings);
+            tracker->Track(mClip.mFrames[i], (long long)i);
+            selection.mOurs.push_back(tracker->LibrarySeconds() * 1e3);
+            if (mPeers)
+                selection.TakePeer([&] {
+                    mPeers->Select(mClip.Grey(i), int(settings.mFeatures), kDistance,
+                                   inWindow.mSide);
+                });
+        });
+        Print(inName + " selection", selection, "goodFeaturesToTrack");
+        TimeSteps(*inMake("bench steps " + inName, settings), inWindow, step);
+        Print(inName + " step", step, "calcOpticalFlowPyrLK");
+    }
+
+    void TimeSteps(PointTracker& ioTracker, PeerWindow inWindow, Times& outTimes) {
+        std::vector<Point> live;
+        double before = 0.0;
+        Each(0, mClip.mFrames.size(), [&](std::size_t i) {
+            const auto& points = ioTracker.Track(mClip.mFrames[i], (long long)i);
+            if (i > 0) outTimes.mOurs.push_back((ioTracker.LibrarySeconds() - before) * 1e3);
+            before = ioTracker.LibrarySeconds();
+            if (i > 0 && mPeers && !live.empty())
+                outTimes.TakePeer([&] {
+                    mPeers->Flow(mClip.Grey(i - 1), mClip.Grey(i), live, inWindow.mSide,
+                                 inWindow.mLevels);
+                });
+            live.clear();
+            for (const TrackedPoint& point : points)
+                if (point.IsLive()) live.push_back({point.mX, point.mY});
+        });
+    }
+
+    void TimeRegion() {
+        const Frame& first = mClip.mFrames.front();
+        RegionTracker tracker("bench region", mClip.mBox, first.mHeight, {});
+        const bool withPeer = mPeers && mPeers->StartRegion(mClip.Grey(0), mClip.mBox);
+        Times times;
+        double before = 0.0;
+        Each(0, mClip.mFrames.size(), [&](std::size_t i) {
+            tracker.Track(mClip.mFrames[i], (long long)i);
+            if (i > 0) times.mOurs.push_back((tracker.LibrarySeconds() - before) * 1e3);
+            before = tracker.LibrarySeconds();
+            if (i > 0 && withPeer) times.TakePeer([&] { mPeers->StepRegion(mClip.Grey(i)); });
+        });
+        Print("region step", times, "MedianFlow");
+    }
+
+    // The rectangle stands in for a user's strokes: its middle is foreground, the picture's
+    // rim background.
+    Strokes BoxStrokes(const Frame& inFrame) const {
+        Strokes strokes{Mask(inFrame.mWidth, inFrame.mHeight),
+                        Mask(inFrame.mWidth, inFrame.mHeight)};
+        const Box& box = mClip.mBox;
+        const double y = box.mY + box.mHeight / 2, w = inFrame.mWidth, h = inFrame.mHeight;
+        PaintLine(strokes,
+                  {box.mX + box.mWidth / 3, y, box.Right() - box.mWidth / 3, y, 4.0, true});
+        for (const double edge : {4.0, h - 4.0})
+            PaintLine(strokes, {4.0, edge, w - 4.0, edge, 3.0, false});
+        return strokes;
+    }
+
+    void TimeCut() {
+        Times cut, grab;
+        Each(0, std::min(mClip.mFrames.size(), kMostCuts), [&](std::size_t i) {
+            const Frame& frame = mClip.mFrames[i];
+            const Strokes strokes = BoxStrokes(frame);
+            Selection selection(frame, "bench cut " + std::to_string(i));
+            selection.Cut(strokes);
+            cut.mOurs.push_back(selection.Milliseconds());
+            if (mPeers) cut.TakePeer([&] { mPeers->Watershed(frame, strokes); });
+            if (!mPeers || !mOptions.mGrabCut) return;
+            grab.mOurs.push_back(selection.Milliseconds());
+            grab.TakePeer([&] { mPeers->GrabCut(frame, strokes); });
+        });
+        Print("first cut", cut, "watershed");
+        Print("first cut", grab, "grabCut, one iteration");
+    }
+
+    BenchOptions mOptions;
+    Clip mClip;
+    std::unique_ptr<Peers> mPeers;
+};
+
+int RunBench(const BenchOptions& inOptions) {
+    Clip clip = ReadClip(inOptions);
+    if (Interrupted()) return kInterruptedExitCode;
+    return Bench(inOptions, std::move(clip)).Run();
+}
+
+}  // namespace
+
+void AddBenchCommand(CLI::App& ioProgram, Run& outRun) {
+    CLI::App* const command = ioProgram.add_subcommand(
+        "bench", "Times of every kind on a clip, beside OpenCV's for the same work.");
+    const auto options = std::make_shared<BenchOptions>();
+    options->mInput.AddTo(*command);
+    command->add_option("--features", options->mFeatures, "Points at most (500).")
+        ->check(CLI::Range(1u, 100000u).description(""))
+        ->type_name("N");
+    command
+        ->add_option("--rect", options->mRect,
+                     Wrapped("The rectangle for the region and the cut (the rendered panel, or "
+                             "the middle of the picture)."))
+        ->type_name("X,Y,W,H");
+    command->add_flag("--grabcut", options->mGrabCut, "Also time grabCut, which is slow.");
+    command->footer(
+        "Takes 30 frames unless --frames says otherwise, all held in memory. A ratio below 1\n"
+        "means that this library is faster. Times are from a frame's grey image to the\n"
+        "result, pyramids included, in the same run and in turns. Without OpenCV there is\n"
+        "one column.\n"
+        "Example:  descriptor-host bench holiday.mp4 --rect 320,180,120,90");
+    command->callback([&outRun, options] {
+        outRun = [options] {
+            return RunBench(*options);
+        };
+    });
+}
+
+}  // namespace Host
