@@ -1,10 +1,11 @@
 #!/bin/sh
 # Runs the example host as a person would, in a folder that is removed afterwards.
 #
-#   RunHost.sh PROGRAM SCENARIO
+#   RunHost.sh PROGRAM SCENARIO [MAN_PAGE]
 
 host=$1
 scenario=$2
+manual=$3
 folder=$(mktemp -d) || exit 1
 trap 'rm -rf "$folder"' EXIT
 cd "$folder" || exit 1
@@ -57,7 +58,18 @@ help)
     for command in $(sed -n '/Subcommands:/,/^$/s/^  \([a-z]\{1,\}\) .*/\1/p' output); do
         runs "$command" --help
         says "Example:  descriptor-host $command"
+        # The manual knows every command and every option.
+        grep -q "^\.B $command$" "$manual" || fail "no $command in the manual"
+        for option in $(grep -o -e "^  -.*" output | grep -o -e "--[a-z-]*" | sort -u); do
+            sed 's/\\-/-/g' "$manual" | grep -q -e "^\.B.* $option\b" ||
+                fail "no $option of $command in the manual"
+        done
     done
+    if command -v man >/dev/null; then
+        LC_ALL=C.UTF-8 MANWIDTH=80 man --warnings -l "$manual" >page 2>errors
+        [ ! -s errors ] || fail "the manual has warnings"
+        grep -q "EXIT STATUS" page || fail "the manual came out empty"
+    fi
     ;;
 grey)
     runs grey -o out --frames 12 --size 160x120

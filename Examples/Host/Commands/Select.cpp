@@ -248,6 +248,7 @@ void AddSelectCommand(CLI::App& ioProgram, Run& outRun) {
         ->needs("--interactive");
     options->mOutput.AddFolderTo(*command);
     options->mOutput.AddJsonTo(*command);
+    command->get_option("--json")->excludes("--interactive");
     command->footer(
         "Writes select.png (each cut with its strokes), labels.png, cutout.png (on a\n"
         "checkerboard) and regions.png (the small regions that the cut runs between).\n"
