@@ -24,8 +24,9 @@ take() {
 "$host" grey -o "$work/grey" --size 352x264 --frames 40 --no-video
 take grey grey.png grey.png
 
-"$host" track -o "$work/track" --size 480x360 --frames 90 --no-video
+"$host" track -o "$work/track" --size 480x360 --frames 90 --no-video --plots "$work/plots"
 take track track.png track.png
+take plots points.png points.png
 
 "$host" track -o "$work/compare" --size 400x300 --frames 90 --features 250 --compare --no-video
 take compare track.png compare.png
