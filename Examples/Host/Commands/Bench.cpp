@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cstdio>
+#include <iostream>
 #include <memory>
 #include <string>
 #include <vector>
@@ -96,7 +97,9 @@ public:
         TimePoints("KLT", &MakeKltTracker, {7, 1});
         TimeRegion();
         TimeCut();
-        return Interrupted() ? kInterruptedExitCode : 0;
+        if (!Interrupted()) return 0;
+        std::cerr << "stopped; the last row may be of fewer frames\n";
+        return kInterruptedExitCode;
     }
 
 private:

@@ -118,7 +118,7 @@ private:
 
 void Report(const FrameSource& inSource, const LoopResult& inResult,
             const GreyFigures& inFigures) {
-    const double frames = double(std::max(1LL, inResult.mFrames));
+    const double frames = double(inResult.mFrames);
     std::printf("%s, %dx%d, %s\n", inSource.Name().c_str(), inSource.Width(), inSource.Height(),
                 FramesText(inResult.mFrames).c_str());
     std::printf("  grey        %8.3f ms a frame\n", inFigures.mGreySeconds / frames * 1e3);
@@ -190,13 +190,12 @@ int RunGrey(const GreyOptions& inOptions) {
     const LoopResult result = ForEachFrame(*source, "grey", step);
 
     if (video) video->Finish();
-    Report(*source, result, figures);
     if (json) WriteJson(*json, result, figures);
-    if (result.mFrames > 0) {
-        sheet.GetCanvas().WritePng(inOptions.mOutput.Path("grey.png"));
-        std::printf("  wrote %s%s\n", inOptions.mOutput.Path("grey.png").c_str(),
-                    video ? (" and " + video->File()).c_str() : "");
-    }
+    if (result.mFrames == 0) return result.ExitCode();  // stopped before it began
+    Report(*source, result, figures);
+    sheet.GetCanvas().WritePng(inOptions.mOutput.Path("grey.png"));
+    std::printf("  wrote %s%s\n", inOptions.mOutput.Path("grey.png").c_str(),
+                video ? (" and " + video->File()).c_str() : "");
     PlotRun(figures, inOptions.mOutput);
     return result.ExitCode();
 }

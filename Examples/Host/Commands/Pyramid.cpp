@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstdio>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -13,6 +14,7 @@
 #include "GreyImages.h"
 #include "Help.h"
 #include "Insides.h"
+#include "Interrupt.h"
 #include "Options.h"
 #include "Stopwatch.h"
 #include "UserError.h"
@@ -27,14 +29,17 @@ struct PyramidOptions {
     long long mFrame = 0;
 };
 
-// Frame number `inNumber` of a source.
-Frame ReadFrame(FrameSource& ioSource, long long inNumber) {
+// Frame number `inNumber` of a source; nothing if the user stopped the wait for it.
+std::optional<Frame> ReadFrame(FrameSource& ioSource, long long inNumber) {
     Frame frame;
-    for (long long i = 0; i <= inNumber; ++i)
-        if (!ioSource.Read(frame))
+    for (long long i = 0; i <= inNumber; ++i) {
+        const bool read = ioSource.Read(frame);
+        if (Interrupted()) return std::nullopt;
+        if (!read)
             throw UserError("'" + ioSource.Name() + "' has no frame " +
                             std::to_string(inNumber) + ", it ends with frame " +
                             std::to_string(i - 1));
+    }
     return frame;
 }
 
@@ -100,7 +105,9 @@ void DrawSheet(Canvas& ioCanvas, const std::vector<PyramidLevel>& inLevels, doub
 int RunPyramid(const PyramidOptions& inOptions) {
     const std::unique_ptr<FrameSource> source = inOptions.mInput.Open();
     inOptions.mOutput.Prepare();
-    const Frame frame = ReadFrame(*source, inOptions.mFrame);
+    const std::optional<Frame> read = ReadFrame(*source, inOptions.mFrame);
+    if (!read) return kInterruptedExitCode;
+    const Frame& frame = *read;
     int width = frame.mWidth;
     int height = frame.mHeight;
     for (int level = 1; level < inOptions.mSettings.mLevels; ++level) {

@@ -173,6 +173,19 @@ void ReportOverlaps(const std::vector<double>& inOverlaps) {
                 sum / double(inOverlaps.size()), good, inOverlaps.size());
 }
 
+void Report(const FrameSource& inSource, const LoopResult& inResult, const RegionRun& inRun,
+            double inSeconds) {
+    const double frames = double(inResult.mFrames);
+    std::printf("%s, %dx%d, %s\n", inSource.Name().c_str(), inSource.Width(), inSource.Height(),
+                FramesText(inResult.mFrames).c_str());
+    std::printf("  tracking  %8.3f ms a frame, %.1f points on average\n",
+                inSeconds / frames * 1e3, double(inRun.mPoints) / frames);
+    if (inRun.mLostIn) std::printf("  the region was lost in frame %lld\n", *inRun.mLostIn);
+    ReportOverlaps(inRun.mOverlaps);
+    std::printf("  whole run %8.1f frames/s with reading, drawing and writing\n",
+                inResult.FramesPerSecond());
+}
+
 // A lost region has no place: its part of the lines is left out.
 void PlotRun(const RegionRun& inRun, const FrameSource& inSource,
              const OutputOptions& inOutput) {
@@ -239,16 +252,9 @@ int RunRegion(const RegionOptions& inOptions) {
         json->Value("stopped", result.mStopped);
         json->Finish();
     }
-    const double frames = double(std::max(1LL, result.mFrames));
-    std::printf("%s, %dx%d, %s\n", source->Name().c_str(), source->Width(), source->Height(),
-                FramesText(result.mFrames).c_str());
-    std::printf("  tracking  %8.3f ms a frame, %.1f points on average\n",
-                tracker.LibrarySeconds() / frames * 1e3, double(run.mPoints) / frames);
-    if (run.mLostIn) std::printf("  the region was lost in frame %lld\n", *run.mLostIn);
-    ReportOverlaps(run.mOverlaps);
-    std::printf("  whole run %8.1f frames/s with reading, drawing and writing\n",
-                result.FramesPerSecond());
-    if (result.mFrames > 0) canvas.WritePng(inOptions.mOutput.Path("region.png"));
+    if (result.mFrames == 0) return result.ExitCode();  // stopped before it began
+    Report(*source, result, run, tracker.LibrarySeconds());
+    canvas.WritePng(inOptions.mOutput.Path("region.png"));
     std::printf("  wrote region.png, region.csv%s in %s\n", video ? " and region.mp4" : "",
                 inOptions.mOutput.mFolder.c_str());
     PlotRun(run, *source, inOptions.mOutput);

@@ -170,7 +170,7 @@ void ReportRun(const TrackRun& inRun, long long inFrames, bool inHasTruth) {
     const TrackHistory::Summary summary = inRun.mHistory.Summarise();
     std::printf("  %s\n", inRun.mTracker->Name().c_str());
     std::printf("    tracking      %8.3f ms a frame\n",
-                inRun.mTracker->LibrarySeconds() / double(std::max(1LL, inFrames)) * 1e3);
+                inRun.mTracker->LibrarySeconds() / double(inFrames) * 1e3);
     std::printf(
         "    live points   %8.1f on average; at the end half are %.0f frames old or more\n",
         summary.mMeanLive, summary.mMedianAge);
@@ -184,6 +184,16 @@ void ReportRun(const TrackRun& inRun, long long inFrames, bool inHasTruth) {
     }
     for (const long long cut : inRun.mHistory.Cuts())
         std::printf("    most points were lost at once in frame %lld: is there a cut?\n", cut);
+}
+
+void Report(const FrameSource& inSource, const LoopResult& inResult,
+            const std::vector<std::unique_ptr<TrackRun>>& inRuns, long long inTracked) {
+    std::printf("%s, %dx%d, %s\n", inSource.Name().c_str(), inSource.Width(), inSource.Height(),
+                FramesText(inResult.mFrames).c_str());
+    for (const auto& run : inRuns)
+        ReportRun(*run, inTracked, inSource.Truth() != nullptr);
+    std::printf("  whole run       %8.1f frames/s with reading, drawing and writing\n",
+                inResult.FramesPerSecond());
 }
 
 void PlotRuns(const TrackOptions& inOptions,
@@ -228,16 +238,12 @@ int RunTrack(const TrackOptions& inOptions) {
     const LoopResult result = ForEachFrame(*source, "track", step);
 
     if (video) video->Finish();
-    std::printf("%s, %dx%d, %s\n", source->Name().c_str(), source->Width(), source->Height(),
-                FramesText(result.mFrames).c_str());
-    for (const auto& run : runs) {
+    for (const auto& run : runs)
         run->mFile.Flush();
-        ReportRun(*run, tracked, source->Truth() != nullptr);
-    }
     if (json) FinishJson(*json, result, runs);
-    std::printf("  whole run       %8.1f frames/s with reading, drawing and writing\n",
-                result.FramesPerSecond());
-    if (tracked > 0) canvas.WritePng(inOptions.mOutput.Path("track.png"));
+    if (tracked == 0) return result.ExitCode();  // stopped before it began
+    Report(*source, result, runs, tracked);
+    canvas.WritePng(inOptions.mOutput.Path("track.png"));
     std::printf("  wrote track.png, the tables (csv)%s in %s\n", video ? " and track.mp4" : "",
                 inOptions.mOutput.mFolder.c_str());
     PlotRuns(inOptions, runs);
