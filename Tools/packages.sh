@@ -5,7 +5,7 @@ LIBRARY_PACKAGES="g++ cmake ninja-build pkg-config gfortran liblapack-dev libbla
 HOST_PACKAGES="libavformat-dev libavcodec-dev libswscale-dev libavutil-dev libcairo2-dev
     libcli11-dev libsdl2-dev"
 TEST_PACKAGES="clang-14 libclang-rt-14-dev binutils make doxygen python3
-    libgtest-dev libgmock-dev libboost-graph-dev xvfb xauth"
+    man-db libgtest-dev libgmock-dev libboost-graph-dev xvfb xauth"
 PACKAGING_PACKAGES="dpkg-dev lintian"
 ABI_PACKAGES="git abigail-tools binutils"
 BENCHMARK_PACKAGES="libbenchmark-dev libopencv-dev libopencv-contrib-dev"

@@ -23,7 +23,7 @@ public:
 
     const std::vector<TrackedPoint>& Track(const Frame& inFrame, long long inNumber) override {
         const IP::ImagePtr<float> image = mImages.Float(inFrame, inNumber);
-        const Stopwatch tracking;
+        const WorkStopwatch tracking;
         const DP::APTFeatureListPtr features = TrackImage(image, inNumber);
         mSeconds += tracking.Seconds();
         CopyPoints(*features, mPoints);

@@ -48,7 +48,7 @@ std::string JsonText(const std::string& inBytes) {
 }
 
 JsonFile::JsonFile(const std::string& inName) : mFile(inName), mClosings("}") {
-    mFile.Print("{");
+    mFile.Print("%s", "{");
 }
 
 JsonFile::~JsonFile() {
@@ -60,7 +60,7 @@ JsonFile::~JsonFile() {
 }
 
 void JsonFile::StartItem(const std::string& inName) {
-    if (!mFirstInLevel) mFile.Print(mOneLine ? ", " : ",");
+    if (!mFirstInLevel) mFile.Print("%s", mOneLine ? ", " : ",");
     if (!mOneLine) mFile.Print("\n%*s", int(mClosings.size()), "");
     if (!inName.empty()) mFile.Print("%s: ", JsonText(inName).c_str());
     mFirstInLevel = false;
@@ -100,7 +100,7 @@ void JsonFile::Value(const std::string& inName, double inNumber) {
 void JsonFile::Finish() {
     if (mClosings.empty()) return;
     Close(int(mClosings.size()));
-    mFile.Print("\n");
+    mFile.Print("%s", "\n");
     mFile.Flush();
 }
 

@@ -20,7 +20,7 @@ public:
 
     const std::vector<TrackedPoint>& Track(const Frame& inFrame, long long inNumber) override {
         const IP::ImagePtr<unsigned char> image = mImages.Grey(inFrame, inNumber);
-        const Stopwatch tracking;
+        const WorkStopwatch tracking;
         const DP::KLTFeatureListPtr features = TrackImage(image, inNumber);
         mSeconds += tracking.Seconds();
         mPoints.clear();

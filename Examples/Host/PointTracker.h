@@ -51,7 +51,7 @@ public:
     virtual std::string StatusColumn() const = 0;
     virtual std::string MarkColumn() const = 0;
 
-    /// Seconds spent in the library, the conversion to grey left out.
+    /// Seconds that the library worked, the conversion to grey left out.
     double LibrarySeconds() const { return mSeconds; }
 
 protected:

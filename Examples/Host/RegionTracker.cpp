@@ -42,7 +42,7 @@ DP::Ref<DP::IDescriptorDataKey> RegionTracker::MakeKey(const Frame& inFrame,
 
 const Box& RegionTracker::Track(const Frame& inFrame, long long inNumber) {
     const IP::ImagePtr<float> image = mImages.Float(inFrame, inNumber);
-    const Stopwatch tracking;
+    const WorkStopwatch tracking;
     const auto item = DP::CreateDescriptorWorkerItem(DP::kDescriptorDataTypeRegionTracker);
     item->SetDataKey(MakeKey(inFrame, inNumber));
     DP::Ref<DP::IRegionTrackerDescriptorWorkerItem>(item)->SetInputs(

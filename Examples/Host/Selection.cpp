@@ -24,7 +24,7 @@ void Selection::Cut(const Strokes& inStrokes) {
         mPicture.mPixels.data(), unsigned(mPicture.RowBytes()), ToImage(inStrokes.mForeground),
         ToImage(inStrokes.mBackground), current);
 
-    const Stopwatch cutting;
+    const WorkStopwatch cutting;
     const auto data = mComputer->GetDescriptorData(item, true);
     mMilliseconds = cutting.Seconds() * 1e3;
     mLabels = DP::Ref<DP::IGraphCutDescriptorData>(data)->GetLabelImage();

@@ -42,7 +42,7 @@ struct Times {
 
     template <class Call>
     void TakePeer(Call inCall) {
-        const Stopwatch stopwatch;
+        const WorkStopwatch stopwatch;
         inCall();
         mPeers.push_back(stopwatch.Seconds() * 1e3);
     }
@@ -146,7 +146,7 @@ private:
         Each(0, mClip.mFrames.size(), [&](std::size_t i) {
             const Frame& frame = mClip.mFrames[i];
             const auto take = [&](const auto& inRequest, Times& ioTimes) {
-                const Stopwatch stopwatch;
+                const WorkStopwatch stopwatch;
                 inRequest.Ask(frame, (long long)i);
                 ioTimes.mOurs.push_back(stopwatch.Seconds() * 1e3);
             };
@@ -276,9 +276,11 @@ void AddBenchCommand(CLI::App& ioProgram, Run& outRun) {
     command->add_flag("--grabcut", options->mGrabCut, "Also time grabCut, which is slow.");
     command->footer(
         "Takes 30 frames unless --frames says otherwise, all held in memory. A ratio below 1\n"
-        "means that this library is faster. Times are from a frame's grey image to the\n"
-        "result, pyramids included, in the same run and in turns. Without OpenCV there is\n"
-        "one column.\n"
+        "means that this library is faster. Times are the processor's, in the same run and in\n"
+        "turns; of points and regions from the grey image to the result, pyramids included.\n"
+        "Each result here is new memory that the cache keeps; OpenCV writes over its last "
+        "one.\n"
+        "Without OpenCV there is one column.\n"
         "Example:  descriptor-host bench holiday.mp4 --rect 320,180,120,90");
     command->callback([&outRun, options] {
         outRun = [options] {

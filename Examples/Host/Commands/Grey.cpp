@@ -58,10 +58,10 @@ template <class Request>
 DP::Ref<DP::IDescriptorData> AskTwice(const Request& inRequest, const Frame& inFrame,
                                       long long inNumber, double& ioSeconds,
                                       GreyFigures& ioFigures) {
-    const Stopwatch computing;
+    const WorkStopwatch computing;
     const DP::Ref<DP::IDescriptorData> first = inRequest.Ask(inFrame, inNumber);
     ioSeconds += computing.Seconds();
-    const Stopwatch looking;
+    const WorkStopwatch looking;
     const DP::Ref<DP::IDescriptorData> second = inRequest.Ask(inFrame, inNumber);
     ioFigures.mHitSeconds += looking.Seconds();
     ioFigures.mRequests += 2;

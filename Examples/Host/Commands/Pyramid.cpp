@@ -121,7 +121,7 @@ int RunPyramid(const PyramidOptions& inOptions) {
 
     const GreyImages images(source->Name());
     const IP::ImagePtr<unsigned char> grey = images.Grey(frame, inOptions.mFrame);
-    const Stopwatch computing;
+    const WorkStopwatch computing;
     const std::vector<PyramidLevel> levels =
         ComputePyramids(grey->GetData(), frame.mWidth, frame.mHeight, inOptions.mSettings);
     const double milliseconds = computing.Seconds() * 1e3;
