@@ -1,0 +1,155 @@
+// The engine beside its plain twin: the same bits and the same lists after each run, also
+// after runs that end between two paths, through sequences of changes.
+
+#include "PlainFlow.h"
+
+#include <gtest/gtest.h>
+
+#include <bit>
+#include <climits>
+#include <cstdint>
+
+#include "External/graphcut/MaxFlowSolver.h"
+#include "Support/Textures.h"
+
+namespace {
+
+using Testing::PlainFlow;
+using Testing::Random;
+
+struct AbortAfter : AbortCallback {
+    explicit AbortAfter(int inPaths) : mPathsLeft(inPaths) {}
+    bool ShouldAbort(int) override { return --mPathsLeft == 0; }
+    int mPathsLeft;
+};
+
+// Mostly few values, so that ties are common; some odd, some that swallow all others.
+float AnyCapacity(Random& ioRandom) {
+    const int kind = ioRandom.Integer(0, 15);
+    if (kind < 4) return 0;
+    if (kind < 11) return float(ioRandom.Integer(1, 3));
+    return kind < 15 ? float(10 * ioRandom.Real()) : 1e30f;
+}
+
+class Twins {
+public:
+    // The terminals are the nodes 0 and 1, or any others.
+    Twins(Random& ioRandom, bool inPersistent, int inNodes, bool inAtHome)
+        : mRandom(ioRandom),
+          mNodes(inNodes),
+          mSource(inAtHome ? 0 : 3),
+          mSink(inAtHome ? 1 : 2),
+          mPlain(inPersistent, mSource, mSink) {
+        mEngine.mDynamic = true;
+        mEngine.mPersistent = inPersistent;
+        for (int node = 0; node < mNodes; ++node) {
+            mEngine.AddNode();
+            mPlain.AddNode();
+        }
+    }
+
+    void AddLink(int inFrom, int inTo) {
+        const float there = AnyCapacity(mRandom), back = AnyCapacity(mRandom);
+        mEngine.AddLinkPair(unsigned(inFrom), unsigned(inTo), there, back);
+        mPlain.AddLinkPair(inFrom, inTo, there, back);
+    }
+
+    void Build(int inLinks) {
+        for (int node = 0; node < mNodes; ++node)
+            if (!IsTerminal(node)) {
+                AddLink(node, mSource);
+                AddLink(node, mSink);
+                if (mRandom.Integer(0, 1)) ChangeTerminals(node);
+            }
+        for (int i = 0; i < inLinks; ++i) {
+            const int from = AnyNode(), to = AnyNode();
+            if (from != to) AddLink(from, to);
+        }
+    }
+
+    void ChangeAnything() {
+        const int node = AnyNode(), other = AnyNode();
+        if (mRandom.Integer(0, 1))
+            ChangeTerminals(node);
+        else if (mEngine.FindArc(unsigned(node), unsigned(other)))
+            ChangeLink(node, other);
+    }
+
+    void Run(int inMostPaths) {
+        AbortAfter abort(inMostPaths);
+        RunMaxFlow(mEngine, unsigned(mSource), unsigned(mSink), mSegments, -1.0, &abort);
+        mPlain.Run(inMostPaths);
+    }
+
+    void ExpectSame() {
+        const auto bits = std::bit_cast<std::uint32_t, float>;
+        ASSERT_EQ(mSegments, mPlain.mSides);
+        if (mEngine.mSolver) {
+            ASSERT_EQ(bits(mEngine.mSolver->GetFlow()), bits(mPlain.mFlow));
+        }
+        for (int node = 0; node < mNodes; ++node) {
+            const FlowArc* arc = mEngine.mFirstArcs[unsigned(node)];
+            for (const int plainArc : mPlain.mLists[unsigned(node)]) {
+                const auto& plain = mPlain.mArcs[unsigned(plainArc)];
+                ASSERT_NE(arc, nullptr) << "node " << node;
+                ASSERT_EQ(arc->mHead, unsigned(plain.mHead)) << "node " << node;
+                ASSERT_EQ(bits(arc->mCapacity), bits(plain.mCapacity)) << "node " << node;
+                ASSERT_EQ(bits(arc->mResidual), bits(plain.mResidual)) << "node " << node;
+                arc = arc->mNext;
+            }
+            ASSERT_EQ(arc, nullptr) << "node " << node;
+        }
+    }
+
+private:
+    bool IsTerminal(int inNode) const { return inNode == mSource || inNode == mSink; }
+    int AnyNode() {
+        int node = mSource;
+        while (IsTerminal(node))
+            node = mRandom.Integer(0, mNodes - 1);
+        return node;
+    }
+
+    void ChangeTerminals(int inNode) {
+        const float source = AnyCapacity(mRandom), sink = AnyCapacity(mRandom);
+        mEngine.SetTerminalCapacities(unsigned(inNode), source, sink, unsigned(mSource),
+                                      unsigned(mSink));
+        mPlain.SetTerminals(inNode, source, sink);
+    }
+
+    void ChangeLink(int inFrom, int inTo) {
+        const float there = AnyCapacity(mRandom), back = AnyCapacity(mRandom);
+        if (mEngine.IsDynamicAndSolved())
+            mEngine.UpdateLinkCapacities(unsigned(inFrom), unsigned(inTo), there, back,
+                                         unsigned(mSource), unsigned(mSink));
+        else
+            mEngine.SetLinkCapacities(unsigned(inFrom), unsigned(inTo), there, back);
+        mPlain.SetLink(inFrom, inTo, there, back);
+    }
+
+    Random& mRandom;
+    int mNodes, mSource, mSink;
+    FlowGraph mEngine;
+    PlainFlow mPlain;
+    std::vector<unsigned char> mSegments;
+};
+
+// Half of the runs end after a path or two and are taken up again later.
+TEST(PlainFlow, EngineDoesAsItsPlainTwinThroughAnySequenceOfChanges) {
+    Random random(1);
+    for (int graph = 0; graph < 5000; ++graph) {
+        const int nodes = random.Integer(4, graph % 50 ? 20 : 100);
+        Twins twins(random, graph % 4 != 0, nodes, graph % 5 != 0);
+        twins.Build(random.Integer(0, 4 * nodes));
+        for (int step = 0; step < 10; ++step) {
+            SCOPED_TRACE(testing::Message() << "graph " << graph << ", step " << step);
+            twins.Run(random.Integer(0, 1) ? INT_MAX : random.Integer(1, 2));
+            twins.ExpectSame();
+            if (HasFatalFailure()) return;
+            for (int i = random.Integer(0, 4); i > 0; --i)
+                twins.ChangeAnything();
+        }
+    }
+}
+
+}  // namespace
