@@ -159,7 +159,7 @@ private:
         bool mMoved;
     };
     FlowGraph& mGraph;
-    std::vector<Entry> mCapacities;
+    IP::RecycledVector<Entry> mCapacities;
 };
 
 }  // namespace

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "TVK/ContractCheck.h"
+#include "image/RecycledAllocator.h"
 
 namespace graphcut {
 
@@ -113,7 +114,7 @@ private:
     double mDifferenceScale = 1;
     // 8-bit samples have few squared differences and frames meet them again and again: the
     // exponential of each is taken once.
-    mutable std::vector<double> mMemo;
+    mutable IP::RecycledVector<double> mMemo;
 };
 
 /// The two checks on a picture's format, for the class `Caller` whose `kReportedName` they

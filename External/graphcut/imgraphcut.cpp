@@ -335,13 +335,13 @@ public:
         mLinks[at].mEnergy += inEnergy;
     }
 
-    const std::vector<Link>& Links() const { return mLinks; }
+    const IP::RecycledVector<Link>& Links() const { return mLinks; }
 
 private:
     static constexpr unsigned int kNone = std::numeric_limits<unsigned int>::max();
 
-    std::vector<unsigned int> mNewest;
-    std::vector<Link> mLinks;
+    IP::RecycledVector<unsigned int> mNewest;
+    IP::RecycledVector<Link> mLinks;
 };
 
 }  // namespace

@@ -10,6 +10,7 @@
 
 #include "External/graphcut/FlowGraph.h"
 #include "TVK/ObjectPtr.h"
+#include "image/RecycledAllocator.h"
 
 namespace graphcut {
 struct PictureArea;
@@ -57,6 +58,7 @@ enum TerminalEnergyMode : short {
 class ImageGraph {
 public:
     static constexpr unsigned short kDefaultNeighborhood = 8;
+    using PixelEnergies = IP::RecycledVector<float>;
 
     ImageGraph() = default;
     explicit ImageGraph(unsigned short inNeighborhood) : mNeighborhood(inNeighborhood) {}
@@ -190,8 +192,8 @@ public:
     unsigned int mSinkNode = 0;
     bool mRegionMode = false;
     unsigned int mRegionCount = 0;
-    std::vector<float> mPixelSourceEnergies;  // one per pixel in region mode, else empty
-    std::vector<float> mPixelSinkEnergies;
+    PixelEnergies mPixelSourceEnergies;  // one per pixel in region mode, else empty
+    PixelEnergies mPixelSinkEnergies;
     std::int32_t mMaxRegionPixels = 1;
 
 private:

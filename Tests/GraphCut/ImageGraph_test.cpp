@@ -84,7 +84,7 @@ TEST(ImageGraph, RegionNodesAreTheLabelsWithTerminalLinksSinkFirst) {
               Testing::PlainSegment(picture, 10.0f / 255.0f, 5));
     EXPECT_EQ(graph.mFlowGraph->mNodeCount, graph.mRegionCount + 2);
     EXPECT_EQ(graph.mMaxRegionPixels, 121);
-    EXPECT_EQ(graph.mPixelSinkEnergies, std::vector<float>(1200, 0.0f));
+    EXPECT_EQ(graph.mPixelSinkEnergies, ImageGraph::PixelEnergies(1200, 0.0f));
     const FlowArc* const first = graph.mFlowGraph->mFirstArcs[2];
     EXPECT_EQ(first->mHead, 1u);
     EXPECT_EQ(first->mNext->mHead, 0u);
@@ -397,7 +397,7 @@ TEST(ImageGraphLife, ResetGraphSolvesLikeANewOne) {
     reset.mTerminalEnergiesSet = true;
     reset.ResetRegionGraph();
     EXPECT_FALSE(reset.mTerminalEnergiesSet || reset.mLinksBuilt);
-    EXPECT_EQ(reset.mPixelSourceEnergies, std::vector<float>(600, 0.0f));
+    EXPECT_EQ(reset.mPixelSourceEnergies, ImageGraph::PixelEnergies(600, 0.0f));
     solve(reset, 250);
     BuildRegions(fresh, picture);
     solve(fresh, 250);
