@@ -95,7 +95,10 @@ void FlowGraph::PushFront(unsigned int inNode, FlowArc* inArc) {
     inArc->mHead = inArc->mReverse->mTail;
     inArc->mNext = mFirstArcs[inNode];
     mFirstArcs[inNode] = inArc;
-    if (inArc->mHead < kHomeTerminals) mTerminalArcs[inNode].mTo[inArc->mHead] = inArc;
+    if (inArc->mHead >= kHomeTerminals) return;
+    FlowArc*& toTerminal = mTerminalArcs[inNode].mTo[inArc->mHead];
+    mHasDoubleTerminals |= toTerminal != nullptr;
+    toTerminal = inArc;
 }
 
 void FlowGraph::AddLinkPair(unsigned int inFrom, unsigned int inTo, float inCapacity,

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "External/graphcut/FlowArcPool.h"
+#include "image/RecycledAllocator.h"
 
 class MaxFlowSolver;
 
@@ -98,7 +99,7 @@ public:
     /// The members are open to the solver and the builders; clients leave them alone, but
     /// for the two switches.
     unsigned int mNodeCount = 0;
-    std::vector<FlowArc*> mFirstArcs;
+    IP::RecycledVector<FlowArc*> mFirstArcs;
     FlowArcPool mArcPool;      // two members: the chain of free arcs, the blocks
     bool mSolved = false;      // a solve has run
     bool mDynamic = false;     // changes of capacity after a solve preserve the flow
@@ -109,7 +110,10 @@ public:
     struct TerminalArcs {
         FlowArc* mTo[kHomeTerminals] = {};
     };
-    std::vector<TerminalArcs> mTerminalArcs;
+    IP::RecycledVector<TerminalArcs> mTerminalArcs;
+
+    /// Whether a node has two arcs to node 0, or two to node 1.
+    bool mHasDoubleTerminals = false;
 
     /// Pairs with neither end at node 0 or 1.
     std::size_t mLinkPairs = 0;

@@ -83,7 +83,8 @@ MaxFlowSolver::MaxFlowSolver(FlowGraph& inGraph, unsigned int inSource, unsigned
       mParents(mNodeCount, nullptr),
       mOrphans(NodeCellPool::Instance()),
       mChildOrphans(NodeCellPool::Instance()),
-      mDistances(mNodeCount, Distance{0, 0, kNoNode}) {
+      mDistances(mNodeCount, Distance{0, 0, kNoNode}),
+      mIsSettled(mNodeCount, 0) {
     mActivePosition.assign(mNodeCount, mActive.End());
     std::fill(ioSegments.begin(), ioSegments.end(), kFree);
     MakeActive(mSink);
@@ -99,17 +100,29 @@ float MaxFlowSolver::Solve(double inTimeLimit, AbortCallback* inAbort) {
     const Deadline deadline(inTimeLimit);
     PushDirectPaths();
     if (deadline.HasPassed()) return mFlow;
+    FindSettledNodes();
     return AugmentLoop(deadline, inAbort);
 }
 
 float MaxFlowSolver::Resume(double inTimeLimit, AbortCallback* inAbort) {
     const Deadline deadline(inTimeLimit);
+    std::fill(mIsSettled.begin(), mIsSettled.end(), static_cast<unsigned char>(0));
     ++mTime;
     Adopt();
     return AugmentLoop(deadline, inAbort);
 }
 
+// Outside of a run the arcs hold their residuals themselves.
+struct MaxFlowSolver::PathsGivenBack {
+    MaxFlowSolver& mSolver;
+    ~PathsGivenBack() {
+        mSolver.ShortenPath(kSourceTree, 0);
+        mSolver.ShortenPath(kSinkTree, 0);
+    }
+};
+
 float MaxFlowSolver::AugmentLoop(const Deadline& inDeadline, AbortCallback* inAbort) {
+    const PathsGivenBack whenDone{*this};
     while (Grow()) {
         ++mTime;
         Augment();
@@ -154,6 +167,30 @@ void MaxFlowSolver::PushDirectPath(FlowArc& ioFromSource, FlowArc& ioToSink) {
     }
 }
 
+// A node is settled while it stands next to the source in its tree, as do all its neighbours:
+// growth from it finds nothing and need not look. After the direct paths of a picture that is
+// nearly every node; elsewhere it is not worth finding out. A node leaves its place in the
+// tree only as an orphan, and who looks for an orphan's parent unsettles its neighbours.
+void MaxFlowSolver::FindSettledNodes() {
+    const bool isHome =
+        mSource < FlowGraph::kHomeTerminals && mSink < FlowGraph::kHomeTerminals;
+    // The direct paths leave such a node no residual to the sink, but through a second arc.
+    if (!isHome || mGraph->mHasDoubleTerminals) return;
+    const auto isAtSource = [this](unsigned int inNode) {
+        return (*mSegments)[inNode] == kSourceTree && mDistances[inNode].mSteps <= 1;
+    };
+    unsigned int others = 0;
+    for (unsigned int node = 0; node < mNodeCount; ++node)
+        others += isAtSource(node) ? 0 : 1;
+    if (others > mNodeCount / 4) return;
+    for (unsigned int node = 0; node < mNodeCount; ++node)
+        mIsSettled[node] = isAtSource(node) ? 1 : 0;
+    for (unsigned int node = FlowGraph::kHomeTerminals; node < mNodeCount; ++node)
+        if (!isAtSource(node))
+            for (const FlowArc* arc = mGraph->mFirstArcs[node]; arc; arc = arc->mNext)
+                mIsSettled[arc->mHead] = 0;
+}
+
 // ---- Growth --------------------------------------------------------------------------
 
 // True with `mMeetingArc` set if the trees touch; the node that they touched at stays at
@@ -162,7 +199,7 @@ bool MaxFlowSolver::Grow() {
     mMeetingArc = mNoParent;
     while (!mActive.IsEmpty()) {
         const unsigned int node = mActive.Front();
-        if (GrowFrom(node)) return true;
+        if (!mIsSettled[node] && GrowFrom(node)) return true;
         MakePassive(node);
     }
     return false;
@@ -200,31 +237,96 @@ void MaxFlowSolver::Augment() {
     FlowArc* const meeting =
         (*mSegments)[mMeetingArc->mHead] == kSourceTree ? mMeetingArc->mReverse : mMeetingArc;
 
-    float bottleneck = meeting->mResidual;
-    for (unsigned int n = meeting->mTail; n != mSource; n = mDistances[n].mParentNode)
-        bottleneck = std::min(bottleneck, mParents[n]->mReverse->mResidual);
-    for (unsigned int n = meeting->mHead; n != mSink; n = mDistances[n].mParentNode)
-        bottleneck = std::min(bottleneck, mParents[n]->mResidual);
+    FollowToRoot(meeting->mTail, kSourceTree);
+    FollowToRoot(meeting->mHead, kSinkTree);
+    const float flow =
+        mPaths[kSinkTree].Bottleneck(mPaths[kSourceTree].Bottleneck(meeting->mResidual));
 
-    Push(*meeting, bottleneck);
-    PushTowardsRoot(meeting->mTail, kSourceTree, bottleneck);
-    PushTowardsRoot(meeting->mHead, kSinkTree, bottleneck);
-    mFlow += bottleneck;
+    Push(*meeting, flow);
+    PushTowardsRoot(kSourceTree, flow);
+    PushTowardsRoot(kSinkTree, flow);
+    mFlow += flow;
+}
+
+// Makes the tree's path the way from `inLeaf`. What it has in common with the last one stays:
+//
+//      last one      o --> o --> o --> o --> o | orphaned here
+//                          ^
+//      inLeaf  o --> o ----+                     fresh, then common, then on to the root
+//
+void MaxFlowSolver::FollowToRoot(unsigned int inLeaf, unsigned char inTree) {
+    TreePath& path = mPaths[inTree];
+    const unsigned int root = Root(inTree);
+    mFresh.clear();
+    unsigned int node = inLeaf;
+    for (; node != root && mDistances[node].mPlace == TreePath::kNoPlace;
+         node = mDistances[node].mParentNode)
+        mFresh.push_back(node);
+
+    const std::size_t passed =
+        node == root ? path.GetSize() : path.IndexOf(mDistances[node].mPlace);
+    for (std::size_t i = 0; i < passed; ++i)
+        GiveBackStep(path.StepAt(i), inTree);
+    path.ReplaceFront(passed, mFresh.size());
+    for (std::size_t i = 0; i < mFresh.size(); ++i)
+        path.SetStep(i, TakeStep(mFresh[i], inTree, path.PlaceOf(i)));
+
+    if (path.IsEmpty()) return;
+    node = mDistances[path.LastStep().mNode].mParentNode;
+    for (; node != root; node = mDistances[node].mParentNode)
+        path.Append(TakeStep(node, inTree, path.PlaceOf(path.GetSize())));
 }
 
 // Here alone orphans enter at the front: the one nearest its terminal comes out first.
-void MaxFlowSolver::PushTowardsRoot(unsigned int inNode, unsigned char inTree, float inFlow) {
-    for (unsigned int node = inNode; node != Root(inTree);) {
-        FlowArc* const parent = mParents[node];
-        const unsigned int next = mDistances[node].mParentNode;
-        FlowArc& carrying = inTree == kSourceTree ? *parent->mReverse : *parent;
-        Push(carrying, inFlow);
-        if (carrying.mResidual == 0) {
-            DropParent(node);
-            mOrphans.PushFront(node);
-        }
-        node = next;
+void MaxFlowSolver::PushTowardsRoot(unsigned char inTree, float inFlow) {
+    mFull.clear();
+    mPaths[inTree].Push(inFlow, mFull);
+    for (const unsigned int node : mFull) {
+        DropParent(node);
+        mOrphans.PushFront(node);
     }
+}
+
+// ---- The path's residuals ------------------------------------------------------------
+
+// The parent arc, or its reverse: in the direction of the tree's flow.
+FlowArc& MaxFlowSolver::CarryingArc(unsigned int inNode, unsigned char inTree) const {
+    FlowArc* const parent = mParents[inNode];
+    return inTree == kSourceTree ? *parent->mReverse : *parent;
+}
+
+// While a step is on the path, its arcs' own residuals say no more than whether there is
+// any. That of the reverse will be above 0 as soon as the path is filled.
+TreePath::Step MaxFlowSolver::TakeStep(unsigned int inNode, unsigned char inTree,
+                                       unsigned int inPlace) {
+    mDistances[inNode].mPlace = inPlace;
+    const FlowArc& arc = CarryingArc(inNode, inTree);
+    const TreePath::Step step{inNode, arc.mResidual, arc.mReverse->mResidual};
+    if (step.mBack == 0) arc.mReverse->mResidual = step.mAlong;
+    return step;
+}
+
+void MaxFlowSolver::GiveBackStep(const TreePath::Step& inStep, unsigned char inTree) {
+    mDistances[inStep.mNode].mPlace = TreePath::kNoPlace;
+    FlowArc& arc = CarryingArc(inStep.mNode, inTree);
+    arc.mResidual = inStep.mAlong;
+    arc.mReverse->mResidual = inStep.mBack;
+}
+
+void MaxFlowSolver::ShortenPath(unsigned char inTree, std::size_t inSize) {
+    TreePath& path = mPaths[inTree];
+    while (path.GetSize() > inSize) {
+        GiveBackStep(path.LastStep(), inTree);
+        path.RemoveLast();
+    }
+}
+
+// The node and all between it and the root, before it lets go of its parent.
+void MaxFlowSolver::LeavePath(unsigned int inNode) {
+    const unsigned int place = mDistances[inNode].mPlace;
+    if (place == TreePath::kNoPlace) return;
+    const unsigned char tree = (*mSegments)[inNode];
+    ShortenPath(tree, mPaths[tree].IndexOf(place));
 }
 
 // ---- Adoption ------------------------------------------------------------------------
@@ -258,6 +360,7 @@ FlowArc* MaxFlowSolver::FindParent(unsigned int inNode, unsigned char inTree) {
     for (FlowArc* arc = mGraph->mFirstArcs[inNode]; arc; arc = next) {
         next = arc->mNext;
         Prefetch(next);
+        mIsSettled[arc->mHead] = 0;
         if (!(TowardsTail(*arc, inTree) > 0) || segments[arc->mHead] != inTree) continue;
         unsigned int steps = 0;
         if (!HasTerminalOrigin(arc->mHead, Root(inTree), steps)) continue;
@@ -281,8 +384,8 @@ void MaxFlowSolver::Free(unsigned int inNode, unsigned char inTree, NodeList& io
             mChildOrphans.PushBack(head);
         }
     }
-    segments[inNode] = kFree;
     DropParent(inNode);
+    segments[inNode] = kFree;
     MakePassive(inNode);
     ioFreed.PushBack(inNode);
 }
@@ -385,11 +488,13 @@ void MaxFlowSolver::JoinAtTerminal(unsigned int inNode, unsigned char inTree,
 
 void MaxFlowSolver::SetParent(unsigned int inNode, FlowArc* inParent, unsigned int inSteps,
                               unsigned int inTime) {
+    LeavePath(inNode);
     mParents[inNode] = inParent;
     mDistances[inNode] = {inSteps, inTime, inParent->mHead};
 }
 
 void MaxFlowSolver::DropParent(unsigned int inNode) {
+    LeavePath(inNode);
     mParents[inNode] = mNoParent;
     mDistances[inNode].mParentNode = kNoNode;
 }

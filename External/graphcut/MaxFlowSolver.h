@@ -7,6 +7,8 @@
 
 #include "External/graphcut/FlowGraph.h"
 #include "External/graphcut/NodeList.h"
+#include "External/graphcut/TreePath.h"
+#include "image/RecycledAllocator.h"
 
 /// The state of a solve: who belongs to which tree, and what is still to be looked at.
 ///
@@ -50,14 +52,17 @@ public:
 
 private:
     // Steps from the terminal, and when that was last known to be so; behind them the head
-    // of the parent arc, so that a walk to the root goes through this table alone.
+    // of the parent arc, so that a walk to the root goes through this table alone, and the
+    // node's place in its tree's path.
     struct alignas(16) Distance {
         unsigned int mSteps;
         unsigned int mTime;
         unsigned int mParentNode;
+        unsigned int mPlace = TreePath::kNoPlace;
     };
     static constexpr unsigned int kNoNode = ~0u;
     class Deadline;
+    struct PathsGivenBack;
 
     unsigned int Root(unsigned char inTree) const {
         return inTree == kSourceTree ? mSource : mSink;
@@ -65,11 +70,18 @@ private:
 
     void PushDirectPaths();
     void PushDirectPath(FlowArc& ioFromSource, FlowArc& ioToSink);
+    void FindSettledNodes();
     float AugmentLoop(const Deadline& inDeadline, AbortCallback* inAbort);
     bool Grow();
     bool GrowFrom(unsigned int inNode);
     void Augment();
-    void PushTowardsRoot(unsigned int inNode, unsigned char inTree, float inFlow);
+    void FollowToRoot(unsigned int inLeaf, unsigned char inTree);
+    void PushTowardsRoot(unsigned char inTree, float inFlow);
+    FlowArc& CarryingArc(unsigned int inNode, unsigned char inTree) const;
+    TreePath::Step TakeStep(unsigned int inNode, unsigned char inTree, unsigned int inPlace);
+    void GiveBackStep(const TreePath::Step& inStep, unsigned char inTree);
+    void ShortenPath(unsigned char inTree, std::size_t inSize);
+    void LeavePath(unsigned int inNode);
     void Adopt();
     void ProcessOrphan(unsigned int inNode, NodeList& ioFreed);
     FlowArc* FindParent(unsigned int inNode, unsigned char inTree);
@@ -90,14 +102,18 @@ private:
     unsigned int mSink;
     unsigned int mNodeCount;
     float mFlow = 0;
-    std::vector<NodeCell*> mActivePosition;  // a node's cell in mActive, or its end
+    IP::RecycledVector<NodeCell*> mActivePosition;  // a node's cell in mActive, or its end
     NodeList mActive;
     std::vector<unsigned char>* mSegments;
-    std::vector<FlowArc*> mParents;  // from the node towards the root of its tree
+    IP::RecycledVector<FlowArc*> mParents;  // from the node towards the root of its tree
     FlowArc* mNoParent = nullptr;
     FlowArc* mMeetingArc = nullptr;
     NodeList mOrphans;
     NodeList mChildOrphans;
     unsigned int mTime = 1;
-    std::vector<Distance> mDistances;
+    IP::RecycledVector<Distance> mDistances;
+    IP::RecycledVector<unsigned char> mIsSettled;  // in a first solve: FindSettledNodes
+    TreePath mPaths[2];                // the last in the source tree, and in the sink tree
+    std::vector<unsigned int> mFresh;  // of FollowToRoot
+    std::vector<unsigned int> mFull;   // of PushTowardsRoot
 };

@@ -48,18 +48,29 @@ public:
         }
     }
 
+    void AddSecondTerminals() {
+        for (int i = 0; i < 3; ++i) {
+            const int node = AnyNode();
+            AddLink(node, mRandom.Integer(0, 1) ? mSource : mSink);
+        }
+    }
+
     void AddLink(int inFrom, int inTo) {
         const float there = AnyCapacity(mRandom), back = AnyCapacity(mRandom);
         mEngine.AddLinkPair(unsigned(inFrom), unsigned(inTo), there, back);
         mPlain.AddLinkPair(inFrom, inTo, there, back);
     }
 
-    void Build(int inLinks) {
+    // As in a picture, most nodes can be near the source from the start.
+    void Build(int inLinks, bool inFavoursSource) {
         for (int node = 0; node < mNodes; ++node)
             if (!IsTerminal(node)) {
                 AddLink(node, mSource);
                 AddLink(node, mSink);
-                if (mRandom.Integer(0, 1)) ChangeTerminals(node);
+                if (inFavoursSource)
+                    SetTerminals(node, 3, mRandom.Integer(0, 11) ? 0.0f : 40.0f);
+                else if (mRandom.Integer(0, 1))
+                    ChangeTerminals(node);
             }
         for (int i = 0; i < inLinks; ++i) {
             const int from = AnyNode(), to = AnyNode();
@@ -112,9 +123,12 @@ private:
 
     void ChangeTerminals(int inNode) {
         const float source = AnyCapacity(mRandom), sink = AnyCapacity(mRandom);
-        mEngine.SetTerminalCapacities(unsigned(inNode), source, sink, unsigned(mSource),
+        SetTerminals(inNode, source, sink);
+    }
+    void SetTerminals(int inNode, float inSource, float inSink) {
+        mEngine.SetTerminalCapacities(unsigned(inNode), inSource, inSink, unsigned(mSource),
                                       unsigned(mSink));
-        mPlain.SetTerminals(inNode, source, sink);
+        mPlain.SetTerminals(inNode, inSource, inSink);
     }
 
     void ChangeLink(int inFrom, int inTo) {
@@ -140,7 +154,8 @@ TEST(PlainFlow, EngineDoesAsItsPlainTwinThroughAnySequenceOfChanges) {
     for (int graph = 0; graph < 5000; ++graph) {
         const int nodes = random.Integer(4, graph % 50 ? 20 : 100);
         Twins twins(random, graph % 4 != 0, nodes, graph % 5 != 0);
-        twins.Build(random.Integer(0, 4 * nodes));
+        twins.Build(random.Integer(0, 4 * nodes), graph % 3 == 0);
+        if (graph % 7 == 0) twins.AddSecondTerminals();
         for (int step = 0; step < 10; ++step) {
             SCOPED_TRACE(testing::Message() << "graph " << graph << ", step " << step);
             twins.Run(random.Integer(0, 1) ? INT_MAX : random.Integer(1, 2));

@@ -1,0 +1,64 @@
+#include "External/graphcut/TreePath.h"
+
+#include <algorithm>
+
+namespace {
+
+template <class T>
+void ResizeFront(std::vector<T>& ioVector, std::size_t inOld, std::size_t inNew) {
+    if (inNew > inOld)
+        ioVector.insert(ioVector.begin(), inNew - inOld, T());
+    else
+        ioVector.erase(ioVector.begin(),
+                       ioVector.begin() + static_cast<std::ptrdiff_t>(inOld - inNew));
+}
+
+}  // namespace
+
+void TreePath::SetStep(std::size_t inIndex, const Step& inStep) {
+    mNodes[inIndex] = inStep.mNode;
+    mAlong[inIndex] = inStep.mAlong;
+    mBack[inIndex] = inStep.mBack;
+}
+
+void TreePath::Append(const Step& inStep) {
+    mNodes.push_back(inStep.mNode);
+    mAlong.push_back(inStep.mAlong);
+    mBack.push_back(inStep.mBack);
+}
+
+void TreePath::RemoveLast() {
+    mNodes.pop_back();
+    mAlong.pop_back();
+    mBack.pop_back();
+}
+
+void TreePath::ReplaceFront(std::size_t inOld, std::size_t inNew) {
+    ResizeFront(mNodes, inOld, inNew);
+    ResizeFront(mAlong, inOld, inNew);
+    ResizeFront(mBack, inOld, inNew);
+    mFirstPlace += static_cast<unsigned int>(inOld - inNew);
+}
+
+float TreePath::Bottleneck(float inMost) const {
+    constexpr std::size_t kLanes = 8;
+    float most[kLanes];
+    std::fill_n(most, kLanes, inMost);
+    const std::size_t size = mAlong.size();
+    std::size_t i = 0;
+    for (; i + kLanes <= size; i += kLanes)
+        for (std::size_t lane = 0; lane < kLanes; ++lane)
+            most[lane] = std::min(most[lane], mAlong[i + lane]);
+    for (; i < size; ++i)
+        most[0] = std::min(most[0], mAlong[i]);
+    return *std::min_element(most, most + kLanes);
+}
+
+void TreePath::Push(float inFlow, std::vector<unsigned int>& ioFull) {
+    for (float& along : mAlong)
+        along -= inFlow;
+    for (float& back : mBack)
+        back += inFlow;
+    for (std::size_t i = 0; i < mAlong.size(); ++i)
+        if (mAlong[i] == 0) ioFull.push_back(mNodes[i]);
+}
