@@ -319,7 +319,9 @@ public:
         float mEnergy;
     };
 
-    explicit RegionLinks(std::size_t inNodeCount) : mNewest(inNodeCount, kNone) {}
+    explicit RegionLinks(std::size_t inNodeCount) : mNewest(inNodeCount, kNone) {
+        mLinks.reserve(inNodeCount * kUsualLinksOfNode);
+    }
 
     void Add(unsigned int inNode, unsigned int inNeighbor, float inEnergy) {
         const unsigned int lower = std::min(inNode, inNeighbor);
@@ -327,11 +329,7 @@ public:
         unsigned int at = mNewest[higher];
         while (at != kNone && mLinks[at].mLower != lower)
             at = mLinks[at].mNext;
-        if (at == kNone) {
-            at = static_cast<unsigned int>(mLinks.size());
-            mLinks.push_back({lower, higher, mNewest[higher], 0});
-            mNewest[higher] = at;
-        }
+        if (at == kNone) at = Append(lower, higher);
         mLinks[at].mEnergy += inEnergy;
     }
 
@@ -339,6 +337,14 @@ public:
 
 private:
     static constexpr unsigned int kNone = std::numeric_limits<unsigned int>::max();
+    static constexpr std::size_t kUsualLinksOfNode = 4;
+
+    unsigned int Append(unsigned int inLower, unsigned int inHigher) {
+        const auto at = static_cast<unsigned int>(mLinks.size());
+        mLinks.push_back({inLower, inHigher, mNewest[inHigher], 0});
+        mNewest[inHigher] = at;
+        return at;
+    }
 
     IP::RecycledVector<unsigned int> mNewest;
     IP::RecycledVector<Link> mLinks;
