@@ -86,8 +86,12 @@ unsigned int FlowGraph::AddNode() {
 void FlowGraph::ReserveNodes(std::size_t inCount) {
     if (inCount > mFirstArcs.max_size() - mFirstArcs.size())
         throw std::length_error("vector<T> too long");
-    mFirstArcs.reserve(mFirstArcs.size() + inCount);
-    mTerminalArcs.reserve(mTerminalArcs.size() + inCount);
+    const std::size_t wanted = mFirstArcs.size() + inCount;
+    if (wanted <= mFirstArcs.capacity()) return;
+    const std::size_t doubled =
+        std::min(2 * mFirstArcs.capacity(), mFirstArcs.max_size() / sizeof(TerminalArcs));
+    mTerminalArcs.reserve(std::max(wanted, doubled));
+    mFirstArcs.reserve(std::max(wanted, doubled));
 }
 
 void FlowGraph::PushFront(unsigned int inNode, FlowArc* inArc) {
@@ -150,12 +154,17 @@ bool FlowGraph::FindTerminals(unsigned int inNode, unsigned int inSource, unsign
 
 void FlowGraph::SetLinkCapacities(unsigned int inFrom, unsigned int inTo, float inCapacity,
                                   float inReverseCapacity) {
-    if (IsDynamicAndSolved()) {
-        UpdateLinkCapacities(inFrom, inTo, inCapacity, inReverseCapacity, 0, 1);
-        return;
-    }
     if (FlowArc* const arc = FindArc(inFrom, inTo))
-        SetUntouched(*arc, inCapacity, inReverseCapacity);
+        SetLinkCapacities(*arc, inCapacity, inReverseCapacity, 0, 1);
+}
+
+void FlowGraph::SetLinkCapacities(FlowArc& ioArc, float inCapacity, float inReverseCapacity,
+                                  unsigned int inSource, unsigned int inSink) {
+    if (IsDynamicAndSolved())
+        UpdateLinkCapacities(ioArc.mTail, ioArc.mHead, inCapacity, inReverseCapacity, inSource,
+                             inSink);
+    else
+        SetUntouched(ioArc, inCapacity, inReverseCapacity);
 }
 
 void FlowGraph::SetTerminalCapacities(unsigned int inNode, float inSourceCapacity,

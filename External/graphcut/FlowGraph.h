@@ -56,7 +56,7 @@ public:
     /// Returns the number of the new node.
     unsigned int AddNode();
 
-    /// Makes room for further nodes.
+    /// Makes room for further nodes; many small steps of it still grow by doubling.
     void ReserveNodes(std::size_t inCount);
 
     /// Two arcs, each with its residual equal to its capacity. A second pair between the
@@ -82,6 +82,9 @@ public:
     /// With source 0 and sink 1.
     void SetLinkCapacities(unsigned int inFrom, unsigned int inTo, float inCapacity,
                            float inReverseCapacity);
+    /// For an arc that has been found.
+    void SetLinkCapacities(FlowArc& ioArc, float inCapacity, float inReverseCapacity,
+                           unsigned int inSource, unsigned int inSink);
     void SetTerminalCapacities(unsigned int inNode, float inSourceCapacity,
                                float inSinkCapacity, unsigned int inSource,
                                unsigned int inSink);
