@@ -117,6 +117,8 @@ private:
     mutable IP::RecycledVector<double> mMemo;
 };
 
+inline constexpr const char* kReportedFile = "External/graphcut/imgraphcut.cpp";
+
 /// The two checks on a picture's format, for the class `Caller` whose `kReportedName` they
 /// are reported under: one hide flag for the depth, and one for the planes of each depth.
 template <class Caller, class T, class Visit>
@@ -130,7 +132,8 @@ void VisitPlanes(const PictureArea& inArea, int inPlanes, const EnergyShape& inS
         case 4:
             return inVisit(PairEnergies<T, 4>(inArea, inShape));
         default:
-            AssertWithMessage(Caller::kReportedName, "WARNING: Unexpected # of image planes.");
+            AssertWithMessageIn(kReportedFile, Caller::kReportedName,
+                                "WARNING: Unexpected # of image planes.");
     }
 }
 
@@ -146,7 +149,8 @@ void VisitPairEnergies(const PictureArea& inArea, int inPlanes, int inBitDepth,
         case 32:
             return VisitPlanes<Caller, float>(inArea, inPlanes, inShape, inVisit);
         default:
-            AssertWithMessage(Caller::kReportedName, "WARNING: Unexpected image bit depth.");
+            AssertWithMessageIn(kReportedFile, Caller::kReportedName,
+                                "WARNING: Unexpected image bit depth.");
     }
 }
 

@@ -273,6 +273,8 @@ TEST(ImageGraphFormats, UnknownFormatsAreReportedAndNothingIsDone) {
     EXPECT_EQ(asserts[0].mText.find("WARNING: Unexpected # of image planes."), 0u);
     EXPECT_EQ(asserts[0].mFunction, "ImageGraph::SetNeighborEnergies");
     EXPECT_EQ(asserts[3].mText.find("WARNING: Unexpected image bit depth."), 0u);
+    for (const auto& report : asserts)
+        EXPECT_EQ(report.mFile, "External/graphcut/imgraphcut.cpp");
     EXPECT_EQ(asserts[4].mText.find("WARNING - unexpected bitdepth"), 0u);
     EXPECT_EQ(asserts[4].mFunction, "ImageGraph::StampBorderRegionMask");
 }

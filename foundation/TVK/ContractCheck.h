@@ -33,9 +33,13 @@
 
 /// Reports an impossible value, once for each place if the dialog says so, and goes on.
 /// `inFunction` is the qualified name of the enclosing function.
-#define AssertWithMessage(inFunction, inMessage)                                   \
-    do {                                                                           \
-        static std::atomic<bool> sHidden{false};                                   \
-        ::quillet::debug::ReportImpossible(sHidden, inMessage, __FILE__, __LINE__, \
-                                           inFunction);                            \
+#define AssertWithMessage(inFunction, inMessage) \
+    AssertWithMessageIn(__FILE__, inFunction, inMessage)
+
+/// The same in a template that stands in a header: the report names `inFile`, the source that
+/// the template is a part of.
+#define AssertWithMessageIn(inFile, inFunction, inMessage)                                    \
+    do {                                                                                      \
+        static std::atomic<bool> sHidden{false};                                              \
+        ::quillet::debug::ReportImpossible(sHidden, inMessage, inFile, __LINE__, inFunction); \
     } while (0)
