@@ -26,6 +26,7 @@
 #include <chrono>
 #include <cstdint>
 #include <limits>
+#include <utility>
 
 namespace {
 
@@ -106,7 +107,8 @@ float MaxFlowSolver::Solve(double inTimeLimit, AbortCallback* inAbort) {
 
 float MaxFlowSolver::Resume(double inTimeLimit, AbortCallback* inAbort) {
     const Deadline deadline(inTimeLimit);
-    std::fill(mIsSettled.begin(), mIsSettled.end(), static_cast<unsigned char>(0));
+    if (std::exchange(mHasSettledNodes, false))
+        std::fill(mIsSettled.begin(), mIsSettled.end(), static_cast<unsigned char>(0));
     ++mTime;
     Adopt();
     return AugmentLoop(deadline, inAbort);
@@ -183,6 +185,7 @@ void MaxFlowSolver::FindSettledNodes() {
     for (unsigned int node = 0; node < mNodeCount; ++node)
         others += isAtSource(node) ? 0 : 1;
     if (others > mNodeCount / 4) return;
+    mHasSettledNodes = true;
     for (unsigned int node = 0; node < mNodeCount; ++node)
         mIsSettled[node] = isAtSource(node) ? 1 : 0;
     for (unsigned int node = FlowGraph::kHomeTerminals; node < mNodeCount; ++node)

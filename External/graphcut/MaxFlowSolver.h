@@ -113,6 +113,7 @@ private:
     unsigned int mTime = 1;
     IP::RecycledVector<Distance> mDistances;
     IP::RecycledVector<unsigned char> mIsSettled;  // in a first solve: FindSettledNodes
+    bool mHasSettledNodes = false;
     TreePath mPaths[2];                // the last in the source tree, and in the sink tree
     std::vector<unsigned int> mFresh;  // of FollowToRoot
     std::vector<unsigned int> mFull;   // of PushTowardsRoot
