@@ -268,6 +268,7 @@ void MaxFlowSolver::FollowToRoot(unsigned int inLeaf, unsigned char inTree) {
 
     const std::size_t passed =
         node == root ? path.GetSize() : path.IndexOf(mDistances[node].mPlace);
+    path.MakeRoom(path.GetSize() - passed + mFresh.size());
     for (std::size_t i = 0; i < passed; ++i)
         GiveBackStep(path.StepAt(i), inTree);
     path.ReplaceFront(passed, mFresh.size());
@@ -276,13 +277,16 @@ void MaxFlowSolver::FollowToRoot(unsigned int inLeaf, unsigned char inTree) {
 
     if (path.IsEmpty()) return;
     node = mDistances[path.LastStep().mNode].mParentNode;
-    for (; node != root; node = mDistances[node].mParentNode)
+    for (; node != root; node = mDistances[node].mParentNode) {
+        path.MakeRoom(path.GetSize() + 1);
         path.Append(TakeStep(node, inTree, path.PlaceOf(path.GetSize())));
+    }
 }
 
 // Here alone orphans enter at the front: the one nearest its terminal comes out first.
 void MaxFlowSolver::PushTowardsRoot(unsigned char inTree, float inFlow) {
     mFull.clear();
+    mFull.reserve(mPaths[inTree].GetSize());
     mPaths[inTree].Push(inFlow, mFull);
     for (const unsigned int node : mFull) {
         DropParent(node);

@@ -13,7 +13,19 @@ void ResizeFront(std::vector<T>& ioVector, std::size_t inOld, std::size_t inNew)
                        ioVector.begin() + static_cast<std::ptrdiff_t>(inOld - inNew));
 }
 
+template <class T>
+void Reserve(std::vector<T>& ioVector, std::size_t inSize) {
+    if (ioVector.capacity() < inSize)
+        ioVector.reserve(std::max(inSize, 2 * ioVector.capacity()));
+}
+
 }  // namespace
+
+void TreePath::MakeRoom(std::size_t inSteps) {
+    Reserve(mNodes, inSteps);
+    Reserve(mAlong, inSteps);
+    Reserve(mBack, inSteps);
+}
 
 void TreePath::SetStep(std::size_t inIndex, const Step& inStep) {
     mNodes[inIndex] = inStep.mNode;

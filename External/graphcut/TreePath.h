@@ -16,7 +16,8 @@
 ///
 /// Ownership: of its own.
 /// Threads: one thread at a time.
-/// Errors: `std::bad_alloc` and `std::length_error` pass through.
+/// Errors: `MakeRoom` passes `std::bad_alloc` and `std::length_error` through and changes
+///   nothing then. Nothing else throws where there is room.
 class TreePath {
 public:
     struct Step {
@@ -46,6 +47,10 @@ public:
         return (inPlace - mFirstPlace) & kPlaces;
     }
     /// @}
+
+    /// Room for so many steps in all. Whoever moves residuals between arcs and steps makes
+    /// room first, so that none is lost half way.
+    void MakeRoom(std::size_t inSteps);
 
     void SetStep(std::size_t inIndex, const Step& inStep);
     void Append(const Step& inStep);
