@@ -87,6 +87,7 @@ APTTrackerParams ParamsNumber(int inNumber) {
     if (inNumber == 3) params.mBorder = 9;   // crops the area
     if (inNumber == 4) params.mBorder = 14;  // and the smoothing's
     if (inNumber == 5) params.mSmoothSigmaFactor = 0.3f, params.mMinFeatureDistance = 3;
+    if (inNumber == 6) params.mMinEigenRelative = 0.5f, params.mMaxEigenPerPixel = 20.0f;
     return params;
 }
 
@@ -148,7 +149,7 @@ TEST_P(RowsAgainstPlanes, EveryVariantSelectsThePointsOfThePlanes) {
 INSTANTIATE_TEST_SUITE_P(Sizes, RowsAgainstPlanes,
                          testing::Combine(testing::Values(14, 15, 16, 29, 30, 48, 97, 160),
                                           testing::Values(14, 15, 17, 28, 43, 75),
-                                          testing::Range(0, 6)));
+                                          testing::Range(0, 7)));
 
 TEST(RowsAgainstPlanesOnOddImages, NoiseSpikesAndValuesThatAreNoNumbersGiveTheSamePoints) {
     constexpr int kCols = 90;
@@ -171,6 +172,24 @@ TEST(RowsAgainstPlanesOnOddImages, NoiseSpikesAndValuesThatAreNoNumbersGiveTheSa
                 SelectPlainly(params, image, kCols, kRows, FullFrame(kCols, kRows)));
         }
     }
+}
+
+TEST(PickMaxima, APixelThatANeighbourEqualsIsNone) {
+    constexpr int kCols = 40;
+    for (const auto* procs : Variants())
+        for (const int x : {5, 37})  // in a block, and behind the last
+            for (int neighbour = 0; neighbour < 9; ++neighbour) {
+                float rows[3][kCols] = {};
+                rows[1][x] = 1.0f;
+                rows[neighbour / 3][x + neighbour % 3 - 1] = 1.0f;
+                int columns[kCols];
+                const int count =
+                    procs->mPickMaxima(rows[0], rows[1], rows[2], 1, kCols - 1, columns);
+                ASSERT_EQ(count, neighbour == 4 ? 1 : 0) << procs->mName << ", " << neighbour;
+                if (count == 1) {
+                    EXPECT_EQ(columns[0], x);
+                }
+            }
 }
 
 // ---- The rules -----------------------------------------------------------------------
@@ -201,6 +220,34 @@ TEST(CornerSelection, ALimitBeyondEveryNumberOfCornersIsServed) {
     ASSERT_GT(expected.size(), 5u);
     params.mMaxFeatures = std::uint64_t{1} << 62;
     ExpectSamePoints(SelectOnce(params, image, 90, 70, FullFrame(90, 70)), expected);
+    params.mMaxFeatures = 3;
+    ExpectSamePoints(SelectOnce(params, image, 90, 70, FullFrame(90, 70)),
+                     {expected.begin(), expected.begin() + 3});
+}
+
+TEST(CornerSelection, ACornerAtTheThresholdIsTaken) {
+    const auto image = Testing::TexturedFrame(90, 70, 0.0, 0.0, 5);
+    APTTrackerParams params;
+    const auto expected = SelectOnce(params, image, 90, 70, FullFrame(90, 70));
+    params.mMinEigenRelative = 1.0f;  // the best one is its own threshold
+    params.mMaxEigenPerPixel = 1e30f;
+    ExpectSamePoints(SelectOnce(params, image, 90, 70, FullFrame(90, 70)), {expected[0]});
+}
+
+TEST(CornerSelection, ADiscOnWholePixelsHoldsItsRim) {
+    const auto image = Testing::TexturedFrame(90, 70, 0.0, 0.0, 5);
+    const APTTrackerParams params;
+    const auto points = SelectOnce(params, image, 90, 70, FullFrame(90, 70));
+    const auto first = [&](float inAwayX, float inAwayY) {
+        APTFeature tracked = NewPoint(points[0].mX + inAwayX, points[0].mY + inAwayY);
+        tracked.mStatus = DP::kAPTFeatureTracked;
+        return SelectOnce(params, image, 90, 70, FullFrame(90, 70), {tracked})[0];
+    };
+    for (const auto& [x, y] :
+         {std::pair{1.0f, 0.0f}, {-1.0f, 0.0f}, {0.0f, 1.0f}, {0.0f, -1.0f}}) {
+        EXPECT_FALSE(SameBits(first(10.0f * x, 10.0f * y).mScore, points[0].mScore));
+        EXPECT_TRUE(SameBits(first(10.01f * x, 10.01f * y).mScore, points[0].mScore));
+    }
 }
 
 // ---- A part of the image -------------------------------------------------------------

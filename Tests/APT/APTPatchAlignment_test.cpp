@@ -5,10 +5,12 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <limits>
 #include <memory>
+#include <sstream>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -222,6 +224,22 @@ TEST(SamplingLimits, PositionsThatAreNoNumbersOrFarAwayFail) {
     }
 }
 
+TEST(SamplingLimits, PositionsAreRoundedDownAndIntegersAreTheLimit) {
+    struct {
+        float mValue;
+        bool mFits;
+        int mFloor;
+    } const cases[] = {{-0.25f, true, -1},         {-2.0f, true, -2},
+                       {1.75f, true, 1},           {2147483520.0f, true, 2147483520},
+                       {2147483648.0f, false, 7},  {-2147483648.0f, true, -2147483647 - 1},
+                       {-2147483904.0f, false, 7}, {NAN, false, 7}};
+    for (const auto& one : cases) {
+        int floor = 7;
+        EXPECT_EQ(DP::FloorToInt(one.mValue, floor), one.mFits) << one.mValue;
+        EXPECT_EQ(floor, one.mFloor) << one.mValue;
+    }
+}
+
 TEST(Templates, GradientsAreDifferencesOverTwoPixelsAndNotHalved) {
     std::vector<float> ramp(static_cast<std::size_t>(kCols * kRows));
     for (int y = 0; y < kRows; ++y)
@@ -253,6 +271,62 @@ TEST(AlignPatch, IdenticalFramesAreFoundAtOnceWithoutMotion) {
                                           aligner.mWorkspace.mPatch.data(), kShape,
                                           correlation));
     EXPECT_NEAR(correlation, 1.0f, 1e-4f);
+}
+
+// The first step of a level and no other, with this tolerance.
+int SolveOnce(Aligner& ioAligner, float inX, float inTolerance) {
+    float parameters[DP::kAPTMaxParameters] = {};
+    ioAligner.mTemplates.Locate(1, 30.0f, 22.0f, ioAligner.mFrom);
+    return DP::SolveLevel(ioAligner.mWorkspace, ioAligner.mTemplates.GetLevel(0), inX, 22.0f,
+                          ioAligner.mTo, 0, parameters, DP::kAPTModelTranslation,
+                          {inTolerance, 0.0f, 0.0f, 0.0f}, 1);
+}
+
+TEST(SolveLevel, AStepAsLongAsTheToleranceAlongEitherAxisHasNotConverged) {
+    const auto from = Testing::TexturedFrame(kCols, kRows, 0, 0);
+    for (const auto& [dx, dy] : {std::pair{0.4, 0.02}, {0.02, 0.4}}) {
+        Aligner aligner(from, Testing::TexturedFrame(kCols, kRows, -dx, -dy), kCols, kRows,
+                        kShape);
+        ASSERT_EQ(SolveOnce(aligner, 30.0f, 0.0f), 1);
+        const float step = std::max(std::abs(aligner.mWorkspace.mUpdate[0]),
+                                    std::abs(aligner.mWorkspace.mUpdate[1]));
+        EXPECT_EQ(SolveOnce(aligner, 30.0f, step), 1) << dx;
+        EXPECT_EQ(SolveOnce(aligner, 30.0f, std::nextafter(step, 2.0f)), 0) << dx;
+    }
+}
+
+TEST(SolveLevel, SaysAtWhichIterationThePatchLeftTheLevel) {
+    const auto frame = Testing::TexturedFrame(kCols, kRows, 0, 0);
+    Aligner aligner(frame, frame, kCols, kRows, kShape);
+    EXPECT_EQ(SolveOnce(aligner, 2.0f, 0.1f), -1);
+    const std::vector<float> flat(frame.size(), 50.0f);
+    Aligner untextured(flat, flat, kCols, kRows, kShape);
+    float parameters[DP::kAPTMaxParameters] = {};
+    untextured.mTemplates.Locate(1, 30.0f, 22.0f, untextured.mFrom);
+    EXPECT_EQ(DP::SolveLevel(untextured.mWorkspace, untextured.mTemplates.GetLevel(0), 30.0f,
+                             22.0f, untextured.mTo, 0, parameters, DP::kAPTModelTranslation,
+                             kTolerances, kIterations),
+              -2)
+        << "the first step leads nowhere, and the second sample fails";
+    EXPECT_EQ(DP::SolveLevel(untextured.mWorkspace, untextured.mTemplates.GetLevel(0), 30.0f,
+                             22.0f, untextured.mTo, 0, parameters, DP::kAPTModelGainOffset,
+                             kTolerances, kIterations),
+              -2 - kIterations);
+}
+
+TEST(AlignPatch, ACorrelationAtTheLimitIsAccepted) {
+    const auto from = Testing::TexturedFrame(kCols, kRows, 0, 0);
+    Aligner aligner(from, Testing::TexturedFrame(kCols, kRows, -0.6, 0.3), kCols, kRows,
+                    kShape);
+    ASSERT_EQ(aligner.Align(30.0f, 22.0f), 0);
+    float correlation = 0.0f;
+    ASSERT_TRUE(DP::NormalisedCorrelation(aligner.mTemplates.GetLevel(0).mTemplate,
+                                          aligner.mWorkspace.mPatch.data(), kShape,
+                                          correlation));
+    EXPECT_EQ(aligner.Align(30.0f, 22.0f, DP::kAPTModelTranslation, correlation), 0);
+    EXPECT_NE(aligner.Align(30.0f, 22.0f, DP::kAPTModelTranslation,
+                            std::nextafter(correlation, 2.0f)),
+              0);
 }
 
 TEST(AlignPatch, LongMotionIsFoundFromACoarserStart) {
@@ -338,6 +412,44 @@ TEST(AlignPatch, PixelsThatAreNoNumbersLoseThePointAndNothingElse) {
     }
 }
 
+// Plays a descent in which the levels answer one after the other as given, and those asked
+// whether they accept do. Tells the calls: level and position of a solve, "ok" for the other.
+std::string PlayDescent(std::vector<int> inAnswers, bool inAccepts, int& outResult,
+                        float* outParameters) {
+    const float start[3] = {8.0f, 4.0f, 5.0f};
+    float scratch[3] = {};
+    std::ostringstream calls;
+    std::size_t next = 0;
+    const auto solve = [&](int inLevel, float inX, float inY, float* ioParameters) {
+        calls << ' ' << inLevel << '@' << inX << ',' << inY << '+' << ioParameters[0] << ','
+              << ioParameters[1] << ',' << ioParameters[2];
+        return inAnswers[next++];
+    };
+    const auto accept = [&](int) {
+        calls << " ok";
+        return inAccepts;
+    };
+    outResult =
+        DP::DescendLevels(3, 3, 40.0f, 24.0f, start, outParameters, scratch, 15, solve, accept);
+    return calls.str();
+}
+
+TEST(DescendLevels, StartsOneLevelCoarserAfterEachFailureAndJudgesTheFirstLevelAlone) {
+    int result = 0;
+    float parameters[3] = {};
+    EXPECT_EQ(PlayDescent({-1, 15, 2, 0, 14}, true, result, parameters),
+              " 0@40,24+8,4,5 1@20,12+4,2,5 2@10,6+2,1,5 ok 1@20,12+4,2,5 0@40,24+8,4,5");
+    EXPECT_EQ(result, 2);
+    EXPECT_EQ(parameters[0], 8.0f);
+    EXPECT_EQ(parameters[2], 5.0f);
+    EXPECT_EQ(PlayDescent({0, 0, 0}, false, result, parameters),
+              " 0@40,24+8,4,5 ok 1@20,12+4,2,5 ok 2@10,6+2,1,5 ok");
+    EXPECT_EQ(result, -1);
+    EXPECT_EQ(PlayDescent({15, 0, -1, -1}, true, result, parameters),
+              " 0@40,24+8,4,5 1@20,12+4,2,5 ok 0@40,24+8,4,5 2@10,6+2,1,5");
+    EXPECT_EQ(result, -1);
+}
+
 // ---- Correlation ---------------------------------------------------------------------
 
 TEST(NormalisedCorrelation, IsOneForAffineBrightnessAndZeroForAFlatPatch) {
@@ -355,6 +467,36 @@ TEST(NormalisedCorrelation, IsOneForAffineBrightnessAndZeroForAFlatPatch) {
     EXPECT_NEAR(correlation, 1.0f, 1e-5f);
     ASSERT_TRUE(DP::NormalisedCorrelation(a.data(), flat.data(), kShape, correlation));
     EXPECT_EQ(correlation, 0.0f);
+}
+
+TEST(NormalisedCorrelation, HasTheBitsOfItsFormula) {
+    const float n = static_cast<float>(kShape.GetPixels());
+    for (int seed = 1; seed <= 20; ++seed) {
+        auto a = Testing::NoiseFrame(kShape.GetBlockFloats(), 1, seed);
+        auto b = Testing::NoiseFrame(kShape.GetBlockFloats(), 1, seed + 100);
+        const float sumA = DP::ChannelSum(a.data(), kShape, 0);
+        const float sumB = DP::ChannelSum(b.data(), kShape, 0);
+        const auto dot = [](const auto& inA, const auto& inB) {
+            return DP::ChannelDot(inA.data(), inB.data(), kShape, 0);
+        };
+        const float expected =
+            (n * dot(a, b) - sumA * sumB) /
+            std::sqrt((n * dot(b, b) - sumB * sumB) * (n * dot(a, a) - sumA * sumA));
+        float correlation = 9.0f;
+        ASSERT_TRUE(DP::NormalisedCorrelation(a.data(), b.data(), kShape, correlation));
+        EXPECT_EQ(correlation, expected) << seed;
+    }
+}
+
+TEST(UpdateGains, AnUpdateAsLargeAsItsToleranceIsNotSmall) {
+    const auto isSmall = [](float inGain, float inOffset) {
+        const float update[2] = {inGain, inOffset};
+        float gains[2] = {1.0f, 0.0f};
+        return DP::UpdateGains(update, 0.25f, 2.0f, 1, gains);
+    };
+    EXPECT_TRUE(isSmall(std::nextafter(0.25f, 0.0f), -std::nextafter(2.0f, 0.0f)));
+    EXPECT_FALSE(isSmall(0.25f, 0.0f));
+    EXPECT_FALSE(isSmall(0.0f, -2.0f));
 }
 
 TEST(NormalisedCorrelation, AFlatChannelPullsTheMeanDown) {

@@ -172,6 +172,50 @@ TEST(SolveWarpLevel, TheCornersMustBeStrictlyInside) {
     EXPECT_EQ(solveAt(40.0f, kRows - 6.01f), 1);
 }
 
+// With U the warp part of the update and u its translation: W <- W (I - U)^-1 = R and
+// t <- t + R u.
+TEST(SolveWarpLevel, AStepComposesTheWarpWithTheInverseOfTheUpdate) {
+    Warped warped;
+    warped.mB = 0.15;
+    warped.mC = 0.12;
+    Verifier verifier(Testing::TexturedFrame(kCols, kRows, 0, 0), warped.Frame(), 45.0f, 40.0f);
+    float start[DP::kAPTMaxParameters] = {0.2f, -0.1f, 0.05f, -0.04f, 0.03f, -0.02f};
+    ASSERT_EQ(
+        DP::SolveWarpLevel(verifier.mWorkspace, verifier.mTemplates.GetLevel(0), 45.0f, 40.0f,
+                           verifier.mTo, 0, start, DP::kAPTModelTranslation, kTolerances, 1),
+        1);
+    const float* const u = verifier.mWorkspace.mUpdate;
+    const float* const result = verifier.mWorkspace.mCurrent;
+    ASSERT_GT(std::abs(u[3] * u[4]), 1e-3f) << "too small to be missed";
+    const double m[4] = {1.05, -0.04, 0.03, 0.98};
+    const double determinant = (1.0 - u[2]) * (1.0 - u[5]) - double{u[3]} * u[4];
+    const double inverse[4] = {(1.0 - u[5]) / determinant, u[3] / determinant,
+                               u[4] / determinant, (1.0 - u[2]) / determinant};
+    for (int row = 0; row < 2; ++row) {
+        double r[2];
+        for (int column = 0; column < 2; ++column) {
+            r[column] = m[2 * row] * inverse[column] + m[2 * row + 1] * inverse[2 + column];
+            EXPECT_NEAR(result[2 + 2 * row + column], r[column] - (row == column), 1e-5);
+        }
+        EXPECT_NEAR(result[row], start[row] + r[0] * u[0] + r[1] * u[1], 1e-5);
+    }
+}
+
+TEST(SolveWarpLevel, EachCornerAloneMustBeInside) {
+    const auto frame = Testing::TexturedFrame(kCols, kRows, 0, 0);
+    Verifier verifier(frame, frame, 45.0f, 40.0f);
+    const auto level = verifier.mTemplates.GetLevel(0);
+    for (const float x : {5.2f, kCols - 6.2f})
+        for (const float shear : {-0.1f, 0.0f, 0.1f}) {  // moves the corners along x by half
+            float parameters[DP::kAPTMaxParameters] = {};
+            parameters[3] = shear;
+            EXPECT_EQ(DP::SolveWarpLevel(verifier.mWorkspace, level, x, 40.0f, verifier.mTo, 0,
+                                         parameters, DP::kAPTModelTranslation, kTolerances, 1),
+                      shear == 0.0f ? 1 : -1)
+                << x << ", " << shear;
+        }
+}
+
 // ---- In the engine -------------------------------------------------------------------
 
 DP::APTTrackerParams VerifyingParams() {
@@ -240,6 +284,24 @@ TEST(VerifyFeatures, ACorrelationAtTheLimitPassesAndOneBelowItIsLow) {
     EXPECT_EQ(low.mStatus, DP::kAPTFeatureLowCorrelation);
     EXPECT_EQ(low.mCorrelation, passed.mCorrelation);
     EXPECT_EQ(low.mX, 45.0f);
+}
+
+TEST(VerifyFeatures, BeginsWhereTheFrameToFrameStepEnded) {
+    const auto from = Moved(0);
+    const auto to = Moved(12);
+    APTImagePyramid previous;
+    APTImagePyramid current;
+    previous.Reset(from.data(), kCols, kRows, 1, 1);
+    current.Reset(to.data(), kCols, kRows, 1, 1);
+    DP::APTReferenceVerification verification;
+    verification.Init(kShape, 1, 1);
+    DP::APTFeatureList list{NewPoint(45.0f, 40.0f)};
+    verification.Capture(list, previous);
+    list[0] = NewPoint(45.0f + 9.6f, 40.0f - 6.0f);
+    list[0].mStatus = DP::kAPTFeatureTracked;
+    verification.HandOver(list);
+    verification.VerifyFeatures(current, list, kTolerances, 0.5f, DP::kAPTModelGainOffset, 5);
+    EXPECT_EQ(list[0].mStatus, DP::kAPTFeatureTracked);
 }
 
 TEST(VerifiedTracking, ATrackedPointWithoutAReferenceFails) {
@@ -314,6 +376,43 @@ TEST(VerifiedTracking, ParametersAppliedAgainGiveWhatANewEngineGives) {
         EXPECT_EQ((*lists[0])[0].mStatus, 0);
         EXPECT_EQ((*lists[0])[0].mX, (*lists[1])[0].mX);
         EXPECT_EQ((*lists[0])[0].mCorrelation, (*lists[1])[0].mCorrelation);
+    }
+}
+
+TEST(VerifiedTracking, ReferencesOfAnotherDepthAreForgotten) {
+    const auto engine = MakeEngine(VerifyingParams());
+    const auto list = Step(*engine, Moved(0), Moved(1), ListOf({NewPoint(45.0f, 40.0f)}));
+    ASSERT_EQ((*list)[0].mStatus, 0);
+    engine->ApplyParams();
+    EXPECT_EQ((*Step(*engine, Moved(1), Moved(2), list))[0].mStatus, 0);
+    engine->mParams.mPyramidLevels = 2;
+    engine->ApplyParams();
+    EXPECT_EQ((*Step(*engine, Moved(1), Moved(2), list))[0].mStatus,
+              DP::kAPTFeatureLowCorrelation);
+}
+
+// A tolerance of 0 is never met, and each has its place.
+TEST(VerifiedTracking, EveryToleranceCountsForWhatItIsNamedAfter) {
+    struct {
+        const char* mName;
+        double DP::APTTrackerParams::*mTolerance;
+        bool mTracks;
+        bool mVerifies;
+    } const cases[] = {
+        {"none", nullptr, true, true},
+        {"translation", &DP::APTTrackerParams::mTranslationTolerance, false, false},
+        {"warp", &DP::APTTrackerParams::mWarpTolerance, true, false},
+        {"gain", &DP::APTTrackerParams::mGainTolerance, false, false},
+        {"offset", &DP::APTTrackerParams::mOffsetTolerance, false, false}};
+    for (const auto& one : cases) {
+        SCOPED_TRACE(one.mName);
+        DP::APTTrackerParams params = VerifyingParams();
+        params.mTrackingModel = DP::kAPTModelGainOffset;
+        if (one.mTolerance) params.*one.mTolerance = 0.0;
+        const auto list = Step(*MakeEngine(params), Moved(0), Moved(1, 0.9),
+                               ListOf({NewPoint(45.0f, 40.0f)}));
+        EXPECT_EQ((*list)[0].mStatus != DP::kAPTFeatureLost, one.mTracks);
+        EXPECT_EQ((*list)[0].mStatus == 0, one.mVerifies);
     }
 }
 

@@ -3,8 +3,10 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <cstring>
 #include <memory>
 #include <new>
+#include <utility>
 #include <vector>
 
 #include "ColourPyramid/ColourPyramidData.h"
@@ -15,6 +17,7 @@
 #include "Support/Textures.h"
 #include "Support/WideStrings.h"
 #include "TVK/Exception.h"
+#include "TVK/MemoryRecycler.h"
 
 namespace {
 
@@ -51,6 +54,8 @@ TEST(ColourPyramidShape, SidesAreHalvedAndRoundedUp) {
 TEST(ColourPyramidShape, NumbersBeyondEveryMemoryThrowAndManyLevelsAreCountedAtOnce) {
     EXPECT_THROW((DP::ColourPyramidShape{UINT32_MAX, UINT32_MAX, UINT32_MAX, 1}.TotalFloats()),
                  std::bad_alloc);
+    constexpr std::uint32_t kHalf = 1u << 31;  // 2^62 floats have a number, but no address
+    EXPECT_THROW((DP::ColourPyramidShape{kHalf, kHalf, 1, 1}.TotalFloats()), std::bad_alloc);
     EXPECT_EQ((DP::ColourPyramidShape{1, 1, 2, UINT32_MAX}.TotalFloats()),
               std::size_t{2} * UINT32_MAX);
     EXPECT_EQ((DP::ColourPyramidShape{0, 7, 1, UINT32_MAX}.TotalFloats()), 0u);
@@ -129,6 +134,10 @@ TEST(ReduceByTwo, ASmallSourceWritesTheFirstRowAndLeavesTheOthers) {
     std::vector<float> target(3, 7.0f);
     DP::ReduceByTwo(pixels.data(), 2, 6, 1, target.data(), nullptr);
     EXPECT_EQ(target, (std::vector<float>{0.0f, 7.0f, 7.0f}));
+    float scratch[3];
+    target.assign(4, 7.0f);
+    DP::ReduceByTwo(pixels.data(), 3, 3, 1, target.data(), scratch);
+    EXPECT_EQ(target, std::vector<float>(4, 0.0f)) << "large enough to be written as a whole";
 }
 
 TEST(ColourPyramidData, LevelsThatNothingFillsReadZero) {
@@ -175,17 +184,34 @@ Ref<DP::IDescriptorDataKey> Key(int inRows, int inCols, unsigned int inLevels,
 }
 
 TEST(ColourPyramidDescriptor, HoldsTheLevelsOfThePlainPyramid) {
-    for (const unsigned int channels : {1u, 2u, 3u, 4u, 5u}) {
-        const auto pixels = Floats(std::size_t{33} * 21 * channels);
-        const auto plain = Whole(33, 21, 4, channels, pixels);
+    for (const auto& [cols, channels] :
+         {std::pair{33, 1u}, {33, 2u}, {33, 3u}, {33, 4u}, {33, 5u}, {2, 1u}}) {
+        const auto pixels = Floats(std::size_t(cols) * 21 * channels);
+        const auto plain = Whole(std::uint32_t(cols), 21, 4, channels, pixels);
+        const auto recycler = TVK::MemoryRecycler::Instance();
+        auto block = recycler->AllocateBuffer(std::int64_t(plain->GetByteSize()));
+        std::memset(block.mBlock, 0x7f, plain->GetByteSize());  // what the next one gets
+        recycler->RecycleBuffer(block);
         const Ref<ColourPyramidDescriptorData> data(
-            Compute(Key(21, 33, 4, channels), pixels.data()));
+            Compute(Key(21, cols, 4, channels), pixels.data()));
         ASSERT_TRUE(data != NULL);
         ASSERT_EQ(data->GetDataSize(), plain->GetByteSize());
         for (std::size_t i = 0; i < plain->GetShape().TotalFloats(); ++i)
             ASSERT_EQ(data->GetLevelData(0)[i], plain->GetLevelData(0)[i]) << channels;
         EXPECT_TRUE(data->CloneData() == NULL);
     }
+}
+
+TEST(ColourPyramidDescriptor, ASecondInitGivesTheFirstBlockBack) {
+    const auto recycler = TVK::MemoryRecycler::Instance();
+    const std::size_t before = recycler->GetUsedBytes();
+    {
+        const auto data = ColourPyramidDescriptorData::Create();
+        data->InitPyramid(40, 40, 3, 2);
+        data->InitPyramid(8, 2, 3, 1);
+        EXPECT_EQ(data->GetDataSize(), 192u);
+    }
+    EXPECT_EQ(recycler->GetUsedBytes(), before);
 }
 
 TEST(ColourPyramidDescriptor, SizeIsThatOfAllLevels) {

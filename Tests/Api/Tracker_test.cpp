@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <memory>
 #include <vector>
 
@@ -25,9 +26,10 @@ std::unique_ptr<Tracker> MakeTracker(unsigned int inCols = kCols, unsigned int i
     return std::unique_ptr<Tracker>(Tracker::CreateTracker(inCols, inRows));
 }
 
-IP::ImagePtr<float> Frame(int inNumber) {
+IP::ImagePtr<float> Frame(int inNumber, int inCols = kCols, int inRows = kRows) {
     return Testing::ImageOf(
-        kCols, kRows, Testing::TexturedFrame(kCols, kRows, -1.2 * inNumber, 0.9 * inNumber));
+        inCols, inRows,
+        Testing::TexturedFrame(inCols, inRows, -1.2 * inNumber, 0.9 * inNumber));
 }
 
 unsigned int CountLive(const APTFeatureListPtr& inList) {
@@ -67,6 +69,43 @@ TEST(Tracker, FollowsAClipAndFillsUp) {
         }
         EXPECT_GT(tracked, 200u);
     }
+}
+
+TEST(Tracker, PointsStandMoreThanThreePixelsApart) {
+    const auto tracker = MakeTracker();
+    APTFeatureListPtr features;
+    tracker->TrackFeatures(Testing::ImageOf(kCols, kRows, Testing::NoiseFrame(kCols, kRows, 3)),
+                           0, features);
+    float nearest = 1e9f;
+    for (const APTFeature& a : *features)
+        for (const APTFeature& b : *features)
+            if (&a != &b && a.mStatus >= 0 && b.mStatus >= 0)
+                nearest = std::min(
+                    nearest, (a.mX - b.mX) * (a.mX - b.mX) + (a.mY - b.mY) * (a.mY - b.mY));
+    EXPECT_EQ(nearest, 10.0f) << "the least square above 9";
+}
+
+TEST(Tracker, FillsUpBelowTheMinimumAndNotAtIt) {
+    constexpr int kWide = 800;
+    constexpr int kHigh = 600;
+    // How many points live behind a step that all but the last ones given up came through.
+    const auto liveBehind = [&](unsigned int inKept) {
+        const auto tracker = MakeTracker(kWide, kHigh);
+        APTFeatureListPtr list;
+        tracker->TrackFeatures(Frame(0, kWide, kHigh), 0, list);
+        const auto trial = MakeTracker(kWide, kHigh);
+        APTFeatureListPtr all;
+        trial->TrackFeatures(Frame(0, kWide, kHigh), 0, all);
+        trial->TrackFeatures(Frame(1, kWide, kHigh), 1, all);
+        unsigned int tracked = 0;
+        for (std::size_t i = 0; i < list->size(); ++i)
+            if ((*all)[i].mStatus != 0 || ++tracked > inKept) (*list)[i].mStatus = -1;
+        EXPECT_GT(tracked, tracker->GetMinFeatures()) << "there is nothing to give up";
+        tracker->TrackFeatures(Frame(1, kWide, kHigh), 1, list);
+        return CountLive(list);
+    };
+    EXPECT_EQ(liveBehind(450), 450u);
+    EXPECT_GT(liveBehind(449), 450u);
 }
 
 TEST(Tracker, EqualFramesEmptyTheListAndFillItAnew) {

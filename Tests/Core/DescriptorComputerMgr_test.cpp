@@ -140,6 +140,24 @@ TEST_F(ComputerMgr, FirstCallersInARaceLoseNoCount) {
     }
 }
 
+TEST_F(ComputerMgr, TheIncomingPropertyComparesAndOneThreadAtATime) {
+    Testing::Crossing crossing;
+    const auto property = Testing::WatchedProperty::Create();
+    property->Init(Wide("another"), kDescriptorDataTypeGreyImage);
+    property->mCrossing = &crossing;
+    const auto computer = Grey("a");
+    std::barrier start(2);
+    const auto ask = [&] {
+        start.arrive_and_wait();
+        for (int i = 0; i < 20; ++i)
+            EXPECT_EQ(CreateDescriptorComputer(property), computer);
+    };
+    std::thread other(ask);
+    ask();
+    other.join();
+    EXPECT_FALSE(crossing.HaveMet());
+}
+
 TEST_F(ComputerMgr, ThreadsWithEqualPropertiesGetOneComputer) {
     std::barrier start(8);
     std::vector<Ref<DP::IDescriptorComputer>> computers(8);

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <latch>
 #include <limits>
 #include <thread>
 #include <vector>
@@ -166,16 +167,11 @@ TEST_F(Cache, NullKeyIsStoredIntoAnEmptyCacheAndSpoilsItUntilCleared) {
 TEST_F(Cache, NullKeyIsNoHitWhereAHostsProcedureReturns) {
     const RecordedReports reports;
     mCache->StoreData(KeyOf(1), CountedData::Make());
-    quillet::config::SetThrowError([](quillet::config::ErrorLevel, const char*, unsigned long,
-                                      long, bool, const quillet::config::ReplacementValue&,
-                                      const quillet::config::ReplacementValue&,
-                                      const quillet::config::ReplacementValue&,
-                                      const quillet::config::ReplacementValue&) {});
+    const Testing::ThrowErrorReturns host;
     Ref<IDescriptorData> data;
     RecursiveMutexPtr mutex;
     EXPECT_FALSE(mCache->GetCachedData(nullptr, data, mutex));
     EXPECT_TRUE(data == NULL);
-    quillet::config::SetThrowError(nullptr);
     EXPECT_FALSE(reports.Contracts().empty());
 }
 
@@ -216,6 +212,25 @@ TEST_F(Cache, NullKeyOnAnEmptyCacheStaysBehind) {
     EXPECT_THROW(Has(1), quillet::config::ReportedError);
     mCache->ClearCache();
     EXPECT_THROW(Has(1), quillet::config::ReportedError) << "only a new cache is free of it";
+}
+
+TEST_F(Cache, OneThreadAtATimeLooksAtTheData) {
+    Testing::Crossing crossing;
+    const auto stored = Testing::WatchedKey::Create();
+    stored->Init(Wide("clip"), 1, 2, 3);
+    stored->mCrossing = &crossing;
+    mCache->StoreData(stored, CountedData::Make());
+    std::latch start(2);
+    std::thread reader([&] {
+        start.arrive_and_wait();
+        for (int i = 0; i < 20; ++i)
+            EXPECT_TRUE(Has(1));
+    });
+    start.arrive_and_wait();
+    for (int i = 0; i < 20; ++i)
+        mCache->StoreData(KeyOf(1), CountedData::Make());
+    reader.join();
+    EXPECT_FALSE(crossing.HaveMet());
 }
 
 TEST_F(Cache, AHigherLimitThanSignedNumbersHaveCountsAsNegative) {

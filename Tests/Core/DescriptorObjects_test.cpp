@@ -35,6 +35,7 @@ TEST(DescriptorDataKey, HashIsOfShortSourceAndFrameOnly) {
     const auto hash = KeyOf("clip", 5)->GetHash();
     EXPECT_EQ(hash, KeyOf("clip", 5, 9, 9)->GetHash());
     EXPECT_FALSE(hash == KeyOf("clip", 6)->GetHash());
+    EXPECT_FALSE(hash == KeyOf("clip", 5 + (1LL << 56))->GetHash()) << "its last byte";
     EXPECT_FALSE(hash == KeyOf("clap", 5)->GetHash());
     EXPECT_FALSE(hash == KeyOf("cli", 5)->GetHash());
     EXPECT_EQ(hash,

@@ -102,6 +102,23 @@ TEST(MemoryRecycler, ABlockBeyondTheBoundPushesNothingOut) {
     EXPECT_EQ(recycler.GetUsedBytes(), 0u);
 }
 
+TEST(MemoryRecycler, ABlockAsLargeAsTheBoundIsKept) {
+    MemoryRecycler recycler;
+    MemoryBuffer buffer =
+        recycler.AllocateBuffer(std::int64_t{MemoryRecycler::kMaxUnusedBytes});
+    recycler.RecycleBuffer(buffer);
+    EXPECT_EQ(recycler.GetUnusedBytes(), MemoryRecycler::kMaxUnusedBytes);
+}
+
+// 64 TiB is a size that there is a class for; no system is known to have it.
+TEST(MemoryRecycler, WhatTheSystemDoesNotHaveIsNotCountedAsUsed) {
+    MemoryRecycler recycler;
+    MemoryBuffer buffer = recycler.AllocateBuffer(std::int64_t{1} << 46);
+    recycler.RecycleBuffer(buffer);
+    EXPECT_EQ(recycler.GetUsedBytes(), 0u);
+    EXPECT_EQ(recycler.GetUnusedBytes(), 0u);
+}
+
 TEST(MemoryRecycler, TrimFreesWhatIsUnusedAndLeavesTheRest) {
     MemoryRecycler recycler;
     MemoryBuffer kept = recycler.AllocateBuffer(10000);
@@ -129,6 +146,10 @@ TEST(MemoryRecycler, ThreadsNeverShareABlock) {
     for (int t = 0; t < 4; ++t)
         threads.emplace_back([&, t] {
             Testing::Random random(std::uint64_t(t) + 1);
+            for (int i = 0; i < 20000; ++i) {  // as close together as can be
+                MemoryBuffer buffer = recycler.AllocateBuffer(1);
+                recycler.RecycleBuffer(buffer);
+            }
             for (int i = 0; i < 3000; ++i) {
                 const int size = random.Integer(1, 60000);
                 MemoryBuffer buffer = recycler.AllocateBuffer(size);

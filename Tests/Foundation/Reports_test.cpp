@@ -3,11 +3,20 @@
 
 #include <gtest/gtest.h>
 
+#if defined(__linux__)
+#include <sys/ptrace.h>
+#include <unistd.h>
+#endif
+
+#include <csignal>
+#include <cstdio>
 #include <cstring>
 #include <string>
 
 #include "Support/Reports.h"
 #include "TVK/ContractCheck.h"
+#include "TVK/Exception.h"
+#include "platform/Debugger.h"
 #include "quillet/Error.h"
 
 namespace {
@@ -120,6 +129,35 @@ TEST(BuiltInDialogs, NeverAskForABreakAndHideLaterReports) {
 #endif
 }
 
+TEST(ReportedError, CarriesLevelAndMessageWhereverItIsCopied) {
+    const ReportedError original(ErrorLevel(3), "message"), without(ErrorLevel(4), nullptr);
+    ReportedError copy(without);
+    EXPECT_STREQ(copy.what(), "");
+    EXPECT_EQ(copy.GetLevel(), 4);
+    copy = original;
+    EXPECT_STREQ(copy.what(), "message");
+    EXPECT_EQ(copy.GetLevel(), 3);
+    EXPECT_STREQ(TVK::Exception().what(), "A TVK exception.");
+}
+
 TEST(Debugger, NoneIsAttachedToATest) { EXPECT_FALSE(quillet::debug::IsDebuggerAttached()); }
+
+#if defined(__linux__)
+TEST(Debugger, IsSeenAndIsSentTheText) {
+    const auto beDebugged = [] {
+        if (ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) != 0) {
+            std::fputs("hello", stderr);  // not allowed here
+            _exit(0);
+        }
+        platform::OutputDebugStringA("hello");
+        _exit(quillet::debug::IsDebuggerAttached() ? 0 : 1);
+    };
+    EXPECT_EXIT(beDebugged(), testing::ExitedWithCode(0), "hello");
+}
+
+TEST(Debugger, ABreakIsATrap) {
+    EXPECT_EXIT(platform::BreakIntoDebugger(), testing::KilledBySignal(SIGTRAP), "");
+}
+#endif
 
 }  // namespace

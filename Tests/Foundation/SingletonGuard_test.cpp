@@ -31,18 +31,25 @@ using TVK::InterfaceRef;
 std::atomic<int> sBuilt{0};
 std::atomic<int> sDestroyed{0};
 std::atomic<bool> sFailNext{false};
+std::atomic<bool> sWaitForAnother{false};
+
+std::int32_t CallersWhileUnbuilt();
 
 class Service : public TVK::Singleton<Service, IService> {
 public:
     Service() {
         if (sFailNext.exchange(false)) throw std::bad_alloc();
         ++sBuilt;
+        while (sWaitForAnother && CallersWhileUnbuilt() < 2)
+            std::this_thread::yield();
     }
     ~Service() override { ++sDestroyed; }
     int mState = 0;
 };
 
 constexpr int kUnbuilt = TVK::SingletonGuard<Service>::kSingletonUnbuilt;
+
+std::int32_t CallersWhileUnbuilt() { return gSingleton<Service>.GetWord() - kUnbuilt; }
 
 TEST(SingletonGuard, LastReferenceTearsDownAndTheNextInstanceBuildsAnewInPlace) {
     EXPECT_EQ(gSingleton<Service>.GetWord(), kUnbuilt);
@@ -83,13 +90,26 @@ TEST(SingletonGuard, AConstructorThatThrowsLeavesNoCountBehind) {
     EXPECT_EQ(gSingleton<Service>.GetWord(), kUnbuilt) << "and it can be torn down again";
 }
 
+// The first caller is still building when the second has announced itself.
+TEST(SingletonGuard, WhoComesInWhileAnotherBuildsTakesWhatThatOneBuilt) {
+    const int built = sBuilt;
+    sWaitForAnother = true;
+    InterfaceRef<Service> fromAnotherThread;
+    std::thread another([&] { fromAnotherThread = gSingleton<Service>.Instance(); });
+    const auto service = gSingleton<Service>.Instance();
+    another.join();
+    sWaitForAnother = false;
+    EXPECT_EQ(sBuilt - built, 1);
+    EXPECT_EQ(gSingleton<Service>.GetWord(), 2);
+}
+
 TEST(SingletonGuard, EightThreadsBuildAsOftenAsTheyDestroy) {
     std::barrier start(8);
     std::vector<std::thread> threads;
     for (int t = 0; t < 8; ++t)
         threads.emplace_back([&] {
             start.arrive_and_wait();
-            for (int i = 0; i < 5000; ++i)
+            for (int i = 0; i < 20000; ++i)
                 gSingleton<Service>.Instance();
         });
     for (auto& thread : threads)

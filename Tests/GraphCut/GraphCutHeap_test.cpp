@@ -2,10 +2,14 @@
 
 #include <gtest/gtest.h>
 
+#include <new>
+
 #include "GraphCut/GraphCutWrapper.h"
 #include "Scene.h"
 #include "Support/HeapCounter.h"
+#include "Support/Reports.h"
 #include "TVK/MemoryRecycler.h"
+#include "quillet/Error.h"
 
 namespace {
 
@@ -61,6 +65,46 @@ TEST(GraphCutHeap, HundredFramesHoldNoMoreThanTheFirst) {
     for (int i = 0; i < 100; ++i)
         cut();
     ExpectNoMore(before);
+}
+
+// Every allocation of a frame's cut fails once. Behind it a stroke is refused, but where the
+// graph was already whole and only the two images that are made before the cut were missing.
+TEST(GraphCutHeap, AFrameThatRanOutOfMemoryTakesNoStrokes) {
+    const Scene scene(24, 16);
+    const auto foreground = scene.ForegroundStrokes(), background = scene.BackgroundStrokes();
+    const auto labels = FlatImage(24, 16, 0);
+    const auto cut = [&](DP::GraphCutWrapper& ioWrapper) {
+        ioWrapper.ComputeLabelImage(scene.mPixels.data(), scene.mRowBytes, foreground,
+                                    background, {});
+    };
+    const Testing::RecordedReports reports;
+    long allocations = 0;
+    for (int round = 0; round < 2; ++round) {  // the first one fills pools
+        DP::GraphCutWrapper wrapper;
+        const long before = Testing::HeapAllocations();
+        cut(wrapper);
+        allocations = Testing::HeapAllocations() - before;
+    }
+    int failed = 0, accepted = 0;
+    for (long number = 1; number <= allocations; ++number) {
+        DP::GraphCutWrapper wrapper;
+        Testing::FailHeapAllocation(number);
+        try {
+            cut(wrapper);
+            Testing::FailHeapAllocation(0);
+            continue;  // a region that could not grow is a smaller one
+        } catch (const std::bad_alloc&) {
+            Testing::FailHeapAllocation(0);
+            ++failed;
+        }
+        try {
+            wrapper.ComputeLabelImage(nullptr, 0, foreground, background, labels);
+            ++accepted;
+        } catch (const quillet::config::ReportedError&) {
+        }
+    }
+    EXPECT_GT(failed, 20);
+    EXPECT_EQ(accepted, 2);
 }
 
 TEST(GraphCutHeap, WrapperGivesEverythingBackButThePoolOfCells) {

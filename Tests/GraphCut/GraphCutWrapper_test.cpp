@@ -258,6 +258,16 @@ TEST_F(BrokenContracts, NullImages) {
                  [&] { mWrapper.ComputeLabelImage(nullptr, 4, Full(), Full(), {}); });
 }
 
+TEST_F(BrokenContracts, WhereAHostGoesOnThereIsNoResult) {
+    const RecordedReports reports;
+    const Testing::ThrowErrorReturns host;
+    EXPECT_TRUE(Stroke({}, Full()) == NULL);
+    EXPECT_TRUE(Stroke(Full(), FlatImage(79, 60, 0)) == NULL);
+    EXPECT_TRUE(mWrapper.ComputeLabelImage(nullptr, 4, Full(), Full(), {}) == NULL);
+    EXPECT_EQ(reports.Contracts().size(), 3u);
+    EXPECT_TRUE(Stroke(None(), None()) != NULL) << "and nothing is spoilt";
+}
+
 TEST_F(BrokenContracts, FramesWithoutPixels) {
     for (const auto& size : {std::pair{0, 0}, {0, 5}, {5, 0}})
         ExpectReport("inRGBImageBounds.Height() > 0 && inRGBImageBounds.Width() > 0", [&] {

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "External/graphcut/MWSegmentSeedFill.h"
+#include "External/graphcut/SquaredRadius.h"
 #include "Pictures.h"
 #include "PlainTwins.h"
 #include "Support/Reports.h"
@@ -87,6 +88,14 @@ TEST(MWSegment, NoiseOfFewLevelsMakesCrookedRegionsThatAreReachedAllTheSame) {
     ExpectPlainLabels(picture, 0.1f, 5);
     picture.mPlanes.assign(3, picture.mPlanes[0]);
     ExpectPlainLabels(picture, 0.1f, 5);
+    // Two levels make ways that lead up and down several times.
+    for (int round = 0; round < 40; ++round) {
+        SCOPED_TRACE(round);
+        for (auto& sample : picture.mPlanes[0])
+            sample = random.Integer(0, 9) < 6 ? 100 : 200;
+        picture.mPlanes.resize(1);
+        ExpectPlainLabels(picture, 0.1f, 7);
+    }
 }
 
 TEST(MWSegment, LabelsOutsideTheAreaStay) {
@@ -147,6 +156,14 @@ TEST(MWSegment, ColoursAreComparedWithTheSeedSoThatNoneDrifts) {
     Picture<unsigned char> ramp{5, 1, 5, {{0, 8, 16, 24, 32}}};
     EXPECT_EQ(Segment(ramp, 10.0f / 255, 5).mLabels,
               (std::vector<unsigned int>{2, 2, 3, 3, 4}));
+}
+
+TEST(SquareOrMost, StopsAtTheLargestInteger) {
+    constexpr std::int32_t kMost = std::numeric_limits<std::int32_t>::max();
+    EXPECT_EQ(SquareOrMost(-46340), 46340 * 46340);
+    for (const std::int64_t length : {std::int64_t{46341}, std::int64_t{1} << 32,
+                                      -(std::int64_t{1} << 32), std::int64_t{INT64_MAX}})
+        EXPECT_EQ(SquareOrMost(length), kMost) << length;
 }
 
 // ---- Odd samples and formats ---------------------------------------------------------

@@ -4,6 +4,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <bit>
+#include <cstdint>
 #include <string>
 #include <utility>
 #include <vector>
@@ -105,6 +108,46 @@ TEST(MaxFlow, NonPersistentGraphKeepsNoSolverAndGivesTheSameSegments) {
     EXPECT_EQ(graph.mSolver, nullptr);
     EXPECT_TRUE(graph.mSolved);
     EXPECT_EQ(segments, Testing::SolveFresh(model));
+}
+
+// The capacities are rounded, and so are the flows: which arc is exactly full, and with it
+// the cut, rests on every order inside. Labels that a host has stored rest on it.
+TEST(MaxFlow, ResidualsAreFrozenToTheBit) {
+    Random random(77);
+    std::uint64_t digest = 0xcbf29ce484222325u;
+    const auto add = [&](std::uint32_t inWord) {
+        digest = (digest ^ inWord) * 0x100000001b3u;
+    };
+    const auto set = [](Kept& ioKept, std::size_t inNode, std::size_t inLink) {
+        const auto& [fromSource, toSink] = ioKept.mModel.mNodes[inNode];
+        ioKept.mGraph.SetTerminalCapacities(unsigned(inNode) + 2, 0.1f * float(fromSource),
+                                            0.1f * float(toSink), 0, 1);
+        if (inLink >= ioKept.mModel.mLinks.size()) return;
+        const auto& link = ioKept.mModel.mLinks[inLink];
+        ioKept.mGraph.SetLinkCapacities(link.mFrom, link.mTo, 0.1f * float(link.mCapacity),
+                                        0.1f * float(link.mReverseCapacity));
+    };
+    for (int i = 0; i < 200; ++i) {
+        Kept kept(i % 2 ? RandomModel(random, 60, 200, 9) : GridModel(random, 9, 7, 9));
+        for (std::size_t k = 0;
+             k < std::max(kept.mModel.mNodes.size(), kept.mModel.mLinks.size()); ++k)
+            set(kept, std::min(k, kept.mModel.mNodes.size() - 1), k);
+        for (int round = 0; round < 4; ++round) {
+            kept.Solve();
+            for (unsigned int node = 0; node < kept.mGraph.mNodeCount; ++node) {
+                add(kept.mSegments[node]);
+                for (const FlowArc* arc = kept.mGraph.mFirstArcs[node]; arc; arc = arc->mNext)
+                    add(std::bit_cast<std::uint32_t>(arc->mResidual));
+            }
+            for (int change = 0; change < 6; ++change) {
+                const auto node = std::size_t(random.Integer(0, 59));
+                kept.mModel.mNodes[node] = {random.Integer(0, 9), random.Integer(0, 9)};
+                const auto link = std::size_t(random.Integer(0, 99));
+                set(kept, node, link);
+            }
+        }
+    }
+    EXPECT_EQ(digest, 0x12ac15b860ad5fe6u);
 }
 
 // ---- Paths of two arcs ---------------------------------------------------------------

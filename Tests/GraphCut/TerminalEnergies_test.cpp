@@ -178,6 +178,18 @@ TEST(TerminalEnergies, PixelThatChangesSidesTakesTheBiasOfItsRegionWithIt) {
     EXPECT_EQ(SinkOf(region.mGraph, 2), kHardOfARegion);
 }
 
+// The hard capacity swallowed both biases; what is left to take away is less than nothing.
+TEST(TerminalEnergies, CapacitiesDoNotFallBelowNothing) {
+    OneRegion region(2);
+    const std::vector<unsigned char> none(2, 0);
+    SetAll(region.mGraph, none, none);
+    SetAll(region.mGraph, none, {255, 0});
+    SetAll(region.mGraph, {255, 0}, none);
+    EXPECT_EQ(SourceOf(region.mGraph, 2), 0.0f);
+    SetAll(region.mGraph, {255, 255}, none);
+    EXPECT_EQ(SourceOf(region.mGraph, 2), 0.0f);
+}
+
 TEST(TerminalEnergies, UnmarkedPixelsKeepAnEarlierStroke) {
     OneRegion region(3);
     SetAll(region.mGraph, {255, 0, 0}, {0, 0, 0});

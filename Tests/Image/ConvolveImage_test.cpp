@@ -209,6 +209,32 @@ TEST(ConvolveLaws, DerivativeOfOtherWidthStandsOffCentre) {
 
 // With pixel and middle tap q = 1 + 2^-12, q * q rounds to 1 + 2^-11 and the sum with -q is
 // 2^-12. A fused multiply-add would keep another 2^-24.
+// Columns of zeros under an infinite tap are no numbers, and no zeros.
+TEST(ConvolveLaws, BothPassesAtOnceAreThePassesOneByOneForInfiniteTapsToo) {
+    const auto image = ToImage(Noise(40, 12, 3));
+    const auto horizontal = KernelOf({1, 2, 3, 2, 1});
+    const auto vertical = KernelOf({1, std::numeric_limits<float>::infinity(), 2, 1, 1});
+    const auto between = StaleImage(40, 12), expected = StaleImage(40, 12),
+               actual = StaleImage(40, 12);
+    IP::ConvolveImageHorizontal(image, horizontal, between);
+    IP::ConvolveImageVertical(between, vertical, expected);
+    IP::ConvolveSeparable(image, horizontal, vertical, actual);
+    EXPECT_TRUE(std::isnan(expected->GetData()[6 * 40]));
+    EXPECT_TRUE(SameBits(actual->GetData(), expected->GetData(), 480, 40));
+}
+
+// So wide that it goes in tiles.
+TEST(ConvolveLaws, BytesOfAVeryWideImageGiveTheBitsOfTheirFloats) {
+    constexpr int kCols = 20011, kRows = 9;
+    const auto bytes = Testing::NoiseBytes(std::size_t(kCols) * kRows, 5);
+    const auto floats = StaleImage(kCols, kRows), expected = StaleImage(kCols, kRows),
+               actual = StaleImage(kCols, kRows);
+    floats->ConvertFromBytes(bytes.data(), kCols, kRows);
+    IP::ComputeSmoothedImage(floats, 0.7f, expected);
+    IP::ComputeSmoothedBytes(bytes.data(), kCols, kRows, 0.7f, actual);
+    EXPECT_TRUE(SameBits(actual->GetData(), expected->GetData(), bytes.size(), kCols));
+}
+
 TEST(ConvolveLaws, ProductsAreRoundedBeforeTheyAreAdded) {
     const float q = 1.0f + std::ldexp(1.0f, -12);
     const PlainImage flat(33, 5, std::vector<float>(33 * 5, q));

@@ -146,6 +146,15 @@ TEST(ImagePyramidReports, AnImageOfAnotherSizeOrNoneBreaksTheContract) {
     EXPECT_ANY_THROW(pyramid.ComputePyramid(ImageOf(9, 8, NoiseFrame(9, 8, 1)), 0.9f));
     EXPECT_EQ(reports.Contracts().at(0).mText, "inImage != NULL");
     EXPECT_EQ(reports.Contracts().at(1).mText, "mCols == inImage->GetColumns()");
+    // Where a host goes on, nothing is made of what level 0 held before.
+    const Testing::ThrowErrorReturns host;
+    pyramid.GetLevel(1)->GetData()[0] = 77.0f;
+    for (const auto& image : {IP::ImagePtr<float>(), ImageOf(9, 8, NoiseFrame(9, 8, 1)),
+                              ImageOf(8, 9, NoiseFrame(8, 9, 1))}) {
+        pyramid.ComputePyramid(image, 0.9f);
+        EXPECT_EQ(pyramid.GetLevel(1)->GetData()[0], 77.0f);
+    }
+    EXPECT_EQ(reports.Contracts().size(), 5u);
 }
 
 TEST(ImagePyramidReports, ImpossibleShapesAreSafe) {

@@ -78,6 +78,23 @@ TEST(GreyConversionRange, PureColoursHaveTheirShareOfTheLuma) {
     EXPECT_FLOAT_EQ(floats[2], 76.245f);
 }
 
+// Dense enough that a weight or the half that is one off shows.
+TEST(GreyConversionRange, AMillionColoursHaveTheirRoundedLuma) {
+    std::vector<unsigned char> frame, expected;
+    for (int blue = 0; blue < 256; blue += 17)
+        for (int green = 0; green < 256; ++green)
+            for (int red = 0; red < 256; ++red) {
+                for (const int value : {blue, green, red, 0})
+                    frame.push_back(static_cast<unsigned char>(value));
+                expected.push_back(static_cast<unsigned char>(
+                    (3735 * blue + 19235 * green + 9798 * red + 16384) >> 15));
+            }
+    const int count = static_cast<int>(expected.size());
+    std::vector<unsigned char> grey(expected.size());
+    ASSERT_TRUE(IP::GetGreyImage(frame.data(), 1, count, 4 * count, grey.data()));
+    EXPECT_TRUE(grey == expected);
+}
+
 TEST(GreyConversionRange, BlackIsZeroAndWhiteIsFull) {
     const unsigned char frame[8] = {0, 0, 0, 255, 255, 255, 255, 0};
     unsigned char grey[2] = {};

@@ -316,6 +316,16 @@ TEST_F(KLTFamily, StrangeListsAreCarriedThrough) {
 
 // ---- The dump ------------------------------------------------------------------------
 
+TEST(KLTDump, AnOverlayWithoutPixelsIsReportedAndThrows) {
+    const Testing::RecordedReports reports;
+    DP::KLTWrapper wrapper(6, 8, nullptr);
+    EXPECT_ANY_THROW(wrapper.WriteFeatureListToPPM(
+        nullptr, -1, 6, (testing::TempDir() + "klt_dump_none.ppm").c_str(),
+        ListOf({FeatureAt(3, 2)})));
+    ASSERT_EQ(reports.Asserts().size(), 1u);
+    EXPECT_EQ(reports.Asserts()[0].mFunction, "DP::KLTWrapper::WriteFeatureListToPPM");
+}
+
 TEST(KLTDump, DrawsTheLiveFeaturesInTheColoursOfTheirSlots) {
     const std::string path =
         testing::TempDir() + "klt_dump_" + std::to_string(::getpid()) + ".ppm";

@@ -228,6 +228,9 @@ TEST(KLTKernels, WindowsAtTheEndOfTheImageAreLeftToTheOtherWay) {
     ForEachForm([&](const DP::KLTKernels& inForm) {
         DP::KLTSamples samples;
         EXPECT_FALSE(inForm.mSampleWindow(all, 3, last, last, kWindow, kWindow, &samples));
+        // Six less a half unit, and three more: rounded up to nine.
+        const float uneven = std::nextafter(6.0f, 0.0f);
+        EXPECT_FALSE(inForm.mSampleWindow(all, 3, uneven, last, kWindow, kWindow, &samples));
         ASSERT_TRUE(inForm.mSampleWindow(all, 3, last - 1, last, kWindow, kWindow, &samples));
         for (int j = 0; j < kWindow; ++j) {
             const auto row =

@@ -160,6 +160,34 @@ TEST(LightingInsensitive, DifferenceOfAnyTwoWindowsSumsToZero) {
         }
 }
 
+// Mean squares and means are divided by the area before anything else. On whole pixels,
+// where a bilinear value is the pixel's.
+TEST(LightingInsensitive, DifferenceHasTheBitsOfItsFormula) {
+    for (int seed = 1; seed <= 20; ++seed) {
+        const auto first = NoiseFrame(9, 9, seed), second = NoiseFrame(9, 9, seed + 50);
+        float sum1 = 0, sum2 = 0, squares1 = 0, squares2 = 0;
+        const auto forWindow = [](auto inDo) {
+            for (std::size_t y = 1; y <= 7; ++y)
+                for (std::size_t x = 1; x <= 7; ++x)
+                    inDo(9 * y + x);
+        };
+        forWindow([&](std::size_t i) {
+            sum1 += first[i], sum2 += second[i];
+            squares1 += first[i] * first[i], squares2 += second[i] * second[i];
+        });
+        const float alpha = std::sqrt((squares1 / 49.0f) / (squares2 / 49.0f));
+        const float beta = sum1 / 49.0f - alpha * (sum2 / 49.0f);
+        std::vector<float> expected;
+        forWindow(
+            [&](std::size_t i) { expected.push_back(first[i] - alpha * second[i] - beta); });
+        const auto window = Window(7, 7);
+        DP::ComputeIntensityDifferenceLightingInsensitive(
+            ImageOf(9, 9, first), ImageOf(9, 9, second), 4.0f, 4.0f, 4.0f, 4.0f, window);
+        EXPECT_TRUE(std::equal(expected.begin(), expected.end(), window->mValues.begin()))
+            << seed;
+    }
+}
+
 TEST(LightingInsensitive, GradientsFillAQuarterAndLeaveTheRest) {
     const FloatImage one = Ramp(20, 20, 0, 0, 1.0f), four = Ramp(20, 20, 0, 0, 4.0f);
     const auto gx = Window(7, 7), gy = Window(7, 7);
@@ -228,7 +256,8 @@ TEST_F(TrackFeature, OnlyTheLightingVariantMatchesADarkerFrame) {
 TEST_F(TrackFeature, IdenticalFramesSettleAtOnce) {
     const Frame frame = Moved(0, 0);
     float x = 30.25f, y = 25.5f;
-    EXPECT_EQ(Track(30.25f, 25.5f, x, y, frame, frame, 2), DP::kKLTTracked);
+    EXPECT_EQ(Track(30.25f, 25.5f, x, y, frame, frame, 2, 0.0f), DP::kKLTTracked)
+        << "a residue at the limit is none too many";
     EXPECT_EQ(x, 30.25f);
     EXPECT_EQ(y, 25.5f);
 }
@@ -272,8 +301,12 @@ TEST_F(TrackFeature, WindowsAtTheEdgesAreOutside) {
 TEST_F(TrackFeature, ASmallerSecondImageIsNeverReadOutside) {
     const Frame first = Moved(0, 0);
     const auto small = ImageOf(20, 20, NoiseFrame(20, 20, 1));
-    float x = 30, y = 25;
-    EXPECT_EQ(Track(30, 25, x, y, first, {small, small, small}), DP::kKLTOutOfBounds);
+    for (const auto& [startX, startY] :
+         {std::pair{30.0f, 25.0f}, {30.0f, 9.0f}, {9.0f, 25.0f}}) {
+        float x = startX, y = startY;
+        EXPECT_EQ(Track(startX, startY, x, y, first, {small, small, small}),
+                  DP::kKLTOutOfBounds);
+    }
 }
 
 }  // namespace

@@ -106,9 +106,22 @@ TEST(KLTSettings, BorderGrowsWithTheLevelsAndIsRoundedUp) {
     EXPECT_EQ(borderFor(4), 14);
     EXPECT_EQ(borderFor(18), 48);
     EXPECT_EQ(borderFor(1000), 3072);
+    tracker.GetContext().mSmoothSigmaFactor = 0.15f;
+    EXPECT_EQ(borderFor(15), 28) << "a quarter of a pixel is one more";
 }
 
 // In a process of its own: what is hidden there stays in view for the other tests.
+TEST(KLTSettings, WhereAHostGoesOnASizeBelowNothingSelectsNothing) {
+    const RecordedReports reports;
+    const Testing::ThrowErrorReturns host;
+    KLTTracker tracker(10);
+    KLTTracker::Lists lists{ListOf({FeatureAt(3, 4, 5)})};
+    const unsigned char frame[3] = {};
+    tracker.SelectGoodFeatures(frame, -1, 5, 0, {WholeFrame(9, 9)}, lists);
+    EXPECT_TRUE(SameFeatures(*lists[0], {FeatureAt(3, 4, 5)}));
+    EXPECT_FALSE(reports.Contracts().empty());
+}
+
 TEST(KLTSettings, EveryReportOfEveryOperationIsHiddenByItself) {
     const auto countReports = [] {
         const RecordedReports reports(RecordedReports::Later::kHide);
@@ -476,6 +489,7 @@ TEST_F(Tracking, SequentialTopUpScoresTheKeptFrame) {
     mTracker.ReplaceLostFeatures(b.data(), kCols, kRows, {WholeFrame(kCols, kRows)}, lists,
                                  lists);
     EXPECT_TRUE(SameFeatures(*lists[0], list)) << "of frame a, though b was handed in";
+    EXPECT_TRUE(SameFeatures(Select(a, kCols, kRows), list)) << "a selection begins anew";
 }
 
 TEST_F(Tracking, SequentialFramesOfAnotherSizeAreReportedAndSafe) {

@@ -357,6 +357,25 @@ int LiteralFit(const APTFeatureList& inCurrent, const APTFeatureList& inPrevious
     return count;
 }
 
+// Each group is off its own motion by exactly half a pixel, left and right in turn, which no
+// affine motion takes up; reassigned, half of the points change sides.
+TEST(RegionMotionFit, AMeanOfExactlyHalfAPixelIsReassignedOnceAndNotFittedAgain) {
+    APTFeatureList previous, current;
+    for (const float away : {16.0f, 48.0f})  // inner and outer
+        for (const float x : {-away, away})
+            for (const float y : {-away, away}) {
+                const float half = x == y ? 0.5f : -0.5f;
+                previous.push_back(At(90.0f + x, 90.0f + y));
+                current.push_back(At(90.0f + x + half + (away > 20 ? 0.25f : 0.0f), 90.0f + y));
+            }
+    Fit expected;
+    ASSERT_EQ(LiteralFit(current, previous, kRect, expected), 1);
+    const Fit fit = FitOf(current, previous, kRect);
+    EXPECT_EQ(fit.mRect, expected.mRect);
+    EXPECT_EQ(fit.mGroups, expected.mGroups);
+    EXPECT_NE(fit.mGroups, (MotionGroups{{0, 1, 2, 3}, {4, 5, 6, 7}}));
+}
+
 // Two motions under noise of all strengths: fits that end at once, later, and never.
 TEST(RegionMotionFit, GivesTheBitsOfItsDefinition) {
     Testing::Random random(31);

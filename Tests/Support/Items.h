@@ -1,9 +1,11 @@
-// Worker items of the tests' own, to see and to steer what a computer does with an item.
+// Items, data, keys and properties of the tests' own, to see and to steer what is done with
+// them.
 
 #pragma once
 
 #include <atomic>
 #include <functional>
+#include <thread>
 #include <utility>
 
 #include "DescriptorObjects.h"
@@ -16,12 +18,20 @@ class CountedData;
 /// An item whose computation is a function of the test's.
 class ScriptedItem;
 
+/// A key and a property whose comparisons pass a `Crossing`.
+class WatchedKey;
+class WatchedProperty;
+
 }  // namespace Testing
 
 template <>
 inline constexpr TVK::InterfaceID TVK::kIdentifierOf<Testing::CountedData>{0x7e57, 1};
 template <>
 inline constexpr TVK::InterfaceID TVK::kIdentifierOf<Testing::ScriptedItem>{0x7e57, 2};
+template <>
+inline constexpr TVK::InterfaceID TVK::kIdentifierOf<Testing::WatchedKey>{0x7e57, 3};
+template <>
+inline constexpr TVK::InterfaceID TVK::kIdentifierOf<Testing::WatchedProperty>{0x7e57, 4};
 
 namespace Testing {
 
@@ -65,6 +75,42 @@ public:
 private:
     Script mScript;
     static inline std::atomic<int> sAlive{0};
+};
+
+/// Sees whether two threads are at one place at the same time. Who passes gives way often,
+/// so that one whom no lock holds back comes in as well.
+class Crossing {
+public:
+    void Pass() {
+        if (++mInside > 1) mHaveMet = true;
+        for (int i = 0; i < 20; ++i)
+            std::this_thread::yield();
+        --mInside;
+    }
+    bool HaveMet() const { return mHaveMet; }
+
+private:
+    std::atomic<int> mInside{0};
+    std::atomic<bool> mHaveMet{false};
+};
+
+class WatchedKey : public TVK::Object<WatchedKey, DP::DescriptorDataKey> {
+public:
+    bool IsLessThan(DP::Ref<DP::IDescriptorDataKey> inKey) override {
+        mCrossing->Pass();
+        return DescriptorDataKey::IsLessThan(inKey);
+    }
+    Crossing* mCrossing = nullptr;
+};
+
+/// Calls itself equal to every other.
+class WatchedProperty : public TVK::Object<WatchedProperty, DP::DescriptorProperty> {
+public:
+    bool IsEqual(DP::Ref<DP::IDescriptorProperty>) override {
+        mCrossing->Pass();
+        return true;
+    }
+    Crossing* mCrossing = nullptr;
 };
 
 }  // namespace Testing

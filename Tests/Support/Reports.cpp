@@ -3,6 +3,7 @@
 #include <mutex>
 
 #include "quillet/DeveloperDialogs.h"
+#include "quillet/Error.h"
 
 namespace Testing {
 namespace {
@@ -52,5 +53,15 @@ std::vector<Report> RecordedReports::Asserts() const {
     const std::lock_guard lock(sMutex);
     return sAsserts;
 }
+
+ThrowErrorReturns::ThrowErrorReturns() {
+    using quillet::config::ReplacementValue;
+    quillet::config::SetThrowError([](quillet::config::ErrorLevel, const char*, unsigned long,
+                                      long, bool, const ReplacementValue&,
+                                      const ReplacementValue&, const ReplacementValue&,
+                                      const ReplacementValue&) {});
+}
+
+ThrowErrorReturns::~ThrowErrorReturns() { quillet::config::SetThrowError(nullptr); }
 
 }  // namespace Testing

@@ -32,4 +32,13 @@ public:
     std::vector<Report> Asserts() const;
 };
 
+/// The host's `ThrowError` returns for the lifetime of this, after a broken contract too.
+class ThrowErrorReturns {
+public:
+    ThrowErrorReturns();
+    ~ThrowErrorReturns();
+    ThrowErrorReturns(const ThrowErrorReturns&) = delete;
+    ThrowErrorReturns& operator=(const ThrowErrorReturns&) = delete;
+};
+
 }  // namespace Testing
