@@ -54,7 +54,7 @@ std::unique_ptr<ColourPyramidData> WholePyramid(const std::vector<float>& inFram
         static_cast<std::uint32_t>(inChannels), inFrame.data()));
 }
 
-// Two frames and what is needed to align points between them.
+// Two frames, which stay the caller's, and what is needed to align points between them.
 struct Aligner {
     Aligner(const std::vector<float>& inFrom, const std::vector<float>& inTo, int inCols,
             int inRows, const APTPatchShape& inShape)
@@ -66,6 +66,10 @@ struct Aligner {
         for (int c = 0; c < inShape.mChannels; ++c)
             mStart[2 + 2 * c] = 1.0f;
     }
+
+    // A frame that goes at once would leave the pyramids with nothing to read.
+    Aligner(const std::vector<float>&, std::vector<float>&&, int, int,
+            const APTPatchShape&) = delete;
 
     int Align(float inX, float inY, APTMotionModel inModel = DP::kAPTModelTranslation,
               float inCorrelationLimit = 0.5f) {
@@ -285,8 +289,8 @@ int SolveOnce(Aligner& ioAligner, float inX, float inTolerance) {
 TEST(SolveLevel, AStepAsLongAsTheToleranceAlongEitherAxisHasNotConverged) {
     const auto from = Testing::TexturedFrame(kCols, kRows, 0, 0);
     for (const auto& [dx, dy] : {std::pair{0.4, 0.02}, {0.02, 0.4}}) {
-        Aligner aligner(from, Testing::TexturedFrame(kCols, kRows, -dx, -dy), kCols, kRows,
-                        kShape);
+        const auto to = Testing::TexturedFrame(kCols, kRows, -dx, -dy);
+        Aligner aligner(from, to, kCols, kRows, kShape);
         ASSERT_EQ(SolveOnce(aligner, 30.0f, 0.0f), 1);
         const float step = std::max(std::abs(aligner.mWorkspace.mUpdate[0]),
                                     std::abs(aligner.mWorkspace.mUpdate[1]));
@@ -316,8 +320,8 @@ TEST(SolveLevel, SaysAtWhichIterationThePatchLeftTheLevel) {
 
 TEST(AlignPatch, ACorrelationAtTheLimitIsAccepted) {
     const auto from = Testing::TexturedFrame(kCols, kRows, 0, 0);
-    Aligner aligner(from, Testing::TexturedFrame(kCols, kRows, -0.6, 0.3), kCols, kRows,
-                    kShape);
+    const auto to = Testing::TexturedFrame(kCols, kRows, -0.6, 0.3);
+    Aligner aligner(from, to, kCols, kRows, kShape);
     ASSERT_EQ(aligner.Align(30.0f, 22.0f), 0);
     float correlation = 0.0f;
     ASSERT_TRUE(DP::NormalisedCorrelation(aligner.mTemplates.GetLevel(0).mTemplate,
