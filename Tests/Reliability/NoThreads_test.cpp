@@ -14,8 +14,9 @@ std::atomic<int> sCreated{0};
 }
 
 // In front of the C library's own, for the whole program.
-extern "C" int pthread_create(pthread_t* outThread, const pthread_attr_t* inAttributes,
-                              void* (*inRoutine)(void*), void* inArgument) {
+extern "C" __attribute__((visibility("default"))) int pthread_create(
+    pthread_t* outThread, const pthread_attr_t* inAttributes, void* (*inRoutine)(void*),
+    void* inArgument) {
     ++sCreated;
     static const auto sNext =
         reinterpret_cast<decltype(&pthread_create)>(dlsym(RTLD_NEXT, "pthread_create"));

@@ -47,6 +47,8 @@ void* Counted(void* inBlock) {
 
 }  // namespace
 
+// Seen by the shared libraries too, which are to call these.
+#pragma GCC visibility push(default)
 extern "C" {
 
 void* malloc(std::size_t inSize) {
@@ -82,6 +84,7 @@ void free(void* inBlock) {
 }
 
 }  // extern "C"
+#pragma GCC visibility pop
 
 namespace Testing {
 
