@@ -161,7 +161,7 @@ void MaxFlowSolver::PushDirectPath(FlowArc& ioFromSource, FlowArc& ioToSink) {
         Push(ioToSink, in);
         mFlow += in;
         JoinAtTerminal(node, kSinkTree, &ioToSink);
-    } else {
+    } else if (in == out) {  // not so where one is no number: nothing is pushed then
         ioFromSource.mResidual = ioToSink.mResidual = 0;
         ioFromSource.mReverse->mResidual += in;
         ioToSink.mReverse->mResidual += in;

@@ -14,6 +14,8 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <memory>
+#include <utility>
 
 #include "External/graphcut/ImageGraphParts.h"
 #include "External/graphcut/LinkEnergies.h"
@@ -90,7 +92,7 @@ void ImageGraph::Initialize(int inRows, int inColumns, FlowGraph* inSharedGraph,
         mSourceNode = inSource;
         mSinkNode = inSink;
     } else {
-        MakeOwnFlowGraph();
+        MakeOwnFlowGraph(std::make_unique<std::vector<unsigned char>>());
     }
     mDefaultNode = mSourceNode;
     std::fill_n(mNodeImage.get(), pixels, mDefaultNode);
@@ -98,13 +100,13 @@ void ImageGraph::Initialize(int inRows, int inColumns, FlowGraph* inSharedGraph,
     mValid = true;
 }
 
-void ImageGraph::MakeOwnFlowGraph() {
+void ImageGraph::MakeOwnFlowGraph(std::unique_ptr<std::vector<unsigned char>> inSegments) {
     auto graph = std::make_unique<FlowGraph>();
     mSourceNode = graph->AddNode();
     mSinkNode = graph->AddNode();
     graph->mDynamic = true;
     graph->mPersistent = true;
-    mSegments = new std::vector<unsigned char>;
+    mSegments = inSegments.release();
     mFlowGraph = graph.release();
     mOwnsFlowGraph = true;
 }
@@ -135,14 +137,13 @@ void ImageGraph::BuildRegionGraph(const void* inPlane0, const void* inPlane1,
 }
 
 void ImageGraph::ResetRegionGraph() {
-    if (mOwnsFlowGraph) {
-        delete mFlowGraph;
-        delete mSegments;
-    }
+    std::unique_ptr<std::vector<unsigned char>> segments(mOwnsFlowGraph ? mSegments : nullptr);
+    if (mOwnsFlowGraph) delete mFlowGraph;
     mFlowGraph = nullptr;
     mSegments = nullptr;
     mOwnsFlowGraph = false;
-    MakeOwnFlowGraph();
+    if (!segments) segments = std::make_unique<std::vector<unsigned char>>();
+    MakeOwnFlowGraph(std::move(segments));
     mTerminalEnergiesSet = false;
     mLinksBuilt = false;
     mValid = true;

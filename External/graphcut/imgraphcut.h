@@ -43,7 +43,8 @@ enum TerminalEnergyMode : short {
 /// border. **Pixels**: `AddPixelNodes` makes each pixel a node of its own.
 ///
 /// A graph of its own has the source as node 0 and the sink as node 1; region i, counted
-/// from 0, is node i + 2. A pixel without a node holds `mDefaultNode`, the source.
+/// from 0, is node i + 2. A pixel without a node holds `mDefaultNode`, the source, and has
+/// no links in either form: pairs with such a pixel are passed over.
 ///
 /// Areas are given in the coordinates of the graph's own area; planes, masks and labels
 /// start at the area's first pixel. Pixels outside the graph's area are passed over.
@@ -81,14 +82,16 @@ public:
                     unsigned int inSource, unsigned int inSink);
 
     /// One node for each region that MWSegment finds, with two terminal links of capacity
-    /// 0. The size is the graph's own or smaller.
+    /// 0. The size is the graph's own or smaller; the pixel energies have an entry for each
+    /// pixel of the graph in any case, since a pixel's entry is found by its index there.
     /// @param inRowStride  in samples.
     void BuildRegionGraph(const void* inPlane0, const void* inPlane1, const void* inPlane2,
                           const void* inPlane3, int inRows, int inColumns, int inLeft,
                           int inTop, int inRowStride, int inPlanes, int inBitDepth,
                           float inTolerance, int inRadius);
 
-    /// Pixel mode: a node with two terminal links for each pixel; links of capacity 0.
+    /// Pixel mode: a node with two terminal links for each pixel; then links of capacity 0
+    /// between neighbours, of which there are none while the pixels have no nodes.
     void AddPixelNodes(int inRows, int inColumns);
     void AddPixelLinks(int inRows, int inColumns);
 
@@ -112,7 +115,7 @@ public:
     /// Gives every pixel of the area its terminal energies. A sample above `inThreshold`
     /// is a stroke and binds its pixel to the foreground or the background by a capacity
     /// that is practically infinite; where both are set the foreground wins. Others get
-    /// what `inMode` says; a mode that there is not leaves them alone.
+    /// what `inMode` says; an `inMode` other than 1 to 4 leaves them as they are.
     ///
     /// A region's capacities are the sums over its pixels, kept up to date by differences.
     /// The graph's source must be node 0 and its sink node 1. `mTerminalEnergiesSet` and
@@ -166,7 +169,8 @@ public:
     // ---- Starting over ---------------------------------------------------------------
 
     /// The same regions in a new graph, without links and without energies. A shared graph
-    /// is left to its owner and replaced by one of its own.
+    /// and segment table are left to their owner and replaced by its own; a table that is
+    /// its own stays, and `ExtractLabels` reads the old sides until the next solve.
     void ResetRegionGraph();
 
     /// Lets everything go but the mode and the neighbourhood.
@@ -197,7 +201,7 @@ public:
     std::int32_t mMaxRegionPixels = 1;
 
 private:
-    void MakeOwnFlowGraph();
+    void MakeOwnFlowGraph(std::unique_ptr<std::vector<unsigned char>> inSegments);
     template <class Energies>
     void SetRegionEnergies(const Energies& inEnergies, bool inBuildLinks);
     template <class Energies>

@@ -93,6 +93,12 @@ bool CheckFrame(const unsigned char* inRGBImage, const FrameBounds& inRGBImageBo
     return true;
 }
 
+// Of a frame that passed `CheckFrame`: no row begins before the one above it has ended.
+bool CheckRowBytes(const FrameBounds& inRGBImageBounds, unsigned int inRowBytes) {
+    ContractCheck(inRowBytes <= INT32_MAX && inRowBytes >= 4 * inRGBImageBounds.Width(), false);
+    return true;
+}
+
 }  // namespace
 
 GraphCutWrapper& GraphCutWrapper::Instance() {
@@ -127,6 +133,7 @@ Image GraphCutWrapper::ComputeLabelImage(const unsigned char* inRGBImage,
     }
     ContractCheck(inForegroundStrokeImage->GetData() != NULL, {});
     ContractCheck(inBackgroundStrokeImage->GetData() != NULL, {});
+    if (isNewFrame && !CheckRowBytes(bounds, inRowBytes)) return {};
 
     const Image result = NewClearedImage(columns, rows);
     if (isNewFrame) {
@@ -182,6 +189,7 @@ void GraphCutWrapper::BuildImageGraph(const unsigned char* inRGBImage,
                                       unsigned int inRowBytes) {
     if (!CheckFrame(inRGBImage, inRGBImageBounds)) return;
     if (mImageGraph != NULL) return;
+    if (!CheckRowBytes(inRGBImageBounds, inRowBytes)) return;
     const int height = static_cast<int>(inRGBImageBounds.Height());
     const int width = static_cast<int>(inRGBImageBounds.Width());
 

@@ -49,6 +49,8 @@ public:
     /// Returns a new image, 255 for foreground and 0 for all else. All sizes come from the
     /// foreground stroke image.
     /// @param inRGBImage  four bytes a pixel and one more; not read for a kept frame.
+    /// @param inRowBytes  from the start of a row to the start of the next: at least four
+    ///        bytes a pixel, and at most 2^31 - 1; any value for a kept frame.
     /// @param inCurrentLabelImage  may be null; else the strokes are merged into it.
     Image ComputeLabelImage(const unsigned char* inRGBImage, unsigned int inRowBytes,
                             Image inForegroundStrokeImage, Image inBackgroundStrokeImage,

@@ -285,6 +285,23 @@ TEST_F(BrokenContracts, FramesOfMorePixelsThanNodesCanBeNumbered) {
     });
 }
 
+TEST_F(BrokenContracts, RowsOfANewFrameThatOverlapOrLieTooFarApart) {
+    constexpr auto kText =
+        "inRowBytes <= INT32_MAX && inRowBytes >= 4 * inRGBImageBounds.Width()";
+    for (const unsigned int rowBytes : {0u, 1u, 4u * 80 - 1, 1u << 31, ~0u}) {
+        SCOPED_TRACE(rowBytes);
+        ExpectReport(kText, [&] {
+            mWrapper.ComputeLabelImage(mScene.mPixels.data(), rowBytes, None(), None(), {});
+        });
+        GraphCutWrapper unbuilt;
+        EXPECT_ANY_THROW(
+            unbuilt.BuildImageGraph(mScene.mPixels.data(), {0, 0, 80, 60}, rowBytes));
+        EXPECT_EQ(unbuilt.GetImageGraph(), nullptr);
+        EXPECT_TRUE(mWrapper.ComputeLabelImage(nullptr, rowBytes, None(), None(), mLabels) !=
+                    NULL);
+    }
+}
+
 TEST_F(BrokenContracts, StrokeOfAnotherSizeThanTheKeptFrame) {
     ExpectReport("KeepsFrame(columns, rows)", [&] {
         mWrapper.ComputeLabelImage(nullptr, 0, FlatImage(40, 60, 255), FlatImage(40, 60, 0),

@@ -407,6 +407,17 @@ TEST(ImageGraphLife, ResetGraphSolvesLikeANewOne) {
     EXPECT_EQ(*reset.mSegments, *fresh.mSegments);
 }
 
+TEST(ImageGraphLife, ResetGraphStillHasItsOldLabels) {
+    SolvedStrip strip;
+    strip.Solve();
+    const auto* const segments = strip.mGraph.mSegments;
+    strip.mGraph.ResetRegionGraph();
+    EXPECT_EQ(strip.mGraph.mSegments, segments);
+    std::vector<unsigned char> labels(4, 9);
+    strip.mGraph.ExtractLabels(labels.data(), 1, 4, 3, 2, 4, false);
+    EXPECT_EQ(labels, (std::vector<unsigned char>{0, 0, 255, 0}));
+}
+
 TEST(ImageGraphLife, ReleasedGraphIsEmptyAndCanBeInitializedAgain) {
     ImageGraph graph;
     BuildRegions(graph, MakePicture<unsigned char>(10, 10, 1, 6));

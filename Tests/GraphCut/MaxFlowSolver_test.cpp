@@ -6,7 +6,9 @@
 
 #include <algorithm>
 #include <bit>
+#include <cmath>
 #include <cstdint>
+#include <limits>
 #include <string>
 #include <utility>
 #include <vector>
@@ -176,6 +178,25 @@ TEST(MaxFlowDirectPaths, GraphWithoutSinkCapacityHasNoFlow) {
     float flow = -1;
     EXPECT_EQ(Testing::SolveFresh(model, &flow)[3], kSource);
     EXPECT_EQ(flow, 0.0f);
+}
+
+// Neither residual is above the other, and they are not equal.
+TEST(MaxFlowDirectPaths, NothingIsPushedWhereACapacityIsNoNumber) {
+    const float nan = std::numeric_limits<float>::quiet_NaN();
+    for (const bool atSource : {true, false}) {
+        FlowGraph graph;
+        graph.AddNode();
+        graph.AddNode();
+        const unsigned int node = graph.AddNodeWithTerminals(0, 1);
+        graph.SetTerminalCapacities(node, atSource ? nan : 4, atSource ? 4 : nan, 0, 1);
+        std::vector<unsigned char> segments;
+        RunMaxFlow(graph, 0, 1, segments, -1.0, nullptr);
+        const float in = graph.FindArc(0, node)->mResidual;
+        const float out = graph.FindArc(node, 1)->mResidual;
+        EXPECT_TRUE(std::isnan(atSource ? in : out));
+        EXPECT_EQ(atSource ? out : in, 4.0f);
+        EXPECT_EQ(segments[node], kFree);
+    }
 }
 
 // ---- Resumed -------------------------------------------------------------------------

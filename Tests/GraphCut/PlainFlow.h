@@ -217,6 +217,7 @@ private:
             const int out = Find(node, mSink);
             if (out == kNone) continue;
             const float a = At(in).mResidual, b = At(out).mResidual;
+            if (!(a > b || b > a || a == b)) continue;
             Push(in, std::min(a, b));
             Push(out, std::min(a, b));
             mFlow += std::min(a, b);

@@ -37,7 +37,8 @@ public:
 /// Threads: **one graph cut at a time in the process**: what is kept between strokes is
 ///   common to all items, and there is no lock.
 /// Errors: stroke images that are null or differ in size, a null frame or a frame without
-///   pixels or with more than 2^31 - 1 where one is needed, and a current label image that
+///   pixels or with more than 2^31 - 1 where one is needed, rows that overlap or lie more
+///   than 2^31 - 1 bytes apart where it is read, and a current label image that
 ///   does not fit the kept frame throw the contract error from the request, before the
 ///   label image is changed.
 /// Frozen: the order of the virtual operations is binary interface.
@@ -46,7 +47,8 @@ public:
     /// @param inRGBImage  the frame, four bytes a pixel, row 0 the top row; size as the
     ///        stroke images. **One byte behind the last pixel is read** and counts as part
     ///        of it: a row longer than its pixels has it, else the host provides it.
-    /// @param inRowBytes  bytes from the start of a row to the start of the next.
+    /// @param inRowBytes  bytes from the start of a row to the start of the next: for a new
+    ///        frame at least four a pixel and at most 2^31 - 1, else not looked at.
     /// @param inForegroundStrokeImage,inBackgroundStrokeImage  a value above 128 is a
     ///        stroke; where both are, it is foreground. They must have one size.
     /// @param inCurrentLabelImage  null for a new frame. Otherwise **changed in place**: it
