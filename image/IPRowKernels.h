@@ -8,6 +8,9 @@
 
 namespace IP {
 
+template <class Table>
+class VectorTargets;
+
 struct RowKernels {
     const char* mName;
 
@@ -35,10 +38,17 @@ struct RowKernels {
     void (*mConvertBytes)(const unsigned char* inBytes, long inCount, float* outFloats);
 };
 
-/// The forms that this machine can run, the portable one first, the best last.
-const RowKernels* const* GetRowKernelTargets(int& outCount);
+/// The forms; one that the build left out is not there.
+/// @{
+extern const RowKernels kRowKernelsPortable;
+extern const RowKernels kRowKernelsAVX2;
+extern const RowKernels kRowKernelsAVX512;
+/// @}
 
-/// The best one, chosen on first use.
+/// Those that this machine can run, and the best of them, chosen on first use.
+/// @{
+const VectorTargets<RowKernels>& GetRowKernelTargets();
 const RowKernels& GetRowKernels();
+/// @}
 
 }  // namespace IP

@@ -3,11 +3,6 @@
 #include "image/IPRowKernels.h"
 
 #define DP_LANES 8
+#define DP_NAME "AVX2"
+#define DP_TABLE kRowKernelsAVX2
 #include "image/IPRowKernels.inc"
-
-namespace IP {
-
-extern const RowKernels kRowKernelsAVX2;
-const RowKernels kRowKernelsAVX2{"AVX2", WeightedSums, BothSums, SplitPhases, ConvertBytes};
-
-}  // namespace IP

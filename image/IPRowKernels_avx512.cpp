@@ -3,12 +3,6 @@
 #include "image/IPRowKernels.h"
 
 #define DP_LANES 16
+#define DP_NAME "AVX-512"
+#define DP_TABLE kRowKernelsAVX512
 #include "image/IPRowKernels.inc"
-
-namespace IP {
-
-extern const RowKernels kRowKernelsAVX512;
-const RowKernels kRowKernelsAVX512{"AVX-512", WeightedSums, BothSums, SplitPhases,
-                                   ConvertBytes};
-
-}  // namespace IP

@@ -1,9 +1,15 @@
 // APTCornerRows: the loops of corner selection over one row, chosen once for the machine.
 //
 // Each works on neighbouring pixels side by side and leaves the order of operations inside
-// a pixel alone, so every variant gives the same bits.
+// a pixel alone, so every form gives the same bits. Nothing here is a header with inline
+// functions, since files with flags of their own include it.
 
 #pragma once
+
+namespace IP {
+template <class Table>
+class VectorTargets;
+}
 
 namespace DP {
 
@@ -40,8 +46,9 @@ struct APTCornerRowProcs {
     /// totals from the top: out = above + (totals[x + half] - totals[x - half - 1]).
     void (*mTotalDown)(APTConstProductRows inTotals, APTConstProductRows inAbove, int inHalf,
                        int inBegin, int inEnd, APTProductRows outRows);
-    /// Cornerness from the totals at the window's foot and above its head.
-    void (*mCornerness)(APTConstProductRows inFoot, APTConstProductRows inHead, int inBegin,
+    /// Twice the smaller eigenvalue of the windows' gradient matrices, from the totals at the
+    /// windows' bottom rows and those above their top rows.
+    void (*mCornerness)(APTConstProductRows inBottom, APTConstProductRows inTop, int inBegin,
                         int inEnd, float* outRow);
     /// Writes the columns from `inBegin` to `inEnd` - 1 that are greater than all their
     /// eight neighbours, in ascending order; returns their number.
@@ -49,12 +56,16 @@ struct APTCornerRowProcs {
                        int inBegin, int inEnd, int* outColumns);
 };
 
-inline constexpr int kAPTCornerRowVariants = 2;
+/// The forms; one that the build left out is not there.
+/// @{
+extern const APTCornerRowProcs kAPTCornerRowsPortable;
+extern const APTCornerRowProcs kAPTCornerRowsAVX2;
+/// @}
 
-/// The variants that this machine can run, the plain one first and the widest last.
-int GetAPTCornerRowVariants(const APTCornerRowProcs** outVariants);
-
-/// The widest.
+/// Those that this machine can run, and the best of them, chosen on first use.
+/// @{
+const IP::VectorTargets<APTCornerRowProcs>& GetAPTCornerRowTargets();
 const APTCornerRowProcs& GetAPTCornerRowProcs();
+/// @}
 
 }  // namespace DP

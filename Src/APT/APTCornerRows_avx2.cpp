@@ -1,28 +1,7 @@
-// The loops of corner selection for AVX2; built with that flag, so nothing here may come
-// from a standard header.
+// The loops of corner selection for machines with AVX2, compiled with flags of their own.
 
 #include "APT/APTCornerRows.h"
 
-#if defined(__AVX2__)
-
-#define DP_CORNER_ROWS AVX2CornerRows
-#include "APT/APTCornerRowLoops.inl"
-
-namespace DP {
-
-const APTCornerRowProcs* GetAVX2CornerRowProcs() {
-    static constexpr APTCornerRowProcs kProcs = DP_CORNER_ROW_PROCS("avx2");
-    return &kProcs;
-}
-
-}  // namespace DP
-
-#else
-
-namespace DP {
-
-const APTCornerRowProcs* GetAVX2CornerRowProcs() { return nullptr; }
-
-}  // namespace DP
-
-#endif
+#define DP_NAME "AVX2"
+#define DP_TABLE kAPTCornerRowsAVX2
+#include "APT/APTCornerRows.inc"

@@ -1,44 +1,20 @@
 #include "KLT/KLTKernels.h"
 
+#include "image/VectorTargets.h"
+
 #define DP_LANES 4
+#define DP_NAME "portable"
+#define DP_TABLE kKLTKernelsPortable
 #include "KLT/KLTKernels.inc"
 
 namespace DP {
-namespace {
 
-constexpr KLTKernels kPortable{"portable", Products,     Trackability, MakePoints,
-                               CloseIn,    SampleWindow, SumWindows,   SumAbsDifference};
-
-}  // namespace
-
-#ifdef DP_HAVE_AVX2
-extern const KLTKernels kKLTKernelsAVX2;
-#endif
-#ifdef DP_HAVE_AVX512
-extern const KLTKernels kKLTKernelsAVX512;
-#endif
-
-const KLTKernels* const* GetKLTKernelTargets(int& outCount) {
-    static const KLTKernels* sTargets[] = {&kPortable, nullptr, nullptr};
-    static const int sCount = [] {
-        int count = 1;
-#ifdef DP_HAVE_AVX2
-        if (__builtin_cpu_supports("avx2")) sTargets[count++] = &kKLTKernelsAVX2;
-#endif
-#ifdef DP_HAVE_AVX512
-        // Older processors that have AVX-512 slow down for it; this part of it came later.
-        if (__builtin_cpu_supports("avx512vbmi2")) sTargets[count++] = &kKLTKernelsAVX512;
-#endif
-        return count;
-    }();
-    outCount = sCount;
+const IP::VectorTargets<KLTKernels>& GetKLTKernelTargets() {
+    static const IP::VectorTargets<KLTKernels> sTargets(
+        kKLTKernelsPortable, DP_IF_AVX2(kKLTKernelsAVX2), DP_IF_AVX512(kKLTKernelsAVX512));
     return sTargets;
 }
 
-const KLTKernels& GetKLTKernels() {
-    int count = 0;
-    const KLTKernels* const* const targets = GetKLTKernelTargets(count);
-    return *targets[count - 1];
-}
+const KLTKernels& GetKLTKernels() { return GetKLTKernelTargets().Widest(); }
 
 }  // namespace DP

@@ -5,6 +5,11 @@
 
 #pragma once
 
+namespace IP {
+template <class Table>
+class VectorTargets;
+}
+
 namespace DP {
 
 /// One level of a frame: the image, its derivatives along x and y, of one size.
@@ -71,10 +76,17 @@ struct KLTKernels {
                                int inWidth, int inHeight);
 };
 
-/// The forms that this machine can run, the portable one first, the best last.
-const KLTKernels* const* GetKLTKernelTargets(int& outCount);
+/// The forms; one that the build left out is not there.
+/// @{
+extern const KLTKernels kKLTKernelsPortable;
+extern const KLTKernels kKLTKernelsAVX2;
+extern const KLTKernels kKLTKernelsAVX512;
+/// @}
 
-/// The best one, chosen on first use.
+/// Those that this machine can run, and the best of them, chosen on first use.
+/// @{
+const IP::VectorTargets<KLTKernels>& GetKLTKernelTargets();
 const KLTKernels& GetKLTKernels();
+/// @}
 
 }  // namespace DP

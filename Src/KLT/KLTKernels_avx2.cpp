@@ -4,12 +4,6 @@
 #include "KLT/KLTKernels.h"
 
 #define DP_LANES 8
+#define DP_NAME "AVX2"
+#define DP_TABLE kKLTKernelsAVX2
 #include "KLT/KLTKernels.inc"
-
-namespace DP {
-
-extern const KLTKernels kKLTKernelsAVX2;
-const KLTKernels kKLTKernelsAVX2{"AVX2",  Products,     Trackability, MakePoints,
-                                 CloseIn, SampleWindow, SumWindows,   SumAbsDifference};
-
-}  // namespace DP

@@ -4,12 +4,6 @@
 #include "KLT/KLTKernels.h"
 
 #define DP_LANES 16
+#define DP_NAME "AVX-512"
+#define DP_TABLE kKLTKernelsAVX512
 #include "KLT/KLTKernels.inc"
-
-namespace DP {
-
-extern const KLTKernels kKLTKernelsAVX512;
-const KLTKernels kKLTKernelsAVX512{"AVX-512", Products,     Trackability, MakePoints,
-                                   CloseIn,   SampleWindow, SumWindows,   SumAbsDifference};
-
-}  // namespace DP

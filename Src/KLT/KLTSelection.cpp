@@ -185,12 +185,20 @@ std::size_t Partition(PointList ioPoints, std::size_t inCount) {
     return end;
 }
 
+// Recurses into the smaller part, which keeps the stack shallow whatever the points are.
 void Sort(PointList ioPoints, std::size_t inCount) {
     while (inCount > 1) {
-        const std::size_t pivot = Partition(ioPoints, inCount);
-        Sort(ioPoints, pivot);
-        ioPoints = ioPoints + (pivot + 1);
-        inCount -= pivot + 1;
+        const std::size_t left = Partition(ioPoints, inCount);
+        const std::size_t right = inCount - left - 1;
+        const PointList rightPoints = ioPoints + (left + 1);
+        if (left < right) {
+            Sort(ioPoints, left);
+            ioPoints = rightPoints;
+            inCount = right;
+        } else {
+            Sort(rightPoints, right);
+            inCount = left;
+        }
     }
 }
 

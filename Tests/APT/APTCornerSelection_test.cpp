@@ -16,6 +16,7 @@
 #include "APT/APTCornerRows.h"
 #include "APTFrames.h"
 #include "PlainCornerSelection.h"
+#include "image/VectorTargets.h"
 
 namespace {
 
@@ -40,9 +41,8 @@ void ExpectSamePoints(const std::vector<APTCandidate>& inActual,
 }
 
 std::vector<const DP::APTCornerRowProcs*> Variants() {
-    const DP::APTCornerRowProcs* variants[DP::kAPTCornerRowVariants];
-    const int count = DP::GetAPTCornerRowVariants(variants);
-    return {variants, variants + count};
+    const auto forms = DP::GetAPTCornerRowTargets().All();
+    return {forms.begin(), forms.end()};
 }
 
 std::vector<APTCandidate> SelectOnce(APTCornerSelection& ioSelection,

@@ -9,6 +9,7 @@
 
 #include "Support/Bits.h"
 #include "Support/Textures.h"
+#include "image/VectorTargets.h"
 
 namespace {
 
@@ -34,9 +35,8 @@ std::vector<float> SumsOfBoth(const std::vector<float>& inSource,
 
 // Zeros of both signs among the products: the zeros that come out have the definition's.
 TEST(RowKernels, BothPassesAtOnceGiveTheBitsOfOneAfterTheOther) {
-    int targets = 0;
-    const IP::RowKernels* const* const forms = IP::GetRowKernelTargets(targets);
-    for (int t = 0; t < targets; ++t)
+    const auto forms = IP::GetRowKernelTargets().All();
+    for (std::size_t t = 0; t < forms.size(); ++t)
         for (const int taps : {3, 5, 7})
             for (const long count : {0, 3, 4, 8, 15, 16, 17, 31, 33, 64, 100}) {
                 SCOPED_TRACE(testing::Message() << forms[t]->mName << ", " << taps << " taps, "
@@ -68,10 +68,9 @@ TEST(RowKernels, BothPassesAtOnceGiveTheBitsOfOneAfterTheOther) {
 }
 
 TEST(RowKernels, EveryFormGivesTheBitsOfTheDefinition) {
-    int targets = 0;
-    const IP::RowKernels* const* const forms = IP::GetRowKernelTargets(targets);
-    EXPECT_EQ(&IP::GetRowKernels(), forms[targets - 1]);
-    for (int t = 0; t < targets; ++t) {
+    const auto forms = IP::GetRowKernelTargets().All();
+    EXPECT_EQ(&IP::GetRowKernels(), forms.back());
+    for (std::size_t t = 0; t < forms.size(); ++t) {
         SCOPED_TRACE(forms[t]->mName);
         for (const int taps : {1, 3, 5, 7, 9, 21, 71})
             for (const long count : {0, 1, 3, 4, 7, 8, 9, 31, 63, 64, 65, 200}) {

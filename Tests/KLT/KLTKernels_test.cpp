@@ -15,6 +15,7 @@
 
 #include "Support/Bits.h"
 #include "Support/Textures.h"
+#include "image/VectorTargets.h"
 
 namespace {
 
@@ -25,12 +26,11 @@ using Testing::SameBits;
 // Calls `inDo(form)` for each form.
 template <class Do>
 void ForEachForm(Do inDo) {
-    int count = 0;
-    const DP::KLTKernels* const* const forms = DP::GetKLTKernelTargets(count);
-    EXPECT_EQ(&DP::GetKLTKernels(), forms[count - 1]);
-    for (int t = 0; t < count; ++t) {
-        SCOPED_TRACE(forms[t]->mName);
-        inDo(*forms[t]);
+    const auto forms = DP::GetKLTKernelTargets().All();
+    EXPECT_EQ(&DP::GetKLTKernels(), forms.back());
+    for (const DP::KLTKernels* const form : forms) {
+        SCOPED_TRACE(form->mName);
+        inDo(*form);
     }
 }
 

@@ -4,6 +4,7 @@
 #include "KLT/KLTSelection.h"
 
 #include <gtest/gtest.h>
+#include <pthread.h>
 
 #include <climits>
 #include <limits>
@@ -110,6 +111,37 @@ TEST(SortedPoints, StandAsThePlainSortLeavesThem) {
             DP::SortedPoints none(finished.List(), 0);
             EXPECT_FALSE(none.NextFree(map.data(), point));
         }
+}
+
+// Distinct values laid out so that every pivot is the least of its part: nothing but the
+// pivot leaves a part, which is as deep as the scheme can go.
+Points AdversePoints(std::size_t inCount) {
+    Points points{std::vector<std::int32_t>(inCount), std::vector<std::uint32_t>(inCount)};
+    for (std::size_t i = 0; i < inCount; ++i) {
+        points.mIndices[i] = static_cast<std::uint32_t>(i);
+        points.mValues[i] = static_cast<std::int32_t>(inCount - i);
+    }
+    for (std::size_t count = 2; count <= inCount; ++count) {  // the steps, last to first
+        std::swap(points.mValues[0], points.mValues[count - 1]);
+        std::swap(points.mValues[0], points.mValues[count / 2]);
+    }
+    return points;
+}
+
+TEST(SortedPoints, AdverseOnesTakeNoStack) {
+    constexpr std::size_t kPoints = 60000;
+    static Points sPoints = AdversePoints(kPoints);
+    pthread_attr_t attributes;
+    pthread_attr_init(&attributes);
+    ASSERT_EQ(pthread_attr_setstacksize(&attributes, 128 << 10), 0);
+    pthread_t thread;
+    ASSERT_EQ(pthread_create(
+                  &thread, &attributes, [](void*) -> void* { return Sort(sPoints), nullptr; },
+                  nullptr),
+              0);
+    pthread_join(thread, nullptr);
+    pthread_attr_destroy(&attributes);
+    EXPECT_TRUE(std::is_sorted(sPoints.mValues.rbegin(), sPoints.mValues.rend()));
 }
 
 // ---- The minimum distance ------------------------------------------------------------
