@@ -20,7 +20,7 @@ TABLE = [
      r"|DescriptorStopwatch|KindFactories)\.", 3, "core", ()),
     (r"Src/Lapack/", 4, "lapack", ()),
     (r"Src/ColourPyramid/(ColourPyramidData|ReduceByTwo)\.", 4, "colour data", ()),
-    (r"Src/APT/(APTTracker|APTCorner|APTImagePyramid|APTPatchAlignment|APTReferenceVerification"
+    (r"Src/APT/(APTTracker|APTCorner|APTImagePyramid|APTLevelDescent|APTPatchAlignment|APTReferenceVerification"
      r"|APTMotion|APTPatch|APTTrackerParams)", 4, "apt engine", ("lapack", "colour data")),
     (r"Src/KLT/", 4, "klt engine", ("pyramid",)),
     (r"External/graphcut/", 4, "graphcut engine", ()),

@@ -63,4 +63,22 @@ private:
     std::vector<Level> mLevels;
 };
 
+/// One level of a pyramid, which must outlive it.
+class APTImageLevel {
+public:
+    APTImageLevel(APTImagePyramid& inPyramid, int inLevel)
+        : mPyramid(&inPyramid), mLevel(inLevel) {}
+
+    int GetWidth() const { return mPyramid->GetWidth(mLevel); }
+    int GetHeight() const { return mPyramid->GetHeight(mLevel); }
+    std::ptrdiff_t GetRowLength() const { return mPyramid->GetRowLength(mLevel); }
+    const float* GetBlock(int inX, int inY, int inLastX, int inLastY) const {
+        return mPyramid->GetBlock(mLevel, inX, inY, inLastX, inLastY);
+    }
+
+private:
+    APTImagePyramid* mPyramid;
+    int mLevel;
+};
+
 }  // namespace DP

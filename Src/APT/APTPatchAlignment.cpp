@@ -1,4 +1,6 @@
-// Alignment of one patch by Gauss-Newton steps.
+// Alignment of one patch by Gauss-Newton steps: the tracker of Lucas and Kanade (1981), with
+// template and image in the roles of the inverse compositional form (Baker and Matthews,
+// "Lucas-Kanade 20 Years On", 2004), so that what is costly is done once for a template.
 //
 //     T(x) = I(x + t)        t is sought; T from the previous frame, I the current one
 //
@@ -7,11 +9,8 @@
 // pass over the patch. The gradients are differences over two pixels and are not halved:
 // the halves are factors 1/2 and 1/4 of the sums.
 //
-// Small motion is found at full resolution at once. Where that fails (no convergence, the
-// patch left the image, or what was found does not look like the template) the search
-// begins one level coarser, where the motion is half as long, and comes down from there:
-//
-//     start 0:  0          start 1:  1 -> 0          start 2:  2 -> 1 -> 0
+// A start fails, and the next coarser one is tried (APTLevelDescent.h), without convergence,
+// where the patch left the image, and where what was found does not look like the template.
 //
 // A singular system gives infinities or NaN. They never count as converged, and no sample
 // can be taken there, so the point is lost and nothing else happens.
@@ -53,21 +52,6 @@ inline void LerpRow(const float* inFrom, const float* inTo, float inFraction, in
     LerpFour(inFrom + last, inTo + last, inFraction, outRow + last);
 }
 
-// `inRows` rows of `inCount` floats, first along the rows and then between them. The source
-// has a row and a pixel more.
-void Interpolate(const float* inSource, std::ptrdiff_t inRowLength, int inChannels,
-                 float inFractionX, float inFractionY, int inCount, int inRows, float* outBlock,
-                 float* ioScratch) {
-    for (int row = 0; row <= inRows; ++row) {
-        const float* const source = inSource + row * inRowLength;
-        LerpRow(source, source + inChannels, inFractionX, inCount, ioScratch + row * inCount);
-    }
-    for (int row = 0; row < inRows; ++row) {
-        const float* const upper = ioScratch + row * inCount;
-        LerpRow(upper, upper + inCount, inFractionY, inCount, outBlock + row * inCount);
-    }
-}
-
 struct PixelPosition {
     int mX;
     int mY;
@@ -75,34 +59,47 @@ struct PixelPosition {
     float mFractionY;
 };
 
-bool SplitPosition(float inX, float inY, PixelPosition& outPosition) {
-    if (!FloorToInt(inX, outPosition.mX) || !FloorToInt(inY, outPosition.mY)) return false;
-    outPosition.mFractionX = inX - static_cast<float>(outPosition.mX);
-    outPosition.mFractionY = inY - static_cast<float>(outPosition.mY);
+bool SplitPosition(APTPoint inPoint, PixelPosition& outPosition) {
+    if (!FloorToInt(inPoint.mX, outPosition.mX) || !FloorToInt(inPoint.mY, outPosition.mY))
+        return false;
+    outPosition.mFractionX = inPoint.mX - static_cast<float>(outPosition.mX);
+    outPosition.mFractionY = inPoint.mY - static_cast<float>(outPosition.mY);
     return true;
 }
 
-// Whether a block that reaches `inReachX` and `inReachY` pixels to the left and up, and one
-// pixel (along y two) more to the right and down, lies in the level.
-bool LiesInside(const PixelPosition& inPosition, int inReachX, int inReachY,
-                const APTImagePyramid& inPyramid, int inLevel) {
-    const int width = inPyramid.GetWidth(inLevel);
-    const int height = inPyramid.GetHeight(inLevel);
-    return width >= 2 * inReachX + 2 && height >= 2 * inReachY + 3 &&
-           inPosition.mX >= inReachX && inPosition.mX <= width - inReachX - 2 &&
-           inPosition.mY >= inReachY && inPosition.mY <= height - inReachY - 3;
+// How far a block reaches from the pixel in its middle.
+struct Reach {
+    int mX;
+    int mY;
+};
+
+// Whether a block, and one pixel (along y two) more to the right and down, lies in the level.
+bool LiesInside(const PixelPosition& inPosition, Reach inReach, const APTImageLevel& inLevel) {
+    const int width = inLevel.GetWidth();
+    const int height = inLevel.GetHeight();
+    return width >= 2 * inReach.mX + 2 && height >= 2 * inReach.mY + 3 &&
+           inPosition.mX >= inReach.mX && inPosition.mX <= width - inReach.mX - 2 &&
+           inPosition.mY >= inReach.mY && inPosition.mY <= height - inReach.mY - 3;
 }
 
-// The block of 2 reach + 1 columns and rows around a position.
-void SampleBlock(const PixelPosition& inPosition, int inReachX, int inReachY,
-                 APTImagePyramid& inPyramid, int inLevel, float* outBlock, float* ioScratch) {
+// The block of 2 reach + 1 columns and rows around a position, interpolated first along the
+// rows and then between them. The source has a row and a pixel more.
+void SampleBlock(const PixelPosition& inPosition, Reach inReach, int inChannels,
+                 const APTImageLevel& inLevel, float* outBlock, float* ioScratch) {
     const float* const source =
-        inPyramid.GetBlock(inLevel, inPosition.mX - inReachX, inPosition.mY - inReachY,
-                           inPosition.mX + inReachX + 1, inPosition.mY + inReachY + 1);
-    const int channels = inPyramid.GetChannels();
-    Interpolate(source, inPyramid.GetRowLength(inLevel), channels, inPosition.mFractionX,
-                inPosition.mFractionY, (2 * inReachX + 1) * channels, 2 * inReachY + 1,
-                outBlock, ioScratch);
+        inLevel.GetBlock(inPosition.mX - inReach.mX, inPosition.mY - inReach.mY,
+                         inPosition.mX + inReach.mX + 1, inPosition.mY + inReach.mY + 1);
+    const int floats = (2 * inReach.mX + 1) * inChannels;
+    const int rows = 2 * inReach.mY + 1;
+    for (int row = 0; row <= rows; ++row) {
+        const float* const left = source + row * inLevel.GetRowLength();
+        LerpRow(left, left + inChannels, inPosition.mFractionX, floats,
+                ioScratch + row * floats);
+    }
+    for (int row = 0; row < rows; ++row) {
+        const float* const upper = ioScratch + row * floats;
+        LerpRow(upper, upper + floats, inPosition.mFractionY, floats, outBlock + row * floats);
+    }
 }
 
 // Floats of a template's block with its ring, and of the interpolation of that block.
@@ -171,12 +168,12 @@ void FitGains(const float* inTemplate, const float* inPatch, const APTPatchShape
 class LevelSolver {
 public:
     LevelSolver(APTWorkspace& ioWorkspace, const APTPatchPyramid::Level& inTemplate,
-                APTMotionModel inModel, const APTTolerances& inTolerances)
+                const APTSearch& inSearch)
         : mWorkspace(ioWorkspace),
           mShape(ioWorkspace.mShape),
           mTemplate(inTemplate),
-          mModel(inModel),
-          mTolerances(inTolerances),
+          mModel(inSearch.mModel),
+          mTolerances(inSearch.mTolerances),
           mGeometric{inTemplate.mGradientX, inTemplate.mGradientY},
           mColumns{mGeometric, 2, inTemplate.mTemplate, true} {}
 
@@ -273,18 +270,17 @@ void APTPatchPyramid::Init(const APTPatchShape& inShape, int inLevels) {
     mCapacity = inLevels;
 }
 
-int APTPatchPyramid::Locate(int inLevels, float inX, float inY, APTImagePyramid& inPyramid) {
+int APTPatchPyramid::Locate(int inLevels, APTPoint inPoint, APTImagePyramid& inPyramid) {
     mPyramid = &inPyramid;
-    mX = inX;
-    mY = inY;
+    mPoint = inPoint;
     mLevelCount = mSampled = 0;
     const int levels = std::min({inLevels, mCapacity, inPyramid.GetLevelCount()});
     float scale = 1.0f;
     for (; mLevelCount < levels; ++mLevelCount, scale *= 0.5f) {
         PixelPosition position;
-        if (!SplitPosition(inX * scale, inY * scale, position) ||
-            !LiesInside(position, mShape.mHalfWidth + 1, mShape.mHalfHeight + 1, inPyramid,
-                        mLevelCount))
+        if (!SplitPosition({inPoint.mX * scale, inPoint.mY * scale}, position) ||
+            !LiesInside(position, {mShape.mHalfWidth + 1, mShape.mHalfHeight + 1},
+                        {inPyramid, mLevelCount}))
             break;
     }
     return mLevelCount;
@@ -311,10 +307,11 @@ float* APTPatchPyramid::GetPlane(int inLevel, int inPlane) {
 void APTPatchPyramid::Sample(int inLevel) {
     const float scale = std::ldexp(1.0f, -inLevel);
     PixelPosition position;
-    if (!SplitPosition(mX * scale, mY * scale, position)) return;  // `Locate` saw to it
+    if (!SplitPosition({mPoint.mX * scale, mPoint.mY * scale}, position))
+        return;  // `Locate` saw to it
     float* const ring = mScratch.data();
-    SampleBlock(position, mShape.mHalfWidth + 1, mShape.mHalfHeight + 1, *mPyramid, inLevel,
-                ring, ring + RingFloats(mShape));
+    SampleBlock(position, {mShape.mHalfWidth + 1, mShape.mHalfHeight + 1}, mShape.mChannels,
+                {*mPyramid, inLevel}, ring, ring + RingFloats(mShape));
 
     const int channels = mShape.mChannels;
     const int rowFloats = mShape.GetColumns() * channels;
@@ -343,14 +340,13 @@ void APTWorkspace::Init(const APTPatchShape& inShape) {
     mShape = inShape;
 }
 
-bool SamplePatch(float inX, float inY, const APTPatchShape& inShape, APTImagePyramid& inPyramid,
-                 int inLevel, float* outPatch, float* ioScratch) {
+bool SamplePatch(APTPoint inPoint, const APTPatchShape& inShape, const APTImageLevel& inLevel,
+                 float* outPatch, float* ioScratch) {
+    const Reach reach{inShape.mHalfWidth, inShape.mHalfHeight};
     PixelPosition position;
-    if (!SplitPosition(inX, inY, position) ||
-        !LiesInside(position, inShape.mHalfWidth, inShape.mHalfHeight, inPyramid, inLevel))
+    if (!SplitPosition(inPoint, position) || !LiesInside(position, reach, inLevel))
         return false;
-    SampleBlock(position, inShape.mHalfWidth, inShape.mHalfHeight, inPyramid, inLevel, outPatch,
-                ioScratch);
+    SampleBlock(position, reach, inShape.mChannels, inLevel, outPatch, ioScratch);
     return true;
 }
 
@@ -365,51 +361,70 @@ int ParameterCount(APTMotionModel inModel, int inChannels) {
     }
 }
 
-int SolveLevel(APTWorkspace& ioWorkspace, const APTPatchPyramid::Level& inTemplate, float inX,
-               float inY, APTImagePyramid& inPyramid, int inLevel, float* ioParameters,
-               APTMotionModel inModel, const APTTolerances& inTolerances,
-               int inIterationLimit) {
-    const int failed = -2 - inIterationLimit;
-    const int count = ParameterCount(inModel, ioWorkspace.mShape.mChannels);
-    std::copy_n(ioParameters, count, ioWorkspace.mCurrent);
-    LevelSolver solver(ioWorkspace, inTemplate, inModel, inTolerances);
+int SolveLevel(APTWorkspace& ioWorkspace, const APTPatchPyramid::Level& inTemplate,
+               const APTImageLevel& inLevel, APTPoint inPoint, const APTSearch& inSearch,
+               float* ioParameters) {
+    const int failed = -2 - inSearch.mMaxIterations;
+    const int count = ParameterCount(inSearch.mModel, ioWorkspace.mShape.mChannels);
+    float* const current = ioWorkspace.mCurrent;
+    std::copy_n(ioParameters, count, current);
+    LevelSolver solver(ioWorkspace, inTemplate, inSearch);
     if (!solver.SetUp()) return failed;
-    for (int i = 0; i < inIterationLimit; ++i) {
-        if (!SamplePatch(inX + ioWorkspace.mCurrent[0], inY + ioWorkspace.mCurrent[1],
-                         ioWorkspace.mShape, inPyramid, inLevel, ioWorkspace.mPatch.data(),
-                         ioWorkspace.mScratch.data()))
+    for (int i = 0; i < inSearch.mMaxIterations; ++i) {
+        if (!SamplePatch({inPoint.mX + current[0], inPoint.mY + current[1]}, ioWorkspace.mShape,
+                         inLevel, ioWorkspace.mPatch.data(), ioWorkspace.mScratch.data()))
             return -1 - i;
         bool isConverged = false;
         if (!solver.Step(isConverged)) return failed;
         if (!isConverged) continue;
-        std::copy_n(ioWorkspace.mCurrent, count, ioParameters);
+        std::copy_n(current, count, ioParameters);
         return i;
     }
-    return inIterationLimit;
+    return inSearch.mMaxIterations;
 }
 
 // ---- From coarse to fine -------------------------------------------------------------
 
+namespace {
+
+class PatchDescent final : public APTLevelDescent {
+public:
+    PatchDescent(APTWorkspace& ioWorkspace, APTPatchPyramid& ioTemplates,
+                 APTImagePyramid& inPyramid, const APTSearch& inSearch)
+        : mWorkspace(ioWorkspace),
+          mTemplates(ioTemplates),
+          mPyramid(inPyramid),
+          mSearch(inSearch) {}
+
+private:
+    int Solve(int inLevel, APTPoint inPoint, float* ioParameters) override {
+        return SolveLevel(mWorkspace, mTemplates.GetLevel(inLevel), {mPyramid, inLevel},
+                          inPoint, mSearch, ioParameters);
+    }
+    bool Accept(int inLevel) override {
+        float correlation = 0.0f;
+        return NormalisedCorrelation(mTemplates.GetLevel(inLevel).mTemplate,
+                                     mWorkspace.mPatch.data(), mTemplates.GetShape(),
+                                     correlation) &&
+               !(mSearch.mMinCorrelation > correlation);
+    }
+
+    APTWorkspace& mWorkspace;
+    APTPatchPyramid& mTemplates;
+    APTImagePyramid& mPyramid;
+    const APTSearch& mSearch;
+};
+
+}  // namespace
+
 int AlignPatch(APTWorkspace& ioWorkspace, APTPatchPyramid& ioTemplates,
-               APTImagePyramid& inPyramid, float inX, float inY, const float* inStart,
-               float* outResult, APTMotionModel inModel, const APTTolerances& inTolerances,
-               float inCorrelationLimit, int inIterationLimit) {
+               APTImagePyramid& inPyramid, APTPoint inPoint, const APTSearch& inSearch,
+               const float* inStart, float* outResult) {
     const APTPatchShape& shape = ioTemplates.GetShape();
     if (!shape.HasSupportedChannels()) return -1;
-    const auto solve = [&](int inLevel, float inLevelX, float inLevelY, float* ioParameters) {
-        return SolveLevel(ioWorkspace, ioTemplates.GetLevel(inLevel), inLevelX, inLevelY,
-                          inPyramid, inLevel, ioParameters, inModel, inTolerances,
-                          inIterationLimit);
-    };
-    const auto accept = [&](int inLevel) {
-        float correlation = 0.0f;
-        return NormalisedCorrelation(ioTemplates.GetLevel(inLevel).mTemplate,
-                                     ioWorkspace.mPatch.data(), shape, correlation) &&
-               !(inCorrelationLimit > correlation);
-    };
-    return DescendLevels(ioTemplates.GetLevelCount(), ParameterCount(inModel, shape.mChannels),
-                         inX, inY, inStart, outResult, ioWorkspace.mDriver, inIterationLimit,
-                         solve, accept);
+    return PatchDescent(ioWorkspace, ioTemplates, inPyramid, inSearch)
+        .Run(ioTemplates.GetLevelCount(), inSearch.mMaxIterations, inPoint,
+             ParameterCount(inSearch.mModel, shape.mChannels), inStart, outResult);
 }
 
 }  // namespace DP

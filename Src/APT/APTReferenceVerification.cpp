@@ -22,13 +22,13 @@ struct Warp {
     float mX, mY;
     float mTX, mTY;
 
-    Warp(const float* inParameters, float inX, float inY)
+    Warp(const float* inParameters, APTPoint inPoint)
         : mA(1.0f + inParameters[2]),
           mB(inParameters[3]),
           mC(inParameters[4]),
           mD(1.0f + inParameters[5]),
-          mX(inX),
-          mY(inY),
+          mX(inPoint.mX),
+          mY(inPoint.mY),
           mTX(inParameters[0]),
           mTY(inParameters[1]) {}
 
@@ -61,18 +61,18 @@ bool BoundCorners(const Warp& inWarp, const APTPatchShape& inShape, int inWidth,
     return true;
 }
 
-bool SampleWarped(const Warp& inWarp, const APTPatchShape& inShape, APTImagePyramid& inPyramid,
-                  int inLevel, float* outPatch) {
-    const int width = inPyramid.GetWidth(inLevel);
-    const int height = inPyramid.GetHeight(inLevel);
+bool SampleWarped(const Warp& inWarp, const APTPatchShape& inShape,
+                  const APTImageLevel& inLevel, float* outPatch) {
+    const int width = inLevel.GetWidth();
+    const int height = inLevel.GetHeight();
     Bounds bounds;
     if (!BoundCorners(inWarp, inShape, width, height, bounds)) return false;
     const int left = static_cast<int>(bounds.mLeft);
     const int top = static_cast<int>(bounds.mTop);
     const int right = std::min(static_cast<int>(bounds.mRight) + 1, width - 1);
     const int bottom = std::min(static_cast<int>(bounds.mBottom) + 1, height - 1);
-    const float* const block = inPyramid.GetBlock(inLevel, left, top, right, bottom);
-    const std::ptrdiff_t rowLength = inPyramid.GetRowLength(inLevel);
+    const float* const block = inLevel.GetBlock(left, top, right, bottom);
+    const std::ptrdiff_t rowLength = inLevel.GetRowLength();
     const int channels = inShape.mChannels;
 
     for (int dy = -inShape.mHalfHeight; dy <= inShape.mHalfHeight; ++dy)
@@ -145,6 +145,16 @@ bool IsSmallWarp(const float* inUpdate, const APTTolerances& inTolerances) {
                        [&](float d) { return std::abs(d) < inTolerances.mWarp; });
 }
 
+// Whether the last update was small; takes over its part for gain and offset.
+bool IsConverged(APTWorkspace& ioWorkspace, const APTSearch& inSearch) {
+    const APTTolerances& tolerances = inSearch.mTolerances;
+    const bool isSmall = IsSmallWarp(ioWorkspace.mUpdate, tolerances);
+    if (inSearch.mModel != kAPTModelGainOffset) return isSmall;
+    return UpdateGains(ioWorkspace.mUpdate + kGeometric, tolerances.mGain, tolerances.mOffset,
+                       ioWorkspace.mShape.mChannels, ioWorkspace.mCurrent + kGeometric) &&
+           isSmall;
+}
+
 int WarpParameterCount(APTMotionModel inModel, int inChannels) {
     switch (inModel) {
         case kAPTModelTranslation:
@@ -175,63 +185,73 @@ bool StepWarp(APTWorkspace& ioWorkspace, const APTColumns& inColumns) {
     return true;
 }
 
+class WarpDescent final : public APTLevelDescent {
+public:
+    WarpDescent(APTWorkspace& ioWorkspace, APTPatchPyramid& ioTemplates,
+                APTImagePyramid& inPyramid, const APTSearch& inSearch)
+        : mWorkspace(ioWorkspace),
+          mTemplates(ioTemplates),
+          mPyramid(inPyramid),
+          mSearch(inSearch) {}
+
+private:
+    int Solve(int inLevel, APTPoint inPoint, float* ioParameters) override {
+        return SolveWarpLevel(mWorkspace, mTemplates.GetLevel(inLevel), {mPyramid, inLevel},
+                              inPoint, mSearch, ioParameters);
+    }
+
+    APTWorkspace& mWorkspace;
+    APTPatchPyramid& mTemplates;
+    APTImagePyramid& mPyramid;
+    const APTSearch& mSearch;
+};
+
 }  // namespace
 
 int SolveWarpLevel(APTWorkspace& ioWorkspace, const APTPatchPyramid::Level& inTemplate,
-                   float inX, float inY, APTImagePyramid& inPyramid, int inLevel,
-                   float* ioParameters, APTMotionModel inModel,
-                   const APTTolerances& inTolerances, int inIterationLimit) {
+                   const APTImageLevel& inLevel, APTPoint inPoint, const APTSearch& inSearch,
+                   float* ioParameters) {
     const APTPatchShape& shape = ioWorkspace.mShape;
-    const int failed = -2 - inIterationLimit;
-    const int count = WarpParameterCount(inModel, shape.mChannels);
+    const APTMotionModel model = inSearch.mModel;
+    const int failed = -2 - inSearch.mMaxIterations;
+    const int count = WarpParameterCount(model, shape.mChannels);
     float* const current = ioWorkspace.mCurrent;
     std::copy_n(ioParameters, count, current);
 
     const float* geometric[kGeometric];
     for (int i = 0; i < kGeometric; ++i)
         geometric[i] = ioWorkspace.mColumns.data() + i * shape.GetBlockFloats();
-    const bool hasGain = inModel == kAPTModelGainOffset;
+    const bool hasGain = model == kAPTModelGainOffset;
     const APTColumns columns{geometric, kGeometric, inTemplate.mTemplate, hasGain};
-    if (inModel == kAPTModelTranslation || hasGain) {
+    if (model == kAPTModelTranslation || hasGain) {
         FillWarpColumns(inTemplate, shape, ioWorkspace.mColumns.data());
         FillNormalMatrix(columns, shape, ioWorkspace.mMatrix);
         if (CholeskyFactorise(ioWorkspace.mMatrix, count) != CholeskyOutcome::kDone)
             return failed;
-    } else if (inModel != kAPTModelReserved) {
+    } else if (model != kAPTModelReserved) {
         return failed;
     }
 
-    for (int i = 0; i < inIterationLimit; ++i) {
-        if (!SampleWarped(Warp(current, inX, inY), shape, inPyramid, inLevel,
-                          ioWorkspace.mPatch.data()))
+    for (int i = 0; i < inSearch.mMaxIterations; ++i) {
+        if (!SampleWarped(Warp(current, inPoint), shape, inLevel, ioWorkspace.mPatch.data()))
             return -1 - i;
-        if (inModel == kAPTModelReserved || !StepWarp(ioWorkspace, columns)) return failed;
-        bool isConverged = IsSmallWarp(ioWorkspace.mUpdate, inTolerances);
-        if (hasGain &&
-            !UpdateGains(ioWorkspace.mUpdate + kGeometric, inTolerances.mGain,
-                         inTolerances.mOffset, shape.mChannels, current + kGeometric))
-            isConverged = false;
-        if (!isConverged) continue;
+        if (model == kAPTModelReserved || !StepWarp(ioWorkspace, columns)) return failed;
+        if (!IsConverged(ioWorkspace, inSearch)) continue;
         std::copy_n(current, count, ioParameters);
         return i;
     }
-    return inIterationLimit;
+    return inSearch.mMaxIterations;
 }
 
 int AlignReferencePatch(APTWorkspace& ioWorkspace, APTPatchPyramid& ioTemplates,
-                        APTImagePyramid& inPyramid, float inX, float inY, float* ioParameters,
-                        APTMotionModel inModel, const APTTolerances& inTolerances,
-                        int inIterationLimit) {
+                        APTImagePyramid& inPyramid, APTPoint inPoint, const APTSearch& inSearch,
+                        float* ioParameters) {
+    const int channels = ioWorkspace.mShape.mChannels;
     if (!ioWorkspace.mShape.HasSupportedChannels()) return -1;
-    const auto solve = [&](int inLevel, float inLevelX, float inLevelY, float* ioLevel) {
-        return SolveWarpLevel(ioWorkspace, ioTemplates.GetLevel(inLevel), inLevelX, inLevelY,
-                              inPyramid, inLevel, ioLevel, inModel, inTolerances,
-                              inIterationLimit);
-    };
-    return DescendLevels(std::min(ioTemplates.GetLevelCount(), inPyramid.GetLevelCount()),
-                         WarpParameterCount(inModel, ioWorkspace.mShape.mChannels), inX, inY,
-                         ioParameters, ioParameters, ioWorkspace.mDriver, inIterationLimit,
-                         solve, [](int) { return true; });
+    return WarpDescent(ioWorkspace, ioTemplates, inPyramid, inSearch)
+        .Run(std::min(ioTemplates.GetLevelCount(), inPyramid.GetLevelCount()),
+             inSearch.mMaxIterations, inPoint, WarpParameterCount(inSearch.mModel, channels),
+             ioParameters, ioParameters);
 }
 
 // ---- The references of an engine -----------------------------------------------------
@@ -257,7 +277,7 @@ void APTReferenceVerification::Capture(const APTFeatureList& inFeatures,
         const APTFeature& feature = inFeatures[i];
         if (feature.mStatus <= 0) continue;
         if (mTemplates[i].IsEmpty()) mTemplates[i].Init(mShape, mLevels);
-        mTemplates[i].Locate(mLevels, feature.mX, feature.mY, inPrevious);
+        mTemplates[i].Locate(mLevels, {feature.mX, feature.mY}, inPrevious);
         mTemplates[i].Keep();
         mRecords[i] = {feature.mX, feature.mY, {}};
         for (int c = 0; c < mShape.mChannels; ++c)
@@ -275,36 +295,30 @@ void APTReferenceVerification::HandOver(const APTFeatureList& inFeatures) {
 }
 
 void APTReferenceVerification::VerifyFeatures(APTImagePyramid& inCurrent,
-                                              APTFeatureList& ioFeatures,
-                                              const APTTolerances& inTolerances,
-                                              float inCorrelationLimit, APTMotionModel inModel,
-                                              int inIterationLimit) {
+                                              const APTSearch& inSearch,
+                                              APTFeatureList& ioFeatures) {
     const std::size_t slots = std::min(ioFeatures.size(), mRecords.size());
     for (std::size_t i = 0; i < slots; ++i) {
         APTFeature& feature = ioFeatures[i];
         if (feature.mStatus != kAPTFeatureTracked) continue;
-        if (VerifyFeature(i, inCurrent, feature, inTolerances, inCorrelationLimit, inModel,
-                          inIterationLimit))
-            continue;
-        feature.mStatus = inCorrelationLimit > feature.mCorrelation ? kAPTFeatureLowCorrelation
-                                                                    : kAPTFeatureVerifyFailed;
+        if (VerifyFeature(i, inCurrent, inSearch, feature)) continue;
+        feature.mStatus = inSearch.mMinCorrelation > feature.mCorrelation
+                              ? kAPTFeatureLowCorrelation
+                              : kAPTFeatureVerifyFailed;
         ++mLost;
     }
 }
 
 bool APTReferenceVerification::VerifyFeature(std::size_t inSlot, APTImagePyramid& inCurrent,
-                                             APTFeature& ioFeature,
-                                             const APTTolerances& inTolerances,
-                                             float inCorrelationLimit, APTMotionModel inModel,
-                                             int inIterationLimit) {
+                                             const APTSearch& inSearch, APTFeature& ioFeature) {
     APTReferencePatch& record = mRecords[inSlot];
     APTPatchPyramid& templates = mTemplates[inSlot];
-    if (AlignReferencePatch(mWorkspace, templates, inCurrent, record.mX, record.mY,
-                            record.mParameters, inModel, inTolerances, inIterationLimit) < 0)
+    if (AlignReferencePatch(mWorkspace, templates, inCurrent, {record.mX, record.mY}, inSearch,
+                            record.mParameters) < 0)
         return false;
     NormalisedCorrelation(templates.GetLevel(0).mTemplate, mWorkspace.mPatch.data(), mShape,
                           ioFeature.mCorrelation);
-    if (!(ioFeature.mCorrelation >= inCorrelationLimit)) return false;
+    if (!(ioFeature.mCorrelation >= inSearch.mMinCorrelation)) return false;
     ioFeature.mX = record.mX + record.mParameters[0];
     ioFeature.mY = record.mY + record.mParameters[1];
     return true;

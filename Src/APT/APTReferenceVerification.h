@@ -45,14 +45,12 @@ public:
 
     /// Aligns the references with the current frame. A point that correlates takes the
     /// position found here; any other is dropped.
-    void VerifyFeatures(APTImagePyramid& inCurrent, APTFeatureList& ioFeatures,
-                        const APTTolerances& inTolerances, float inCorrelationLimit,
-                        APTMotionModel inModel, int inIterationLimit);
+    void VerifyFeatures(APTImagePyramid& inCurrent, const APTSearch& inSearch,
+                        APTFeatureList& ioFeatures);
 
 private:
-    bool VerifyFeature(std::size_t inSlot, APTImagePyramid& inCurrent, APTFeature& ioFeature,
-                       const APTTolerances& inTolerances, float inCorrelationLimit,
-                       APTMotionModel inModel, int inIterationLimit);
+    bool VerifyFeature(std::size_t inSlot, APTImagePyramid& inCurrent,
+                       const APTSearch& inSearch, APTFeature& ioFeature);
 
     APTPatchShape mShape;
     int mLevels = 0;
@@ -65,15 +63,13 @@ private:
 /// As `SolveLevel`, for the warp. Model 0 has the six geometric parameters, model 2 gains
 /// and offsets too; model 1 never converges.
 int SolveWarpLevel(APTWorkspace& ioWorkspace, const APTPatchPyramid::Level& inTemplate,
-                   float inX, float inY, APTImagePyramid& inPyramid, int inLevel,
-                   float* ioParameters, APTMotionModel inModel,
-                   const APTTolerances& inTolerances, int inIterationLimit);
+                   const APTImageLevel& inLevel, APTPoint inPoint, const APTSearch& inSearch,
+                   float* ioParameters);
 
 /// As `AlignPatch`, for the warp and without a test of the correlation. The warp's matrix
 /// is the same at every level; only translation and position are scaled.
 int AlignReferencePatch(APTWorkspace& ioWorkspace, APTPatchPyramid& ioTemplates,
-                        APTImagePyramid& inPyramid, float inX, float inY, float* ioParameters,
-                        APTMotionModel inModel, const APTTolerances& inTolerances,
-                        int inIterationLimit);
+                        APTImagePyramid& inPyramid, APTPoint inPoint, const APTSearch& inSearch,
+                        float* ioParameters);
 
 }  // namespace DP

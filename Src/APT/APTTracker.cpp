@@ -140,17 +140,15 @@ void APTTracker::TrackFeatureList(const APTFeatureList& inFeatures,
     AlignFeatures(inFeatures, outFeatures);
     if (isVerified) {
         mVerification.HandOver(outFeatures);
-        mVerification.VerifyFeatures(mCurrPyramid, outFeatures, GetTolerances(),
-                                     static_cast<float>(mParams.mMinCorrelation),
-                                     mParams.mVerifyModel, GetIterationLimit());
+        mVerification.VerifyFeatures(mCurrPyramid, GetSearch(mParams.mVerifyModel),
+                                     outFeatures);
     }
     FinishStep(inFeatures, outFeatures);
 }
 
 // From frame to frame. A lost point leaves the position of its output record alone.
 void APTTracker::AlignFeatures(const APTFeatureList& inFeatures, APTFeatureList& outFeatures) {
-    const APTTolerances tolerances = GetTolerances();
-    const float correlationLimit = static_cast<float>(mParams.mMinCorrelation);
+    const APTSearch search = GetSearch(mParams.mTrackingModel);
     float start[kAPTMaxParameters] = {};
     for (int c = 0; c < kChannels; ++c)
         start[2 + 2 * c] = 1.0f;
@@ -163,10 +161,10 @@ void APTTracker::AlignFeatures(const APTFeatureList& inFeatures, APTFeatureList&
             to.mStatus = kAPTFeatureInactive;
             continue;
         }
-        mTemplates.Locate(mPrevPyramid.GetLevelCount(), from.mX, from.mY, mPrevPyramid);
-        if (AlignPatch(mWorkspace, mTemplates, mCurrPyramid, from.mX, from.mY, start, result,
-                       mParams.mTrackingModel, tolerances, correlationLimit,
-                       GetIterationLimit()) < 0) {
+        const APTPoint point{from.mX, from.mY};
+        mTemplates.Locate(mPrevPyramid.GetLevelCount(), point, mPrevPyramid);
+        if (AlignPatch(mWorkspace, mTemplates, mCurrPyramid, point, search, start, result) <
+            0) {
             to.mStatus = kAPTFeatureLost;
             ++mLost;
             continue;
@@ -193,15 +191,14 @@ void APTTracker::FinishStep(const APTFeatureList& inFeatures,
     }
 }
 
-APTTolerances APTTracker::GetTolerances() const {
-    return {static_cast<float>(mParams.mTranslationTolerance),
-            static_cast<float>(mParams.mWarpTolerance),
-            static_cast<float>(mParams.mGainTolerance),
-            static_cast<float>(mParams.mOffsetTolerance)};
-}
-
-int APTTracker::GetIterationLimit() const {
-    return static_cast<int>(std::min<std::uint64_t>(mParams.mMaxIterations, 1u << 30));
+APTSearch APTTracker::GetSearch(APTMotionModel inModel) const {
+    return {
+        inModel,
+        {static_cast<float>(mParams.mTranslationTolerance),
+         static_cast<float>(mParams.mWarpTolerance), static_cast<float>(mParams.mGainTolerance),
+         static_cast<float>(mParams.mOffsetTolerance)},
+        static_cast<float>(mParams.mMinCorrelation),
+        static_cast<int>(std::min<std::uint64_t>(mParams.mMaxIterations, 1u << 30))};
 }
 
 }  // namespace DP

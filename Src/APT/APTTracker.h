@@ -89,8 +89,7 @@ private:
     void TrackFeatureList(const APTFeatureList& inFeatures, APTFeatureList& outFeatures);
     void AlignFeatures(const APTFeatureList& inFeatures, APTFeatureList& outFeatures);
     void FinishStep(const APTFeatureList& inFeatures, APTFeatureList& ioFeatures) const;
-    APTTolerances GetTolerances() const;
-    int GetIterationLimit() const;
+    APTSearch GetSearch(APTMotionModel inModel) const;
 
     static constexpr int kChannels = 1;
 

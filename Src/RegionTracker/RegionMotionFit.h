@@ -86,7 +86,8 @@ void ReassignFeatures(const APTFeatureList& inCurrFeatures,
                       MotionGroups& ioGroups);
 
 /// 10 for a point at the rectangle's centre, falling with the distance to next to nothing
-/// at its corners and below 0 beyond.
+/// at its corners and below 0 beyond. Distances are in whole pixels: a side of the rectangle
+/// or a position that no 32-bit integer can hold counts as -2^31.
 float ScoreMotionGroup(const MotionGroup& inGroup, const APTFeatureList& inCurrFeatures,
                        const TVK::ParamRect<float>& inRect, int inRows);
 

@@ -13,6 +13,7 @@
 #include <sstream>
 #include <string>
 #include <tuple>
+#include <utility>
 #include <vector>
 
 #include "APTFrames.h"
@@ -32,6 +33,10 @@ using DP::ColourPyramidData;
 constexpr DP::APTTolerances kTolerances{0.1f, 1e-6f, 0.05f, 1.0f};
 constexpr int kLevels = 3;
 constexpr int kIterations = 15;
+
+constexpr DP::APTSearch SearchBy(APTMotionModel inModel, float inMinCorrelation = 0.5f) {
+    return {inModel, kTolerances, inMinCorrelation, kIterations};
+}
 
 // Interleaved channels, each a texture of its own.
 std::vector<float> ChannelFrame(int inCols, int inRows, int inChannels, double inX,
@@ -73,9 +78,9 @@ struct Aligner {
 
     int Align(float inX, float inY, APTMotionModel inModel = DP::kAPTModelTranslation,
               float inCorrelationLimit = 0.5f) {
-        mTemplates.Locate(kLevels, inX, inY, mFrom);
-        return DP::AlignPatch(mWorkspace, mTemplates, mTo, inX, inY, mStart, mResult, inModel,
-                              kTolerances, inCorrelationLimit, kIterations);
+        mTemplates.Locate(kLevels, {inX, inY}, mFrom);
+        return DP::AlignPatch(mWorkspace, mTemplates, mTo, {inX, inY},
+                              SearchBy(inModel, inCorrelationLimit), mStart, mResult);
     }
 
     APTPatchShape mShape;
@@ -115,8 +120,8 @@ TEST_P(AgainstThePlainForm, EveryPointHasTheSameResultToTheBit) {
                 point % 2 == 0 ? 0.5f : 0.9f + 0.0999f * static_cast<float>(random.Real());
             float expected[DP::kAPTMaxParameters] = {};
             std::fill_n(aligner.mResult, DP::kAPTMaxParameters, 0.0f);
-            const int start = plain.Align(x, y, aligner.mStart, expected, model, kTolerances,
-                                          limit, kIterations);
+            const int start =
+                plain.Align({x, y}, SearchBy(model, limit), aligner.mStart, expected);
             ASSERT_EQ(aligner.Align(x, y, model, limit), start) << "at " << x << ", " << y;
             ASSERT_EQ(std::memcmp(expected, aligner.mResult, sizeof(expected)), 0)
                 << "at " << x << ", " << y;
@@ -174,7 +179,7 @@ int TemplateLevels(float inX, float inY, int inCols = kCols, int inRows = kRows)
     pyramid.Reset(frame.data(), inCols, inRows, 1, kLevels);
     APTPatchPyramid templates;
     templates.Init(kShape, kLevels);
-    return templates.Locate(kLevels, inX, inY, pyramid);
+    return templates.Locate(kLevels, {inX, inY}, pyramid);
 }
 
 bool PatchFits(float inX, float inY, int inCols = kCols, int inRows = kRows) {
@@ -183,7 +188,7 @@ bool PatchFits(float inX, float inY, int inCols = kCols, int inRows = kRows) {
     pyramid.Reset(frame.data(), inCols, inRows, 1, kLevels);
     APTWorkspace workspace;
     workspace.Init(kShape);
-    return DP::SamplePatch(inX, inY, kShape, pyramid, 0, workspace.mPatch.data(),
+    return DP::SamplePatch({inX, inY}, kShape, {pyramid, 0}, workspace.mPatch.data(),
                            workspace.mScratch.data());
 }
 
@@ -253,7 +258,7 @@ TEST(Templates, GradientsAreDifferencesOverTwoPixelsAndNotHalved) {
     pyramid.Reset(ramp.data(), kCols, kRows, 1, 1);
     APTPatchPyramid templates;
     templates.Init(kShape, 1);
-    ASSERT_EQ(templates.Locate(1, 20.5f, 18.25f, pyramid), 1);
+    ASSERT_EQ(templates.Locate(1, {20.5f, 18.25f}, pyramid), 1);
     const auto level = templates.GetLevel(0);
     for (int i = 0; i < kShape.GetFloats(); ++i) {
         EXPECT_EQ(level.mGradientX[i], 6.0f);
@@ -280,10 +285,11 @@ TEST(AlignPatch, IdenticalFramesAreFoundAtOnceWithoutMotion) {
 // The first step of a level and no other, with this tolerance.
 int SolveOnce(Aligner& ioAligner, float inX, float inTolerance) {
     float parameters[DP::kAPTMaxParameters] = {};
-    ioAligner.mTemplates.Locate(1, 30.0f, 22.0f, ioAligner.mFrom);
-    return DP::SolveLevel(ioAligner.mWorkspace, ioAligner.mTemplates.GetLevel(0), inX, 22.0f,
-                          ioAligner.mTo, 0, parameters, DP::kAPTModelTranslation,
-                          {inTolerance, 0.0f, 0.0f, 0.0f}, 1);
+    ioAligner.mTemplates.Locate(1, {30.0f, 22.0f}, ioAligner.mFrom);
+    const DP::APTSearch search{
+        DP::kAPTModelTranslation, {inTolerance, 0.0f, 0.0f, 0.0f}, 0.0f, 1};
+    return DP::SolveLevel(ioAligner.mWorkspace, ioAligner.mTemplates.GetLevel(0),
+                          {ioAligner.mTo, 0}, {inX, 22.0f}, search, parameters);
 }
 
 TEST(SolveLevel, AStepAsLongAsTheToleranceAlongEitherAxisHasNotConverged) {
@@ -306,16 +312,26 @@ TEST(SolveLevel, SaysAtWhichIterationThePatchLeftTheLevel) {
     const std::vector<float> flat(frame.size(), 50.0f);
     Aligner untextured(flat, flat, kCols, kRows, kShape);
     float parameters[DP::kAPTMaxParameters] = {};
-    untextured.mTemplates.Locate(1, 30.0f, 22.0f, untextured.mFrom);
-    EXPECT_EQ(DP::SolveLevel(untextured.mWorkspace, untextured.mTemplates.GetLevel(0), 30.0f,
-                             22.0f, untextured.mTo, 0, parameters, DP::kAPTModelTranslation,
-                             kTolerances, kIterations),
-              -2)
+    untextured.mTemplates.Locate(1, {30.0f, 22.0f}, untextured.mFrom);
+    const auto solve = [&](APTMotionModel inModel) {
+        return DP::SolveLevel(untextured.mWorkspace, untextured.mTemplates.GetLevel(0),
+                              {untextured.mTo, 0}, {30.0f, 22.0f}, SearchBy(inModel),
+                              parameters);
+    };
+    EXPECT_EQ(solve(DP::kAPTModelTranslation), -2)
         << "the first step leads nowhere, and the second sample fails";
-    EXPECT_EQ(DP::SolveLevel(untextured.mWorkspace, untextured.mTemplates.GetLevel(0), 30.0f,
-                             22.0f, untextured.mTo, 0, parameters, DP::kAPTModelGainOffset,
-                             kTolerances, kIterations),
-              -2 - kIterations);
+    EXPECT_EQ(solve(DP::kAPTModelGainOffset), -2 - kIterations);
+}
+
+TEST(SolveLevel, EachAnswerHasOneMeaning) {
+    for (int answer = -kIterations - 3; answer <= kIterations + 1; ++answer) {
+        const bool isTold =
+            answer >= -2 - kIterations && answer != -1 - kIterations && answer < kIterations;
+        EXPECT_EQ(DP::Converged(answer, kIterations) + DP::LeftTheLevel(answer, kIterations) +
+                      DP::NotSolved(answer, kIterations),
+                  isTold)
+            << answer;
+    }
 }
 
 TEST(AlignPatch, ACorrelationAtTheLimitIsAccepted) {
@@ -394,11 +410,11 @@ TEST(AlignPatch, MoreThanFourChannelsAreNotSupported) {
     workspace.Init(shape);
     APTPatchPyramid templates;
     templates.Init(shape, 1);
-    ASSERT_EQ(templates.Locate(1, 30.0f, 20.0f, pyramid), 1);
+    ASSERT_EQ(templates.Locate(1, {30.0f, 20.0f}, pyramid), 1);
     const float start[12] = {};
     float result[12] = {};
-    EXPECT_EQ(DP::AlignPatch(workspace, templates, pyramid, 30.0f, 20.0f, start, result,
-                             DP::kAPTModelTranslation, kTolerances, 0.5f, kIterations),
+    EXPECT_EQ(DP::AlignPatch(workspace, templates, pyramid, {30.0f, 20.0f},
+                             SearchBy(DP::kAPTModelTranslation), start, result),
               -1);
 }
 
@@ -416,40 +432,48 @@ TEST(AlignPatch, PixelsThatAreNoNumbersLoseThePointAndNothingElse) {
     }
 }
 
-// Plays a descent in which the levels answer one after the other as given, and those asked
-// whether they accept do. Tells the calls: level and position of a solve, "ok" for the other.
-std::string PlayDescent(std::vector<int> inAnswers, bool inAccepts, int& outResult,
-                        float* outParameters) {
-    const float start[3] = {8.0f, 4.0f, 5.0f};
-    float scratch[3] = {};
-    std::ostringstream calls;
-    std::size_t next = 0;
-    const auto solve = [&](int inLevel, float inX, float inY, float* ioParameters) {
-        calls << ' ' << inLevel << '@' << inX << ',' << inY << '+' << ioParameters[0] << ','
-              << ioParameters[1] << ',' << ioParameters[2];
-        return inAnswers[next++];
-    };
-    const auto accept = [&](int) {
-        calls << " ok";
-        return inAccepts;
-    };
-    outResult =
-        DP::DescendLevels(3, 3, 40.0f, 24.0f, start, outParameters, scratch, 15, solve, accept);
-    return calls.str();
-}
+// A descent in which the levels answer one after the other as given, and those asked whether
+// they accept do. Tells the calls: level and position of a solve, "ok" for the other.
+class PlayedDescent final : public DP::APTLevelDescent {
+public:
+    PlayedDescent(std::vector<int> inAnswers, bool inAccepts)
+        : mAnswers(std::move(inAnswers)), mAccepts(inAccepts) {}
 
-TEST(DescendLevels, StartsOneLevelCoarserAfterEachFailureAndJudgesTheFirstLevelAlone) {
+    std::string Play(int& outResult, float* outParameters) {
+        const float start[3] = {8.0f, 4.0f, 5.0f};
+        outResult = Run(3, 15, {40.0f, 24.0f}, 3, start, outParameters);
+        return mCalls.str();
+    }
+
+private:
+    int Solve(int inLevel, DP::APTPoint inPoint, float* ioParameters) override {
+        mCalls << ' ' << inLevel << '@' << inPoint.mX << ',' << inPoint.mY << '+'
+               << ioParameters[0] << ',' << ioParameters[1] << ',' << ioParameters[2];
+        return mAnswers[mNext++];
+    }
+    bool Accept(int) override {
+        mCalls << " ok";
+        return mAccepts;
+    }
+
+    std::vector<int> mAnswers;
+    bool mAccepts;
+    std::size_t mNext = 0;
+    std::ostringstream mCalls;
+};
+
+TEST(LevelDescent, StartsOneLevelCoarserAfterEachFailureAndJudgesTheFirstLevelAlone) {
     int result = 0;
     float parameters[3] = {};
-    EXPECT_EQ(PlayDescent({-1, 15, 2, 0, 14}, true, result, parameters),
+    EXPECT_EQ(PlayedDescent({-1, 15, 2, 0, 14}, true).Play(result, parameters),
               " 0@40,24+8,4,5 1@20,12+4,2,5 2@10,6+2,1,5 ok 1@20,12+4,2,5 0@40,24+8,4,5");
     EXPECT_EQ(result, 2);
     EXPECT_EQ(parameters[0], 8.0f);
     EXPECT_EQ(parameters[2], 5.0f);
-    EXPECT_EQ(PlayDescent({0, 0, 0}, false, result, parameters),
+    EXPECT_EQ(PlayedDescent({0, 0, 0}, false).Play(result, parameters),
               " 0@40,24+8,4,5 ok 1@20,12+4,2,5 ok 2@10,6+2,1,5 ok");
     EXPECT_EQ(result, -1);
-    EXPECT_EQ(PlayDescent({15, 0, -1, -1}, true, result, parameters),
+    EXPECT_EQ(PlayedDescent({15, 0, -1, -1}, true).Play(result, parameters),
               " 0@40,24+8,4,5 1@20,12+4,2,5 ok 0@40,24+8,4,5 2@10,6+2,1,5");
     EXPECT_EQ(result, -1);
 }

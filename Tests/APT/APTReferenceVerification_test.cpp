@@ -5,11 +5,17 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
+#include <cstring>
+#include <memory>
+#include <string>
 #include <utility>
 #include <vector>
 
 #include "APTFrames.h"
+#include "ColourPyramid/ColourPyramidData.h"
+#include "PlainAlignment.h"
 
 namespace {
 
@@ -63,13 +69,13 @@ struct Verifier {
         mTo.Reset(mToFrame.data(), kCols, kRows, 1, 3);
         mWorkspace.Init(kShape);
         mTemplates.Init(kShape, 3);
-        mTemplates.Locate(3, inX, inY, mFrom);
+        mTemplates.Locate(3, {inX, inY}, mFrom);
         mTemplates.Keep();
         mParameters[6] = 1.0f;
     }
     int Align(APTMotionModel inModel, int inIterations = 15) {
-        return DP::AlignReferencePatch(mWorkspace, mTemplates, mTo, mX, mY, mParameters,
-                                       inModel, kTolerances, inIterations);
+        return DP::AlignReferencePatch(mWorkspace, mTemplates, mTo, {mX, mY},
+                                       {inModel, kTolerances, 0.5f, inIterations}, mParameters);
     }
 
     std::vector<float> mFromFrame;
@@ -82,6 +88,98 @@ struct Verifier {
     APTPatchPyramid mTemplates;
     float mParameters[DP::kAPTMaxParameters] = {};
 };
+
+// ---- Against the plain form, by bits -------------------------------------------------
+
+struct WarpCase {
+    int mModel;
+    int mChannels;
+    int mHalfWidth;
+    int mHalfHeight;
+};
+
+class WarpAgainstThePlainForm : public testing::TestWithParam<WarpCase> {};
+
+// Several channels carry the same texture at different brightness.
+std::vector<float> Interleaved(const std::vector<float>& inPlane, int inChannels) {
+    std::vector<float> frame;
+    for (const float value : inPlane)
+        for (int c = 0; c < inChannels; ++c)
+            frame.push_back(value * (1.0f - 0.2f * static_cast<float>(c)));
+    return frame;
+}
+
+TEST_P(WarpAgainstThePlainForm, EveryPointHasTheSameParametersToTheBit) {
+    const auto [number, channels, halfWidth, halfHeight] = GetParam();
+    const APTPatchShape shape{halfWidth, halfHeight, channels};
+    const auto model = static_cast<APTMotionModel>(number);
+    const auto whole = [&](const std::vector<float>& inFrame) {
+        return std::unique_ptr<DP::ColourPyramidData>(DP::ColourPyramidData::Create(
+            kCols, kRows, 3, 2, static_cast<std::uint32_t>(channels), inFrame.data()));
+    };
+    int converged = 0;
+    for (const double strength : {0.2, 1.0, 3.0}) {
+        Warped warped;
+        warped.mTX = 0.9 * strength;
+        warped.mTY = -1.1 * strength;
+        warped.mA = 0.04 * strength;
+        warped.mB = -0.03 * strength;
+        warped.mC = 0.02 * strength;
+        warped.mGain = 1.0 - 0.05 * strength;
+        const auto from = Interleaved(Testing::TexturedFrame(kCols, kRows, 0, 0), channels);
+        const auto to = Interleaved(warped.Frame(), channels);
+        const auto wholeFrom = whole(from);
+        const auto wholeTo = whole(to);
+        Testing::PlainAlignment plain(shape, *wholeFrom, *wholeTo);
+        APTImagePyramid previous;
+        APTImagePyramid current;
+        previous.Reset(from.data(), kCols, kRows, channels, 3);
+        current.Reset(to.data(), kCols, kRows, channels, 3);
+        APTWorkspace workspace;
+        workspace.Init(shape);
+        APTPatchPyramid templates;
+        templates.Init(shape, 3);
+        Testing::Random random(9);
+        for (int point = 0; point < 40; ++point) {
+            const DP::APTPoint at{static_cast<float>(random.Real() * kCols),
+                                  static_cast<float>(random.Real() * kRows)};
+            const DP::APTSearch search{model, kTolerances, 0.5f, point % 3 == 0 ? 3 : 15};
+            float expected[DP::kAPTMaxParameters] = {};
+            for (int i = 6; i < DP::kAPTMaxParameters; i += 2)
+                expected[i] = 1.0f;
+            float actual[DP::kAPTMaxParameters];
+            std::copy(expected, expected + DP::kAPTMaxParameters, actual);
+            templates.Locate(3, at, previous);
+            templates.Keep();
+            const int start = plain.AlignReference(at, search, expected);
+            // Twice: the second time nothing of the template is new.
+            for (int round = 0; round < 2; ++round) {
+                if (round == 1) plain.AlignReference(at, search, expected);
+                const int answer =
+                    DP::AlignReferencePatch(workspace, templates, current, at, search, actual);
+                if (round == 0) {
+                    ASSERT_EQ(answer, start) << at.mX << ", " << at.mY;
+                }
+                ASSERT_EQ(std::memcmp(expected, actual, sizeof(expected)), 0)
+                    << at.mX << ", " << at.mY;
+            }
+            converged += start >= 0;
+        }
+    }
+    if (number % 2 == 0) {
+        EXPECT_GT(converged, 20);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Cases, WarpAgainstThePlainForm,
+                         testing::Values(WarpCase{2, 1, 5, 5}, WarpCase{0, 1, 5, 5},
+                                         WarpCase{1, 1, 5, 5}, WarpCase{3, 1, 5, 5},
+                                         WarpCase{2, 3, 5, 5}, WarpCase{0, 2, 4, 6},
+                                         WarpCase{2, 4, 6, 3}, WarpCase{2, 1, 8, 7},
+                                         WarpCase{2, 1, 2, 3}, WarpCase{2, 2, 3, 2}),
+                         [](const auto& inInfo) {
+                             return "Number" + std::to_string(inInfo.index);
+                         });
 
 // ---- The warp ------------------------------------------------------------------------
 
@@ -160,8 +258,8 @@ TEST(SolveWarpLevel, TheCornersMustBeStrictlyInside) {
     const auto solveAt = [&](float inX, float inY) {
         float parameters[DP::kAPTMaxParameters] = {};
         parameters[6] = 1.0f;
-        return DP::SolveWarpLevel(verifier.mWorkspace, level, inX, inY, verifier.mTo, 0,
-                                  parameters, DP::kAPTModelGainOffset, kTolerances, 1);
+        return DP::SolveWarpLevel(verifier.mWorkspace, level, {verifier.mTo, 0}, {inX, inY},
+                                  {DP::kAPTModelGainOffset, kTolerances, 0.5f, 1}, parameters);
     };
     EXPECT_EQ(solveAt(5.0f, 40.0f), -1);
     EXPECT_EQ(solveAt(5.01f, 40.0f), 1) << "sampled, and not converged";
@@ -180,10 +278,10 @@ TEST(SolveWarpLevel, AStepComposesTheWarpWithTheInverseOfTheUpdate) {
     warped.mC = 0.12;
     Verifier verifier(Testing::TexturedFrame(kCols, kRows, 0, 0), warped.Frame(), 45.0f, 40.0f);
     float start[DP::kAPTMaxParameters] = {0.2f, -0.1f, 0.05f, -0.04f, 0.03f, -0.02f};
-    ASSERT_EQ(
-        DP::SolveWarpLevel(verifier.mWorkspace, verifier.mTemplates.GetLevel(0), 45.0f, 40.0f,
-                           verifier.mTo, 0, start, DP::kAPTModelTranslation, kTolerances, 1),
-        1);
+    ASSERT_EQ(DP::SolveWarpLevel(verifier.mWorkspace, verifier.mTemplates.GetLevel(0),
+                                 {verifier.mTo, 0}, {45.0f, 40.0f},
+                                 {DP::kAPTModelTranslation, kTolerances, 0.5f, 1}, start),
+              1);
     const float* const u = verifier.mWorkspace.mUpdate;
     const float* const result = verifier.mWorkspace.mCurrent;
     ASSERT_GT(std::abs(u[3] * u[4]), 1e-3f) << "too small to be missed";
@@ -209,8 +307,9 @@ TEST(SolveWarpLevel, EachCornerAloneMustBeInside) {
         for (const float shear : {-0.1f, 0.0f, 0.1f}) {  // moves the corners along x by half
             float parameters[DP::kAPTMaxParameters] = {};
             parameters[3] = shear;
-            EXPECT_EQ(DP::SolveWarpLevel(verifier.mWorkspace, level, x, 40.0f, verifier.mTo, 0,
-                                         parameters, DP::kAPTModelTranslation, kTolerances, 1),
+            EXPECT_EQ(DP::SolveWarpLevel(
+                          verifier.mWorkspace, level, {verifier.mTo, 0}, {x, 40.0f},
+                          {DP::kAPTModelTranslation, kTolerances, 0.5f, 1}, parameters),
                       shear == 0.0f ? 1 : -1)
                 << x << ", " << shear;
         }
@@ -270,8 +369,8 @@ TEST(VerifyFeatures, ACorrelationAtTheLimitPassesAndOneBelowItIsLow) {
         verification.Capture(list, previous);
         list[0].mStatus = DP::kAPTFeatureTracked;
         verification.HandOver(list);
-        verification.VerifyFeatures(current, list, kTolerances, inLimit,
-                                    DP::kAPTModelGainOffset, 15);
+        verification.VerifyFeatures(current,
+                                    {DP::kAPTModelGainOffset, kTolerances, inLimit, 15}, list);
         return list[0];
     };
     const APTFeature passed = verify(0.0f);
@@ -300,7 +399,7 @@ TEST(VerifyFeatures, BeginsWhereTheFrameToFrameStepEnded) {
     list[0] = NewPoint(45.0f + 9.6f, 40.0f - 6.0f);
     list[0].mStatus = DP::kAPTFeatureTracked;
     verification.HandOver(list);
-    verification.VerifyFeatures(current, list, kTolerances, 0.5f, DP::kAPTModelGainOffset, 5);
+    verification.VerifyFeatures(current, {DP::kAPTModelGainOffset, kTolerances, 0.5f, 5}, list);
     EXPECT_EQ(list[0].mStatus, DP::kAPTFeatureTracked);
 }
 

@@ -1,4 +1,4 @@
-// PlainAlignment: the alignment of a point as one would tell it, over whole pyramids. The
+// PlainAlignment: the alignments of a point as one would tell them, over whole pyramids. The
 // order of the sums is the library's: element i of a channel to partial sum i mod 16, the
 // sixteen folded in halves.
 
@@ -18,20 +18,30 @@ public:
         : mShape(inShape), mPrevious(inPrevious), mCurrent(inCurrent) {}
 
     /// As `DP::AlignPatch` for a point of the previous frame.
-    int Align(float inX, float inY, const float* inStart, float* outResult,
-              DP::APTMotionModel inModel, const DP::APTTolerances& inTolerances,
-              float inCorrelationLimit, int inIterationLimit);
+    int Align(DP::APTPoint inPoint, const DP::APTSearch& inSearch, const float* inStart,
+              float* outResult);
+
+    /// As `DP::AlignReferencePatch` for templates of the previous frame.
+    int AlignReference(DP::APTPoint inPoint, const DP::APTSearch& inSearch,
+                       float* ioParameters);
 
 private:
     struct Templates {
         std::vector<float> mT, mGx, mGy;
     };
 
+    std::vector<Templates> SampleLevels(DP::APTPoint inPoint) const;
     bool SampleTemplate(float inX, float inY, int inLevel, Templates& outTemplates) const;
     bool SamplePatch(float inX, float inY, int inLevel, std::vector<float>& outPatch) const;
-    int SolveLevel(const Templates& inTemplates, float inX, float inY, int inLevel,
-                   std::vector<float>& ioParameters, DP::APTMotionModel inModel,
-                   const DP::APTTolerances& inTolerances, int inIterationLimit);
+    int SolveLevel(const Templates& inTemplates, DP::APTPoint inPoint, int inLevel,
+                   std::vector<float>& ioParameters, const DP::APTSearch& inSearch);
+    bool SampleWarped(const std::vector<float>& inParameters, DP::APTPoint inPoint, int inLevel,
+                      std::vector<float>& outPatch) const;
+    int SolveWarp(const Templates& inTemplates, DP::APTPoint inPoint, int inLevel,
+                  std::vector<float>& ioParameters, const DP::APTSearch& inSearch);
+    template <class Solve, class Accept>
+    int Descend(std::size_t inLevels, DP::APTPoint inPoint, int inCount, const float* inStart,
+                float* outResult, Solve inSolve, Accept inAccept) const;
     std::vector<float> Interpolate(const DP::ColourPyramidData& inPyramid, int inLevel,
                                    int inLeft, int inTop, int inCols, int inRows, float inFX,
                                    float inFY) const;

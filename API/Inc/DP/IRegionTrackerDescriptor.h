@@ -37,8 +37,9 @@ using RegionPtr = TVK::ObjectPtr<TVK::ParamRect<float>>;
 /// Frozen: the order of the virtual operations is binary interface.
 class IRegionTrackerDescriptorData : public TVK::TVKUnknown {
 public:
-    /// The rectangle, y upward. It may leave the image, and no limit is set to its size.
-    /// Null where none was set.
+    /// The rectangle, y upward. It may leave the image, and no limit is set to its size; but
+    /// which of two motions it follows is judged in whole pixels, where a side that no
+    /// 32-bit integer can hold counts as -2^31. Null where none was set.
     virtual RegionPtr GetRegion() = 0;
 };
 

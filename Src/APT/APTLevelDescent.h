@@ -1,0 +1,78 @@
+// APTLevelDescent: the search of a point from coarse levels to fine ones.
+//
+// Small motion is found at full resolution at once. Where that fails the search begins one
+// level coarser, where the motion is half as long, and comes down from there:
+//
+//     start 0:  0          start 1:  1 -> 0          start 2:  2 -> 1 -> 0
+
+#pragma once
+
+#include "APT/APTPatchSums.h"
+#include "APT/APTTrackerParams.h"
+
+namespace DP {
+
+/// A position in an image, in pixels of one level; y counts downward.
+struct APTPoint {
+    float mX;
+    float mY;
+};
+
+/// Below these an update counts as converged.
+struct APTTolerances {
+    float mTranslation;
+    float mWarp;
+    float mGain;
+    float mOffset;
+};
+
+/// How a patch is sought.
+struct APTSearch {
+    APTMotionModel mModel;
+    APTTolerances mTolerances;
+    float mMinCorrelation;
+    int mMaxIterations;
+};
+
+/// @name What the solver of a level answers, with n the most iterations
+///
+///     0 to n - 1   converged at this iteration
+///     n            not converged
+///     -1 - i       the patch left the level at iteration i, which is below n
+///     -2 - n       no solution, or an unknown model
+///
+/// @{
+constexpr bool Converged(int inAnswer, int inMost) {
+    return inAnswer >= 0 && inAnswer < inMost;
+}
+constexpr bool LeftTheLevel(int inAnswer, int inMost) {
+    return inAnswer < 0 && inAnswer >= -inMost;
+}
+constexpr bool NotSolved(int inAnswer, int inMost) { return inAnswer == -2 - inMost; }
+/// @}
+
+/// Ownership: owns nothing; lives for the search of one point.
+class APTLevelDescent {
+public:
+    /// Searches from level 0 alone, then from level 1 down, and so on below `inLevels`.
+    /// Of the `inCount` parameters the first two, the translation, are scaled from level to
+    /// level like the point, which is one of level 0. Returns the level of the start that
+    /// succeeded; or -1, with `outResult` left alone. Start and result may be one array.
+    int Run(int inLevels, int inMostIterations, APTPoint inPoint, int inCount,
+            const float* inStart, float* outResult);
+
+protected:
+    ~APTLevelDescent() = default;
+
+    /// Improves the parameters at a level; the point is one of that level.
+    virtual int Solve(int inLevel, APTPoint inPoint, float* ioParameters) = 0;
+    /// Judges what was found at the level where the descent began.
+    virtual bool Accept(int) { return true; }
+
+private:
+    bool DescendFrom(int inStart, int inMostIterations, APTPoint inPoint);
+
+    float mParameters[kAPTMaxParameters] = {};
+};
+
+}  // namespace DP
