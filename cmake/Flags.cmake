@@ -9,7 +9,7 @@ add_library(dp_flags INTERFACE)
 target_compile_features(dp_flags INTERFACE cxx_std_20)
 target_compile_options(dp_flags INTERFACE
     -ffp-contract=off
-    -fvisibility=hidden -fvisibility-inlines-hidden
+    $<$<NOT:$<BOOL:${DP_SHARED_INSIDES}>>:-fvisibility=hidden;-fvisibility-inlines-hidden>
     "-fmacro-prefix-map=${PROJECT_SOURCE_DIR}/="
     -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wno-sign-conversion)
 if(DP_WARNINGS_AS_ERRORS)

@@ -12,8 +12,8 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "Resident.h"
 #include "Support/Malloc.h"
-#include "Support/Resident.h"
 
 namespace {
 

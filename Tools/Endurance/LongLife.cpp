@@ -21,9 +21,9 @@
 #include "DP/IGraphCutDescriptor.h"
 #include "DP/IGreyImageDescriptor.h"
 #include "DP/IKLTDescriptor.h"
+#include "Resident.h"
 #include "Support/EveryKind.h"
 #include "Support/Malloc.h"
-#include "Support/Resident.h"
 #include "Support/WideStrings.h"
 #include "TVK/MemoryRecycler.h"
 
