@@ -5,6 +5,7 @@
 
 #include <DP/DescriptorFactory.h>
 #include <DP/IGreyImageDescriptor.h>
+#include <quillet/UTF8ToUTF16.h>
 
 #include <cstdio>
 
@@ -15,7 +16,7 @@ int main() {
     const unsigned char frame[kRows * kColumns * 4] = {255, 0, 0,   255, 0,   255, 0,   255,
                                                        0,   0, 255, 255, 255, 255, 255, 255};
 
-    const auto source = quillet::utility::AsciiToUTF16("four pixels");
+    const auto source = quillet::utility::UTF8ToUTF16("four pixels");
     const DP::DescriptorDataType kind = DP::kDescriptorDataTypeGreyImage;
     const auto computer =
         DP::CreateDescriptorComputer(DP::CreateDescriptorProperty(source, kind));

@@ -6,6 +6,7 @@
 
 #include <DP/DescriptorFactory.h>
 #include <DP/IKLTDescriptor.h>
+#include <quillet/UTF8ToUTF16.h>
 
 #include <cmath>
 #include <cstdio>
@@ -48,7 +49,7 @@ DP::Ref<DP::IDescriptorWorkerItem> ItemFor(const quillet::WideString& inSource, 
 }  // namespace
 
 int main() {
-    const auto source = quillet::utility::AsciiToUTF16("moving waves");
+    const auto source = quillet::utility::UTF8ToUTF16("moving waves");
     const auto computer = DP::CreateDescriptorComputer(
         DP::CreateKLTDescriptorProperty(kMaxFeatures, kFrameStep, kMinDistance, kMinFeatures,
                                         source, DP::kDescriptorDataTypeKLT));

@@ -3,6 +3,7 @@
 
 #include <DP/DescriptorFactory.h>
 #include <DP/IGraphCutDescriptor.h>
+#include <quillet/UTF8ToUTF16.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -65,7 +66,7 @@ int Compare(const char* inTitle, const Bytes& inLabels, bool (*inExpected)(int, 
 }  // namespace
 
 int main() {
-    const auto source = quillet::utility::AsciiToUTF16("two discs");
+    const auto source = quillet::utility::UTF8ToUTF16("two discs");
     const auto computer = DP::CreateDescriptorComputer(
         DP::CreateDescriptorProperty(source, DP::kDescriptorDataTypeGraphCut));
     const std::vector<unsigned char> frame = Render();

@@ -43,8 +43,11 @@ Ref<IDescriptorComputer> DescriptorComputerMgr::GetDescriptorComputer(
     const quillet::threads::ScopeLock lock(mMutex);
 
     // The incoming property does the comparing: a tracker's looks at more than a plain one.
-    for (const auto& computer : mComputers)
+    // It may be a host's and call back, so the walk holds the computer and no iterator.
+    for (std::size_t at = 0; at < mComputers.size(); ++at) {
+        const Ref<IDescriptorComputer> computer = mComputers[at];
         if (inDescriptorProperty->IsEqual(computer->GetDescriptorProperty())) return computer;
+    }
 
     const Ref<IDescriptorComputer> made = MakeComputer(inDescriptorProperty);
     if (made == NULL) return {};
@@ -55,15 +58,26 @@ Ref<IDescriptorComputer> DescriptorComputerMgr::GetDescriptorComputer(
 
 void DescriptorComputerMgr::RemoveDescriptorComputers(quillet::WideString inSourceID) {
     const quillet::threads::ScopeLock lock(mMutex);
-    const auto first = std::find_if(
-        mComputers.begin(), mComputers.end(),
-        [&](const auto& inComputer) { return inComputer->GetSourceID() == inSourceID; });
-    if (first != mComputers.end()) mComputers.erase(first);
+    for (std::size_t at = 0; at < mComputers.size(); ++at) {
+        const Ref<IDescriptorComputer> computer = mComputers[at];
+        if (computer->GetSourceID() != inSourceID) continue;
+        // Looked for again: a host's property that was just asked may have changed the list.
+        const auto found = std::find(mComputers.begin(), mComputers.end(), computer);
+        if (found != mComputers.end()) mComputers.erase(found);
+        return;  // the computer goes with `computer`, when the list is whole again
+    }
 }
 
 void DescriptorComputerMgr::RemoveAllDescriptorComputers() {
     const quillet::threads::ScopeLock lock(mMutex);
-    mComputers.clear();
+    // Out of the list first: destructors of a host's properties run here, and they may use
+    // the manager. What they make goes as well.
+    while (!mComputers.empty()) {
+        std::vector<Ref<IDescriptorComputer>> removed;
+        removed.swap(mComputers);
+        for (auto& computer : removed)
+            computer = nullptr;
+    }
 }
 
 Ref<IDescriptorComputerMgr> CreateDescriptorComputerMgr() {

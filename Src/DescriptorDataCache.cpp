@@ -48,7 +48,11 @@ void DescriptorDataCache::EnterData(const Ref<IDescriptorDataKey>& inKey,
                                     const Ref<IDescriptorData>& inData) {
     const ScopeLock lock(mDataMutex);
     if (mDataMap.find(inKey) != mDataMap.end()) return;
-    if (static_cast<int>(mDataMap.size()) > mMaxEntries) ClearCache();
+    if (static_cast<int>(mDataMap.size()) > mMaxEntries) {
+        ClearCache();
+        // Destructors of a host's data have run, and may have stored the same key.
+        if (mDataMap.find(inKey) != mDataMap.end()) return;
+    }
     mDataMap.emplace(inKey, inData);
     mTotalDataSize += inData->GetDataSize();
     StampNow(*inData.operator->());
@@ -58,11 +62,15 @@ void DescriptorDataCache::ForgetKeyMutex(const Ref<IDescriptorDataKey>& inKey) {
     const ScopeLock lock(mInFlightMutex);
     // One entry: a key with a NaN is equal to many.
     const auto entry = mInFlightMap.find(inKey);
-    if (entry != mInFlightMap.end()) mInFlightMap.erase(entry);
+    if (entry == mInFlightMap.end()) return;
+    const auto gone = mInFlightMap.extract(entry);  // dies when the map is whole again
 }
 
 int DescriptorDataCache::ClearCache() {
-    mDataMap.clear();
+    // The entries die when the cache is empty already: a host's data may ask it from its
+    // destructor.
+    DataMap gone;
+    gone.swap(mDataMap);
     mTotalDataSize = 0;
     return 0;
 }

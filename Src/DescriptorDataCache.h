@@ -33,8 +33,13 @@ private:
     void ForgetKeyMutex(const Ref<IDescriptorDataKey>& inKey);
     void StampNow(IDescriptorData& ioData);
 
-    std::map<Ref<IDescriptorDataKey>, Ref<IDescriptorData>, DataKeyLess> mDataMap;
-    quillet::threads::RecursiveMutex mDataMutex;  // guards mDataMap, mStopwatch, the numbers
+    using DataMap = std::map<Ref<IDescriptorDataKey>, Ref<IDescriptorData>, DataKeyLess>;
+
+    DataMap mDataMap;
+    // Guards mDataMap, mStopwatch and the numbers, but for `ClearCache`: that takes no lock
+    // of its own. `StoreData` holds this one when it calls it; who calls it from outside
+    // sees to it that nobody else is in the cache.
+    quillet::threads::RecursiveMutex mDataMutex;
     int mMaxEntries = 0;
     std::atomic<unsigned int> mTotalDataSize{0};  // written under mDataMutex, read without
     std::map<Ref<IDescriptorDataKey>, RecursiveMutexPtr, DataKeyLess> mInFlightMap;

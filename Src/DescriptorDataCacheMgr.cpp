@@ -48,9 +48,19 @@ Ref<IDescriptorDataCache> DescriptorDataCacheMgr::GetDescriptorDataCache(
 }
 
 void DescriptorDataCacheMgr::ClearAllCaches() {
-    for (const auto& [type, cache] : mCaches)
-        cache->ClearCache();
-    mCaches.clear();
+    // Destructors of a host's data run in here and may call back: the walk holds the cache
+    // and finds its place anew, and the caches leave the list before they go. What was
+    // stored meanwhile goes as well.
+    while (!mCaches.empty()) {
+        for (auto entry = mCaches.begin(); entry != mCaches.end();) {
+            const std::int32_t type = entry->first;
+            const Ref<IDescriptorDataCache> cache = entry->second;
+            cache->ClearCache();
+            entry = mCaches.upper_bound(type);
+        }
+        std::map<std::int32_t, Ref<IDescriptorDataCache>> gone;
+        gone.swap(mCaches);
+    }
 }
 
 unsigned int DescriptorDataCacheMgr::GetTotalDataSize() {

@@ -1,5 +1,5 @@
-// The makers of the kinds, as plain functions that return interfaces: those who switch
-// over the kinds include no class of any.
+// The makers of the kinds, as plain functions that return interfaces: who asks for a kind by
+// its number includes no class of it.
 
 #pragma once
 

@@ -8,12 +8,13 @@
 #include "DP/IFloatGreyImageDescriptor.h"
 #include "DP/IGreyImageDescriptor.h"
 #include "Frame.h"
+#include "quillet/UTF8ToUTF16.h"
 
 namespace Host {
 
 /// The name of a source as the library takes it.
 inline quillet::WideString SourceID(const std::string& inName) {
-    return quillet::utility::AsciiToUTF16(inName.c_str());
+    return quillet::utility::UTF8ToUTF16(inName);
 }
 
 /// Asks for the grey (or float grey) images of one source's frames.

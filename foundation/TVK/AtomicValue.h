@@ -5,6 +5,8 @@
 #include <atomic>
 #include <cstdint>
 
+#include "TVK/LanguageCheck.h"
+
 namespace TVK {
 
 /// A 32-bit count that changes only by atomic addition and subtraction.

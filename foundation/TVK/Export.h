@@ -2,6 +2,8 @@
 
 #pragma once
 
+#include "TVK/LanguageCheck.h"
+
 #if defined(_WIN32)
 #if defined(TVK_BUILDING_FOUNDATION)
 #define TVK_API __declspec(dllexport)

@@ -4,6 +4,8 @@
 
 #include <cstdint>
 
+#include "TVK/LanguageCheck.h"
+
 namespace TVK {
 
 /// Three 32-bit words with no meaning of their own.

@@ -4,6 +4,8 @@
 
 #include <cstdint>
 
+#include "TVK/LanguageCheck.h"
+
 namespace TVK {
 
 /// Two 64-bit words with no meaning of their own, compared word by word.

@@ -2,6 +2,8 @@
 
 #pragma once
 
+#include "TVK/LanguageCheck.h"
+
 namespace TVK {
 
 /// A plain value. Which way y runs is the convention of whoever takes the rectangle.

@@ -24,6 +24,11 @@ public:
 
 /// What `ThrowError` throws unless the host says otherwise. Catch it, or
 /// `std::exception`, around any call that may break a contract.
+///
+/// It does not say which condition was broken: `what()` is a key of the host's own table of
+/// messages, the same for all conditions. The condition's text, the file and the line go to
+/// the contract dialog just before, on the same thread: set one by
+/// `quillet::debug::SetContractDialog` to keep them.
 class TVK_API ReportedError : public std::exception {
 public:
     /// Copies the message.

@@ -17,7 +17,8 @@ using WideString = std::basic_string<char16_t, std::char_traits<char16_t>,
 namespace utility {
 
 /// ASCII, byte by byte; a null pointer gives an empty string. Bytes above 127 are not
-/// ASCII and become U+FFFD.
+/// ASCII and become U+FFFD, **all of them the same**: "Müller.mp4" and "Möller.mp4"
+/// give one string. For names of files take `UTF8ToUTF16` of quillet/UTF8ToUTF16.h.
 TVK_API WideString AsciiToUTF16(const char* inText);
 
 }  // namespace utility

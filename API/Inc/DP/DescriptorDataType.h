@@ -4,6 +4,8 @@
 
 #include <cstdint>
 
+#include "TVK/LanguageCheck.h"
+
 namespace DP {
 
 /// What a descriptor is. The order is that of every switch over the kinds.

@@ -5,7 +5,9 @@
 ///   returned reference is new and belongs to the caller.
 /// Threads: any number of threads may call any function, but for the flush.
 /// Errors: running out of memory throws std::bad_alloc. Numbers are stored as they are
-///   given; nothing checks that a kind fits the function.
+///   given; nothing checks that a kind fits the function. What is recommended for each, and
+///   what it costs, stands in Docs/Parameters.md. A broken precondition throws
+///   `quillet::config::ReportedError`, of quillet/Error.h.
 /// Frozen: names and arguments are binary interface.
 
 #pragma once
@@ -33,7 +35,8 @@ DP_API Ref<IDescriptorProperty> CreateDescriptorProperty(quillet::WideString inS
                                                          DescriptorDataType inType);
 
 /// @param inMaxFeatures  length of the feature lists.
-/// @param inFrameStep  distance from a frame back to its previous frame, in frames.
+/// @param inFrameStep  distance from a frame back to its previous frame, in frames. May be
+///        negative: with -1 the previous frame of n is n + 1, for a clip played backward.
 /// @param inMinFeatureDistance  only compared; the tracker's own distance is 10 pixels.
 /// @param inMinFeatures  only compared; the key's number steers the tracker.
 DP_API Ref<IDescriptorProperty> CreateKLTDescriptorProperty(
@@ -86,7 +89,8 @@ DP_API Ref<IDescriptorDataKey> CreateAPTDescriptorDataKey(
     unsigned int inMaxFeatures, int inRows, int inColumns, unsigned int inMinFeatureDistance,
     unsigned int inMinFeatures, float inStationaryLimit, unsigned int inVerifyAgainstReference);
 
-/// @param inRegion  all four sides tell keys apart. A null region throws
+/// @param inRegion  the rectangle that the run was started with, the same in the key of
+///        every frame: it tells runs apart, and all four sides count. A null region throws
 ///        TVK::NullInterfaceException where keys are compared.
 DP_API Ref<IDescriptorDataKey> CreateRegionTrackerDescriptorDataKey(
     quillet::WideString inSourceID, long long inFrameNumber, int inTrackerTag,

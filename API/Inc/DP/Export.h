@@ -2,6 +2,8 @@
 
 #pragma once
 
+#include "TVK/LanguageCheck.h"
+
 #if defined(_WIN32)
 #if defined(DP_BUILDING_DESCRIPTOR)
 #define DP_API __declspec(dllexport)

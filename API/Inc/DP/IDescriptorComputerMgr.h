@@ -16,6 +16,10 @@ namespace DP {
 ///   property then makes a second one. A manager that a host still holds across
 ///   `FlushAllDescriptorResources` stays the same object, emptied.
 /// Threads: any number of threads may call any operation; they run one after the other.
+/// Callbacks: a host's own properties are called with the manager's lock held. Their
+///   `IsEqual`, `GetSourceID`, `GetDescriptorDataType` and destructors may call the manager;
+///   they may not ask a computer for data nor wait for another thread that uses the
+///   library, since a computation may want this lock while it holds its key's.
 /// Errors: see `GetDescriptorComputer`.
 /// Frozen: the order of the virtual operations is binary interface.
 class IDescriptorComputerMgr : public TVK::TVKUnknown {
@@ -32,7 +36,7 @@ public:
     /// Removes the first computer of that source, and only that one; call again for more.
     virtual void RemoveDescriptorComputers(quillet::WideString inSourceID) = 0;
 
-    /// Removes every computer.
+    /// Removes every computer, also those that a property's destructor makes meanwhile.
     virtual void RemoveAllDescriptorComputers() = 0;
 };
 

@@ -15,6 +15,8 @@ namespace DP {
 /// Threads: a result does not change after it was computed and may be read by any number
 ///   of threads. The time stamp is atomic; `SetHash` is for the one thread that makes the
 ///   data.
+/// Callbacks: what a host's own data may not call from `GetDataSize`, `SetTimeStamp` and its
+///   destructor stands in IDescriptorDataCache.h.
 /// Errors: none.
 /// Frozen: the order of the virtual operations is binary interface.
 class IDescriptorData : public TVK::TVKUnknown {

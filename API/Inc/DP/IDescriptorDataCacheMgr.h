@@ -14,6 +14,8 @@ namespace DP {
 /// Ownership: the manager holds one reference to each cache.
 /// Threads: any number of threads may call `GetDescriptorDataCache`. The other two walk
 ///   the caches without a lock: call them when no other call into the library is running.
+/// Callbacks: destructors of a host's own data may call back while the caches are cleared;
+///   what they store then is cleared as well. One that always stores more never ends.
 /// Errors: an unknown kind is reported to the developer once and gets a cache all the
 ///   same, with a limit of 0.
 /// Frozen: the order of the virtual operations is binary interface.

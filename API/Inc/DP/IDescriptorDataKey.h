@@ -15,6 +15,8 @@ namespace DP {
 ///
 /// Ownership: counted; references travel by value.
 /// Threads: immutable once made; any thread may call any operation.
+/// Callbacks: what a host's own key may not call from `IsLessThan` and its destructor stands
+///   in IDescriptorDataCache.h.
 /// Errors: see `IsLessThan`.
 /// Frozen: the order of the virtual operations is binary interface.
 class IDescriptorDataKey : public TVK::TVKUnknown {
@@ -37,6 +39,10 @@ public:
     /// members all the same, an APT key does so with a region tracker's, a region
     /// tracker's throws TVK::NullInterfaceException, and all others answer false. Floats
     /// that are NaN compare as equal.
+    ///
+    /// **Ask each cache with keys of its kind's own class only.** A plain key in a cache of
+    /// APT keys compares its four members alone, finds an entry that is equal in them and
+    /// hits it, whatever that entry's parameters are.
     /// @throws the contract error for a null key; a plain key TVK::NullInterfaceException.
     virtual bool IsLessThan(Ref<IDescriptorDataKey> inDataKey) = 0;
 };

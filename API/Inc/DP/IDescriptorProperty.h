@@ -14,6 +14,8 @@ namespace DP {
 ///
 /// Ownership: counted; references travel by value.
 /// Threads: immutable once made; any thread may call any operation.
+/// Callbacks: what a host's own property may call from here stands in
+///   IDescriptorComputerMgr.h.
 /// Errors: see `IsEqual`.
 /// Frozen: the order of the virtual operations is binary interface.
 class IDescriptorProperty : public TVK::TVKUnknown {

@@ -32,6 +32,12 @@ public:
 /// images show them or not. Each request needs a data key of its own, or no caching: a
 /// request for a key that is in the cache computes nothing.
 ///
+/// There is no undo. To take a stroke back, start the frame anew (a null current label image)
+/// with the first stroke and repeat the strokes that stay, request by request and in their
+/// order: the result has the bits of a run that never had the stroke. A background stroke
+/// painted over a wrong foreground one is something else: its pixels are then background
+/// whatever the colours say.
+///
 /// Ownership: the images are shared. The frame stays the host's, and must stay valid until
 ///   the request for the result has returned.
 /// Threads: **one graph cut at a time in the process**: what is kept between strokes is

@@ -29,6 +29,12 @@ public:
 /// lies the property's frame step back. When fewer live features than the key's minimum
 /// are left, the lost slots are filled from this frame.
 ///
+/// **The border.** Selection takes points up to the edge of the frame, tracking loses those
+/// that are nearer to one than the search window reaches on the coarsest level: 24 pixels.
+/// Of points spread evenly over w x h pixels the first step loses
+/// 1 - (w - 48)(h - 48) / (w h): 32 % at 320x240, 10 % at 1280x720, 7 % at 1920x1080. They
+/// read `kKLTOutOfBounds`; a host asks for so many points more.
+///
 /// Ownership: images and data are shared until the item dies.
 /// Threads: one thread at a time, and **the frames of one computer one after the other**.
 /// Errors: a null current image throws the contract error. Previous data that is not of

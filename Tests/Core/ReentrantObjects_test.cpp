@@ -1,0 +1,255 @@
+// A host's own properties and data that call back into the library while it walks its lists:
+// from a comparison, from a getter, from a destructor. What the walk stands on must stay.
+// A fault here is a use of freed memory: the address sanitizer sees each one.
+
+#include <gtest/gtest.h>
+
+#include <functional>
+
+#include "DP/DescriptorFactory.h"
+#include "DescriptorDataCache.h"
+#include "DescriptorObjects.h"
+#include "Support/WideStrings.h"
+
+namespace {
+
+/// A property and data whose callbacks are functions of the test's. Each runs once.
+class CallingProperty;
+class CallingData;
+
+}  // namespace
+
+template <>
+inline constexpr TVK::InterfaceID TVK::kIdentifierOf<CallingProperty>{0x7e57, 11};
+template <>
+inline constexpr TVK::InterfaceID TVK::kIdentifierOf<CallingData>{0x7e57, 12};
+
+namespace {
+
+using DP::Ref;
+using Testing::Wide;
+
+class Callback {
+public:
+    Callback& operator=(std::function<void()> inCall) {
+        mCall = std::move(inCall);
+        return *this;
+    }
+    void operator()() {
+        if (const auto call = std::exchange(mCall, nullptr)) call();
+    }
+
+private:
+    std::function<void()> mCall;
+};
+
+class CallingProperty : public TVK::Object<CallingProperty, DP::DescriptorProperty> {
+public:
+    ~CallingProperty() override { mOnDestruction(); }
+    bool IsEqual(Ref<DP::IDescriptorProperty> inOther) override {
+        mOnIsEqual();
+        return DescriptorProperty::IsEqual(inOther);
+    }
+    quillet::WideString GetSourceID() override {
+        mOnGetSourceID();
+        return DescriptorProperty::GetSourceID();
+    }
+    Callback mOnIsEqual, mOnGetSourceID, mOnDestruction;
+};
+
+class CallingData : public TVK::Object<CallingData, DP::DescriptorData> {
+public:
+    ~CallingData() override { mOnDestruction(); }
+    unsigned int GetDataSize() override { return 1; }
+    Callback mOnDestruction;
+};
+
+Ref<DP::IDescriptorDataKey> KeyOf(long long inFrame) {
+    return DP::CreateDescriptorDataKey(Wide("clip"), inFrame, 1, 1);
+}
+
+bool Has(DP::IDescriptorDataCache& ioCache, long long inFrame) {
+    Ref<DP::IDescriptorData> data;
+    DP::RecursiveMutexPtr mutex;
+    return ioCache.GetCachedData(KeyOf(inFrame), data, mutex);
+}
+
+// ---- Properties ----------------------------------------------------------------------
+
+class ReentrantProperty : public testing::Test {
+protected:
+    ~ReentrantProperty() override { DP::FlushAllDescriptorResources(); }
+
+    static Ref<CallingProperty> Property(const char* inSource) {
+        return DP::MakeInitialised<CallingProperty>(Wide(inSource),
+                                                    DP::kDescriptorDataTypeGreyImage);
+    }
+    static Ref<DP::IDescriptorComputer> Grey(const char* inSource) {
+        return DP::CreateDescriptorComputer(
+            DP::CreateDescriptorProperty(Wide(inSource), DP::kDescriptorDataTypeGreyImage));
+    }
+    static void AddComputers() {
+        for (const char* source : {"a", "b", "c", "d", "e"})
+            Grey(source);
+    }
+    static void RemoveAll() {
+        DP::CreateDescriptorComputerMgr()->RemoveAllDescriptorComputers();
+    }
+};
+
+TEST_F(ReentrantProperty, ComparisonRemovesTheComputersThatItIsComparedWith) {
+    AddComputers();
+    const auto property = Property("a");
+    property->mOnIsEqual = RemoveAll;
+    const auto computer = DP::CreateDescriptorComputer(property);
+    ASSERT_TRUE(computer != NULL);
+    EXPECT_EQ(computer->GetSourceID(), Wide("a"));
+    EXPECT_FALSE(Grey("a") == NULL);
+}
+
+TEST_F(ReentrantProperty, ComparisonMakesMoreComputers) {
+    AddComputers();
+    const auto property = Property("z");
+    property->mOnIsEqual = [] {
+        for (const char* source : {"f", "g", "h", "i", "j", "k", "l", "m", "n"})
+            Grey(source);
+    };
+    const auto computer = DP::CreateDescriptorComputer(property);
+    EXPECT_EQ(Grey("z"), computer);
+}
+
+TEST_F(ReentrantProperty, SourceIsAskedForByARemovalAndRemovesAll) {
+    const auto property = Property("a");
+    DP::CreateDescriptorComputer(property);
+    AddComputers();
+    property->mOnGetSourceID = RemoveAll;
+    DP::CreateDescriptorComputerMgr()->RemoveDescriptorComputers(Wide("c"));
+    property->mOnGetSourceID = [] {
+    };
+    const auto late = Grey("c");
+    EXPECT_EQ(Grey("c"), late);
+}
+
+// The one that was asked is gone before it can be removed: no other goes in its place.
+TEST_F(ReentrantProperty, RemovalTakesNobodyElseWhereTheMatchHasGone) {
+    const auto property = Property("a");
+    DP::CreateDescriptorComputer(property);
+    Ref<DP::IDescriptorComputer> other;
+    property->mOnGetSourceID = [&] {
+        RemoveAll();
+        other = Grey("b");
+    };
+    DP::CreateDescriptorComputerMgr()->RemoveDescriptorComputers(Wide("a"));
+    EXPECT_EQ(Grey("b"), other);
+}
+
+TEST_F(ReentrantProperty, DestructorUsesTheManagerWhileItsComputerIsRemoved) {
+    const auto removals = {
+        std::function<void()>(RemoveAll), std::function<void()>([] {
+            DP::CreateDescriptorComputerMgr()->RemoveDescriptorComputers(Wide("dying"));
+        }),
+        std::function<void()>(DP::FlushAllDescriptorResources)};
+    for (const auto& remove : removals) {
+        bool called = false;
+        AddComputers();
+        {
+            const auto property = Property("dying");
+            DP::CreateDescriptorComputer(property);
+            property->mOnDestruction = [&] {
+                called = true;
+                RemoveAll();
+                AddComputers();
+            };
+        }
+        AddComputers();
+        EXPECT_FALSE(called);
+        remove();
+        EXPECT_TRUE(called);
+        DP::FlushAllDescriptorResources();
+    }
+}
+
+// ---- Data ----------------------------------------------------------------------------
+
+class ReentrantData : public testing::Test {
+protected:
+    ReentrantData() { mCache->SetMaxEntries(15); }
+    ~ReentrantData() override { DP::FlushAllDescriptorResources(); }
+
+    static void Fill(DP::IDescriptorDataCache& ioCache, std::function<void()> inOnDestruction,
+                     int inFrom = 0, int inTo = 16) {
+        for (int frame = inFrom; frame < inTo; ++frame) {
+            const auto data = CallingData::Create();
+            data->mOnDestruction = inOnDestruction;
+            ioCache.StoreData(KeyOf(frame), data);
+        }
+    }
+    void Look() {
+        for (int frame = 0; frame < 17; ++frame)
+            Has(*mCache.operator->(), frame);
+    }
+
+    Ref<DP::DescriptorDataCache> mCache = DP::DescriptorDataCache::Create();
+};
+
+TEST_F(ReentrantData, DestructorAsksTheCacheThatIsCleared) {
+    Fill(*mCache.operator->(), [this] { Look(); });
+    mCache->ClearCache();
+    EXPECT_EQ(mCache->GetTotalDataSize(), 0u);
+}
+
+TEST_F(ReentrantData, DestructorAsksTheCacheThatMakesRoom) {
+    Fill(*mCache.operator->(), [this] { Look(); });
+    mCache->StoreData(KeyOf(16), CallingData::Create());
+    EXPECT_TRUE(Has(*mCache.operator->(), 16));
+    EXPECT_EQ(mCache->GetTotalDataSize(), 1u);
+}
+
+// The first result stays and is counted once, as for any key that has one.
+TEST_F(ReentrantData, DestructorStoresUnderTheKeyThatRoomIsMadeFor) {
+    const auto early = CallingData::Create();
+    Fill(*mCache.operator->(), [&] { mCache->StoreData(KeyOf(16), early); });
+    mCache->StoreData(KeyOf(16), CallingData::Create());
+    Ref<DP::IDescriptorData> data;
+    DP::RecursiveMutexPtr mutex;
+    ASSERT_TRUE(mCache->GetCachedData(KeyOf(16), data, mutex));
+    EXPECT_EQ(Ref<CallingData>(data), early);
+    EXPECT_EQ(mCache->GetTotalDataSize(), 1u);
+}
+
+TEST_F(ReentrantData, DestructorClearsOrFlushesEverythingWhileEverythingIsCleared) {
+    const auto clearAll = [] {
+        DP::CreateDescriptorDataCacheMgr()->ClearAllCaches();
+    };
+    for (const std::function<void()>& call :
+         {std::function<void()>(clearAll),
+          std::function<void()>(DP::FlushAllDescriptorResources)}) {
+        for (const auto kind : {DP::kDescriptorDataTypeKLT, DP::kDescriptorDataTypeAPT,
+                                DP::kDescriptorDataTypeGraphCut})
+            Fill(*DP::CreateDescriptorDataCacheMgr()->GetDescriptorDataCache(kind).operator->(),
+                 call);
+        clearAll();
+        EXPECT_EQ(DP::CreateDescriptorDataCacheMgr()->GetTotalDataSize(), 0u);
+    }
+}
+
+// A flush tears the managers down, so they must be empty by then.
+TEST_F(ReentrantData, DestructorStoresAnewWhileEverythingIsFlushed) {
+    const auto store = [] {
+        const auto mgr = DP::CreateDescriptorDataCacheMgr();
+        for (const auto kind : {DP::kDescriptorDataTypeKLT, DP::kDescriptorDataTypeGraphCut})
+            Fill(
+                *mgr->GetDescriptorDataCache(kind).operator->(),
+                [] {
+                    DP::CreateDescriptorDataCacheMgr()->GetDescriptorDataCache(
+                        DP::kDescriptorDataTypeAPT);
+                },
+                0, 1);
+    };
+    const auto mgr = DP::CreateDescriptorDataCacheMgr();
+    Fill(*mgr->GetDescriptorDataCache(DP::kDescriptorDataTypeKLT).operator->(), store, 0, 3);
+    DP::FlushAllDescriptorResources();
+    EXPECT_EQ(mgr->GetTotalDataSize(), 0u);
+}
+
+}  // namespace
