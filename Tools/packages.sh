@@ -3,9 +3,9 @@
 
 LIBRARY_PACKAGES="g++ cmake ninja-build pkg-config gfortran liblapack-dev libblas-dev"
 HOST_PACKAGES="libavformat-dev libavcodec-dev libswscale-dev libavutil-dev libcairo2-dev
-    libcli11-dev libsdl2-dev"
+    libcli11-dev libsdl2-dev nlohmann-json3-dev"
 TEST_PACKAGES="clang-14 libclang-rt-14-dev binutils make doxygen python3
-    man-db libgtest-dev libgmock-dev libboost-graph-dev xvfb xauth"
+    man-db libgtest-dev libgmock-dev libboost-graph-dev xvfb xauth ffmpeg"
 PACKAGING_PACKAGES="dpkg-dev lintian"
 ABI_PACKAGES="git abigail-tools binutils"
 BENCHMARK_PACKAGES="libbenchmark-dev libopencv-dev libopencv-contrib-dev"

@@ -16,11 +16,11 @@ Box ParseBox(const std::string& inText) {
         numbers[i] = std::strtod(at, &end);
         const bool isLast = i == 3;
         if (end == at || !std::isfinite(numbers[i]) || *end != (isLast ? '\0' : ','))
-            throw UserError("a rectangle is written as x,y,w,h; '" + inText + "' is none");
+            throw UsageError("a rectangle is written as x,y,w,h; '" + inText + "' is none");
         at = end + 1;
     }
     if (!(numbers[2] > 0.0) || !(numbers[3] > 0.0))
-        throw UserError("rectangle '" + inText + "' has no area");
+        throw UsageError("rectangle '" + inText + "' has no area");
     return {numbers[0], numbers[1], numbers[2], numbers[3]};
 }
 
@@ -31,7 +31,12 @@ std::vector<Box> ReadBoxes(const std::string& inFile) {
     for (std::string line; std::getline(file, line);) {
         while (!line.empty() && (line.back() == '\r' || line.back() == ' '))
             line.pop_back();
-        if (!line.empty()) boxes.push_back(ParseBox(line));
+        if (line.empty()) continue;
+        try {
+            boxes.push_back(ParseBox(line));
+        } catch (const UsageError& error) {
+            throw UserError("file '" + inFile + "': " + error.what());
+        }
     }
     if (boxes.empty()) throw UserError("file '" + inFile + "' holds no rectangles");
     return boxes;

@@ -9,7 +9,7 @@
 
 namespace Host {
 
-/// @throws UserError unless the text is four numbers with a width and height above 0.
+/// @throws UsageError unless the text is four numbers with a width and height above 0.
 Box ParseBox(const std::string& inText);
 
 /// One box a line.

@@ -2,6 +2,7 @@
 
 #include <vector>
 
+#include "OutputFile.h"
 #include "UserError.h"
 
 namespace Host {
@@ -98,7 +99,9 @@ void Canvas::Dot(double inX, double inY, double inRadius, const Colour& inColour
 
 void Canvas::WritePng(const std::string& inFile) const {
     cairo_surface_flush(mSurface.get());
-    const cairo_status_t status = cairo_surface_write_to_png(mSurface.get(), inFile.c_str());
+    const OutputFile file(inFile);
+    const cairo_status_t status =
+        cairo_surface_write_to_png(mSurface.get(), file.PathOfOpenFile().c_str());
     if (status != CAIRO_STATUS_SUCCESS)
         throw UserError("picture '" + inFile +
                         "' cannot be written: " + cairo_status_to_string(status));

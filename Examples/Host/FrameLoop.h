@@ -7,7 +7,9 @@
 
 #include "FrameSource.h"
 #include "Interrupt.h"
+#include "JsonFile.h"
 #include "Progress.h"
+#include "UserError.h"
 
 namespace Host {
 
@@ -26,6 +28,12 @@ struct LoopResult {
     std::string mTrouble;  // what was wrong with the end of the input
 
     double FramesPerSecond() const { return mSeconds > 0.0 ? double(mFrames) / mSeconds : 0.0; }
+    /// How the run ended, for JSON.
+    Json Ending() const {
+        Json ending{{"stopped", mStopped}};
+        if (!mTrouble.empty()) ending["trouble"] = mTrouble;
+        return ending;
+    }
     /// The exit code of the command; says on standard error when the user stopped it, or
     /// when the input broke off.
     int ExitCode() const {
@@ -38,19 +46,32 @@ struct LoopResult {
 };
 
 /// Calls `inStep(frame, number)` for each frame, numbers from 0, until the frames end or
-/// the user presses Ctrl-C.
-template <class Step>
-LoopResult ForEachFrame(FrameSource& ioSource, const std::string& inWhat, Step inStep) {
+/// the user presses Ctrl-C, and `inSound(packets)` with the sound in between. An input that
+/// breaks off behind the first frame ends the loop: what was computed stays.
+template <class Step, class Sound>
+LoopResult ForEachFrame(FrameSource& ioSource, const std::string& inWhat, Step inStep,
+                        Sound inSound) {
     Progress progress(inWhat, ioSource.FrameCount());
     LoopResult result;
     Frame frame;
-    while (!Interrupted() && ioSource.Read(frame)) {
+    const auto read = [&] {
+        try {
+            const bool found = ioSource.Read(frame);
+            inSound(frame.mSound);
+            return found;
+        } catch (const UserError& error) {
+            if (result.mFrames == 0) throw;
+            result.mTrouble = error.what();
+            return false;
+        }
+    };
+    while (!Interrupted() && read()) {
         inStep(frame, result.mFrames);
         ++result.mFrames;
         progress.Advance();
     }
     result.mStopped = Interrupted();
-    result.mTrouble = ioSource.Trouble();
+    if (result.mTrouble.empty()) result.mTrouble = ioSource.Trouble();
     result.mSeconds = progress.Seconds();
     return result;
 }

@@ -93,6 +93,8 @@ std::vector<std::string> FilesOfPattern(const fs::path& inPath, const Pattern& i
     });
 }
 
+}  // namespace
+
 std::vector<std::string> FindFiles(const std::string& inInput) {
     const fs::path path(inInput);
     std::error_code error;
@@ -110,16 +112,19 @@ std::vector<std::string> FindFiles(const std::string& inInput) {
     return files;
 }
 
-}  // namespace
-
 FrameReader::FrameReader(const std::string& inInput, long long inMaxFrames)
     : mName(inInput), mFiles(FindFiles(inInput)), mMaxFrames(inMaxFrames) {
-    if (!ReadFromFiles(mFirst)) throw UserError("'" + inInput + "' has no frames in it");
+    if (!ReadFromFiles(mFirst)) {
+        const std::string trouble = mFile ? mFile->Trouble() : "";
+        throw UserError("'" + inInput + "' has no frames in it" +
+                        (trouble.empty() ? "" : ": " + trouble));
+    }
     if (mFiles.size() > 1) {
         mFrameCount = (long long)mFiles.size();
     } else if (mFile) {
         mFrameRate = mFile->FrameRate();
         mFrameCount = mFile->FrameCount();
+        mTimeBase = mFile->GetTimeBase();
     }
 }
 
@@ -138,20 +143,37 @@ bool FrameReader::Read(Frame& outFrame) {
     } else if (!ReadFromFiles(outFrame)) {
         return false;
     }
+    if (outFrame.mWidth != Width() || outFrame.mHeight != Height())
+        throw UserError("'" + mFiles[mNextFile - 1] + "' is " +
+                        std::to_string(outFrame.mWidth) + "x" +
+                        std::to_string(outFrame.mHeight) + ", but the first frame is " +
+                        std::to_string(Width()) + "x" + std::to_string(Height()));
+    if (mFiles.size() > 1) {
+        outFrame.mTime = mFramesRead;
+        outFrame.mDuration = 1;
+    }
     ++mFramesRead;
-    if (outFrame.mWidth == Width() && outFrame.mHeight == Height()) return true;
-    throw UserError("'" + mFiles[mNextFile - 1] + "' is " + std::to_string(outFrame.mWidth) +
-                    "x" + std::to_string(outFrame.mHeight) + ", but the first frame is " +
-                    std::to_string(Width()) + "x" + std::to_string(Height()));
+    return true;
 }
 
 bool FrameReader::ReadFromFiles(Frame& outFrame) {
     for (;;) {
         if (mFile && mFile->Read(outFrame)) return true;
+        if (mFile && mTrouble.empty()) mTrouble = mFile->Trouble();
         if (mNextFile == mFiles.size()) return false;
         mFile = std::make_unique<MediaFile>(mFiles[mNextFile++]);
     }
 }
+
+std::string FrameReader::Trouble() const {
+    return mTrouble.empty() && mFile ? mFile->Trouble() : mTrouble;
+}
+
+const AVStream* FrameReader::Sound() const {
+    return mFiles.size() == 1 && mFile ? mFile->Sound() : nullptr;
+}
+
+std::string FrameReader::Note() const { return mFile ? mFile->Note() : ""; }
 
 Frame ReadPicture(const std::string& inFile) {
     FrameReader reader(inFile, 1);

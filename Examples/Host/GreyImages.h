@@ -2,9 +2,20 @@
 
 #pragma once
 
+#include <algorithm>
+
 #include "ImageRequest.h"
 
 namespace Host {
+
+/// Whether two images have one size and the same pixels.
+inline bool AreEqual(const IP::Image<float>& inFirst, const IP::Image<float>& inSecond) {
+    const std::size_t pixels =
+        std::size_t(inFirst.GetColumns()) * std::size_t(inFirst.GetRows());
+    return inFirst.GetColumns() == inSecond.GetColumns() &&
+           inFirst.GetRows() == inSecond.GetRows() &&
+           std::equal(inFirst.GetData(), inFirst.GetData() + pixels, inSecond.GetData());
+}
 
 /// The grey images of one source, asked for as descriptors. A source that is 8-bit grey
 /// itself is taken as it is: its bytes are the grey image, and as floats the float image.

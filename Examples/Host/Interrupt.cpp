@@ -14,7 +14,8 @@ extern "C" void NoteInterrupt(int) { sInterrupted = 1; }
 void CatchInterrupts() {
     struct sigaction action {};
     action.sa_handler = NoteInterrupt;
-    action.sa_flags = static_cast<int>(SA_RESTART | SA_RESETHAND);
+    // No SA_RESTART: a wait for the other end of a pipe ends with the signal.
+    action.sa_flags = static_cast<int>(SA_RESETHAND);
     sigaction(SIGINT, &action, nullptr);
     sigaction(SIGTERM, &action, nullptr);
 }

@@ -30,8 +30,24 @@ public:
         return mPoints;
     }
     std::string Name() const override { return "klt"; }
-    std::string StatusColumn() const override { return "value"; }
-    std::string MarkColumn() const override { return "id"; }
+    Columns PointColumns() const override {
+        return PointColumnsWith({"value", "code", "see status_codes"},
+                                {"id", "number", "of the point, counted over the run"});
+    }
+    Json StatusCodes() const override {
+        return {{">=1", "selected in this frame; how well it can be tracked"},
+                {"0", "carried over from the frame before"},
+                {"-1", "empty slot: selection found nothing for it"},
+                {"-2", "lost: too little texture"},
+                {"-3", "lost: the search did not settle"},
+                {"-4", "lost: left the usable part of the image"},
+                {"-5", "lost: nothing looks like it"}};
+    }
+    Json Settings() const override {
+        return {{"step", mSettings.mStep},
+                {"features", mSettings.mFeatures},
+                {"min_features", mSettings.mMinFeatures}};
+    }
 
 private:
     DP::KLTFeatureListPtr TrackImage(const IP::ImagePtr<unsigned char>& inImage,

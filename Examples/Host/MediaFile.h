@@ -6,11 +6,14 @@
 #include <string>
 
 #include "Frame.h"
+#include "PipeInput.h"
 
 struct AVFormatContext;
 struct AVCodecContext;
 struct AVFrame;
+struct AVIOContext;
 struct AVPacket;
+struct AVStream;
 struct SwsContext;
 
 namespace Host {
@@ -19,6 +22,7 @@ struct AvDeleter {
     void operator()(AVFormatContext* inContext) const;
     void operator()(AVCodecContext* inContext) const;
     void operator()(AVFrame* inFrame) const;
+    void operator()(AVIOContext* inContext) const;
     void operator()(AVPacket* inPacket) const;
     void operator()(SwsContext* inContext) const;
 };
@@ -28,11 +32,23 @@ using AvPtr = std::unique_ptr<T, AvDeleter>;
 /// What FFmpeg says of an error number.
 std::string AvErrorText(int inError);
 
+/// How a stored picture is turned to be looked at: transposed first, then mirrored.
+struct Turn {
+    bool mTransposed = false, mMirroredX = false, mMirroredY = false;
+
+    bool IsNone() const { return !mTransposed && !mMirroredX && !mMirroredY; }
+};
+
 /// One open video or picture.
+///
+/// Frames come as a player shows them: turned as the file asks for (by multiples of 90
+/// degrees, and mirrored), and widened where the pixels of a video are not square.
 ///
 /// Ownership: plain object, one owner.
 /// Threads: one thread at a time.
-/// Errors: throws `UserError` with the file's name in it.
+/// Errors: what cannot be opened, or has no frame that can be decoded, throws `UserError`
+///   with the file's name in it. Damage behind the first frame, and an end before the one
+///   that the file announces, are told by `Trouble`; what can be decoded is given.
 class MediaFile {
 public:
     explicit MediaFile(const std::string& inFile);
@@ -41,24 +57,45 @@ public:
     bool Read(Frame& outFrame);
 
     double FrameRate() const;
+    TimeBase GetTimeBase() const;
     /// The number of frames as far as the file tells; 0 where it does not.
     long long FrameCount() const;
+    const AVStream* Sound() const;
+    const std::string& Note() const { return mNote; }
+    std::string Trouble() const;
 
 private:
+    void OpenFormat();
+    void OpenDecoder();
     bool Decode();
+    bool FeedDecoder();
+    void KeepSound();
     void Convert(Frame& outFrame);
+    void CopyTurned(const Turn& inTurn, Frame& outFrame) const;
+    Turn TurnOfFrame();
+    int ShownWidth() const;
+    void SetTime(Frame& outFrame);
+    void NoteDamage(const std::string& inWhere);
+    void CheckEnd(int inError);
+    std::string Seconds(std::int64_t inTime) const;
     [[noreturn]] void Fail(const std::string& inWhat, int inError) const;
 
     std::string mFile;
+    std::unique_ptr<PipeInput> mPipe;  // where the file is one
+    AvPtr<AVIOContext> mPipeContext;
     AvPtr<AVFormatContext> mFormat;
     AvPtr<AVCodecContext> mCodec;
     AvPtr<AVFrame> mDecoded;
     AvPtr<AVFrame> mConverted;
     AvPtr<AVPacket> mPacket;
     AvPtr<SwsContext> mScaler;
-    int mStream = -1;
-    bool mDraining = false;
-    long long mFramesRead = 0;
+    int mStream = -1, mSoundStream = -1;
+    SoundPackets mSound;  // since the last frame
+    std::string mNote, mDamage, mEarlyEnd;
+    long long mDamages = 0, mPackets = 0, mFramesRead = 0;
+    std::int64_t mNextTime = 0;  // the end of the last frame
+    double mLastPacketEnd = 0.0;
+    bool mIsStill = false, mDraining = false;
 };
 
 }  // namespace Host

@@ -1,6 +1,8 @@
 #include "Options.h"
 
+#include <unistd.h>
 #include <CLI/CLI.hpp>
+
 #include <charconv>
 #include <cstdio>
 #include <filesystem>
@@ -17,11 +19,8 @@ namespace {
 void PrepareFolder(const std::string& inFolder) {
     std::error_code error;
     std::filesystem::create_directories(inFolder, error);
-    const auto probe = std::filesystem::path(inFolder) / ".descriptor-host-probe";
-    std::FILE* const file = error ? nullptr : std::fopen(probe.c_str(), "wb");
-    if (!file) throw UserError("folder '" + inFolder + "' cannot be written");
-    std::fclose(file);
-    std::filesystem::remove(probe, error);
+    if (error || access(inFolder.c_str(), W_OK | X_OK) != 0)
+        throw UserError("folder '" + inFolder + "' cannot be written");
 }
 
 }  // namespace
@@ -41,8 +40,8 @@ Size ParseSize(const std::string& inText) {
             size.mHeight <= 16384)
             return size;
     }
-    throw UserError("a size is written as in 640x480, each side from 16 to 16384; '" + inText +
-                    "' is none");
+    throw UsageError("a size is written as in 640x480, each side from 16 to 16384; '" + inText +
+                     "' is none");
 }
 
 void InputOptions::AddTo(CLI::App& ioCommand) {
@@ -73,19 +72,25 @@ void InputOptions::AddTo(CLI::App& ioCommand) {
         ->type_name("N");
 }
 
+std::vector<std::string> InputOptions::Files() const {
+    if (mInput.empty()) return {};
+    if (mInput == "-" || !mRawSize.empty()) return {mInput};
+    return FindFiles(mInput);
+}
+
 std::unique_ptr<FrameSource> InputOptions::Open() const {
     if (mInput.empty() && mRawSize.empty()) return OpenRendered();
     if (!mSize.empty())
-        throw UserError("--size is for the rendered clip; '" + mInput +
-                        "' has a size of its own");
+        throw UsageError("--size is for the rendered clip; '" + mInput +
+                         "' has a size of its own");
     if (!mRawSize.empty()) return OpenRaw();
     if (mInput == "-")
-        throw UserError("standard input is read as bare frames: --raw WIDTHxHEIGHT");
+        throw UsageError("standard input is read as bare frames: --raw WIDTHxHEIGHT");
     return std::make_unique<FrameReader>(mInput, mFrames);
 }
 
 std::unique_ptr<FrameSource> InputOptions::OpenRaw() const {
-    if (mInput.empty()) throw UserError("--raw needs an input; - is standard input");
+    if (mInput.empty()) throw UsageError("--raw needs an input; - is standard input");
     const Size size = ParseSize(mRawSize);
     return std::make_unique<RawReader>(
         mInput, RawFormat{size.mWidth, size.mHeight, ParsePixels(mRawPixels), mRawRate},
@@ -124,18 +129,25 @@ void OutputOptions::AddPlotsTo(CLI::App& ioCommand, const std::string& inWhat) {
         ->type_name("FOLDER");
 }
 
-std::unique_ptr<JsonFile> OutputOptions::OpenJson(const std::string& inCommand,
-                                                  const std::string& inSource, int inWidth,
-                                                  int inHeight) const {
+std::unique_ptr<JsonFile> OutputOptions::OpenJson(const Json& inHead,
+                                                  const std::string& inArray) const {
     if (mJsonFile.empty()) return nullptr;
-    auto json = std::make_unique<JsonFile>(mJsonFile);
-    json->Value("program", "descriptor-host");
-    json->Value("version", DP_VERSION);
-    json->Value("command", inCommand);
-    json->Value("source", inSource);
-    json->Value("width", inWidth);
-    json->Value("height", inHeight);
-    return json;
+    return std::make_unique<JsonFile>(mJsonFile, inHead, inArray);
+}
+
+Json JsonHead(const std::string& inCommand, const std::string& inSource, int inWidth,
+              int inHeight) {
+    return {{"program", "descriptor-host"}, {"version", DP_VERSION}, {"command", inCommand},
+            {"source", inSource},           {"width", inWidth},      {"height", inHeight}};
+}
+
+Json JsonHead(const std::string& inCommand, const FrameSource& inSource) {
+    Json head = JsonHead(inCommand, inSource.Name(), inSource.Width(), inSource.Height());
+    const TimeBase base = inSource.GetTimeBase();
+    if (!inSource.Note().empty()) head["note"] = inSource.Note();
+    head["frame_rate"] = inSource.FrameRate();
+    head["time_base"] = {{"numerator", base.mNumerator}, {"denominator", base.mDenominator}};
+    return head;
 }
 
 std::string OutputOptions::Path(const std::string& inName) const {
@@ -151,6 +163,18 @@ std::string OutputOptions::NumberedPath(const std::string& inStem, long long inN
 
 std::string OutputOptions::PlotPath(const std::string& inName) const {
     return (std::filesystem::path(mPlotFolder) / inName).string();
+}
+
+void OutputOptions::Check(const std::vector<std::string>& inInputs, const Outputs& inFiles,
+                          const Outputs& inPlots) const {
+    Outputs outputs;
+    for (const std::string& file : inFiles)
+        outputs.push_back(Path(file));
+    if (!mPlotFolder.empty())
+        for (const std::string& plot : inPlots)
+            outputs.push_back(PlotPath(plot));
+    if (!mJsonFile.empty()) outputs.push_back(mJsonFile);
+    RefuseSameFiles(inInputs, outputs);
 }
 
 void OutputOptions::Prepare() const {

@@ -4,9 +4,11 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "FrameSource.h"
 #include "JsonFile.h"
+#include "SameFile.h"
 
 namespace CLI {
 class App;
@@ -19,7 +21,7 @@ struct Size {
     int mWidth = 0;
     int mHeight = 0;
 };
-/// @throws UserError for anything but two numbers from 16 to 16384.
+/// @throws UsageError for anything but two numbers from 16 to 16384.
 Size ParseSize(const std::string& inText);
 
 struct InputOptions {
@@ -33,6 +35,8 @@ struct InputOptions {
     void AddTo(CLI::App& ioCommand);
     /// Opens the input, or the rendered clip where none is named.
     std::unique_ptr<FrameSource> Open() const;
+    /// The files that will be read.
+    std::vector<std::string> Files() const;
 
 private:
     std::unique_ptr<FrameSource> OpenRaw() const;
@@ -49,17 +53,25 @@ struct OutputOptions {
     void AddFolderTo(CLI::App& ioCommand);
     void AddJsonTo(CLI::App& ioCommand);
     void AddPlotsTo(CLI::App& ioCommand, const std::string& inWhat);
-    /// Makes the folders and tries whether files can be written there, before any work.
+    /// Refuses to write what is read, before anything is opened. `inFiles` and `inPlots` are
+    /// names in the two folders.
+    void Check(const std::vector<std::string>& inInputs, const Outputs& inFiles,
+               const Outputs& inPlots = {}) const;
+    /// Makes the folders, before any work.
     void Prepare() const;
     std::string Path(const std::string& inName) const;
     /// A path such as "FOLDER/track-000012.png".
     std::string NumberedPath(const std::string& inStem, long long inNumber,
                              const std::string& inEnding) const;
     std::string PlotPath(const std::string& inName) const;
-    /// The file of --json with the head that all commands share; null where none is wanted.
-    std::unique_ptr<JsonFile> OpenJson(const std::string& inCommand,
-                                       const std::string& inSource, int inWidth,
-                                       int inHeight) const;
+    /// The file of --json, with an array of `inArray`; null where none is wanted.
+    std::unique_ptr<JsonFile> OpenJson(const Json& inHead, const std::string& inArray) const;
 };
+
+/// What all commands say first in JSON.
+Json JsonHead(const std::string& inCommand, const std::string& inSource, int inWidth,
+              int inHeight);
+/// The same, with what is known of the frames' times.
+Json JsonHead(const std::string& inCommand, const FrameSource& inSource);
 
 }  // namespace Host

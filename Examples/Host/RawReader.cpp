@@ -1,12 +1,11 @@
 #include "RawReader.h"
 
-#include <fcntl.h>
-#include <poll.h>
-#include <unistd.h>
+extern "C" {
+#include <libavutil/rational.h>
+}
 
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
+#include <cstdio>
 
 #include "Interrupt.h"
 #include "UserError.h"
@@ -17,7 +16,7 @@ RawFormat::Pixels ParsePixels(const std::string& inText) {
     if (inText == "bgra") return RawFormat::Pixels::kBgra;
     if (inText == "rgb24") return RawFormat::Pixels::kRgb24;
     if (inText == "gray8") return RawFormat::Pixels::kGray8;
-    throw UserError("raw frames are bgra, rgb24 or gray8; '" + inText + "' is none of them");
+    throw UsageError("raw frames are bgra, rgb24 or gray8; '" + inText + "' is none of them");
 }
 
 int RawFormat::BytesPerPixel() const {
@@ -30,43 +29,29 @@ std::size_t RawFormat::FrameBytes() const {
 
 RawReader::RawReader(const std::string& inInput, const RawFormat& inFormat,
                      long long inMaxFrames)
-    : mName(inInput == "-" ? "standard input" : inInput),
+    : mInput(inInput),
       mFormat(inFormat),
       mMaxFrames(inMaxFrames),
-      mFile(inInput == "-" ? STDIN_FILENO : open(inInput.c_str(), O_RDONLY | O_CLOEXEC)),
       mBytes(inFormat.FrameBytes()) {
-    if (mFile < 0) throw UserError("'" + inInput + "' cannot be opened: " + strerror(errno));
-}
-
-RawReader::~RawReader() {
-    if (mFile != STDIN_FILENO) close(mFile);
-}
-
-// A silent pipe must not keep the user from stopping: `read` would go on after a signal, and
-// one that came just before would be missed, so the wait is cut into short ones.
-bool RawReader::WaitForBytes() const {
-    constexpr int kMilliseconds = 100;
-    pollfd file{mFile, POLLIN, 0};
-    while (!Interrupted())
-        if (poll(&file, 1, kMilliseconds) > 0) return true;
-    return false;
+    const AVRational rate = av_d2q(inFormat.mFrameRate, 1001000);
+    mTimeBase = {rate.den, rate.num};
 }
 
 std::size_t RawReader::FillBytes() {
     std::size_t filled = 0;
-    while (filled < mBytes.size() && WaitForBytes()) {
-        const ssize_t got = read(mFile, mBytes.data() + filled, mBytes.size() - filled);
+    while (filled < mBytes.size()) {
+        const std::size_t got = mInput.Read(mBytes.data() + filled, mBytes.size() - filled);
         if (got == 0) break;
-        if (got > 0) filled += std::size_t(got);
-        if (got < 0 && errno != EINTR && errno != EAGAIN)
-            throw UserError(mName + " cannot be read: " + strerror(errno));
+        filled += got;
     }
     return filled;
 }
 
 void RawReader::NoteShortFrame(std::size_t inBytes) {
-    mTrouble = mName + " ends inside frame " + std::to_string(mFramesRead) + ": it has " +
-               std::to_string(inBytes) + " of " + std::to_string(mBytes.size()) +
+    char time[32];
+    std::snprintf(time, sizeof time, " (%.3f s)", mTimeBase.Seconds(mFramesRead));
+    mTrouble = mInput.Name() + " ends inside frame " + std::to_string(mFramesRead) + time +
+               ": it has " + std::to_string(inBytes) + " of " + std::to_string(mBytes.size()) +
                " bytes and was left out; are the size and the format right?";
     if (mFramesRead == 0) throw UserError(mTrouble);
 }
@@ -77,11 +62,12 @@ bool RawReader::Read(Frame& outFrame) {
     if (Interrupted()) return false;  // whoever feeds the pipe was stopped as well
     if (filled < mBytes.size()) {
         if (filled > 0) NoteShortFrame(filled);
-        if (mFramesRead == 0) throw UserError(mName + " has no frames in it");
+        if (mFramesRead == 0) throw UserError(mInput.Name() + " has no frames in it");
         return false;
     }
     Convert(outFrame);
-    ++mFramesRead;
+    outFrame.mTime = mFramesRead++;
+    outFrame.mDuration = 1;
     return true;
 }
 

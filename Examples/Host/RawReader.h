@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "FrameSource.h"
+#include "PipeInput.h"
 
 namespace Host {
 
@@ -28,7 +29,7 @@ RawFormat::Pixels ParsePixels(const std::string& inText);
 
 /// Reads frames as `ffmpeg -f rawvideo` writes them.
 ///
-/// Ownership: plain object, one owner; the destructor closes what the reader opened.
+/// Ownership: plain object, one owner.
 /// Threads: one thread at a time.
 /// Errors: an input that cannot be opened or read, or ends before a first frame, throws
 ///   `UserError`. One that ends inside a later frame ends the run there, and `Trouble`
@@ -38,30 +39,27 @@ public:
     /// @param inInput  a file or a named pipe; `-` is standard input.
     /// @param inMaxFrames  stops after so many frames; 0 reads all.
     RawReader(const std::string& inInput, const RawFormat& inFormat, long long inMaxFrames);
-    ~RawReader() override;
-    RawReader(const RawReader&) = delete;
-    RawReader& operator=(const RawReader&) = delete;
 
     /// Also returns false when the user asked to stop while the pipe was silent.
     bool Read(Frame& outFrame) override;
     int Width() const override { return mFormat.mWidth; }
     int Height() const override { return mFormat.mHeight; }
     double FrameRate() const override { return mFormat.mFrameRate; }
+    TimeBase GetTimeBase() const override { return mTimeBase; }
     long long FrameCount() const override { return mMaxFrames; }
-    std::string Name() const override { return mName; }
+    std::string Name() const override { return mInput.Name(); }
     std::string Trouble() const override { return mTrouble; }
 
 private:
     std::size_t FillBytes();
-    bool WaitForBytes() const;
     void Convert(Frame& outFrame) const;
     void NoteShortFrame(std::size_t inBytes);
 
-    std::string mName;
+    PipeInput mInput;
     RawFormat mFormat;
     long long mMaxFrames;
     long long mFramesRead = 0;
-    int mFile = -1;
+    TimeBase mTimeBase;
     std::vector<std::uint8_t> mBytes;
     std::string mTrouble;
 };

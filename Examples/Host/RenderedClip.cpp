@@ -127,6 +127,8 @@ void RenderedClip::Render(int inFrame, Frame& outFrame) const {
 
 bool RenderedSource::Read(Frame& outFrame) {
     if (mNext >= mClip.GetShape().mFrames) return false;
+    outFrame.mTime = mNext;
+    outFrame.mDuration = 1;
     mClip.Render(mNext++, outFrame);
     return true;
 }

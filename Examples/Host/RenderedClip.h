@@ -80,6 +80,7 @@ public:
     int Width() const override { return mClip.GetShape().mWidth; }
     int Height() const override { return mClip.GetShape().mHeight; }
     double FrameRate() const override { return 25.0; }
+    TimeBase GetTimeBase() const override { return {1, 25}; }
     long long FrameCount() const override { return mClip.GetShape().mFrames; }
     std::string Name() const override { return "rendered clip"; }
     const RenderedClip* Truth() const override { return &mClip; }

@@ -1,45 +1,52 @@
-// TextFile: a file of lines (CSV).
+// TextFile: text that is written as a run goes on (CSV, JSON).
 
 #pragma once
 
-#include <cstdio>
-#include <memory>
-#include <string>
+#include <unistd.h>
 
+#include <cerrno>
+#include <string>
+#include <string_view>
+
+#include "OutputFile.h"
 #include "UserError.h"
 
 namespace Host {
 
-/// Ownership: plain object, one owner; the destructor closes the file.
+/// Ownership: plain object, one owner; the destructor writes what is left.
 /// Threads: one thread at a time.
 /// Errors: a file that cannot be made or written throws `UserError`.
 class TextFile {
 public:
-    explicit TextFile(const std::string& inName)
-        : mName(inName), mFile(std::fopen(inName.c_str(), "w")) {
-        if (!mFile) Fail();
-    }
+    explicit TextFile(const std::string& inName, Links inLinks = Links::kRefused)
+        : mFile(inName, inLinks) {}
+    ~TextFile() { WriteOut(); }
 
-    template <class... Values>
-    void Print(const char* inFormat, Values... inValues) {
-        if (std::fprintf(mFile.get(), inFormat, inValues...) < 0) Fail();
+    void Print(std::string_view inText) {
+        constexpr std::size_t kMost = 1 << 16;
+        mText += inText;
+        if (mText.size() > kMost) Flush();
     }
     /// Hands what was written on to the system, so that a full disk is noticed.
     void Flush() {
-        if (std::fflush(mFile.get()) != 0) Fail();
+        if (!WriteOut()) throw UserError("file '" + mFile.Name() + "' cannot be written");
     }
-    const std::string& Name() const { return mName; }
 
 private:
-    [[noreturn]] void Fail() const {
-        throw UserError("file '" + mName + "' cannot be written");
+    bool WriteOut() {
+        for (std::size_t from = 0; from < mText.size();) {
+            const ssize_t written =
+                write(mFile.Descriptor(), mText.data() + from, mText.size() - from);
+            if (written < 0 && errno == EINTR) continue;
+            if (written <= 0) return false;
+            from += std::size_t(written);
+        }
+        mText.clear();
+        return true;
     }
-    struct Closer {
-        void operator()(std::FILE* inFile) const { std::fclose(inFile); }
-    };
 
-    std::string mName;
-    std::unique_ptr<std::FILE, Closer> mFile;
+    OutputFile mFile;
+    std::string mText;
 };
 
 }  // namespace Host

@@ -66,6 +66,15 @@ void TrackHistory::Add(const std::vector<TrackedPoint>& inPoints, long long inFr
     ++mFrames;
 }
 
+void TrackHistory::Hold(long long inFrame) {
+    NoteFrame(inFrame, 0);
+    for (Trail& trail : mTrails)
+        if (!trail.mPlaces.empty()) ++trail.mSeen;
+    mLiveSum += mLiveNow;
+    mPrevFrame = inFrame;
+    ++mFrames;
+}
+
 void TrackHistory::NoteFrame(long long inFrame, int inLost) {
     std::vector<double> ages = Ages();
     mFigures.push_back({inFrame, mLiveNow, inLost, Quantile(ages, 0.1), Quantile(ages, 0.5),

@@ -39,6 +39,9 @@ public:
 
     void Add(const std::vector<TrackedPoint>& inPoints, long long inFrame);
 
+    /// A frame that repeats the one before: every point stays, and none is older.
+    void Hold(long long inFrame);
+
     const std::vector<Trail>& Trails() const { return mTrails; }
     int LiveNow() const { return mLiveNow; }
 

@@ -2,6 +2,7 @@
 // comes out.
 
 #include <CLI/CLI.hpp>
+#include <cstdio>
 #include <exception>
 #include <iostream>
 
@@ -34,8 +35,8 @@ void RefuseUnknownCommand(const CLI::App& inProgram, int inCount, char** inArgum
         if (command->get_name() == inArguments[1]) return;
         names += (names.empty() ? "" : ", ") + command->get_name();
     }
-    throw Host::UserError(std::string("there is no command '") + inArguments[1] +
-                          "'; the commands are: " + names);
+    throw Host::UsageError(std::string("there is no command '") + inArguments[1] +
+                           "'; the commands are: " + names);
 }
 
 int RunProgram(int inCount, char** inArguments) {
@@ -76,12 +77,27 @@ int RunProgram(int inCount, char** inArguments) {
     return exitCode;
 }
 
+// A full disk behind standard output is noticed when the last of it is written.
+int CheckedOutput(int inExitCode) {
+    std::cout.flush();
+    if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0 && std::cout.good())
+        return inExitCode;
+    return inExitCode != 0 ? inExitCode
+                           : Complain("standard output cannot be written", kBadInput);
+}
+
 }  // namespace
 
 int main(int inCount, char** inArguments) {
     try {
-        return RunProgram(inCount, inArguments);
+        return CheckedOutput(RunProgram(inCount, inArguments));
+    } catch (const Host::UsageError& error) {
+        return Complain(error.what(), kBadOption);
     } catch (const Host::UserError& error) {
+        // A signal ends the wait for a pipe, and with it whatever needed the pipe.
+        if (Host::Interrupted())
+            return Complain(std::string("stopped; ") + error.what(),
+                            Host::kInterruptedExitCode);
         return Complain(error.what(), kBadInput);
     } catch (const std::exception& error) {
         return Complain(std::string("the run failed: ") + error.what(), kLibraryFailed);

@@ -107,11 +107,11 @@ TEST_F(FrameReaderTest, AsManyFramesAsAskedForAreRead) {
 
 TEST_F(FrameReaderTest, AWrittenVideoReadsBackWithAllItsFramesAndColours) {
     {
-        Host::VideoWriter writer(Path("v.mp4"), 65, 47, 25.0);
+        Host::VideoWriter writer(Path("v.mp4"), {65, 47, 25.0, {1, 1000}});
         for (int number = 0; number < 9; ++number) {
             Host::Canvas canvas(65, 47);
             canvas.Fill({40.0 + 20.0 * number, 120.0, 60.0});
-            writer.Write(canvas);
+            writer.Write(canvas, number * 40, 40);
         }
     }  // the file is ended by the destructor too
     FrameReader reader(Path("v.mp4"), 0);

@@ -91,7 +91,7 @@ raw)
     code=$?
     [ "$code" -eq 1 ] || fail "exit code $code of a short last frame"
     says "standard input, 160x120, 2 frames"
-    grep -q "ends inside frame 2: it has 9600 of 19200 bytes" errors || fail "not told"
+    grep -q "ends inside frame 2 (0.200 s): it has 9600 of 19200 bytes" errors || fail "not told"
     written out/grey.png 20000
     # A file does as well, and a whole number of frames is a success.
     head -c 38400 frames >whole
@@ -99,27 +99,38 @@ raw)
     says "2 frames"
     refuses 1 grey - --raw 160x120 </dev/null
     refuses 1 grey whole --raw 160x1200
-    refuses 1 grey whole --raw 160x120 --format yuv
-    refuses 1 grey - <whole
-    refuses 1 grey --raw 160x120
+    refuses 2 grey whole --raw 160x120 --format yuv
+    refuses 2 grey - <whole
+    refuses 2 grey --raw 160x120
     refuses 1 grey nosuch --raw 160x120
     refuses 2 grey whole --format gray8
+    refuses 2 grey - --raw 0x0
     ;;
 json)
     runs track --size 240x180 --frames 4 --features 60 --compare --no-video --json track.json
     holds track.json 'd["command"] == "track" and d["width"] == 240 and not d["stopped"]'
     holds track.json '[f["frame"] for f in d["frames"]] == [0, 1, 2, 3]'
-    holds track.json 'd["settings"]["features"] == 60 and d["cuts"] == []'
-    # The points are the live rows of the table.
-    holds track.json '[[p["slot"], p["x"], p["age"]]
-        for f in d["frames"] for t in f["trackers"] if t["tracker"] == "klt"
-        for p in t["points"]] == [[int(r["slot"]), float(r["x"]), int(r["age"])]
-        for r in csv.DictReader(open("descriptor-out/track-klt.csv")) if int(r["value"]) >= 0]'
+    holds track.json '[t["settings"].get("features") for t in d["trackers"]] == [60, 60]
+        and "verify" not in d["trackers"][1]["settings"] and d["cuts"] == []'
+    # The rows are those of the tables, and have the names of the columns.
+    for number in 0 1; do
+        holds track.json "(lambda t, name: [{'frame': f['frame'], 'time': f['time'],
+            'state': f['trackers'][t]['state'], **p}
+            for f in d['frames'] for p in f['trackers'][t]['points']] == [
+            {k: v if k == 'state' else json.loads(v) for k, v in r.items()}
+            for r in csv.DictReader(open('descriptor-out/track-' + name + '.csv'))])(
+            $number, d['trackers'][$number]['tracker'])"
+    done
     runs region --size 240x180 --frames 5 --no-video --json region.json
-    holds region.json '[[f["left"], f["bottom"]] for f in d["frames"]] == [
-        [float(r["left"]), float(r["bottom"])]
-        for r in csv.DictReader(open("descriptor-out/region.csv"))]'
+    holds region.json '[{k: v if k == "state" else json.loads(v) for k, v in r.items()}
+        for r in csv.DictReader(open("descriptor-out/region.csv"))] == d["frames"]'
+    holds region.json 'list(d["frames"][0]) == list(d["columns"])'
     holds region.json 'min(f["overlap"] for f in d["frames"]) > 0.8'
+    holds region.json '[f["time"] for f in d["frames"]] == [0, 0.04, 0.08, 0.12, 0.16]'
+    # Bytes of a name that are no UTF-8 leave the file valid.
+    cp descriptor-out/region.png "$(printf 'b\344d".png')"
+    runs grey "$(printf 'b\344d".png')" --no-video --json name.json
+    holds name.json 'd["source"] == "b\ufffdd\".png"'
     runs grey --size 240x180 --frames 5 --no-video --json grey.json
     holds grey.json 'd["frame_count"] == 5 and d["requests"] == 20 and d["cache_hits"] == 10'
     runs select --size 240x180 --json select.json
@@ -202,17 +213,17 @@ track)
         awk '/kept/ { if ($2 > 80) good = 1 } END { exit !good }' output ||
             { cat output; fail "share kept of $way"; }
     done
-    grep -q "^frame,slot,x,y,value,id,age,dx,dy$" out/track.csv || fail "head of track.csv"
+    grep -q "^frame,time,state,slot,x,y,value,id,age,dx,dy$" out/track.csv || fail "head of track.csv"
     runs track -o out --size 240x180 --frames 4 --exported-tracker --no-video
-    grep -q "^frame,slot,x,y,status,correlation,age,dx,dy$" out/track.csv || fail "head"
+    grep -q "^frame,time,state,slot,x,y,status,correlation,age,dx,dy$" out/track.csv || fail "head"
     [ "$(wc -l <out/track.csv)" -eq 2001 ] || fail "the exported tracker has 500 slots"
     runs track -o both --size 240x180 --frames 4 --compare --png-every 2
     written both/track-apt.csv 1000
     written both/track-klt.csv 1000
     written both/track-000002.png 10000
     refuses 2 track --engine best
-    refuses 1 track --engine klt --verify
-    refuses 1 track --exported-tracker --features 9
+    refuses 2 track --engine klt --verify
+    refuses 2 track --exported-tracker --features 9
     refuses 2 track --features 0
     ;;
 select)
@@ -224,8 +235,8 @@ select)
     awk '/stroke 2/ { if ($NF > 0.9) good = 1 } END { exit !good }' output ||
         { cat output; fail "overlap with the truth"; }
     # The same by files, as a person has them: labels and cut of the first run.
-    refuses 1 select out/cutout.png
-    refuses 1 select out/cutout.png --foreground out/labels.png
+    refuses 2 select out/cutout.png
+    refuses 2 select out/cutout.png --foreground out/labels.png
     runs select out/cutout.png --foreground out/labels.png --background out/regions.png -o again
     written again/labels.png 100
     runs grey -o small --size 64x48 --frames 1 --no-video
@@ -237,7 +248,6 @@ region)
     written out/region.png 10000
     written out/region.mp4 3000
     [ "$(wc -l <out/region.csv)" -eq 21 ] || fail "length of region.csv"
-    grep -q "^frame,left,top,right,bottom,live points$" out/region.csv || fail "head"
     awk '/mean overlap/ { if ($6 > 0.8) good = 1 } END { exit !good }' output ||
         { cat output; fail "overlap with the truth"; }
     # A truth from a file gives the start, and its own overlap.
@@ -245,17 +255,132 @@ region)
     printf '0,0,100,80\n1,0,100,80\n' >boxes.txt
     runs region clip/grey.mp4 --truth boxes.txt -o again --no-video
     says "of 2 frames"
-    # A picture that does not change loses the region, and is said to.
-    mkdir still
-    cp out/region.png still/1.png
-    cp out/region.png still/2.png
-    runs region still --rect 100,80,90,70 -o lost --no-video
-    says "the region was lost in frame 1"
-    refuses 1 region clip/grey.mp4
-    refuses 1 region --rect 1,2,3
-    refuses 1 region --rect 1,2,3,-4
+    refuses 2 region clip/grey.mp4
+    refuses 2 region --rect 1,2,3
+    refuses 2 region --rect 1,2,3,-4
     refuses 1 region --rect 5000,2,3,4
     refuses 1 region --truth nosuch.txt
+    ;;
+same_file)
+    # A run whose output is its input is refused before anything is written.
+    runs track -o X --size 64x48 --frames 3
+    cp X/track.mp4 before
+    ln X/track.mp4 hard
+    ln -s X/track.mp4 soft
+    for input in X/track.mp4 ./X/../X/track.mp4 hard soft; do
+        refuses 1 track $input -o X
+    done
+    refuses 1 grey X/track.mp4 --json soft --no-video
+    mkdir Y && ln -s ../before Y/track-000001.png
+    refuses 1 track ./before -o Y --png-every 1
+    cmp before X/track.mp4 || fail "the input was changed"
+    # Nor is a link in the output folder followed to any other file.
+    echo precious >precious
+    mkdir Z && ln -s ../precious Z/region.csv && ln -s ../precious Z/.descriptor-host-probe
+    refuses 1 region before --rect 9,9,30,20 -o Z --no-video
+    [ "$(cat precious)" = precious ] || fail "a link was followed"
+    ;;
+video)
+    # What phones and editors write: sound, a quarter turn, pixels that are not square, and
+    # frames that do not come evenly.
+    ffmpeg -v error -f lavfi -i testsrc2=size=160x120:rate=25:duration=2 \
+        -f lavfi -i sine=duration=2 -vf "select=not(mod(n\,5))+lt(n\,10),setsar=4/3" \
+        -vsync vfr -c:v libx264 -c:a aac uneven.mp4 || fail ffmpeg
+    ffmpeg -v error -i uneven.mp4 -c copy -metadata:s:v rotate=90 turned.mp4 || fail ffmpeg
+    for name in uneven turned; do
+        runs track $name.mp4 -o $name --features 40 --json $name.json
+        python3 - $name <<'END' || fail "times or sound of $name"
+import csv, json, subprocess, sys
+def shown(file, stream, entry):
+    text = subprocess.check_output(["ffprobe", "-v", "error", "-select_streams", stream,
+        "-show_entries", entry, "-of", "csv=p=0", file], text=True)
+    return sorted(line.strip(",") for line in text.split())
+name = sys.argv[1]
+times = [round(float(t), 5) for t in shown(name + ".mp4", "v", "packet=pts_time")]
+assert len(times) == 18 and len(set(b - a for a, b in zip(times, times[1:]))) > 1
+rows = sorted({round(float(r["time"]), 5) for r in csv.DictReader(open(name + "/track.csv"))})
+assert rows == times, rows
+d = json.load(open(name + ".json"))
+assert [round(f["time"], 5) for f in d["frames"]] == times
+written = [round(float(t), 5) for t in shown(name + "/track.mp4", "v", "packet=pts_time")]
+assert written == times, written
+assert len(shown(name + "/track.mp4", "a", "packet=size")) > 50
+assert shown(name + "/track.mp4", "a", "packet=size") == shown(name + ".mp4", "a", "packet=size")
+assert [d["width"], d["height"]] == ([213, 120] if name == "uneven" else [120, 213])
+END
+    done
+    # The turned picture is the one that FFmpeg shows.
+    ffmpeg -v error -i turned.mp4 -frames:v 1 -vf scale=120:213,setsar=1 shown.png || fail ffmpeg
+    for name in turned.mp4 shown.png; do
+        runs select $name --foreground shown.png --background shown.png -o from-$name
+    done
+    python3 - <<'END' || fail "the turned picture"
+import subprocess
+pixels = [subprocess.check_output(["ffmpeg", "-v", "error", "-i", "from-" + name + "/cutout.png",
+    "-f", "rawvideo", "-pix_fmt", "gray", "-"]) for name in ("turned.mp4", "shown.png")]
+assert len(pixels[0]) == 120 * 213
+assert sum(abs(a - b) for a, b in zip(*pixels)) / len(pixels[0]) < 6
+END
+    ;;
+truncated)
+    ffmpeg -v error -f lavfi -i testsrc2=size=160x120:rate=25:duration=4 -c:v libx264 \
+        -movflags +faststart -bf 0 whole.mp4 || fail ffmpeg
+    ffmpeg -v error -i whole.mp4 -c copy whole.mkv || fail ffmpeg
+    runs grey whole.mp4 --no-video
+    runs grey whole.mkv --no-video
+    for ending in mp4 mkv; do
+        head -c $(($(wc -c <whole.$ending) * 6 / 10)) whole.$ending >cut.$ending
+        "$host" grey cut.$ending --json cut.json -o cut >output 2>errors
+        code=$?
+        [ $code -eq 1 ] || fail "exit code $code of cut.$ending"
+        grep -q "ends early: at [0-9.]* s of 4.000 s" errors || fail "not told of cut.$ending"
+        holds cut.json '20 < len(d["frames"]) < 90 and "ends early" in d["trouble"]'
+        written cut/grey.mp4 3000
+    done
+    python3 -c "
+b = bytearray(open('whole.mp4', 'rb').read())
+for i in range(len(b) // 2, len(b) // 2 + 2000): b[i] = i * 7919 % 251
+open('damaged.mp4', 'wb').write(b)"
+    "$host" grey damaged.mp4 -o cut >output 2>errors
+    code=$?
+    [ $code -eq 1 ] || fail "exit code $code of damage"
+    grep -q "is damaged .*[0-9]\.[0-9]* s" errors || fail "damage was not told"
+    says "^  whole run"
+    ;;
+repeats)
+    # Every second frame repeats the one before, as in a clip that was re-timed.
+    python3 - <<'END'
+import random
+def texture():
+    noise = random.Random(1)
+    block = [[noise.randrange(256) for _ in range(51)] for _ in range(26)]
+    def pixel(x, y):
+        i, j, a, b = x // 8, y // 8, x % 8, y % 8
+        return ((block[j][i] * (8 - a) + block[j][i + 1] * a) * (8 - b) +
+                (block[j + 1][i] * (8 - a) + block[j + 1][i + 1] * a) * b) // 64
+    return [bytes(pixel(x, y) for x in range(400)) for y in range(200)]
+def write(name, frames):
+    with open(name, "wb") as f:
+        for world, x, y in frames:
+            f.write(b"".join(world[y + row][x:x + 240] for row in range(160)))
+one = texture()
+flat = [[bytes([18 * n] * 400)] * 200 for n in range(14)]
+write("frames", [(one, n // 2 * 2, n // 2) for n in range(24)])
+write("cut", [(one if n < 5 else flat[n], 2 * n, n) for n in range(14)])
+END
+    for way in "track --engine apt" "region --rect 90,50,80,60"; do
+        runs $way frames --raw 240x160 --format gray8 --no-video --json out.json
+        says "held"
+        holds out.json '[(f if "state" in f else f["trackers"][0])["state"] for f in d["frames"]]
+            == ["tracked", "held"] * 12'
+    done
+    # Nothing was lost: the rectangle went with the texture, 22 pixels left and 11 up.
+    holds out.json 'abs(d["frames"][23]["left"] - 68) < 1 and abs(d["frames"][23]["top"] - 39) < 1'
+    runs track --engine klt frames --raw 240x160 --format gray8 --no-video --json out.json
+    holds out.json 'all(f["trackers"][0]["state"] == "tracked" for f in d["frames"])'
+    # A scene that is gone for good: the run starts anew with the last good rectangle.
+    runs region cut --raw 240x160 --format gray8 --rect 90,50,80,60 --no-video --json out.json
+    holds out.json '[f["state"][0] for f in d["frames"]] == list("ttttthhhhhrhhh")'
     ;;
 window)
     runs select --interactive --demo -o out --size 320x240
@@ -266,20 +391,42 @@ window)
     ;;
 bad_input)
     refuses 2
-    refuses 1 gray
+    refuses 2 gray
     refuses 2 grey --bogus
     refuses 2 grey --frames 0
     refuses 2 grey --frames many
-    refuses 1 grey --size 640
+    refuses 2 grey --size 640
     refuses 1 grey nosuch.mp4
     refuses 1 grey 'nosuch%d.png'
     echo "no picture" >text.png
     refuses 1 grey text.png
-    refuses 1 grey text.png --size 64x64
+    refuses 2 grey text.png --size 64x64
     mkdir empty
     refuses 1 grey empty
     refuses 1 grey --frames 1 -o text.png/out
     refuses 1 grey --frames 1 -o /proc/nowhere
+    ;;
+full)
+    "$host" grey --frames 2 --size 64x48 --no-video >/dev/full 2>errors
+    code=$?
+    [ "$code" -eq 1 ] && grep -q "standard output cannot be written" errors || fail "code $code"
+    ;;
+fifo)
+    # Nobody feeds the pipe; a signal ends the wait for them.
+    mkfifo pipe
+    for way in "grey pipe" "grey pipe --raw 16x16" "region --truth pipe"; do
+        "$host" $way >output 2>errors &
+        process=$!
+        sleep 0.5
+        kill -TERM $process
+        wait $process
+        code=$?
+        [ "$code" -eq 130 ] || fail "exit code $code of: $way"
+    done
+    # One that is fed is read like any file.
+    ffmpeg -v error -f lavfi -i testsrc2=size=64x48:duration=1 -f mpegts -y pipe &
+    runs grey pipe --no-video
+    says "25 frames"
     ;;
 interrupt)
     "$host" grey -o out --frames 100000 --size 160x120 >output 2>errors &

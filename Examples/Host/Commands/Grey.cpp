@@ -133,19 +133,25 @@ void Report(const FrameSource& inSource, const LoopResult& inResult,
                 inResult.FramesPerSecond());
 }
 
-void WriteJson(JsonFile& ioJson, const LoopResult& inResult, const GreyFigures& inFigures) {
+// What is written of a frame.
+Json FrameRow(const FrameSource& inSource, const GreyFigures& inFigures, const Frame& inFrame,
+              long long inNumber) {
+    return {{"frame", inNumber},
+            {"time", inSource.GetTimeBase().Seconds(inFrame.mTime)},
+            {"grey_milliseconds", inFigures.mGreyMilliseconds.back()},
+            {"float_grey_milliseconds", inFigures.mFloatMilliseconds.back()}};
+}
+
+Json Summary(const LoopResult& inResult, const GreyFigures& inFigures) {
     const double frames = double(std::max(1LL, inResult.mFrames));
-    ioJson.Value("frame_count", inResult.mFrames);
-    ioJson.OpenLine("milliseconds");
-    ioJson.Value("grey", inFigures.mGreySeconds / frames * 1e3);
-    ioJson.Value("float_grey", inFigures.mFloatSeconds / frames * 1e3);
-    ioJson.Value("from_cache", inFigures.mHitSeconds / (2.0 * frames) * 1e3);
-    ioJson.Close();
-    ioJson.Value("requests", inFigures.mRequests);
-    ioJson.Value("cache_hits", inFigures.mHits);
-    ioJson.Value("largest_difference", inFigures.mLargestDifference);
-    ioJson.Value("stopped", inResult.mStopped);
-    ioJson.Finish();
+    return {{"frame_count", inResult.mFrames},
+            {"milliseconds",
+             {{"grey", inFigures.mGreySeconds / frames * 1e3},
+              {"float_grey", inFigures.mFloatSeconds / frames * 1e3},
+              {"from_cache", inFigures.mHitSeconds / (2.0 * frames) * 1e3}}},
+            {"requests", inFigures.mRequests},
+            {"cache_hits", inFigures.mHits},
+            {"largest_difference", inFigures.mLargestDifference}};
 }
 
 void PlotRun(const GreyFigures& inFigures, const OutputOptions& inOutput) {
@@ -161,17 +167,19 @@ void PlotRun(const GreyFigures& inFigures, const OutputOptions& inOutput) {
 }
 
 int RunGrey(const GreyOptions& inOptions) {
+    inOptions.mOutput.Check(inOptions.mInput.Files(), {"grey.mp4", "grey.png"},
+                            {"milliseconds.png"});
     const std::unique_ptr<FrameSource> source = inOptions.mInput.Open();
     inOptions.mOutput.Prepare();
     const GreyRequest grey(source->Name(), DP::kDescriptorDataTypeGreyImage);
     const FloatGreyRequest floatGrey(source->Name(), DP::kDescriptorDataTypeFloatGreyImage);
-    const auto json =
-        inOptions.mOutput.OpenJson("grey", source->Name(), source->Width(), source->Height());
+    const auto json = inOptions.mOutput.OpenJson(JsonHead("grey", *source), "frames");
     GreySheet sheet(source->Width(), source->Height());
     std::optional<VideoWriter> video;
     if (!inOptions.mOutput.mWithoutVideo)
-        video.emplace(inOptions.mOutput.Path("grey.mp4"), sheet.GetCanvas().Width(),
-                      sheet.GetCanvas().Height(), source->FrameRate());
+        video.emplace(
+            inOptions.mOutput.Path("grey.mp4"),
+            VideoShape(sheet.GetCanvas().Width(), sheet.GetCanvas().Height(), *source));
 
     GreyFigures figures;
     const auto step = [&](const Frame& inFrame, long long inNumber) {
@@ -185,17 +193,26 @@ int RunGrey(const GreyOptions& inOptions) {
             figures.mGreyBytesKept = false;
         sheet.Draw(inFrame, *greyImage, ShownAsBytes(*floatImage, *greyImage, figures),
                    inNumber);
-        if (video) video->Write(sheet.GetCanvas());
+        if (video) video->Write(sheet.GetCanvas(), inFrame.mTime, inFrame.mDuration);
+        if (json) json->Add(FrameRow(*source, figures, inFrame, inNumber));
     };
-    const LoopResult result = ForEachFrame(*source, "grey", step);
+    const LoopResult result =
+        ForEachFrame(*source, "grey", step, [&](const SoundPackets& inSound) {
+            if (video) video->WriteSound(inSound);
+        });
 
     if (video) video->Finish();
-    if (json) WriteJson(*json, result, figures);
+    if (json) {
+        Json tail = Summary(result, figures);
+        tail.update(result.Ending());
+        json->Finish(tail);
+    }
     if (result.mFrames == 0) return result.ExitCode();  // stopped before it began
     Report(*source, result, figures);
     sheet.GetCanvas().WritePng(inOptions.mOutput.Path("grey.png"));
     std::printf("  wrote %s%s\n", inOptions.mOutput.Path("grey.png").c_str(),
                 video ? (" and " + video->File()).c_str() : "");
+    ReportSound(video);
     PlotRun(figures, inOptions.mOutput);
     return result.ExitCode();
 }

@@ -103,6 +103,7 @@ void DrawSheet(Canvas& ioCanvas, const std::vector<PyramidLevel>& inLevels, doub
 }
 
 int RunPyramid(const PyramidOptions& inOptions) {
+    inOptions.mOutput.Check(inOptions.mInput.Files(), {"pyramid.png"});
     const std::unique_ptr<FrameSource> source = inOptions.mInput.Open();
     inOptions.mOutput.Prepare();
     const std::optional<Frame> read = ReadFrame(*source, inOptions.mFrame);

@@ -18,7 +18,7 @@
 #include "Plot.h"
 #include "RegionTracker.h"
 #include "RenderedClip.h"
-#include "TextFile.h"
+#include "Table.h"
 #include "UserError.h"
 #include "VideoWriter.h"
 
@@ -57,7 +57,7 @@ Box StartBox(const RegionOptions& inOptions, const RegionTruth& inTruth,
              const FrameSource& inSource) {
     const std::optional<Box> truth = inTruth.At(0);
     if (inOptions.mRect.empty() && !truth)
-        throw UserError("which rectangle? --rect x,y,w,h says it");
+        throw UsageError("which rectangle? --rect x,y,w,h says it");
     const Box box = inOptions.mRect.empty() ? *truth : ParseBox(inOptions.mRect);
     if (box.Right() <= 0.0 || box.Bottom() <= 0.0 || box.mX >= inSource.Width() ||
         box.mY >= inSource.Height())
@@ -71,20 +71,21 @@ Box StartBox(const RegionOptions& inOptions, const RegionTruth& inTruth,
 struct RegionRun {
     std::vector<double> mOverlaps;
     std::vector<Point> mPath;
-    std::optional<long long> mLostIn;
     std::size_t mPoints = 0;
     std::vector<Box> mBoxes;
+    std::vector<RegionState> mStates;
     std::vector<double> mMilliseconds;
 
-    void Add(const Box& inBox, const std::optional<Box>& inTruth, long long inFrame,
-             std::size_t inPoints) {
+    void Add(const RegionTracker& inTracker, const Box& inBox,
+             const std::optional<Box>& inTruth) {
         mBoxes.push_back(inBox);
+        mStates.push_back(inTracker.State());
         if (inTruth) mOverlaps.push_back(Overlap(inBox, *inTruth));
-        mPoints += inPoints;
-        if (inBox.mWidth > 0.0 && inBox.mHeight > 0.0)
-            mPath.push_back({inBox.mX + inBox.mWidth / 2, inBox.mY + inBox.mHeight / 2});
-        else if (!mLostIn)
-            mLostIn = inFrame;
+        mPoints += inTracker.Points().size();
+        mPath.push_back({inBox.mX + inBox.mWidth / 2, inBox.mY + inBox.mHeight / 2});
+    }
+    long long Count(RegionState inState) const {
+        return std::count(mStates.begin(), mStates.end(), inState);
     }
 };
 
@@ -92,6 +93,7 @@ void DrawRegion(Canvas& ioCanvas, const Frame& inFrame, const RegionTracker& inT
                 const Box& inBox, const std::optional<Box>& inTruth, const RegionRun& inRun,
                 long long inNumber) {
     constexpr Colour kRegion{96.0, 255.0, 120.0};
+    constexpr Colour kHeld{255.0, 176.0, 64.0};
     constexpr Colour kPoint{255.0, 214.0, 48.0};
     ioCanvas.DrawFrame(inFrame, {0.0, 0.0, double(inFrame.mWidth), double(inFrame.mHeight)});
     cairo_t* const cairo = ioCanvas.Cairo();
@@ -109,52 +111,65 @@ void DrawRegion(Canvas& ioCanvas, const Frame& inFrame, const RegionTracker& inT
     for (const Point& point : inTracker.Points())
         ioCanvas.Dot(point.mX + 0.5, point.mY + 0.5, 1.7, kPoint);
 
+    const bool isHeld = inTracker.State() == RegionState::kHeld;
+    ioCanvas.Outline(inBox, isHeld ? kHeld : kRegion, 2.0);
     std::string title = "region, frame " + std::to_string(inNumber) + ": ";
-    if (inRun.mLostIn) {
-        title += "lost in frame " + std::to_string(*inRun.mLostIn);
-    } else {
-        ioCanvas.Outline(inBox, kRegion, 2.0);
-        title += std::to_string(inTracker.Points().size()) + " points";
-        char overlap[32];
-        std::snprintf(overlap, sizeof overlap, ", overlap %.2f",
-                      inRun.mOverlaps.empty() ? 0.0 : inRun.mOverlaps.back());
-        if (inTruth) title += overlap;
-    }
+    if (inTracker.State() != RegionState::kTracked)
+        title += std::string(RegionStateName(inTracker.State())) + ", ";
+    title += std::to_string(inTracker.Points().size()) + " points";
+    char overlap[32];
+    std::snprintf(overlap, sizeof overlap, ", overlap %.2f",
+                  inRun.mOverlaps.empty() ? 0.0 : inRun.mOverlaps.back());
+    if (inTruth) title += overlap;
     ioCanvas.Label(8.0, 8.0, title);
 }
 
-void WriteFrame(JsonFile& ioJson, const RegionRun& inRun, const std::optional<Box>& inTruth,
-                std::size_t inPoints) {
+Columns RegionColumns(bool inHasTruth) {
+    Columns columns = FrameColumns();
+    for (const Column& column : Columns{
+             {"state", "word",
+              "tracked; held: no place was found and the last one stands; restarted: a new run "
+              "began with the last rectangle"},
+             {"left", "pixel", "the left edge; 0 is that of the picture"},
+             {"top", "pixel", "the upper edge, y downward"},
+             {"right", "pixel", "the right edge"},
+             {"bottom", "pixel", "the lower edge"},
+             {"live_points", "number", "points that carry the rectangle"},
+             {"milliseconds", "millisecond", "processor time in the library"}})
+        columns.push_back(column);
+    if (inHasTruth)
+        columns.push_back({"overlap", "0 to 1", "shared area with the true rectangle"});
+    return columns;
+}
+
+Row FrameRow(const RegionRun& inRun, const RegionTracker& inTracker, double inTime,
+             const std::optional<Box>& inTruth, bool inHasTruth) {
     const Box& box = inRun.mBoxes.back();
-    ioJson.OpenLine();
-    ioJson.Value("frame", inRun.mBoxes.size() - 1);
-    ioJson.Value("milliseconds", inRun.mMilliseconds.back());
-    ioJson.Value("lost", inRun.mLostIn.has_value());
-    ioJson.Value("left", box.mX);
-    ioJson.Value("top", box.mY);
-    ioJson.Value("right", box.Right());
-    ioJson.Value("bottom", box.Bottom());
-    ioJson.Value("live_points", inPoints);
-    if (inTruth) ioJson.Value("overlap", Overlap(box, *inTruth));
-    ioJson.Close();
+    Row row{inRun.mBoxes.size() - 1,
+            inTime,
+            RegionStateName(inTracker.State()),
+            Shortest(float(box.mX)),
+            Shortest(float(box.mY)),
+            Shortest(float(box.Right())),
+            Shortest(float(box.Bottom())),
+            inTracker.Points().size(),
+            inRun.mMilliseconds.back()};
+    if (inHasTruth) row.push_back(inTruth ? Json(Overlap(box, *inTruth)) : Json());
+    return row;
 }
 
 std::unique_ptr<JsonFile> OpenJson(const RegionOptions& inOptions, const FrameSource& inSource,
-                                   const Box& inStart) {
-    auto json = inOptions.mOutput.OpenJson("region", inSource.Name(), inSource.Width(),
-                                           inSource.Height());
-    if (!json) return json;
-    json->OpenObject("settings");
-    json->Value("features", inOptions.mSettings.mFeatures);
-    json->Value("min_distance", inOptions.mSettings.mMinDistance);
-    json->OpenLine("rect");
-    json->Value("x", inStart.mX);
-    json->Value("y", inStart.mY);
-    json->Value("width", inStart.mWidth);
-    json->Value("height", inStart.mHeight);
-    json->Close(2);
-    json->OpenArray("frames");
-    return json;
+                                   const Box& inStart, const Columns& inColumns) {
+    Json head = JsonHead("region", inSource);
+    head["settings"] = {{"features", inOptions.mSettings.mFeatures},
+                        {"min_distance", inOptions.mSettings.mMinDistance},
+                        {"rect",
+                         {{"x", inStart.mX},
+                          {"y", inStart.mY},
+                          {"width", inStart.mWidth},
+                          {"height", inStart.mHeight}}}};
+    head["columns"] = DescribeColumns(inColumns);
+    return inOptions.mOutput.OpenJson(head, "frames");
 }
 
 void ReportOverlaps(const std::vector<double>& inOverlaps) {
@@ -180,22 +195,23 @@ void Report(const FrameSource& inSource, const LoopResult& inResult, const Regio
                 FramesText(inResult.mFrames).c_str());
     std::printf("  tracking  %8.3f ms a frame, %.1f points on average\n",
                 inSeconds / frames * 1e3, double(inRun.mPoints) / frames);
-    if (inRun.mLostIn) std::printf("  the region was lost in frame %lld\n", *inRun.mLostIn);
+    if (const long long held = inRun.Count(RegionState::kHeld))
+        std::printf("  held in   %8lld frames: repeats, or without a place\n", held);
+    if (const long long restarts = inRun.Count(RegionState::kRestarted))
+        std::printf("  restarted %8lld times with the last good rectangle\n", restarts);
     ReportOverlaps(inRun.mOverlaps);
     std::printf("  whole run %8.1f frames/s with reading, drawing and writing\n",
                 inResult.FramesPerSecond());
 }
 
-// A lost region has no place: its part of the lines is left out.
 void PlotRun(const RegionRun& inRun, const FrameSource& inSource,
              const OutputOptions& inOutput) {
     if (inOutput.mPlotFolder.empty()) return;
     std::vector<double> frames, widths, heights;
     for (const Box& box : inRun.mBoxes) {
-        const bool found = box.Area() > 0.0;
         frames.push_back(double(frames.size()));
-        widths.push_back(found ? box.mWidth : NAN);
-        heights.push_back(found ? box.mHeight : NAN);
+        widths.push_back(box.mWidth);
+        heights.push_back(box.mHeight);
     }
     Plot path, size, time;
     path.SetTitles("Path of the region's centre", "x in pixels", "y in pixels, downward");
@@ -214,49 +230,61 @@ void PlotRun(const RegionRun& inRun, const FrameSource& inSource,
     std::printf("  wrote plots in %s\n", inOutput.mPlotFolder.c_str());
 }
 
+void CheckOutputs(const RegionOptions& inOptions) {
+    std::vector<std::string> inputs = inOptions.mInput.Files();
+    if (!inOptions.mTruthFile.empty()) inputs.push_back(inOptions.mTruthFile);
+    Outputs files{"region.mp4", "region.png", "region.csv"};
+    if (inOptions.mPngEvery > 0) files.push_back("region-*.png");
+    inOptions.mOutput.Check(inputs, files, {"path.png", "size.png", "milliseconds.png"});
+}
+
 int RunRegion(const RegionOptions& inOptions) {
+    CheckOutputs(inOptions);
     const std::unique_ptr<FrameSource> source = inOptions.mInput.Open();
     const RegionTruth truth(*source, inOptions.mTruthFile);
     const Box start = StartBox(inOptions, truth, *source);
     inOptions.mOutput.Prepare();
     RegionTracker tracker(source->Name(), start, source->Height(), inOptions.mSettings);
     Canvas canvas(source->Width(), source->Height());
-    TextFile file(inOptions.mOutput.Path("region.csv"));
-    file.Print("%s\n", "frame,left,top,right,bottom,live points");
-    const auto json = OpenJson(inOptions, *source, start);
+    const bool hasTruth = truth.At(0).has_value();
+    const Columns columns = RegionColumns(hasTruth);
+    CsvFile file(inOptions.mOutput.Path("region.csv"), columns);
+    const auto json = OpenJson(inOptions, *source, start, columns);
     std::optional<VideoWriter> video;
     if (!inOptions.mOutput.mWithoutVideo)
-        video.emplace(inOptions.mOutput.Path("region.mp4"), canvas.Width(), canvas.Height(),
-                      source->FrameRate());
+        video.emplace(inOptions.mOutput.Path("region.mp4"),
+                      VideoShape(canvas.Width(), canvas.Height(), *source));
 
     RegionRun run;
     const auto step = [&](const Frame& inFrame, long long inNumber) {
         const double before = tracker.LibrarySeconds();
         const Box& box = tracker.Track(inFrame, inNumber);
+        const std::optional<Box> trueBox = truth.At(inNumber);
         run.mMilliseconds.push_back((tracker.LibrarySeconds() - before) * 1e3);
-        run.Add(box, truth.At(inNumber), inNumber, tracker.Points().size());
-        file.Print("%lld,%.9g,%.9g,%.9g,%.9g,%zu\n", inNumber, box.mX, box.mY, box.Right(),
-                   box.Bottom(), tracker.Points().size());
-        if (json) WriteFrame(*json, run, truth.At(inNumber), tracker.Points().size());
-        DrawRegion(canvas, inFrame, tracker, box, truth.At(inNumber), run, inNumber);
-        if (video) video->Write(canvas);
+        run.Add(tracker, box, trueBox);
+        const Row row = FrameRow(run, tracker, source->GetTimeBase().Seconds(inFrame.mTime),
+                                 trueBox, hasTruth);
+        file.Add(row);
+        if (json) json->Add(RowObject(columns, row));
+        DrawRegion(canvas, inFrame, tracker, box, trueBox, run, inNumber);
+        if (video) video->Write(canvas, inFrame.mTime, inFrame.mDuration);
         if (inOptions.mPngEvery > 0 && inNumber % inOptions.mPngEvery == 0)
             canvas.WritePng(inOptions.mOutput.NumberedPath("region", inNumber, ".png"));
     };
-    const LoopResult result = ForEachFrame(*source, "region", step);
+    const LoopResult result =
+        ForEachFrame(*source, "region", step, [&](const SoundPackets& inSound) {
+            if (video) video->WriteSound(inSound);
+        });
 
     if (video) video->Finish();
-    file.Flush();
-    if (json) {
-        json->Close();
-        json->Value("stopped", result.mStopped);
-        json->Finish();
-    }
+    file.Finish();
+    if (json) json->Finish(result.Ending());
     if (result.mFrames == 0) return result.ExitCode();  // stopped before it began
     Report(*source, result, run, tracker.LibrarySeconds());
     canvas.WritePng(inOptions.mOutput.Path("region.png"));
     std::printf("  wrote region.png, region.csv%s in %s\n", video ? " and region.mp4" : "",
                 inOptions.mOutput.mFolder.c_str());
+    ReportSound(video);
     PlotRun(run, *source, inOptions.mOutput);
     return result.ExitCode();
 }

@@ -61,7 +61,7 @@ Mask ReadMask(const std::string& inFile, const Frame& inPicture) {
 
 SelectInput RenderedInput(const SelectOptions& inOptions) {
     if (!inOptions.mForeground.empty() || !inOptions.mTruth.empty())
-        throw UserError("strokes and --truth belong to a picture, and none is named");
+        throw UsageError("strokes and --truth belong to a picture, and none is named");
     const Size size = ParseSize(inOptions.mSize.empty() ? "640x480" : inOptions.mSize);
     RenderedScene scene = RenderScene(size.mWidth, size.mHeight);
     return {"rendered scene", std::move(scene.mPicture), std::move(scene.mStrokes),
@@ -70,15 +70,15 @@ SelectInput RenderedInput(const SelectOptions& inOptions) {
 
 SelectInput ReadInput(const SelectOptions& inOptions) {
     if (inOptions.mForeground.size() != inOptions.mBackground.size())
-        throw UserError("--foreground and --background take as many files each");
+        throw UsageError("--foreground and --background take as many files each");
     if (inOptions.mPicture.empty()) return RenderedInput(inOptions);
     if (inOptions.mDemo)
-        throw UserError("--demo paints on the rendered scene: name no picture");
+        throw UsageError("--demo paints on the rendered scene: name no picture");
     if (!inOptions.mSize.empty())
-        throw UserError("--size is for the rendered scene; '" + inOptions.mPicture +
-                        "' has a size of its own");
+        throw UsageError("--size is for the rendered scene; '" + inOptions.mPicture +
+                         "' has a size of its own");
     if (inOptions.mForeground.empty() && !inOptions.mInteractive)
-        throw UserError(
+        throw UsageError(
             "a picture needs strokes: --foreground FILE --background FILE, or --interactive");
 
     SelectInput input{inOptions.mPicture, ReadPicture(inOptions.mPicture), {}, {}, {}};
@@ -113,19 +113,18 @@ void ReportCut(std::size_t inNumber, const Selection& inSelection, const GraphIn
     std::printf("\n");
 }
 
-void WriteCut(JsonFile& ioJson, std::size_t inNumber, const Selection& inSelection,
-              const GraphInside& inGraph, const std::optional<Mask>& inTruth) {
+Json CutRow(std::size_t inNumber, const Selection& inSelection, const GraphInside& inGraph,
+            const std::optional<Mask>& inTruth) {
     const std::vector<std::uint8_t>& bytes = inSelection.Labels().mBytes;
-    ioJson.OpenLine();
-    ioJson.Value("cut", inNumber);
-    ioJson.Value("milliseconds", inSelection.Milliseconds());
-    ioJson.Value("regions", inGraph.Regions());
-    ioJson.Value("links", inGraph.Links());
-    ioJson.Value("flow", inGraph.Flow());
-    ioJson.Value("selected_pixels",
-                 std::count_if(bytes.begin(), bytes.end(), [](int b) { return b > 127; }));
-    if (inTruth) ioJson.Value("overlap", OverlapWithoutRim(inSelection.Labels(), *inTruth));
-    ioJson.Close();
+    Json row{{"cut", inNumber},
+             {"milliseconds", inSelection.Milliseconds()},
+             {"regions", inGraph.Regions()},
+             {"links", inGraph.Links()},
+             {"flow", inGraph.Flow()},
+             {"selected_pixels",
+              std::count_if(bytes.begin(), bytes.end(), [](int b) { return b > 127; })}};
+    if (inTruth) row["overlap"] = OverlapWithoutRim(inSelection.Labels(), *inTruth);
+    return row;
 }
 
 // The sheet: the picture with the strokes of each cut and what came of them.
@@ -175,7 +174,21 @@ void WritePictures(const SelectInput& inInput, const Mask& inLabels, const Graph
     canvas.WritePng(inOutput.Path("regions.png"));
 }
 
+void CheckOutputs(const SelectOptions& inOptions) {
+    std::vector<std::string> inputs = inOptions.mForeground;
+    inputs.insert(inputs.end(), inOptions.mBackground.begin(), inOptions.mBackground.end());
+    inputs.push_back(inOptions.mPicture);
+    inputs.push_back(inOptions.mTruth);
+    Outputs files{"labels.png", "cutout.png"};
+    if (inOptions.mInteractive)
+        files.push_back("window.png");
+    else
+        files.insert(files.end(), {"select.png", "regions.png"});
+    inOptions.mOutput.Check(inputs, files);
+}
+
 int RunSelect(const SelectOptions& inOptions) {
+    CheckOutputs(inOptions);
     const SelectInput input = ReadInput(inOptions);
     inOptions.mOutput.Prepare();
     if (inOptions.mInteractive)
@@ -188,9 +201,8 @@ int RunSelect(const SelectOptions& inOptions) {
     Selection selection(input.mPicture, input.mName);
     GraphInside graph(input.mPicture);
     SelectSheet sheet(input.mPicture, input.mStrokes.size());
-    const auto json = inOptions.mOutput.OpenJson("select", input.mName, input.mPicture.mWidth,
-                                                 input.mPicture.mHeight);
-    if (json) json->OpenArray("cuts");
+    const auto json = inOptions.mOutput.OpenJson(
+        JsonHead("select", input.mName, input.mPicture.mWidth, input.mPicture.mHeight), "cuts");
     std::size_t cuts = 0;
     for (const Strokes& strokes : input.mStrokes) {
         if (Interrupted()) break;
@@ -199,10 +211,10 @@ int RunSelect(const SelectOptions& inOptions) {
         if (graph.Labels().mBytes != selection.Labels().mBytes)
             std::printf("  the library and its sources disagree on the selection\n");
         ReportCut(cuts, selection, graph, input.mTruth);
-        if (json) WriteCut(*json, cuts, selection, graph, input.mTruth);
+        if (json) json->Add(CutRow(cuts, selection, graph, input.mTruth));
         sheet.DrawCut(cuts++, input.mPicture, selection.Labels(), strokes);
     }
-    if (json) json->Finish();
+    if (json) json->Finish({{"stopped", Interrupted()}});
     if (cuts == 0) return kInterruptedExitCode;
     sheet.DrawResult(cuts, input.mPicture, selection.Labels());
     sheet.GetCanvas().WritePng(inOptions.mOutput.Path("select.png"));

@@ -12,7 +12,7 @@
 #include "Help.h"
 #include "Options.h"
 #include "PointTracker.h"
-#include "TextFile.h"
+#include "Table.h"
 #include "TrackPicture.h"
 #include "TrackPlots.h"
 #include "UserError.h"
@@ -35,66 +35,81 @@ struct TrackOptions {
 struct TrackRun {
     TrackRun(std::unique_ptr<PointTracker> inTracker, const RenderedClip* inTruth,
              const std::string& inFile)
-        : mTracker(std::move(inTracker)), mHistory(inTruth), mFile(inFile) {
-        mFile.Print("frame,slot,x,y,%s,%s,age,dx,dy\n", mTracker->StatusColumn().c_str(),
-                    mTracker->MarkColumn().c_str());
+        : mTracker(std::move(inTracker)),
+          mColumns(ColumnsOf(*mTracker)),
+          mHistory(inTruth),
+          mFile(inFile, mColumns) {}
+
+    static Columns ColumnsOf(const PointTracker& inTracker) {
+        Columns columns = FrameColumns();
+        columns.push_back(
+            {"state", "word", "tracked, or held: the frame repeats the one before"});
+        for (const Column& column : inTracker.PointColumns())
+            columns.push_back(column);
+        return columns;
     }
 
-    void Track(const Frame& inFrame, long long inNumber, JsonFile* ioJson) {
+    void Track(const Frame& inFrame, long long inNumber) {
         const double before = mTracker->LibrarySeconds();
         const std::vector<TrackedPoint>& points = mTracker->Track(inFrame, inNumber);
         mMilliseconds.push_back((mTracker->LibrarySeconds() - before) * 1e3);
-        mHistory.Add(points, inNumber);
-        if (ioJson) WriteJson(*ioJson, points);
+        if (mTracker->IsHeld()) {
+            ++mHeldFrames;
+            mHistory.Hold(inNumber);
+        } else {
+            mHistory.Add(points, inNumber);
+        }
+    }
+
+    // Every slot is a row in the table; the frame with its rows is an object in JSON.
+    Json Write(long long inNumber, double inTime, bool inWantsJson) {
+        const char* const state = mTracker->IsHeld() ? "held" : "tracked";
+        Json rows = Json::array();
+        const auto& points = mTracker->Points();
         for (std::size_t slot = 0; slot < points.size(); ++slot) {
             const TrackedPoint& point = points[slot];
-            mFile.Print("%lld,%zu,%.9g,%.9g,%d,%.9g,%u,%.9g,%.9g\n", inNumber, slot,
-                        double(point.mX), double(point.mY), point.mStatus, point.mMark,
-                        point.mAge, double(point.mDeltaX), double(point.mDeltaY));
+            const Row row{inNumber,
+                          inTime,
+                          state,
+                          slot,
+                          Shortest(point.mX),
+                          Shortest(point.mY),
+                          point.mStatus,
+                          point.mMark,
+                          point.mAge,
+                          Shortest(point.mDeltaX),
+                          Shortest(point.mDeltaY)};
+            mFile.Add(row);
+            if (inWantsJson) rows.push_back(RowObject(mColumns, row, kPointColumn));
         }
+        return {{"tracker", mTracker->Name()},
+                {"state", state},
+                {"milliseconds", mMilliseconds.back()},
+                {"live", mHistory.LiveNow()},
+                {"points", std::move(rows)}};
     }
 
-    // The live points of the frame; slots that hold none are left out.
-    void WriteJson(JsonFile& ioJson, const std::vector<TrackedPoint>& inPoints) const {
-        ioJson.OpenObject();
-        ioJson.Value("tracker", mTracker->Name());
-        ioJson.Value("milliseconds", mMilliseconds.back());
-        ioJson.Value("live", mHistory.LiveNow());
-        ioJson.OpenArray("points");
-        for (std::size_t slot = 0; slot < inPoints.size(); ++slot) {
-            const TrackedPoint& point = inPoints[slot];
-            if (!point.IsLive()) continue;
-            ioJson.OpenLine();
-            ioJson.Value("slot", slot);
-            ioJson.Value("x", double(point.mX));
-            ioJson.Value("y", double(point.mY));
-            ioJson.Value(mTracker->StatusColumn(), point.mStatus);
-            ioJson.Value(mTracker->MarkColumn(), point.mMark);
-            ioJson.Value("age", point.mAge);
-            ioJson.Value("dx", double(point.mDeltaX));
-            ioJson.Value("dy", double(point.mDeltaY));
-            ioJson.Close();
-        }
-        ioJson.Close(2);
-    }
-
+    static constexpr std::size_t kPointColumn = 3;  // the first that is not the frame's
     std::unique_ptr<PointTracker> mTracker;
+    Columns mColumns;
     TrackHistory mHistory;
-    TextFile mFile;
+    CsvFile mFile;
     std::vector<double> mMilliseconds;  // of each frame
+    long long mHeldFrames = 0;
 };
 
-std::vector<std::unique_ptr<TrackRun>> MakeRuns(const TrackOptions& inOptions,
-                                                const FrameSource& inSource) {
+using TrackRuns = std::vector<std::unique_ptr<TrackRun>>;
+
+TrackRuns MakeRuns(const TrackOptions& inOptions, const FrameSource& inSource) {
     std::vector<std::unique_ptr<PointTracker>> trackers;
     if (inOptions.mExported)
-        trackers.push_back(MakeExportedTracker(inSource.Name()));
+        trackers.push_back(MakeExportedTracker(inSource.Name(), inOptions.mSettings.mStep));
     else if (inOptions.mCompare || inOptions.mEngine == "apt")
         trackers.push_back(MakeAptTracker(inSource.Name(), inOptions.mSettings));
     if (inOptions.mCompare || inOptions.mEngine == "klt")
         trackers.push_back(MakeKltTracker(inSource.Name(), inOptions.mSettings));
 
-    std::vector<std::unique_ptr<TrackRun>> runs;
+    TrackRuns runs;
     for (auto& tracker : trackers) {
         const std::string name = trackers.size() > 1 ? "track-" + tracker->Name() : "track";
         runs.push_back(std::make_unique<TrackRun>(std::move(tracker), inSource.Truth(),
@@ -111,8 +126,7 @@ public:
         mCanvas.Fill({255.0, 255.0, 255.0});
     }
 
-    void Draw(const Frame& inFrame, long long inNumber,
-              const std::vector<std::unique_ptr<TrackRun>>& inRuns) {
+    void Draw(const Frame& inFrame, long long inNumber, const TrackRuns& inRuns) {
         for (std::size_t i = 0; i < inRuns.size(); ++i) {
             const TrackRun& run = *inRuns[i];
             const Box box{double(Left(int(i))), 0.0, double(mWidth), double(mHeight)};
@@ -131,39 +145,26 @@ private:
     Canvas mCanvas;
 };
 
-std::unique_ptr<JsonFile> OpenJson(const TrackOptions& inOptions, const FrameSource& inSource) {
-    auto json = inOptions.mOutput.OpenJson("track", inSource.Name(), inSource.Width(),
-                                           inSource.Height());
-    if (!json) return json;
-    const TrackSettings& settings = inOptions.mSettings;
-    json->OpenObject("settings");
-    json->Value("step", settings.mStep);
-    if (!inOptions.mExported || inOptions.mCompare) {  // the exported tracker's are its own
-        json->Value("features", settings.mFeatures);
-        json->Value("min_features", settings.mMinFeatures);
-        json->Value("min_distance", settings.mMinDistance);
-        json->Value("stationary_limit", double(settings.mStationaryLimit));
-        json->Value("verify", settings.mVerify);
-    }
-    json->Close();
-    json->OpenArray("frames");
-    return json;
+// Each tracker with what it was asked for, and what its numbers mean.
+std::unique_ptr<JsonFile> OpenJson(const TrackOptions& inOptions, const FrameSource& inSource,
+                                   const TrackRuns& inRuns) {
+    Json head = JsonHead("track", inSource);
+    for (const auto& run : inRuns)
+        head["trackers"].push_back({{"tracker", run->mTracker->Name()},
+                                    {"settings", run->mTracker->Settings()},
+                                    {"columns", DescribeColumns(run->mColumns)},
+                                    {"status_codes", run->mTracker->StatusCodes()}});
+    return inOptions.mOutput.OpenJson(head, "frames");
 }
 
-void FinishJson(JsonFile& ioJson, const LoopResult& inResult,
-                const std::vector<std::unique_ptr<TrackRun>>& inRuns) {
-    ioJson.Close();
-    ioJson.OpenArray("cuts");
+Json JsonTail(const LoopResult& inResult, const TrackRuns& inRuns) {
+    Json cuts = Json::array();
     for (const auto& run : inRuns)
-        for (const long long cut : run->mHistory.Cuts()) {
-            ioJson.OpenLine();
-            ioJson.Value("tracker", run->mTracker->Name());
-            ioJson.Value("frame", cut);
-            ioJson.Close();
-        }
-    ioJson.Close();
-    ioJson.Value("stopped", inResult.mStopped);
-    ioJson.Finish();
+        for (const long long cut : run->mHistory.Cuts())
+            cuts.push_back({{"tracker", run->mTracker->Name()}, {"frame", cut}});
+    Json tail{{"cuts", cuts}};
+    tail.update(inResult.Ending());
+    return tail;
 }
 
 void ReportRun(const TrackRun& inRun, long long inFrames, bool inHasTruth) {
@@ -182,12 +183,14 @@ void ReportRun(const TrackRun& inRun, long long inFrames, bool inHasTruth) {
         std::printf("    kept          %8.2f %% of the points in view, each step\n",
                     100.0 * summary.mKept);
     }
+    if (inRun.mHeldFrames > 0)
+        std::printf("    held          %8lld repeated frames\n", inRun.mHeldFrames);
     for (const long long cut : inRun.mHistory.Cuts())
         std::printf("    most points were lost at once in frame %lld: is there a cut?\n", cut);
 }
 
-void Report(const FrameSource& inSource, const LoopResult& inResult,
-            const std::vector<std::unique_ptr<TrackRun>>& inRuns, long long inTracked) {
+void Report(const FrameSource& inSource, const LoopResult& inResult, const TrackRuns& inRuns,
+            long long inTracked) {
     std::printf("%s, %dx%d, %s\n", inSource.Name().c_str(), inSource.Width(), inSource.Height(),
                 FramesText(inResult.mFrames).c_str());
     for (const auto& run : inRuns)
@@ -196,8 +199,7 @@ void Report(const FrameSource& inSource, const LoopResult& inResult,
                 inResult.FramesPerSecond());
 }
 
-void PlotRuns(const TrackOptions& inOptions,
-              const std::vector<std::unique_ptr<TrackRun>>& inRuns) {
+void PlotRuns(const TrackOptions& inOptions, const TrackRuns& inRuns) {
     if (inOptions.mOutput.mPlotFolder.empty()) return;
     for (const auto& run : inRuns)
         WriteTrackPlots(
@@ -206,7 +208,20 @@ void PlotRuns(const TrackOptions& inOptions,
     std::printf("  wrote plots in %s\n", inOptions.mOutput.mPlotFolder.c_str());
 }
 
+void CheckOutputs(const TrackOptions& inOptions) {
+    Outputs files{"track.mp4", "track.png"}, plots;
+    if (inOptions.mPngEvery > 0) files.push_back("track-*.png");
+    for (const char* name :
+         {"track.csv", "track-apt.csv", "track-apt-exported.csv", "track-klt.csv"})
+        files.push_back(name);
+    for (const char* tracker : {"", "apt-", "apt-exported-", "klt-"})
+        for (const char* plot : {"points.png", "lengths.png", "milliseconds.png"})
+            plots.push_back(std::string(tracker) + plot);
+    inOptions.mOutput.Check(inOptions.mInput.Files(), files, plots);
+}
+
 int RunTrack(const TrackOptions& inOptions) {
+    CheckOutputs(inOptions);
     const std::unique_ptr<FrameSource> source = inOptions.mInput.Open();
     inOptions.mOutput.Prepare();
     const auto runs = MakeRuns(inOptions, *source);
@@ -214,38 +229,41 @@ int RunTrack(const TrackOptions& inOptions) {
     const Canvas& canvas = sheet.GetCanvas();
     std::optional<VideoWriter> video;
     if (!inOptions.mOutput.mWithoutVideo)
-        video.emplace(inOptions.mOutput.Path("track.mp4"), canvas.Width(), canvas.Height(),
-                      source->FrameRate() / inOptions.mSettings.mStep);
+        video.emplace(inOptions.mOutput.Path("track.mp4"),
+                      VideoShape(canvas.Width(), canvas.Height(), *source));
 
-    const auto json = OpenJson(inOptions, *source);
+    const auto json = OpenJson(inOptions, *source, runs);
     long long tracked = 0;
     const auto step = [&](const Frame& inFrame, long long inNumber) {
         if (inNumber % inOptions.mSettings.mStep != 0) return;
-        if (json) {
-            json->OpenObject();
-            json->Value("frame", inNumber);
-            json->OpenArray("trackers");
+        const double time = source->GetTimeBase().Seconds(inFrame.mTime);
+        Json row{{"frame", inNumber}, {"time", time}, {"trackers", Json::array()}};
+        for (const auto& run : runs) {
+            run->Track(inFrame, inNumber);
+            row["trackers"].push_back(run->Write(inNumber, time, json != nullptr));
         }
-        for (const auto& run : runs)
-            run->Track(inFrame, inNumber, json.get());
-        if (json) json->Close(2);
+        if (json) json->Add(row);
         ++tracked;
         sheet.Draw(inFrame, inNumber, runs);
-        if (video) video->Write(canvas);
+        if (video) video->Write(canvas, inFrame.mTime, inFrame.mDuration);
         if (inOptions.mPngEvery > 0 && inNumber % inOptions.mPngEvery == 0)
             canvas.WritePng(inOptions.mOutput.NumberedPath("track", inNumber, ".png"));
     };
-    const LoopResult result = ForEachFrame(*source, "track", step);
+    const LoopResult result =
+        ForEachFrame(*source, "track", step, [&](const SoundPackets& inSound) {
+            if (video) video->WriteSound(inSound);
+        });
 
     if (video) video->Finish();
     for (const auto& run : runs)
-        run->mFile.Flush();
-    if (json) FinishJson(*json, result, runs);
+        run->mFile.Finish();
+    if (json) json->Finish(JsonTail(result, runs));
     if (tracked == 0) return result.ExitCode();  // stopped before it began
     Report(*source, result, runs, tracked);
     canvas.WritePng(inOptions.mOutput.Path("track.png"));
     std::printf("  wrote track.png, the tables (csv)%s in %s\n", video ? " and track.mp4" : "",
                 inOptions.mOutput.mFolder.c_str());
+    ReportSound(video);
     PlotRuns(inOptions, runs);
     return result.ExitCode();
 }
@@ -253,7 +271,8 @@ int RunTrack(const TrackOptions& inOptions) {
 // Options that belong to one tracker are refused for the other, not passed over.
 void CheckOptions(const CLI::App& inCommand, const TrackOptions& inOptions) {
     const auto refuse = [&](const char* inOption, const std::string& inWhy) {
-        if (inCommand.count(inOption) > 0) throw UserError(std::string(inOption) + " " + inWhy);
+        if (inCommand.count(inOption) > 0)
+            throw UsageError(std::string(inOption) + " " + inWhy);
     };
     if (inOptions.mExported) {
         for (const char* option : {"--features", "--min-features", "--min-distance",

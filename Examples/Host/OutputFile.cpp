@@ -1,0 +1,31 @@
+#include "OutputFile.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+#include "UserError.h"
+
+namespace Host {
+
+OutputFile::OutputFile(const std::string& inName, Links inLinks) : mName(inName) {
+    const int noFollow = inLinks == Links::kRefused ? O_NOFOLLOW : 0;
+    mDescriptor =
+        open(inName.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | noFollow, 0666);
+    if (mDescriptor >= 0) return;
+    const bool isLink = errno == ELOOP;
+    throw UserError("file '" + inName + "' cannot be written: " +
+                    (isLink ? "it is a link, and links in output folders are not followed"
+                            : strerror(errno)));
+}
+
+OutputFile::~OutputFile() { close(mDescriptor); }
+
+std::string OutputFile::PathOfOpenFile() const {
+    const std::string path = "/proc/self/fd/" + std::to_string(mDescriptor);
+    return access(path.c_str(), W_OK) == 0 ? path : mName;
+}
+
+}  // namespace Host
