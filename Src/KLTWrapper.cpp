@@ -12,7 +12,7 @@ namespace DP {
 KLTWrapper::KLTWrapper(int inRows, int inCols, KLTTrackerPtr inTracker)
     : mTracker(inTracker), mCols(inCols), mRows(inRows) {}
 
-// Regions count y upward from the foot; the whole frame is the same either way.
+// Regions count y upward from the bottom; the whole frame is the same either way.
 KLTTracker::Regions KLTWrapper::WholeFrame() const {
     return {{0.0f, 0.0f, static_cast<float>(mCols), static_cast<float>(mRows)}};
 }
@@ -35,14 +35,15 @@ KLTFeatureListPtr KLTWrapper::UpdateTracking(const unsigned char* inPrevImage,
 
     const auto previous = Ref<IKLTDescriptorData>(inPrevData)->GetFeatureList();
     if (previous == NULL) throw TVK::NullInterfaceException();
-    mTracker->TrackFeatures(inPrevImage, inCurrImage, mCols, mRows, inDataKey->GetFrameNumber(),
-                            {previous}, results);
+    const IP::ImagePtr<float> smoothed =
+        mTracker->TrackFeatures(inPrevImage, inCurrImage, mCols, mRows,
+                                inDataKey->GetFrameNumber(), {previous}, results);
 
     // One selection fills all lost slots; the live features keep theirs.
     const Ref<KLTDescriptorDataKey> key(inDataKey);
     if (key != NULL && CountTrackedFeatures(result) < key->GetMinFeatures())
-        mTracker->ReplaceLostFeatures(inCurrImage, mCols, mRows, WholeFrame(), results,
-                                      results);
+        mTracker->ReplaceLostFeatures(inCurrImage, mCols, mRows, WholeFrame(), results, results,
+                                      smoothed);
     return result;
 }
 

@@ -22,7 +22,8 @@ TABLE = [
     (r"Src/ColourPyramid/(ColourPyramidData|ReduceByTwo)\.", 4, "colour data", ()),
     (r"Src/APT/(APTTracker|APTCorner|APTImagePyramid|APTLevelDescent|APTPatchAlignment|APTReferenceVerification"
      r"|APTMotion|APTPatch|APTTrackerParams)", 4, "apt engine", ("lapack", "colour data")),
-    (r"Src/KLT/", 4, "klt engine", ("pyramid",)),
+    (r"Src/KLT/KLTFramePyramids", 4, "klt engine", ("pyramid",)),
+    (r"Src/KLT/", 4, "klt engine", ()),
     (r"External/graphcut/", 4, "graphcut engine", ()),
     (r"Src/Pyramid/", 5, "pyramid", ()),
     (r"Src/ColourPyramid/", 5, "colour pyramid", ()),

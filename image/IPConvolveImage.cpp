@@ -72,9 +72,11 @@ void DivideBy(float inDivisor, ConvolutionKernel& ioKernel) {
         ioKernel.mTaps[tap] /= inDivisor;
 }
 
-// The taps of a Gaussian and its derivative, cut off where they fall below a hundredth of
-// their peak. Both are moved by the shift of the Gaussian: where the widths differ, the
-// derivative stands off centre by half the difference.
+}  // namespace
+
+// Taps are cut off where they fall below a hundredth of their peak. Both kernels are moved by
+// the shift of the Gaussian: where the widths differ, the derivative stands off centre by
+// half the difference.
 void ComputeKernels(float inSigma, ConvolutionKernel& outGauss,
                     ConvolutionKernel& outGaussDeriv) {
     float gauss[MAX_KERNEL_WIDTH];
@@ -106,6 +108,8 @@ void ComputeKernels(float inSigma, ConvolutionKernel& outGauss,
         DivideBy(sum, outGaussDeriv);
     }
 }
+
+namespace {
 
 // ---- Rows ----------------------------------------------------------------------------
 

@@ -17,6 +17,12 @@ struct ConvolutionKernel {
     int Radius() const { return mWidth / 2; }
 };
 
+/// The taps of the Gaussian of `inSigma`, in pixels, which sum up to 1, and of its derivative,
+/// which makes 1 of a ramp of slope 1. A sigma beyond what `MAX_KERNEL_WIDTH` holds (about
+/// 11) is reported, and the tails are cut off.
+void ComputeKernels(float inSigma, ConvolutionKernel& outGauss,
+                    ConvolutionKernel& outGaussDeriv);
+
 // Shape. Every operation takes its size from `inImage` and writes that many pixels from the
 //   first one on, so an output has at least that size; it gets the rows of `inImage`, row 0
 //   the top row, without gaps. **A frame of exact zeros, one kernel radius wide, surrounds

@@ -4,23 +4,47 @@
 
 namespace IP {
 
-FramePyramids ComputeFramePyramids(const unsigned char* inPixels, int inCols, int inRows,
-                                   const FramePyramidSettings& inSettings) {
-    const auto makePyramid = [&] {
-        return TVK::MakeObject<ImagePyramidImpl<float>>(inCols, inRows, inSettings.mSubsampling,
-                                                        inSettings.mLevelCount);
+FramePyramids ComputeFramePyramids(const FrameView& inFrame,
+                                   const FramePyramidSettings& inSettings,
+                                   ImagePyramidImpl<float>::LevelZero inGradients) {
+    using LevelZero = ImagePyramidImpl<float>::LevelZero;
+    const int cols = inFrame.mColumns;
+    const int rows = inFrame.mRows;
+    const bool leavesOut =
+        inGradients == LevelZero::kLater && inSettings.mGradientSigma == kWindowGradientSigma;
+    const LevelZero gradients = leavesOut ? LevelZero::kLater : LevelZero::kAllocated;
+    const auto makePyramid = [&](LevelZero inLevelZero) {
+        return TVK::MakeObject<ImagePyramidImpl<float>>(cols, rows, inSettings.mSubsampling,
+                                                        inSettings.mLevelCount, inLevelZero);
     };
-    const FramePyramids result{makePyramid(), makePyramid(), makePyramid()};
+    const FramePyramids result{makePyramid(LevelZero::kAllocated), makePyramid(gradients),
+                               makePyramid(gradients)};
     const ImagePtr<float> smoothed = inSettings.mLevelCount < 1
-                                         ? TVK::MakeObject<Image<float>>(inCols, inRows)
+                                         ? TVK::MakeObject<Image<float>>(cols, rows)
                                          : result.mSmoothed->GetLevel(0);
-    ComputeSmoothedBytes(inPixels, inCols, inRows, inSettings.mSmoothSigma, smoothed);
+    ComputeSmoothedBytes(inFrame.mPixels, cols, rows, inSettings.mSmoothSigma, smoothed);
     result.mSmoothed->ComputePyramidInPlace(inSettings.mPyramidSigmaFactor);
-    for (int level = 0; level < inSettings.mLevelCount; ++level)
+    for (int level = leavesOut ? 1 : 0; level < inSettings.mLevelCount; ++level)
         ComputeGradients(result.mSmoothed->GetLevel(level), inSettings.mGradientSigma,
                          result.mGradientX->GetLevel(level),
                          result.mGradientY->GetLevel(level));
     return result;
+}
+
+bool LacksLevelZeroGradients(const FramePyramids& inPyramids) {
+    return inPyramids.mGradientX != NULL && inPyramids.mGradientX->GetLevelCount() > 0 &&
+           inPyramids.mGradientX->GetLevel(0) == NULL;
+}
+
+void AddLevelZeroGradients(const FramePyramids& ioPyramids, float inGradientSigma) {
+    const ImagePtr<float> smoothed = ioPyramids.mSmoothed->GetLevel(0);
+    const auto makeImage = [&] {
+        return TVK::MakeObject<Image<float>>(smoothed->GetColumns(), smoothed->GetRows());
+    };
+    const ImagePtr<float> x = makeImage(), y = makeImage();
+    ComputeGradients(smoothed, inGradientSigma, x, y);
+    ioPyramids.mGradientX->SetLevelZero(x);
+    ioPyramids.mGradientY->SetLevelZero(y);
 }
 
 }  // namespace IP

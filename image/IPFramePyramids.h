@@ -2,6 +2,7 @@
 
 #pragma once
 
+#include "image/FrameView.h"
 #include "image/IPImagePyramid.h"
 
 namespace IP {
@@ -18,19 +19,34 @@ struct FramePyramidSettings {
 /// Three pyramids of one shape: the smoothed frame and, level by level, its derivatives
 /// along x (to the right) and y (downward). Units are grey values, and grey values per
 /// pixel of the level.
+///
+/// The gradients of level 0 are two planes as large as the frame. Who follows points reads
+/// next to nothing of them, so they may be left out (level 0 is null) and be made later.
 struct FramePyramids {
     PyramidPtr<float> mSmoothed;
     PyramidPtr<float> mGradientX;
     PyramidPtr<float> mGradientY;
 };
 
-/// Makes the pyramids of a frame of 8-bit grey pixels, `inCols` times `inRows` of them
-/// without gaps, row 0 the top row. The gradients of a level are taken from that level, not
-/// from the gradients of the one before.
+/// The one sigma of gradients for which level 0 may be left out: its kernels have seven taps
+/// each, and whoever reads single windows makes the gradients there (see KLTGradientBlock).
+inline constexpr float kWindowGradientSigma = 1.0f;
+
+/// Makes the pyramids of a frame. The gradients of a level are taken from that level, not
+/// from the gradients of the one before. With `LevelZero::kLater`, and where the sigma
+/// allows it, those of level 0 are left out.
 ///
 /// Threads: stateless. Errors: as of the operations that it is made of; an impossible size
 /// breaks their contracts.
-FramePyramids ComputeFramePyramids(const unsigned char* inPixels, int inCols, int inRows,
-                                   const FramePyramidSettings& inSettings);
+FramePyramids ComputeFramePyramids(const FrameView& inFrame,
+                                   const FramePyramidSettings& inSettings,
+                                   ImagePyramidImpl<float>::LevelZero inGradients =
+                                       ImagePyramidImpl<float>::LevelZero::kAllocated);
+
+/// Whether the gradients of level 0 were left out.
+bool LacksLevelZeroGradients(const FramePyramids& inPyramids);
+
+/// Makes the gradients of level 0 that were left out.
+void AddLevelZeroGradients(const FramePyramids& ioPyramids, float inGradientSigma);
 
 }  // namespace IP

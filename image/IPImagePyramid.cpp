@@ -5,7 +5,7 @@
 //     . . . . . . . .              a b        a level is a sample of the smoothed level
 //     . . a . . . b .      -->     c d        before it, taken in the middle of each
 //     . . . . . . . .                         block; what is left over at the right and
-//     . . . . . . . .                         at the foot is dropped
+//     . . . . . . . .                         at the bottom is dropped
 //     . . . . . . . .
 //     . . c . . . d .
 
@@ -27,14 +27,15 @@ int Quotient(int inSize, int inDivisor) {
 }  // namespace
 
 ImagePyramidImpl<float>::ImagePyramidImpl(int inCols, int inRows, int inSubsampling,
-                                          int inLevelCount)
+                                          int inLevelCount, LevelZero inLevelZero)
     : mCols(inCols),
       mRows(inRows),
       mSubsampling(inSubsampling),
       mLevelCount(inLevelCount),
       mLevels(inLevelCount < 1 ? nullptr : new ImagePtr<float>[std::size_t(inLevelCount)]) {
     for (int level = 0; level < inLevelCount; ++level) {
-        mLevels[level] = TVK::MakeObject<Image<float>>(inCols, inRows);
+        if (level > 0 || inLevelZero == LevelZero::kAllocated)
+            mLevels[level] = TVK::MakeObject<Image<float>>(inCols, inRows);
         inCols = Quotient(inCols, inSubsampling);
         inRows = Quotient(inRows, inSubsampling);
     }

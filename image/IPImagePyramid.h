@@ -31,10 +31,14 @@ using PyramidPtr = TVK::ObjectPtr<ImagePyramidImpl<T>>;
 template <>
 class ImagePyramidImpl<float> {
 public:
+    enum class LevelZero { kAllocated, kLater };
+
     ImagePyramidImpl() = default;
 
-    /// With a level count below 1 there are no levels.
-    ImagePyramidImpl(int inCols, int inRows, int inSubsampling, int inLevelCount);
+    /// With a level count below 1 there are no levels. Level 0 is null where it is to come
+    /// later, by `SetLevelZero`.
+    ImagePyramidImpl(int inCols, int inRows, int inSubsampling, int inLevelCount,
+                     LevelZero inLevelZero = LevelZero::kAllocated);
 
     int GetColumns() const { return mCols; }
     int GetRows() const { return mRows; }
@@ -43,6 +47,9 @@ public:
 
     /// Level 0 to `GetLevelCount() - 1`, without a check.
     ImagePtr<float> GetLevel(int inLevel) const { return mLevels[inLevel]; }
+
+    /// An image of the pyramid's own size. There is at least one level.
+    void SetLevelZero(ImagePtr<float> inImage) { mLevels[0] = inImage; }
 
     /// Copies `inImage` into level 0. Each further level is the one before, smoothed by a
     /// Gaussian of sigma `inSigmaFactor` times the subsampling, and of that the pixel in

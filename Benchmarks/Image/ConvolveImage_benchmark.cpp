@@ -118,7 +118,7 @@ void FramePyramids(benchmark::State& ioState) {
     Bench::RunRounds(
         ioState,
         [&] {
-            IP::ComputeFramePyramids(frame.mBytes.data(), frame.mCols, frame.mRows,
+            IP::ComputeFramePyramids({frame.mBytes.data(), frame.mCols, frame.mRows},
                                      {1.0f, 0.7f, 0.9f, 4, 2});
         },
         [&] { peer.Pyramids(smooth, level, gauss, derivative); });
@@ -146,7 +146,7 @@ void Gradients(benchmark::State& ioState) {
 void FramePyramids(benchmark::State& ioState) {
     const Frame frame(ioState);
     RunAlone(ioState, [&] {
-        IP::ComputeFramePyramids(frame.mBytes.data(), frame.mCols, frame.mRows,
+        IP::ComputeFramePyramids({frame.mBytes.data(), frame.mCols, frame.mRows},
                                  {1.0f, 0.7f, 0.9f, 4, 2});
     });
 }

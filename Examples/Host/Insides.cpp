@@ -62,7 +62,7 @@ std::vector<PyramidLevel> ComputePyramids(const std::uint8_t* inGrey, int inWidt
     settings.mSubsampling = inSettings.mSubsampling;
     settings.mLevelCount = inSettings.mLevels;
     const IP::FramePyramids pyramids =
-        IP::ComputeFramePyramids(inGrey, inWidth, inHeight, settings);
+        IP::ComputeFramePyramids({inGrey, inWidth, inHeight}, settings);
 
     std::vector<PyramidLevel> levels;
     for (int i = 0; i < inSettings.mLevels; ++i) {

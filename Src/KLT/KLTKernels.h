@@ -12,11 +12,20 @@ class VectorTargets;
 
 namespace DP {
 
-/// One level of a frame: the image, its derivatives along x and y, of one size.
+/// Pixels of one plane of a level, or of a block of it: row by row, `mStride` floats apart;
+/// the first is pixel (`mFirstX`, `mFirstY`) of the level.
+struct KLTPlane {
+    const float* mPixels;
+    long mStride;
+    long mFirstX;
+    long mFirstY;
+};
+
+/// One level of a frame: the image and its derivatives along x and y. The level has `mCols`
+/// columns; a plane that is a block has those that a window reads, and one more.
 struct KLTPlanes {
-    const float* mPlanes[3];
+    KLTPlane mPlanes[3];
     long mCols;
-    long mRows;
 };
 
 /// The values of a small window in up to three planes. Eight floats a row, of which as many
@@ -35,6 +44,10 @@ struct KLTSystemSums {
 };
 
 struct KLTKernels {
+    static const int kBlockColumns = 16;
+    static const int kBlockRows = 13;
+    static const int kBlockTaps = 7;
+
     const char* mName;
 
     /// The squares and the product of the gradients, pixel by pixel.
@@ -66,6 +79,13 @@ struct KLTKernels {
     /// row's end.
     bool (*mSampleWindow)(const KLTPlanes& inPlanes, int inPlaneCount, float inX, float inY,
                           int inWidth, int inHeight, KLTSamples* outSamples);
+
+    /// Gradients of `inRows` (at most 13) rows of 16 pixels by two kernels of seven taps:
+    /// the derivative along an axis and the Gaussian across it, horizontal pass first.
+    /// `inPixels` starts three rows and columns before the block, rows `inStride` apart.
+    void (*mBlockGradients)(const float* inPixels, long inStride, const float* inGaussTaps,
+                            const float* inDerivativeTaps, int inRows, float* outX,
+                            float* outY);
 
     /// Row by row, one accumulator each.
     KLTSystemSums (*mSumWindows)(const KLTSamples& inFirst, const KLTSamples& inSecond,

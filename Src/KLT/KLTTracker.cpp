@@ -16,121 +16,49 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
+#include <cstdint>
+#include <new>
 
-#include "DP/DescriptorFactory.h"
+#include "KLT/KLTFramePyramids.h"
+#include "KLT/KLTGradientBlock.h"
 #include "KLT/KLTSelection.h"
 #include "KLT/KLTTrackerUtils.h"
-#include "Pyramid/ImagePyramidDescriptorData.h"
-#include "Pyramid/ImagePyramidDescriptorDataKey.h"
-#include "Pyramid/ImagePyramidDescriptorWorkerItem.h"
 #include "TVK/ContractCheck.h"
 #include "image/IPConvolveImage.h"
-#include "image/PixelOps.h"
 #include "image/RecycledArray.h"
 #include "image/Truncate.h"
 
 namespace DP {
 namespace {
 
-// ---- Windows of a bad size -----------------------------------------------------------
-
-struct WindowReports {
-    const char* mFunction;
-    const char* mOddWidth;
-    const char* mOddHeight;
-    const char* mLeastWidth;
-    const char* mLeastHeight;
-};
-
-// The blanks before "Changing" differ, and so they stay.
-constexpr WindowReports kBorderReports{
-    "DP::KLTTracker::UpdateTCBorder",
-    "(UpdateTCBorder) Window width must be odd. Changing to %d.\n",
-    "(UpdateTCBorder) Window height must be odd. Changing to %d.\n",
-    "(UpdateTCBorder) Window width must be at least three. Changing to %d.\n",
-    "(UpdateTCBorder) Window height must be at least three. Changing to %d.\n"};
-constexpr WindowReports kPyramidReports{
-    "DP::KLTTracker::ChangeTCPyramid",
-    "(ChangeTCPyramid) Window width must be odd.  Changing to %d.\n",
-    "(ChangeTCPyramid) Window height must be odd.  Changing to %d.\n",
-    "(ChangeTCPyramid) Window width must be at least three. Changing to %d.\n",
-    "(ChangeTCPyramid) Window height must be at least three. Changing to %d.\n"};
-constexpr WindowReports kSelectionReports{
-    "DP::KLTTracker::SelectGoodFeaturesWithMode",
-    "Tracking context's window width must be odd. Changing to %d.\n",
-    "Tracking context's window height must be odd.  Changing to %d.\n",
-    "Tracking context's window width must be at least three. Changing to %d.\n",
-    "Tracking context's window height must be at least three. Changing to %d.\n"};
-constexpr WindowReports kTrackingReports{
-    "DP::KLTTracker::TrackFeatures",
-    "Tracking context's window width must be odd. Changing to %d.\n",
-    "Tracking context's window height must be odd. Changing to %d.\n",
-    "Tracking context's window width must be at least three. Changing to %d.\n",
-    "Tracking context's window height must be at least three. Changing to %d.\n"};
-
-// A template, so that every report of every operation has a flag of its own. The remainder
-// is the truncating one: a negative odd size counts as even.
-template <const WindowReports& kReports>
-void CorrectWindow(TrackingContext& ioContext) {
-    if (ioContext.mWindowWidth % 2 != 1) {
-        ++ioContext.mWindowWidth;
-        AssertWithMessage(kReports.mFunction, kReports.mOddWidth);
-    }
-    if (ioContext.mWindowHeight % 2 != 1) {
-        ++ioContext.mWindowHeight;
-        AssertWithMessage(kReports.mFunction, kReports.mOddHeight);
-    }
-    if (ioContext.mWindowWidth < 3) {
-        ioContext.mWindowWidth = 3;
-        AssertWithMessage(kReports.mFunction, kReports.mLeastWidth);
-    }
-    if (ioContext.mWindowHeight < 3) {
-        ioContext.mWindowHeight = 3;
-        AssertWithMessage(kReports.mFunction, kReports.mLeastHeight);
-    }
-}
-
-int GaussRadius(float inSigma) {
-    int gaussWidth = 0, gaussDerivWidth = 0;
-    IP::GetKernelWidths(inSigma, gaussWidth, gaussDerivWidth);
-    return gaussWidth / 2;
-}
-
-int ClampedToInt(std::int64_t inValue) {
-    return static_cast<int>(std::clamp<std::int64_t>(inValue, INT32_MIN, INT32_MAX));
-}
+// ---- Selection -----------------------------------------------------------------------
 
 // A side of a region as a pixel index.
 int ClippedToInt(float inValue) {
     return IP::TruncateToInt(std::clamp(double{inValue}, -2147483648.0, 2147483647.0));
 }
 
-// ---- Selection -----------------------------------------------------------------------
-
 struct GradientImages {
     FloatImage mX;
     FloatImage mY;
 };
 
-GradientImages ComputeSelectionGradients(const TrackingContext& inContext, float inSmoothSigma,
-                                         const unsigned char* inImage, int inCols, int inRows) {
-    const auto makeImage = [&] {
-        return TVK::MakeObject<IP::Image<float>>(inCols, inRows);
-    };
-    const FloatImage image = makeImage();
+// The frame that gradients are taken from; smoothed here unless that is done already.
+FloatImage SelectionImage(const TrackingContext& inContext, const IP::FrameView& inFrame,
+                          const FloatImage& inSmoothed) {
+    if (inContext.mSmoothBeforeSelecting && inSmoothed != NULL) return inSmoothed;
+    const auto image = TVK::MakeObject<IP::Image<float>>(inFrame.mColumns, inFrame.mRows);
     if (inContext.mSmoothBeforeSelecting)
-        IP::ComputeSmoothedBytes(inImage, inCols, inRows, inSmoothSigma, image);
+        IP::ComputeSmoothedBytes(inFrame.mPixels, inFrame.mColumns, inFrame.mRows,
+                                 SmoothSigmaOf(inContext), image);
     else
-        image->ConvertFromBytes(inImage, inCols, inRows);
-    const GradientImages result{makeImage(), makeImage()};
-    IP::ComputeGradients(image, inContext.mGradSigma, result.mX, result.mY);
-    return result;
+        image->ConvertFromBytes(inFrame.mPixels, inFrame.mColumns, inFrame.mRows);
+    return image;
 }
 
 // Where windows lie inside both the region, which counts y upward, and the image. A region
 // with a side that is NaN has no inside.
-SelectionBounds BoundsOf(const TVK::ParamRect<float>& inRegion, int inCols, int inRows,
+SelectionBounds BoundsOf(const TVK::ParamRect<float>& inRegion, const IP::FrameView& inFrame,
                          const TrackingContext& inContext) {
     const std::int64_t step =
         std::max<std::int64_t>(std::int64_t{inContext.mSkippedPixels} + 1, 1);
@@ -138,13 +66,13 @@ SelectionBounds BoundsOf(const TVK::ParamRect<float>& inRegion, int inCols, int 
         if (std::isnan(side)) return {0, 0, 0, 0, step};
     const int halfWidth = inContext.mWindowWidth / 2;
     const int halfHeight = inContext.mWindowHeight / 2;
-    const float bottom = static_cast<float>(inRows) - inRegion.mBottom;
-    const float top = static_cast<float>(inRows) - inRegion.mTop;
-    return {
-        std::max(ClippedToInt(std::min(inRegion.mLeft, inRegion.mRight)), halfWidth),
-        std::min(ClippedToInt(std::max(inRegion.mLeft, inRegion.mRight)), inCols - halfWidth),
-        std::max(ClippedToInt(std::min(bottom, top)), halfHeight),
-        std::min(ClippedToInt(std::max(bottom, top)), inRows - halfHeight), step};
+    const float bottom = static_cast<float>(inFrame.mRows) - inRegion.mBottom;
+    const float top = static_cast<float>(inFrame.mRows) - inRegion.mTop;
+    return {std::max(ClippedToInt(std::min(inRegion.mLeft, inRegion.mRight)), halfWidth),
+            std::min(ClippedToInt(std::max(inRegion.mLeft, inRegion.mRight)),
+                     inFrame.mColumns - halfWidth),
+            std::max(ClippedToInt(std::min(bottom, top)), halfHeight),
+            std::min(ClippedToInt(std::max(bottom, top)), inFrame.mRows - halfHeight), step};
 }
 
 // The limit is twice what the integer holds. What lies above and between becomes the lowest
@@ -155,20 +83,24 @@ void ReportTooLarge() {
                       "capacity of an TVK::SInt32; setting to maximum value");
 }
 
-bool HasSize(const IP::PyramidPtr<float>& inPyramid, int inCols, int inRows) {
-    return inPyramid->GetColumns() == inCols && inPyramid->GetRows() == inRows;
+bool HasSize(const IP::PyramidPtr<float>& inPyramid, const IP::FrameView& inFrame) {
+    return inPyramid->GetColumns() == inFrame.mColumns && inPyramid->GetRows() == inFrame.mRows;
 }
 
 // The gradients that are scored: in sequential mode a top-up scores the kept frame.
-GradientImages SelectionGradients(const TrackingContext& inContext, float inSmoothSigma,
-                                  int inMode, const unsigned char* inImage, int inCols,
-                                  int inRows) {
-    const bool usesLastPyramid = inMode == KLTTracker::kReplaceLost &&
-                                 inContext.mSequentialMode && inContext.mLastPyramid != NULL &&
-                                 HasSize(inContext.mLastPyramid, inCols, inRows);
-    if (!usesLastPyramid)
-        return ComputeSelectionGradients(inContext, inSmoothSigma, inImage, inCols, inRows);
-    return {inContext.mLastPyramidGradX->GetLevel(0), inContext.mLastPyramidGradY->GetLevel(0)};
+GradientImages SelectionGradients(const TrackingContext& inContext, int inMode,
+                                  const IP::FrameView& inFrame, const FloatImage& inSmoothed) {
+    if (inMode == KLTTracker::kReplaceLost && inContext.mSequentialMode &&
+        inContext.mLastPyramid != NULL && HasSize(inContext.mLastPyramid, inFrame))
+        return {inContext.mLastPyramidGradX->GetLevel(0),
+                inContext.mLastPyramidGradY->GetLevel(0)};
+    const FloatImage image = SelectionImage(inContext, inFrame, inSmoothed);
+    const auto makeImage = [&] {
+        return TVK::MakeObject<IP::Image<float>>(inFrame.mColumns, inFrame.mRows);
+    };
+    const GradientImages result{makeImage(), makeImage()};
+    IP::ComputeGradients(image, inContext.mGradSigma, result.mX, result.mY);
+    return result;
 }
 
 void CorrectMinDist(TrackingContext& ioContext) {
@@ -181,92 +113,30 @@ void CorrectMinDist(TrackingContext& ioContext) {
 
 // Makes a region's list. Works on a copy: a new record reads as live, so a caller whose
 // memory runs out midway must find its list as it was. The kept list may be the output.
-void FillList(SortedPoints& ioPoints, int inCols, int inRows, const TrackingContext& inContext,
-              unsigned int inMaxFeatures, const KLTFeatureListPtr* inKept,
-              KLTFeatureList& ioList) {
+void FillList(SortedPoints& ioPoints, const IP::FrameView& inFrame,
+              const TrackingContext& inContext, unsigned int inMaxFeatures,
+              const KLTFeatureListPtr* inKept, KLTFeatureList& ioList) {
     KLTFeatureList list = ioList;
     list.resize(inMaxFeatures);
     if (inKept && &**inKept != &ioList) list = **inKept;
-    EnforceMinimumDistance(ioPoints, inCols, inRows, inContext.mMinDist,
-                           inContext.mMinEigenvalue, inKept == NULL, list);
+    EnforceMinimumDistance(ioPoints, inFrame.mColumns, inFrame.mRows, inContext.mMinDist,
+                           inContext.mMinEigenvalue, inKept == nullptr, list);
     ioList.swap(list);
+}
+
+void SetLastPyramids(const IP::FramePyramids& inPyramids, TrackingContext& ioContext) {
+    ioContext.mLastPyramid = inPyramids.mSmoothed;
+    ioContext.mLastPyramidGradX = inPyramids.mGradientX;
+    ioContext.mLastPyramidGradY = inPyramids.mGradientY;
 }
 
 }  // namespace
 
-// ---- Context -------------------------------------------------------------------------
-
 KLTTracker::KLTTracker(unsigned int inMaxFeatures) : mMaxFeatures(inMaxFeatures) {
-    constexpr int kSearchRange = 15;
+    constexpr int kSearchRange = 15;  // pixels from frame to frame
     ChangeTCPyramid(kSearchRange);
     UpdateTCBorder();
 }
-
-float KLTTracker::ComputeSmoothSigma() const {
-    return static_cast<float>(
-               std::max(mTrackingContext.mWindowWidth, mTrackingContext.mWindowHeight)) *
-           mTrackingContext.mSmoothSigmaFactor;
-}
-
-float KLTTracker::ComputePyramidSigma() const {
-    return static_cast<float>(mTrackingContext.mSubsampling) *
-           mTrackingContext.mPyramidSigmaFactor;
-}
-
-void KLTTracker::ChangeTCPyramid(int inSearchRange) {
-    TrackingContext& context = mTrackingContext;
-    CorrectWindow<kPyramidReports>(context);
-    const float half =
-        static_cast<float>(std::min(context.mWindowWidth, context.mWindowHeight)) / 2.0f;
-    const float range = static_cast<float>(inSearchRange) / half;
-    if (range < 1.0f) {
-        context.mPyramidLevels = 1;
-    } else if (range <= 9.0f) {
-        context.mPyramidLevels = 2;
-        context.mSubsampling = range <= 3.0f ? 2 : range <= 5.0f ? 4 : 8;
-    } else {
-        const auto levels =
-            static_cast<float>(std::log(7.0 * double{range} + 1.0) / std::log(8.0));
-        context.mPyramidLevels = static_cast<int>(double{levels} + 0.99);
-        context.mSubsampling = 8;
-    }
-}
-
-void KLTTracker::UpdateTCBorder() {
-    TrackingContext& context = mTrackingContext;
-    CorrectWindow<kBorderReports>(context);
-    const int halfWindow = std::max(context.mWindowWidth, context.mWindowHeight) / 2;
-    int invalid = GaussRadius(ComputeSmoothSigma());
-    const int pyramidRadius = GaussRadius(ComputePyramidSigma());
-    std::int64_t scale = 1;
-    for (int level = 1; level < context.mPyramidLevels; ++level) {
-        const float here = (static_cast<float>(invalid) + static_cast<float>(pyramidRadius)) /
-                           static_cast<float>(context.mSubsampling);
-        invalid = IP::TruncateToInt(double{here} + 0.99);  // rounded up
-        scale = ClampedToInt(scale * context.mSubsampling);
-    }
-    context.mBorderX = context.mBorderY =
-        ClampedToInt((std::int64_t{invalid} + halfWindow) * scale);
-}
-
-IP::FramePyramidSettings KLTTracker::PyramidSettings() const {
-    return {mTrackingContext.mGradSigma, ComputeSmoothSigma(),
-            mTrackingContext.mPyramidSigmaFactor, mTrackingContext.mSubsampling,
-            mTrackingContext.mPyramidLevels};
-}
-
-IP::FramePyramids KLTTracker::LastPyramids() const {
-    return {mTrackingContext.mLastPyramid, mTrackingContext.mLastPyramidGradX,
-            mTrackingContext.mLastPyramidGradY};
-}
-
-void KLTTracker::SetLastPyramids(const IP::FramePyramids& inPyramids) {
-    mTrackingContext.mLastPyramid = inPyramids.mSmoothed;
-    mTrackingContext.mLastPyramidGradX = inPyramids.mGradientX;
-    mTrackingContext.mLastPyramidGradY = inPyramids.mGradientY;
-}
-
-// ---- Selection -----------------------------------------------------------------------
 
 void KLTTracker::SelectGoodFeatures(const unsigned char* inImage, int inCols, int inRows,
                                     long long inFrame, const Regions& inROIRects,
@@ -278,18 +148,21 @@ void KLTTracker::SelectGoodFeatures(const unsigned char* inImage, int inCols, in
 
 void KLTTracker::ReplaceLostFeatures(const unsigned char* inImage, int inCols, int inRows,
                                      const Regions& inROIRects, Lists inFeatureListPtrVec,
-                                     Lists& outFeatureListPtrVec) {
+                                     Lists& outFeatureListPtrVec,
+                                     const FloatImage& inSmoothed) {
     SelectGoodFeaturesWithMode(inImage, inCols, inRows, kReplaceLost, inROIRects,
-                               inFeatureListPtrVec, outFeatureListPtrVec);
+                               inFeatureListPtrVec, outFeatureListPtrVec, inSmoothed);
 }
 
 void KLTTracker::SelectGoodFeaturesWithMode(const unsigned char* inImage, int inCols,
                                             int inRows, int inMode, const Regions& inROIRects,
                                             Lists inFeatureListPtrVec,
-                                            Lists& outFeatureListPtrVec) {
+                                            Lists& outFeatureListPtrVec,
+                                            const FloatImage& inSmoothed) {
     ContractCheck(inROIRects.size() == outFeatureListPtrVec.size());
     TrackingContext& context = mTrackingContext;
-    CorrectWindow<kSelectionReports>(context);
+    CorrectWindowForSelection(context);
+    const IP::FrameView frame{inImage, inCols, inRows};
 
     // The count of points runs on from region to region while the writing starts over, so
     // a further region sorts and walks what is left of the earlier ones as well. The list
@@ -307,141 +180,163 @@ void KLTTracker::SelectGoodFeaturesWithMode(const unsigned char* inImage, int in
     }
     std::size_t count = 0;
 
-    const GradientImages gradients =
-        SelectionGradients(context, ComputeSmoothSigma(), inMode, inImage, inCols, inRows);
-    if (gradients.mX->GetData() == NULL || gradients.mY->GetData() == NULL)
+    const GradientImages gradients = SelectionGradients(context, inMode, frame, inSmoothed);
+    if (gradients.mX->GetData() == nullptr || gradients.mY->GetData() == nullptr)
         return;  // reported; the host's ThrowError came back
 
     for (std::size_t k = 0; k < inROIRects.size(); ++k) {
-        const SelectionBounds bounds = BoundsOf(inROIRects[k], inCols, inRows, context);
+        const SelectionBounds bounds = BoundsOf(inROIRects[k], frame, context);
         count += CollectPoints(*gradients.mX, *gradients.mY, bounds, context.mWindowWidth,
                                context.mWindowHeight, ReportTooLarge, points);
         SortedPoints sorted(points, count);
         CorrectMinDist(context);
-        FillList(sorted, inCols, inRows, context, mMaxFeatures,
-                 inMode == kSelectAll ? NULL : &inFeatureListPtrVec[k],
+        FillList(sorted, frame, context, mMaxFeatures,
+                 inMode == kSelectAll ? nullptr : &inFeatureListPtrVec[k],
                  *outFeatureListPtrVec[k]);
         if (k + 1 < inROIRects.size()) sorted.Finish();
     }
     if (context.mSequentialMode)
-        SetLastPyramids(IP::ComputeFramePyramids(inImage, inCols, inRows, PyramidSettings()));
+        SetLastPyramids(IP::ComputeFramePyramids(frame, PyramidSettingsOf(context)), context);
 }
 
 // ---- The tracking step ---------------------------------------------------------------
 
-// Null pyramids if the descriptor system has no item or no computer for them, or if the
-// frame was missing when they were made.
-IP::FramePyramids KLTTracker::RequestPyramids(const Ref<IDescriptorComputer>& inComputer,
-                                              const unsigned char* inImage, int inCols,
-                                              int inRows, long long inFrame) const {
-    const IP::FramePyramidSettings settings = PyramidSettings();
-    const Ref<IDescriptorDataKey> key = CreateImagePyramidDescriptorDataKey(
-        mSourceID, inFrame, settings.mGradientSigma, settings.mSmoothSigma,
-        settings.mPyramidSigmaFactor, settings.mSubsampling, settings.mLevelCount, inCols,
-        inRows);
-    const Ref<IDescriptorWorkerItem> item =
-        CreateDescriptorWorkerItem(kDescriptorDataTypeImagePyramid);
-    if (item == NULL || inComputer == NULL) return {};
+namespace {
 
-    item->SetDataKey(key);
-    Ref<ImagePyramidDescriptorWorkerItem>(item)->SetPyramidImage(inImage);
-    const Ref<ImagePyramidDescriptorData> data(inComputer->GetDescriptorData(item, true));
-    return {data->GetSmoothedPyramid(), data->GetGradientXPyramid(),
-            data->GetGradientYPyramid()};
+// Image and gradients of one level of a frame; no gradients where windows make their own.
+struct Level {
+    FloatImage mImage;
+    FloatImage mGradX;
+    FloatImage mGradY;
+};
+
+bool IsComplete(const IP::FramePyramids& inPyramids) {
+    return inPyramids.mSmoothed != NULL && inPyramids.mGradientX != NULL &&
+           inPyramids.mGradientY != NULL;
 }
 
-IP::FramePyramids KLTTracker::FirstPyramids(const Ref<IDescriptorComputer>& inComputer,
-                                            const unsigned char* inPrevImage, int inCols,
-                                            int inRows, long long inFrame) const {
-    if (!mTrackingContext.mSequentialMode || mTrackingContext.mLastPyramid == NULL) {
-        // The difference of the frame numbers is one of 32 bits, and wraps.
-        const auto previous = static_cast<std::int32_t>(static_cast<std::uint32_t>(inFrame) -
-                                                        static_cast<std::uint32_t>(mFrameStep));
-        return RequestPyramids(inComputer, inPrevImage, inCols, inRows, previous);
+// The levels of a frame, taken out of its pyramids once for all its points.
+std::vector<Level> LevelsOf(const RequestedPyramids& inFrame, int inLevelCount) {
+    const IP::FramePyramids& pyramids = inFrame.mPyramids;
+    std::vector<Level> levels;
+    if (!IsComplete(pyramids)) return levels;
+    for (int level = 0; level < inLevelCount; ++level) {
+        levels.push_back({pyramids.mSmoothed->GetLevel(level), {}, {}});
+        if (level == 0 && inFrame.mLacksLevelZero) continue;
+        levels.back().mGradX = pyramids.mGradientX->GetLevel(level);
+        levels.back().mGradY = pyramids.mGradientY->GetLevel(level);
     }
-    if (!HasSize(mTrackingContext.mLastPyramid, inCols, inRows))
+    return levels;
+}
+
+// A point on its way through the levels: where it is in the first frame and where it is
+// thought to be in the second, in pixels of one level.
+struct Descent {
+    float mX1, mY1, mX2, mY2;
+    std::int32_t mStatus;
+};
+
+// One division a level, as the way down has one multiplication a level.
+Descent AtCoarsestScale(const KLTFeature& inFeature, const TrackingContext& inContext) {
+    const auto subsampling = static_cast<float>(inContext.mSubsampling);
+    float x = inFeature.mX;
+    float y = inFeature.mY;
+    for (int level = 0; level < inContext.mPyramidLevels; ++level) {
+        x /= subsampling;
+        y /= subsampling;
+    }
+    return {x, y, x, y, kKLTTracked};
+}
+
+// Coarse to fine. Of the coarser levels only a singular system, which ends the search with
+// the positions in that level's scale, and a window outside the image are remembered.
+void DescendLevels(const std::vector<Level>& inFirst, const std::vector<Level>& inSecond,
+                   const TrackingContext& inContext, Descent& ioPoint) {
+    const auto subsampling = static_cast<float>(inContext.mSubsampling);
+    for (std::size_t k = inFirst.size(); k-- > 0;) {
+        for (float* const position : {&ioPoint.mX1, &ioPoint.mY1, &ioPoint.mX2, &ioPoint.mY2})
+            *position *= subsampling;
+        ioPoint.mStatus = TrackFeature(
+            ioPoint.mX1, ioPoint.mY1, ioPoint.mX2, ioPoint.mY2, inFirst[k].mImage,
+            inFirst[k].mGradX, inFirst[k].mGradY, inSecond[k].mImage, inSecond[k].mGradX,
+            inSecond[k].mGradY, inContext.mWindowWidth, inContext.mWindowHeight,
+            inContext.mStepFactor, inContext.mMaxIterations, inContext.mMinDeterminant,
+            inContext.mMinDisplacement, inContext.mMaxResidue, inContext.mLightingInsensitive);
+        if (ioPoint.mStatus == kKLTSmallDet || ioPoint.mStatus == kKLTOutOfBounds) return;
+    }
+}
+
+void RecordPoint(const Descent& inPoint, const IP::FrameView& inFrame,
+                 const TrackingContext& inContext, KLTFeature& ioFeature) {
+    const bool isOutside = inPoint.mStatus == kKLTOutOfBounds ||
+                           IsOutOfBounds(inPoint.mX2, inPoint.mY2, inFrame.mColumns,
+                                         inFrame.mRows, inContext.mBorderX, inContext.mBorderY);
+    if (isOutside || inPoint.mStatus != kKLTTracked) {
+        ioFeature.mX = -1.0f;
+        ioFeature.mY = -1.0f;
+        ioFeature.mValue = isOutside ? std::int32_t{kKLTOutOfBounds} : inPoint.mStatus;
+        return;
+    }
+    ioFeature.mDeltaX = inPoint.mX2 - ioFeature.mX;
+    ioFeature.mDeltaY = inPoint.mY2 - ioFeature.mY;
+    ioFeature.mX = inPoint.mX2;
+    ioFeature.mY = inPoint.mY2;
+    ioFeature.mValue = kKLTTracked;
+    ioFeature.mAge = static_cast<std::int32_t>(static_cast<std::uint32_t>(ioFeature.mAge) + 1u);
+}
+
+// The pyramids kept in sequential mode.
+RequestedPyramids LastPyramids(const TrackingContext& inContext, const IP::FrameView& inFrame) {
+    if (!HasSize(inContext.mLastPyramid, inFrame))
         AssertWithMessage("DP::KLTTracker::TrackFeatures",
                           "(TrackFeatures) Size of incoming image (%d by %d) is different from "
                           "size of previous image (%d by %d)\n");
-    return LastPyramids();
+    return {{inContext.mLastPyramid, inContext.mLastPyramidGradX, inContext.mLastPyramidGradY}};
 }
 
-void KLTTracker::TrackFeatures(const unsigned char* inPrevImage,
-                               const unsigned char* inCurrImage, int inCols, int inRows,
-                               long long inFrame, Lists inFeatureListPtrVec,
-                               Lists& outFeatureListPtrVec) {
+}  // namespace
+
+FloatImage KLTTracker::TrackFeatures(const unsigned char* inPrevImage,
+                                     const unsigned char* inCurrImage, int inCols, int inRows,
+                                     long long inFrame, Lists inFeatureListPtrVec,
+                                     Lists& outFeatureListPtrVec) {
     mCurrentFrame = inFrame;
-    CorrectWindow<kTrackingReports>(mTrackingContext);
-    const Ref<IDescriptorComputer> computer = CreateDescriptorComputer(
-        CreateDescriptorProperty(mSourceID, kDescriptorDataTypeImagePyramid));
-    const IP::FramePyramids first =
-        FirstPyramids(computer, inPrevImage, inCols, inRows, inFrame);
-    const IP::FramePyramids second =
-        RequestPyramids(computer, inCurrImage, inCols, inRows, inFrame);
-    const bool hasPyramids = first.mSmoothed != NULL && first.mGradientX != NULL &&
-                             first.mGradientY != NULL && second.mSmoothed != NULL &&
-                             second.mGradientX != NULL && second.mGradientY != NULL;
+    TrackingContext& context = mTrackingContext;
+    CorrectWindowForTracking(context);
+    const auto computer = FindPyramidComputer(mSourceID);
+    const bool needsPlanes =
+        context.mSequentialMode || context.mLightingInsensitive ||
+        !KLTGradientBlock::HoldsWindow(context.mWindowWidth, context.mWindowHeight);
+    const auto request = [&](const unsigned char* inImage, long long inNumber) {
+        return RequestFramePyramids(computer, mSourceID, inNumber, {inImage, inCols, inRows},
+                                    PyramidSettingsOf(context), needsPlanes);
+    };
+    const IP::FrameView frame{inCurrImage, inCols, inRows};
+    // The difference of the frame numbers is one of 32 bits, and wraps.
+    const auto previous = static_cast<std::int32_t>(static_cast<std::uint32_t>(inFrame) -
+                                                    static_cast<std::uint32_t>(mFrameStep));
+    const RequestedPyramids first = context.mSequentialMode && context.mLastPyramid != NULL
+                                        ? LastPyramids(context, frame)
+                                        : request(inPrevImage, previous);
+    const RequestedPyramids second = request(inCurrImage, inFrame);
+    const std::vector<Level> firstLevels = LevelsOf(first, context.mPyramidLevels);
+    const std::vector<Level> secondLevels = LevelsOf(second, context.mPyramidLevels);
+    const bool hasPyramids = IsComplete(first.mPyramids) && IsComplete(second.mPyramids);
 
     for (std::size_t k = 0; k < inFeatureListPtrVec.size(); ++k) {
         KLTFeatureList working = *inFeatureListPtrVec[k];
         for (KLTFeature& feature : working) {
             if (feature.mValue < 0) continue;
             if (!hasPyramids) throw TVK::NullInterfaceException();
-            TrackOneFeature(first, second, inCols, inRows, feature);
+            Descent point = AtCoarsestScale(feature, context);
+            DescendLevels(firstLevels, secondLevels, context, point);
+            RecordPoint(point, frame, context, feature);
         }
         *outFeatureListPtrVec[k] = working;
     }
-    if (mTrackingContext.mSequentialMode) SetLastPyramids(second);
+    if (context.mSequentialMode) SetLastPyramids(second.mPyramids, context);
     inFeatureListPtrVec.clear();
-}
-
-// Coarse to fine. Of the coarser levels only a singular system, which ends the search with
-// the positions in that level's scale, and a window outside the image are remembered.
-void KLTTracker::TrackOneFeature(const IP::FramePyramids& inFirst,
-                                 const IP::FramePyramids& inSecond, int inCols, int inRows,
-                                 KLTFeature& ioFeature) const {
-    const TrackingContext& context = mTrackingContext;
-    const auto subsampling = static_cast<float>(context.mSubsampling);
-    float xin = ioFeature.mX;
-    float yin = ioFeature.mY;
-    for (int level = 0; level < context.mPyramidLevels; ++level) {
-        xin /= subsampling;
-        yin /= subsampling;
-    }
-    float xout = xin;
-    float yout = yin;
-
-    std::int32_t status = kKLTTracked;
-    for (int level = context.mPyramidLevels - 1; level >= 0; --level) {
-        xin *= subsampling;
-        yin *= subsampling;
-        xout *= subsampling;
-        yout *= subsampling;
-        status = TrackFeature(
-            xin, yin, xout, yout, inFirst.mSmoothed->GetLevel(level),
-            inFirst.mGradientX->GetLevel(level), inFirst.mGradientY->GetLevel(level),
-            inSecond.mSmoothed->GetLevel(level), inSecond.mGradientX->GetLevel(level),
-            inSecond.mGradientY->GetLevel(level), context.mWindowWidth, context.mWindowHeight,
-            context.mStepFactor, context.mMaxIterations, context.mMinDeterminant,
-            context.mMinDisplacement, context.mMaxResidue, context.mLightingInsensitive);
-        if (status == kKLTSmallDet || status == kKLTOutOfBounds) break;
-    }
-
-    if (status == kKLTOutOfBounds ||
-        IsOutOfBounds(xout, yout, inCols, inRows, context.mBorderX, context.mBorderY))
-        status = kKLTOutOfBounds;
-    if (status != kKLTTracked) {
-        ioFeature.mX = -1.0f;
-        ioFeature.mY = -1.0f;
-        ioFeature.mValue = status;
-        return;
-    }
-    ioFeature.mDeltaX = xout - ioFeature.mX;
-    ioFeature.mDeltaY = yout - ioFeature.mY;
-    ioFeature.mX = xout;
-    ioFeature.mY = yout;
-    ioFeature.mValue = kKLTTracked;
-    ioFeature.mAge = static_cast<std::int32_t>(static_cast<std::uint32_t>(ioFeature.mAge) + 1u);
+    return second.mIsNew && !secondLevels.empty() ? secondLevels[0].mImage : FloatImage();
 }
 
 }  // namespace DP

@@ -16,6 +16,7 @@
 #include <cmath>
 #include <cstdio>
 
+#include "KLT/KLTGradientBlock.h"
 #include "KLT/KLTKernels.h"
 #include "TVK/ContractCheck.h"
 
@@ -50,15 +51,37 @@ FloatWindow::FloatWindow(int inWidth, int inHeight)
     std::fill(mValues.begin(), mValues.end(), 0.0f);
 }
 
-float InterpolateBilinear(const FloatImage& inImage, float inX, float inY) {
+namespace {
+
+KLTPlane PlaneOf(const FloatImage& inImage) {
+    return {inImage->GetData(), inImage->GetColumns(), 0, 0};
+}
+
+float Interpolate(const KLTPlane& inPlane, float inX, float inY) {
     const int xt = static_cast<int>(inX);
     const int yt = static_cast<int>(inY);
     const float ax = inX - static_cast<float>(xt);
     const float ay = inY - static_cast<float>(yt);
-    const std::ptrdiff_t cols = inImage->GetColumns();
-    const float* const p = inImage->GetData() + yt * cols + xt;
+    const float* const p =
+        inPlane.mPixels + (yt - inPlane.mFirstY) * inPlane.mStride + (xt - inPlane.mFirstX);
     return (1.0f - ax) * (1.0f - ay) * p[0] + ax * (1.0f - ay) * p[1] +
-           (1.0f - ax) * ay * p[cols] + ax * ay * p[cols + 1];
+           (1.0f - ax) * ay * p[inPlane.mStride] + ax * ay * p[inPlane.mStride + 1];
+}
+
+// A plane under the window of the first image plus one under that of the second.
+void SumPlanes(const KLTPlane& inPlane1, const KLTPlane& inPlane2, float inX1, float inY1,
+               float inX2, float inY2, FloatWindow& outSum) {
+    float* out = outSum.mValues.begin();
+    ForWindow(outSum.mWidth / 2, outSum.mHeight / 2, [&](float i, float j) {
+        *out++ = Interpolate(inPlane1, inX1 + i, inY1 + j) +
+                 Interpolate(inPlane2, inX2 + i, inY2 + j);
+    });
+}
+
+}  // namespace
+
+float InterpolateBilinear(const FloatImage& inImage, float inX, float inY) {
+    return Interpolate(PlaneOf(inImage), inX, inY);
 }
 
 // ---- Windows -------------------------------------------------------------------------
@@ -79,14 +102,8 @@ void ComputeGradientSum(const FloatImage& inGradX1, const FloatImage& inGradY1,
                         FloatWindowPtr inGrady) {
     ContractCheck(inGradx->mHeight == inGrady->mHeight);
     ContractCheck(inGradx->mWidth == inGrady->mWidth);
-    float* gradx = inGradx->mValues.begin();
-    float* grady = inGrady->mValues.begin();
-    ForWindow(inGradx->mWidth / 2, inGradx->mHeight / 2, [&](float i, float j) {
-        *gradx++ = InterpolateBilinear(inGradX1, inX1 + i, inY1 + j) +
-                   InterpolateBilinear(inGradX2, inX2 + i, inY2 + j);
-        *grady++ = InterpolateBilinear(inGradY1, inX1 + i, inY1 + j) +
-                   InterpolateBilinear(inGradY2, inX2 + i, inY2 + j);
-    });
+    SumPlanes(PlaneOf(inGradX1), PlaneOf(inGradX2), inX1, inY1, inX2, inY2, *inGradx);
+    SumPlanes(PlaneOf(inGradY1), PlaneOf(inGradY2), inX1, inY1, inX2, inY2, *inGrady);
 }
 
 void ComputeIntensityDifferenceLightingInsensitive(const FloatImage& inImage1,
@@ -194,17 +211,46 @@ float SumAbsFloatWindow(FloatWindowPtr inWindow) {
 
 namespace {
 
-// Image and gradients of one level of a frame.
-struct LevelImages {
+// One level of a frame: planes for the image and its gradients, or the image alone and the
+// gradients where the window stands.
+class LevelPlanes {
+public:
+    LevelPlanes(const FloatImage& inImage, const FloatImage& inGradX, const FloatImage& inGradY,
+                int inWidth, int inHeight)
+        : mImage(inImage),
+          mGradX(inGradX),
+          mGradY(inGradY),
+          mHalfWidth(inWidth / 2),
+          mHalfHeight(inHeight / 2),
+          mPlanes{{PlaneOf(inImage)}, inImage->GetColumns()} {
+        if (mGradX == NULL) return;
+        mPlanes.mPlanes[1] = PlaneOf(mGradX);
+        mPlanes.mPlanes[2] = PlaneOf(mGradY);
+    }
+    LevelPlanes(const LevelPlanes&) = delete;
+    LevelPlanes& operator=(const LevelPlanes&) = delete;
+
+    // The planes, with gradients round (`inX`, `inY`): the window lies in the image.
+    const KLTPlanes& At(float inX, float inY) {
+        if (mGradX == NULL) {
+            const long firstX = static_cast<long>(inX - static_cast<float>(mHalfWidth));
+            const long firstY = static_cast<long>(inY - static_cast<float>(mHalfHeight));
+            mBlock.Reach(*mImage, firstX, firstY);
+            mPlanes.mPlanes[1] = mBlock.X();
+            mPlanes.mPlanes[2] = mBlock.Y();
+        }
+        return mPlanes;
+    }
+
     const FloatImage& mImage;
     const FloatImage& mGradX;
     const FloatImage& mGradY;
 
-    KLTPlanes Planes() const {
-        return {{mImage->GetData(), mGradX->GetData(), mGradY->GetData()},
-                mImage->GetColumns(),
-                mImage->GetRows()};
-    }
+private:
+    int mHalfWidth;
+    int mHalfHeight;
+    KLTPlanes mPlanes;
+    KLTGradientBlock mBlock;
 };
 
 // The windows of one search. A small window is sampled a row at a time, that of image 1 only
@@ -212,8 +258,8 @@ struct LevelImages {
 // Both ways give the same bits.
 class SearchWindows {
 public:
-    SearchWindows(const LevelImages& inFirst, const LevelImages& inSecond, float inX1,
-                  float inY1, int inWidth, int inHeight, bool inLightingInsensitive)
+    SearchWindows(LevelPlanes& inFirst, LevelPlanes& inSecond, float inX1, float inY1,
+                  int inWidth, int inHeight, bool inLightingInsensitive)
         : mFirst(inFirst),
           mSecond(inSecond),
           mX1(inX1),
@@ -224,17 +270,21 @@ public:
 
     // Both windows lie inside their images.
     KLTSystemSums ComputeSums(float inX2, float inY2) {
-        if (Sample(3, inX2, inY2))
+        const KLTPlanes& second = mSecond.At(inX2, inY2);
+        if (Sample(second, 3, inX2, inY2))
             return mKernels.mSumWindows(mSamples1, mSamples2, mWidth, mHeight);
         KLTSystemSums sums{};
         ComputeDifference(inX2, inY2);
-        if (mLighting)
+        if (mLighting) {
             ComputeGradientSumLightingInsensitive(mFirst.mGradX, mFirst.mGradY, mSecond.mGradX,
                                                   mSecond.mGradY, mFirst.mImage, mSecond.mImage,
                                                   mX1, mY1, inX2, inY2, Window(1), Window(2));
-        else
-            ComputeGradientSum(mFirst.mGradX, mFirst.mGradY, mSecond.mGradX, mSecond.mGradY,
-                               mX1, mY1, inX2, inY2, Window(1), Window(2));
+        } else {
+            const KLTPlanes& first = mFirst.At(mX1, mY1);
+            for (int k = 1; k < 3; ++k)
+                SumPlanes(first.mPlanes[k], second.mPlanes[k], mX1, mY1, inX2, inY2,
+                          *Window(k));
+        }
         Compute2by2GradientMatrix(Window(1), Window(2), sums.mGxx, sums.mGxy, sums.mGyy);
         Compute2by1ErrorVector(Window(0), Window(1), Window(2), 1.0f, sums.mEx, sums.mEy);
         return sums;
@@ -242,22 +292,22 @@ public:
 
     float ComputeResidue(float inX2, float inY2) {
         const float area = static_cast<float>(Area(mWidth, mHeight));
-        if (Sample(1, inX2, inY2))
+        if (Sample({{PlaneOf(mSecond.mImage)}, mSecond.mImage->GetColumns()}, 1, inX2, inY2))
             return mKernels.mSumAbsDifference(mSamples1, mSamples2, mWidth, mHeight) / area;
         ComputeDifference(inX2, inY2);
         return SumAbsFloatWindow(Window(0)) / area;
     }
 
 private:
-    bool Sample(int inPlaneCount, float inX2, float inY2) {
+    bool Sample(const KLTPlanes& inSecond, int inPlaneCount, float inX2, float inY2) {
         if (mLighting) return false;
         if (!mTriedFirst) {
             mTriedFirst = true;
-            mHasFirst = mKernels.mSampleWindow(mFirst.Planes(), 3, mX1, mY1, mWidth, mHeight,
-                                               &mSamples1);
+            mHasFirst = mKernels.mSampleWindow(mFirst.At(mX1, mY1), 3, mX1, mY1, mWidth,
+                                               mHeight, &mSamples1);
         }
-        return mHasFirst && mKernels.mSampleWindow(mSecond.Planes(), inPlaneCount, inX2, inY2,
-                                                   mWidth, mHeight, &mSamples2);
+        return mHasFirst && mKernels.mSampleWindow(inSecond, inPlaneCount, inX2, inY2, mWidth,
+                                                   mHeight, &mSamples2);
     }
 
     void ComputeDifference(float inX2, float inY2) {
@@ -273,8 +323,8 @@ private:
     }
 
     const KLTKernels& mKernels = GetKLTKernels();
-    LevelImages mFirst;
-    LevelImages mSecond;
+    LevelPlanes& mFirst;
+    LevelPlanes& mSecond;
     float mX1, mY1;
     int mWidth, mHeight;
     bool mLighting;
@@ -307,8 +357,9 @@ std::int32_t TrackFeature(float inX1, float inY1, float& ioX2, float& ioY2,
     if (WindowIsOutside(inX1, halfWidth, cols) || WindowIsOutside(inY1, halfHeight, rows))
         return kKLTOutOfBounds;
 
-    SearchWindows windows({inImage1, inGradX1, inGradY1}, {inImage2, inGradX2, inGradY2}, inX1,
-                          inY1, inWidth, inHeight, inLightingInsensitive);
+    LevelPlanes first(inImage1, inGradX1, inGradY1, inWidth, inHeight);
+    LevelPlanes second(inImage2, inGradX2, inGradY2, inWidth, inHeight);
+    SearchWindows windows(first, second, inX1, inY1, inWidth, inHeight, inLightingInsensitive);
     int iteration = 0;
     float dx = 0.0f, dy = 0.0f;
     bool isSingular = false;

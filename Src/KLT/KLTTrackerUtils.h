@@ -31,6 +31,9 @@ using FloatImage = IP::ImagePtr<float>;
 /// `inY1`) of image 1, by Newton steps on the sum of both images' gradients. A position
 /// that is NaN counts as outside.
 ///
+/// @param inGradX1, inGradY1, inGradX2, inGradY2  null, all of an image, to have gradients of
+///        sigma 1 made from the image under the window. Then the window is one that
+///        `KLTGradientBlock` holds, and the light is not compensated for.
 /// @param inWidth, inHeight  odd.
 /// @param inSmall  determinant below which the system is singular.
 /// @param inThreshold  a step smaller than this on both axes ends the search.

@@ -12,15 +12,41 @@ void ImagePyramidDescriptorData::SetPyramids(IP::PyramidPtr<float> inSmoothed,
     SetGradientYPyramid(inGradientY);
 }
 
+void ImagePyramidDescriptorData::SetFramePyramids(const IP::FramePyramids& inPyramids,
+                                                  float inGradientSigma) {
+    SetPyramids(inPyramids.mSmoothed, inPyramids.mGradientX, inPyramids.mGradientY);
+    mGradientSigma = inGradientSigma;
+    mMakesGradientsLater = IP::LacksLevelZeroGradients(inPyramids);
+}
+
+IP::PyramidPtr<float> ImagePyramidDescriptorData::GetGradientXPyramid() const {
+    MakeLevelZeroGradients();
+    return mGradientX;
+}
+
+IP::PyramidPtr<float> ImagePyramidDescriptorData::GetGradientYPyramid() const {
+    MakeLevelZeroGradients();
+    return mGradientY;
+}
+
+void ImagePyramidDescriptorData::MakeLevelZeroGradients() const {
+    if (!mMakesGradientsLater) return;
+    std::call_once(mLevelZeroGradients,
+                   [this] { IP::AddLevelZeroGradients(GetFramePyramids(), mGradientSigma); });
+}
+
+// Level 0 has the pyramid's size, and is not looked at: its gradients may be in the making.
 unsigned int ImagePyramidDescriptorData::GetDataSize() {
     constexpr unsigned int kPixelBytes = sizeof(float);
     unsigned int size = 0;
     for (const auto& pyramid : {mSmoothed, mGradientX, mGradientY}) {
         if (pyramid == NULL) continue;
         for (int level = 0; level < pyramid->GetLevelCount(); ++level) {
-            const auto image = pyramid->GetLevel(level);
-            size += static_cast<unsigned int>(image->GetColumns()) *
-                    static_cast<unsigned int>(image->GetRows()) * kPixelBytes;
+            const auto image = level > 0 ? pyramid->GetLevel(level) : IP::ImagePtr<float>();
+            const int cols = level > 0 ? image->GetColumns() : pyramid->GetColumns();
+            const int rows = level > 0 ? image->GetRows() : pyramid->GetRows();
+            size +=
+                static_cast<unsigned int>(cols) * static_cast<unsigned int>(rows) * kPixelBytes;
         }
     }
     return size;

@@ -13,11 +13,13 @@ Ref<IDescriptorData> ImagePyramidDescriptorWorkerItem::ComputeData() {
     if (key == NULL || result == NULL || !mCurrImage) return result;
 
     const IP::FramePyramids pyramids = IP::ComputeFramePyramids(
-        mCurrImage, key->GetColumns(), key->GetRows(),
+        {mCurrImage, key->GetColumns(), key->GetRows()},
         {key->GetGradientSigma(), key->GetSmoothSigma(), key->GetPyramidSigmaFactor(),
-         key->GetSubsampling(), key->GetLevelCount()});
-    Ref<ImagePyramidDescriptorData>(result)->SetPyramids(
-        pyramids.mSmoothed, pyramids.mGradientX, pyramids.mGradientY);
+         key->GetSubsampling(), key->GetLevelCount()},
+        IP::ImagePyramidImpl<float>::LevelZero::kLater);
+    Ref<ImagePyramidDescriptorData>(result)->SetFramePyramids(pyramids,
+                                                              key->GetGradientSigma());
+    mHasComputed = true;
     return result;
 }
 

@@ -16,8 +16,13 @@ public:
     /// Empty data if there is no frame, or if the key is not that of an image pyramid.
     Ref<IDescriptorData> ComputeData() override;
 
+    /// Whether `ComputeData` has made pyramids from the frame, as against a request that the
+    /// cache answered.
+    bool HasComputed() const { return mHasComputed; }
+
 private:
     const unsigned char* mCurrImage = nullptr;
+    bool mHasComputed = false;
 };
 
 }  // namespace DP

@@ -110,7 +110,7 @@ TEST_P(PyramidSizes, FramePyramidsGiveTheBitsOfThePlainOnes) {
             Testing::PlainPyramid(PlainSmoothed(frame, settings.mSmoothSigma), subsampling,
                                   settings.mLevelCount, settings.mPyramidSigmaFactor);
         const FramePyramids actual =
-            IP::ComputeFramePyramids(bytes.data(), cols, rows, settings);
+            IP::ComputeFramePyramids({bytes.data(), cols, rows}, settings);
         for (int level = 0; level < settings.mLevelCount; ++level) {
             SCOPED_TRACE(level);
             EXPECT_TRUE(Same(actual.mSmoothed->GetLevel(level), expected[level]));
@@ -160,11 +160,11 @@ TEST(ImagePyramidReports, AnImageOfAnotherSizeOrNoneBreaksTheContract) {
 TEST(ImagePyramidReports, ImpossibleShapesAreSafe) {
     const RecordedReports reports(RecordedReports::Later::kShow);
     const auto bytes = Testing::NoiseBytes(100, 1);
-    EXPECT_ANY_THROW(IP::ComputeFramePyramids(bytes.data(), -5, 5, {1, 0.7f, 0.9f, 4, 2}));
-    EXPECT_ANY_THROW(IP::ComputeFramePyramids(bytes.data(), 10, 10, {1, 0.7f, 0.9f, -1, 3}));
-    const auto empty = IP::ComputeFramePyramids(bytes.data(), 10, 10, {1, 0.7f, 0.9f, 0, 3});
+    EXPECT_ANY_THROW(IP::ComputeFramePyramids({bytes.data(), -5, 5}, {1, 0.7f, 0.9f, 4, 2}));
+    EXPECT_ANY_THROW(IP::ComputeFramePyramids({bytes.data(), 10, 10}, {1, 0.7f, 0.9f, -1, 3}));
+    const auto empty = IP::ComputeFramePyramids({bytes.data(), 10, 10}, {1, 0.7f, 0.9f, 0, 3});
     EXPECT_EQ(empty.mSmoothed->GetLevel(1)->GetColumns(), 0);
-    const auto none = IP::ComputeFramePyramids(bytes.data(), 10, 10, {1, 0.7f, 0.9f, 4, 0});
+    const auto none = IP::ComputeFramePyramids({bytes.data(), 10, 10}, {1, 0.7f, 0.9f, 4, 0});
     EXPECT_EQ(none.mSmoothed->GetLevelCount(), 0);
 }
 

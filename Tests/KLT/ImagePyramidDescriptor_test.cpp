@@ -3,10 +3,15 @@
 
 #include <gtest/gtest.h>
 
+#include <set>
+#include <thread>
+#include <vector>
+
 #include "DP/DescriptorFactory.h"
 #include "Pyramid/ImagePyramidDescriptorData.h"
 #include "Pyramid/ImagePyramidDescriptorDataKey.h"
 #include "Pyramid/ImagePyramidDescriptorWorkerItem.h"
+#include "Support/Images.h"
 #include "Support/Textures.h"
 #include "Support/WideStrings.h"
 
@@ -48,6 +53,34 @@ TEST_F(ImagePyramidDescriptor, HoldsThreePyramidsInTheShapeOfTheKey) {
     }
     EXPECT_EQ(Request(Key(1), mFrame.data())->GetDataSize(), 40 * 30 * 3 * 4u);
     EXPECT_TRUE(data->CloneData() == NULL);
+}
+
+// Those of level 0 are made when the first asks for a gradient pyramid; nobody can tell.
+TEST_F(ImagePyramidDescriptor, GradientsThatComeLaterAreTheSameForAllWhoAsk) {
+    const auto data = Request(Key(2), mFrame.data());
+    EXPECT_TRUE(data->MakesGradientsLater());
+    const auto early = data->GetFramePyramids();
+    EXPECT_TRUE(IP::LacksLevelZeroGradients(early));
+    std::vector<const float*> seen(8);
+    std::vector<std::thread> threads;
+    for (std::size_t k = 0; k < seen.size(); ++k)
+        threads.emplace_back([&, k] {
+            data->GetDataSize();
+            const auto pyramid =
+                k % 2 ? data->GetGradientXPyramid() : data->GetGradientYPyramid();
+            seen[k] = pyramid->GetLevel(0)->GetData();
+        });
+    for (auto& thread : threads)
+        thread.join();
+    EXPECT_EQ(std::set(seen.begin(), seen.end()).size(), 2u);
+    EXPECT_TRUE(data->GetGradientXPyramid() == early.mGradientX);
+    EXPECT_EQ(data->GetDataSize(), (40 * 30 + 10 * 7) * 3 * 4u);
+    const auto whole = IP::ComputeFramePyramids({mFrame.data(), 40, 30}, {1, 0.7f, 0.9f, 4, 2});
+    EXPECT_EQ(Testing::PixelsOf(data->GetGradientXPyramid()->GetLevel(0)),
+              Testing::PixelsOf(whole.mGradientX->GetLevel(0)));
+    EXPECT_EQ(Testing::PixelsOf(data->GetGradientYPyramid()->GetLevel(0)),
+              Testing::PixelsOf(whole.mGradientY->GetLevel(0)));
+    EXPECT_FALSE(Request(Key(2, 1.5f), mFrame.data())->MakesGradientsLater());
 }
 
 TEST_F(ImagePyramidDescriptor, GradientSigmaTellsEntriesApart) {

@@ -14,7 +14,9 @@
 #include <vector>
 
 #include "Support/Bits.h"
+#include "Support/Images.h"
 #include "Support/Textures.h"
+#include "image/IPConvolveImage.h"
 #include "image/VectorTargets.h"
 
 namespace {
@@ -145,6 +147,27 @@ TEST(KLTKernels, ClosingInGoesOnAsIfItHadBeenOneByOne) {
     });
 }
 
+TEST(KLTKernels, GradientsOfABlockAreThoseOfTheWholeImage) {
+    constexpr int kCols = 40, kRows = 30, kBlock = DP::KLTKernels::kBlockColumns;
+    const auto image = Testing::ImageOf(kCols, kRows, NoiseFrame(kCols, kRows, 5));
+    const auto x = Testing::StaleImage(kCols, kRows), y = Testing::StaleImage(kCols, kRows);
+    IP::ComputeGradients(image, 1.0f, x, y);
+    IP::ConvolutionKernel gauss, derivative;
+    IP::ComputeKernels(1.0f, gauss, derivative);
+    ForEachForm([&](const DP::KLTKernels& inForm) {
+        for (const int rows : {1, 9, DP::KLTKernels::kBlockRows}) {
+            std::vector<float> blockX(rows * kBlock), blockY(blockX);
+            inForm.mBlockGradients(image->GetData() + 2 * kCols + 5, kCols, gauss.mTaps,
+                                   derivative.mTaps, rows, blockX.data(), blockY.data());
+            for (int j = 0; j < rows; ++j) {
+                const int from = (2 + 3 + j) * kCols + 5 + 3;
+                EXPECT_TRUE(SameBits(&blockX[j * kBlock], x->GetData() + from, kBlock, kBlock));
+                EXPECT_TRUE(SameBits(&blockY[j * kBlock], y->GetData() + from, kBlock, kBlock));
+            }
+        }
+    });
+}
+
 // The first `inWidth` values of row `inJ` of a window, sampled one by one.
 std::vector<float> PlainRow(const float* inPixels, int inCols, float inX, float inY,
                             int inWidth, int inJ) {
@@ -164,8 +187,10 @@ TEST(KLTKernels, WindowsHaveTheBitsOfPlainSums) {
     constexpr int kCols = 60, kRows = 50;
     const std::vector<float> pixels[] = {
         NoiseFrame(kCols, kRows, 1), NoiseFrame(kCols, kRows, 2), NoiseFrame(kCols, kRows, 3)};
-    const DP::KLTPlanes planes{
-        {pixels[0].data(), pixels[1].data(), pixels[2].data()}, kCols, kRows};
+    const DP::KLTPlanes planes{{{pixels[0].data(), kCols, 0, 0},
+                                {pixels[1].data(), kCols, 0, 0},
+                                {pixels[2].data(), kCols, 0, 0}},
+                               kCols};
     ForEachForm([&](const DP::KLTKernels& inForm) {
         Testing::Random random(3);
         int compared = 0;
@@ -223,7 +248,10 @@ TEST(KLTKernels, WindowsAtTheEndOfTheImageAreLeftToTheOtherWay) {
         const auto noise = NoiseFrame(kSide, kSide, 4);
         std::copy(noise.begin(), noise.end(), plane.get());
     }
-    const DP::KLTPlanes all{{planes[0].get(), planes[1].get(), planes[2].get()}, kSide, kSide};
+    const DP::KLTPlanes all{{{planes[0].get(), kSide, 0, 0},
+                             {planes[1].get(), kSide, 0, 0},
+                             {planes[2].get(), kSide, 0, 0}},
+                            kSide};
     const float last = kSide - 1 - kWindow / 2 - 0.5f;
     ForEachForm([&](const DP::KLTKernels& inForm) {
         DP::KLTSamples samples;

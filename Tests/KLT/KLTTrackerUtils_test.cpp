@@ -10,6 +10,7 @@
 #include <functional>
 #include <limits>
 
+#include "Support/Bits.h"
 #include "Support/Images.h"
 #include "Support/Reports.h"
 #include "Support/Textures.h"
@@ -20,6 +21,7 @@ namespace {
 using DP::FloatImage;
 using DP::FloatWindow;
 using DP::FloatWindowPtr;
+using Testing::BitsOf;
 using Testing::ImageOf;
 using Testing::NoiseFrame;
 using Testing::RecordedReports;
@@ -296,6 +298,31 @@ TEST_F(TrackFeature, WindowsAtTheEdgesAreOutside) {
         EXPECT_EQ(statusAt(30, bad, 30, 25), DP::kKLTOutOfBounds) << bad;
         EXPECT_EQ(statusAt(30, 25, 30, bad), DP::kKLTOutOfBounds) << bad;
     }
+}
+
+// Everywhere in the image, its edges and numbers that round unevenly included.
+TEST_F(TrackFeature, GradientsMadeUnderTheWindowGiveTheBitsOfPlanes) {
+    const Frame first = Moved(0, 0), second = Moved(1.7, -1.2);
+    const Frame firstAlone{first.mImage, {}, {}}, secondAlone{second.mImage, {}, {}};
+    Testing::Random random(4);
+    int tracked = 0;
+    for (int run = 0; run < 3000; ++run) {
+        const auto at = [&](int inSize) {
+            const float place = float(3 + random.Real() * (inSize - 7.01));
+            const int power = 1 << random.Integer(2, 5);
+            return run % 3 ? place : std::nextafter(float(power + 3), run % 2 ? 0.0f : 99.0f);
+        };
+        const float x1 = at(kCols), y1 = at(kRows), startX = at(kCols), startY = at(kRows);
+        const bool isNear = run % 4 != 0;
+        float x = isNear ? x1 + 1 : startX, y = isNear ? y1 - 1 : startY;
+        float blockX = x, blockY = y;
+        const int status = Track(x1, y1, x, y, first, second);
+        EXPECT_EQ(Track(x1, y1, blockX, blockY, firstAlone, secondAlone), status);
+        EXPECT_EQ(BitsOf(blockX), BitsOf(x)) << x1 << " " << y1;
+        EXPECT_EQ(BitsOf(blockY), BitsOf(y)) << x1 << " " << y1;
+        tracked += status == DP::kKLTTracked;
+    }
+    EXPECT_GT(tracked, 1000);
 }
 
 TEST_F(TrackFeature, ASmallerSecondImageIsNeverReadOutside) {

@@ -460,6 +460,29 @@ TEST_F(Tracking, FrameNumberOfThePreviousFrameIsOf32Bits) {
     }
 }
 
+// What the cache had may be of other pixels, though key and size are the same.
+TEST_F(Tracking, SmoothedFrameIsHandedOutOnlyWhereThisCallMadeIt) {
+    const auto a = TexturedBytes(kCols, kRows, 0, 0), b = TexturedBytes(kCols, kRows, -2, 1);
+    KLTTracker::Lists lists{ListOf(Select(a, kCols, kRows))};
+    const auto track = [&](const std::vector<unsigned char>& inCurrent) {
+        return mTracker.TrackFeatures(a.data(), inCurrent.data(), kCols, kRows, 1, lists,
+                                      lists);
+    };
+    const auto smoothed = track(a);
+    ASSERT_TRUE(smoothed != NULL);
+    EXPECT_TRUE(track(b) == NULL);
+    const auto top = [&](const IP::ImagePtr<float>& inSmoothed) {
+        KLTTracker::Lists empty{ListOf(KLTFeatureList(60, FeatureAt(-1, -1, -1)))};
+        mTracker.ReplaceLostFeatures(a.data(), kCols, kRows, {WholeFrame(kCols, kRows)}, empty,
+                                     empty, inSmoothed);
+        return *empty[0];
+    };
+    EXPECT_TRUE(SameFeatures(top(smoothed), top({})));
+    mTracker.SetFrameStep(0);  // one key for both frames: a's pyramids are there already
+    DP::FlushAllDescriptorResources();
+    EXPECT_TRUE(track(b) == NULL);
+}
+
 // ---- Sequential mode -----------------------------------------------------------------
 
 TEST_F(Tracking, SequentialModeGivesTheSameFeaturesWithoutThePreviousImage) {

@@ -1,0 +1,43 @@
+#include "KLT/KLTFramePyramids.h"
+
+#include "DP/DescriptorFactory.h"
+#include "Pyramid/ImagePyramidDescriptorData.h"
+#include "Pyramid/ImagePyramidDescriptorDataKey.h"
+#include "Pyramid/ImagePyramidDescriptorWorkerItem.h"
+
+namespace DP {
+
+Ref<IDescriptorComputer> FindPyramidComputer(const quillet::WideString& inSourceID) {
+    return CreateDescriptorComputer(
+        CreateDescriptorProperty(inSourceID, kDescriptorDataTypeImagePyramid));
+}
+
+RequestedPyramids RequestFramePyramids(const Ref<IDescriptorComputer>& inComputer,
+                                       const quillet::WideString& inSourceID, long long inFrame,
+                                       const IP::FrameView& inView,
+                                       const IP::FramePyramidSettings& inSettings,
+                                       bool inNeedsPlanes) {
+    const Ref<IDescriptorDataKey> key = CreateImagePyramidDescriptorDataKey(
+        inSourceID, inFrame, inSettings.mGradientSigma, inSettings.mSmoothSigma,
+        inSettings.mPyramidSigmaFactor, inSettings.mSubsampling, inSettings.mLevelCount,
+        inView.mColumns, inView.mRows);
+    const Ref<IDescriptorWorkerItem> item =
+        CreateDescriptorWorkerItem(kDescriptorDataTypeImagePyramid);
+    if (item == NULL || inComputer == NULL) return {};
+
+    item->SetDataKey(key);
+    const Ref<ImagePyramidDescriptorWorkerItem> pyramidItem(item);
+    pyramidItem->SetPyramidImage(inView.mPixels);
+    const Ref<ImagePyramidDescriptorData> data(inComputer->GetDescriptorData(item, true));
+    RequestedPyramids result;
+    result.mIsNew = pyramidItem->HasComputed();
+    result.mLacksLevelZero = data->MakesGradientsLater() && !inNeedsPlanes;
+    if (result.mLacksLevelZero)
+        result.mPyramids = data->GetFramePyramids();
+    else
+        result.mPyramids = {data->GetSmoothedPyramid(), data->GetGradientXPyramid(),
+                            data->GetGradientYPyramid()};
+    return result;
+}
+
+}  // namespace DP

@@ -1,0 +1,75 @@
+#include "KLT/KLTGradientBlock.h"
+
+#include <algorithm>
+#include <cstddef>
+
+#include "image/IPConvolveImage.h"
+#include "image/IPFramePyramids.h"
+
+namespace DP {
+namespace {
+
+constexpr int kTaps = KLTKernels::kBlockTaps;
+constexpr int kRadius = kTaps / 2;
+
+struct Taps {
+    Taps() { IP::ComputeKernels(IP::kWindowGradientSigma, mGauss, mDerivative); }
+    IP::ConvolutionKernel mGauss, mDerivative;
+};
+
+const Taps& GetTaps() {
+    static const Taps sTaps;
+    return sTaps;
+}
+
+}  // namespace
+
+// The window in the middle; near an edge the block moves inward as far as it can. The first
+// block has no rows to spare: the window of the first frame stays where it is.
+void KLTGradientBlock::Make(const IP::Image<float>& inImage, long inX, long inY) {
+    constexpr int kMarginX = (kColumns - kWindowSide) / 2;
+    const int marginY = mRows == 0 ? 0 : (kMostRows - kWindowSide) / 2;
+    mRows = kWindowSide + 2 * marginY;
+    const long lastX = inImage.GetColumns() - kRadius - kColumns;
+    const long lastY = inImage.GetRows() - kRadius - mRows;
+    mFirstX = std::max(std::min(inX - kMarginX, lastX), long{kRadius});
+    mFirstY = std::max(std::min(inY - marginY, lastY), long{kRadius});
+    const bool reaches = mFirstX <= inX && inX <= mFirstX + kColumns - kWindowSide &&
+                         mFirstY <= inY && inY <= mFirstY + mRows - kWindowSide;
+    if (!reaches || mFirstX > lastX || mFirstY > lastY) {
+        mFirstX = inX;
+        mFirstY = inY;
+        mRows = kWindowSide;
+        return MakeAtTheEdge(inImage);
+    }
+    const std::ptrdiff_t cols = inImage.GetColumns();
+    GetKLTKernels().mBlockGradients(
+        inImage.GetData() + (mFirstY - kRadius) * cols + (mFirstX - kRadius), cols,
+        GetTaps().mGauss.mTaps, GetTaps().mDerivative.mTaps, mRows, mX, mY);
+}
+
+// Works on a copy with room round it, and then sets to zero what no kernel fits on.
+void KLTGradientBlock::MakeAtTheEdge(const IP::Image<float>& inImage) {
+    constexpr int kWide = kColumns + 2 * kRadius;
+    float pixels[(kMostRows + 2 * kRadius) * kWide] = {};
+    const long cols = inImage.GetColumns();
+    const long rows = inImage.GetRows();
+    for (int j = 0; j < mRows + 2 * kRadius; ++j)
+        for (int i = 0; i < kWide; ++i) {
+            const long x = mFirstX - kRadius + i;
+            const long y = mFirstY - kRadius + j;
+            if (x >= 0 && x < cols && y >= 0 && y < rows)
+                pixels[j * kWide + i] = inImage.GetData()[y * cols + x];
+        }
+    GetKLTKernels().mBlockGradients(pixels, kWide, GetTaps().mGauss.mTaps,
+                                    GetTaps().mDerivative.mTaps, mRows, mX, mY);
+    for (int j = 0; j < mRows; ++j)
+        for (int i = 0; i < kColumns; ++i) {
+            const long x = mFirstX + i;
+            const long y = mFirstY + j;
+            if (x < kRadius || x >= cols - kRadius || y < kRadius || y >= rows - kRadius)
+                mX[j * kColumns + i] = mY[j * kColumns + i] = 0.0f;
+        }
+}
+
+}  // namespace DP
