@@ -9,3 +9,4 @@ TEST_PACKAGES="clang-14 libclang-rt-14-dev binutils make doxygen python3
 PACKAGING_PACKAGES="dpkg-dev lintian"
 ABI_PACKAGES="git abigail-tools binutils"
 BENCHMARK_PACKAGES="libbenchmark-dev libopencv-dev libopencv-contrib-dev"
+BARE_ROOT_PACKAGES="debootstrap debian-archive-keyring git util-linux"
