@@ -27,7 +27,10 @@ public:
         Add(std::isnan(inValue) ? 0x7fc00000u : std::bit_cast<std::uint32_t>(inValue));
         mFloats.push_back(inValue);
     }
-    void AddInteger(std::int64_t inValue) { Add(static_cast<std::uint64_t>(inValue)); }
+    void AddInteger(std::int64_t inValue) {
+        Add(static_cast<std::uint64_t>(inValue));
+        mIntegers.push_back(inValue);
+    }
 
     template <class T>
     void AddPixels(const T* inPixels, std::size_t inCount) {
@@ -39,12 +42,14 @@ public:
                 Add(inPixels[i]);
     }
 
-    /// Every float so far, for a comparison within a bound.
+    /// Every float so far, for a comparison within a bound, and every count, status and age.
     const std::vector<float>& Floats() const { return mFloats; }
+    const std::vector<std::int64_t>& Integers() const { return mIntegers; }
 
 private:
     std::uint64_t mState = 0x243f6a8885a308d3u;
     std::vector<float> mFloats;
+    std::vector<std::int64_t> mIntegers;
 };
 
 }  // namespace Scenarios

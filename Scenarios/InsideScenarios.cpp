@@ -1,9 +1,13 @@
-// The scenarios behind the public interfaces: pyramids pixel by pixel, and the tiled graph.
+// The scenarios behind the public interfaces: pyramids pixel by pixel, the measure of APT's
+// corners, and the tiled graph.
 
+#include <cstddef>
 #include <new>
 #include <string>
 #include <vector>
 
+#include "APT/APTCornerStream.h"
+#include "APT/APTTrackerParams.h"
 #include "Clip.h"
 #include "ColourPyramid/ColourPyramidDescriptorData.h"
 #include "ColourPyramid/ColourPyramidDescriptorDataKey.h"
@@ -121,6 +125,23 @@ void RunColourPyramid(Digest& ioDigest, const std::string& inName,
     ioDigest.AddPixels(data->GetLevelData(0), data->GetShape().TotalFloats());
 }
 
+// ---- The measure of APT's corners ----------------------------------------------------
+
+// Selection only ranks these values, so the points that come out of it say little about
+// their last bits: an error of 1e-6 in the smoothing's taps moves no point of any run.
+void RunAptCornerness(Digest& ioDigest, const Clip& inClip, unsigned int inPatchHalf) {
+    DP::APTTrackerParams params;
+    params.mPatchHalfWidth = params.mPatchHalfHeight = inPatchHalf;
+    DP::APTCornerStream stream;
+    stream.ApplyParams(params);
+    const auto frame = inClip.Floats(1);
+    const DP::APTPixelRange range = stream.GetScanRange(inClip.mColumns, inClip.mRows);
+    stream.Start(frame->GetData(), inClip.mColumns, inClip.mRows, range);
+    while (stream.NextRow())
+        ioDigest.AddPixels(stream.GetRow(stream.GetRowNumber()) + range.mLeft - 1,
+                           static_cast<std::size_t>(range.mRight - range.mLeft + 2));
+}
+
 // ---- The tiled graph -----------------------------------------------------------------
 
 void RunTiledGraph(Digest& ioDigest, unsigned short inNeighborhood) {
@@ -161,6 +182,13 @@ std::vector<Scenario> InsideScenarios() {
                                  RunColourPyramid(ioDigest, name, run);
                              }});
     }
+    constexpr unsigned int kPatchHalves[] = {3, 5, 12};  // by turns narrow and wide taps
+    for (const unsigned int half : kPatchHalves)
+        scenarios.push_back({.mName = "apt-cornerness/" + std::to_string(half),
+                             .mRun = [=](Digest& ioDigest) {
+                                 RunAptCornerness(ioDigest, {.mColumns = 131, .mRows = 77},
+                                                  half);
+                             }});
     constexpr unsigned short kNeighborhoods[] = {4, 8, 20};
     for (const unsigned short neighborhood : kNeighborhoods)
         scenarios.push_back({.mName = "tiled-graph/" + std::to_string(neighborhood),

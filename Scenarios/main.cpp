@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
-#include <cstring>
+#include <cstdlib>
 #include <fstream>
 #include <iterator>
 #include <string>
@@ -23,8 +23,8 @@ constexpr char kUsage[] =
     "  --no-lapack           only the scenarios that do not rest on LAPACK\n"
     "  --write               prints the lines of Digests.inc for this machine\n"
     "  --save FILE           writes every number of the scenarios that rest on LAPACK\n"
-    "  --compare FILE BOUND  compares these numbers with those of another machine: every\n"
-    "                        point's position must agree within BOUND pixels\n";
+    "  --compare FILE BOUND  compares these numbers with those of another machine: as many,\n"
+    "                        every float within BOUND (pixels), statuses and counts equal\n";
 
 struct Options {
     int mThreads = 1;
@@ -93,36 +93,66 @@ int Check(const std::vector<Scenario>& inScenarios, const std::vector<Digest>& i
     return wrong == 0 ? 0 : 1;
 }
 
-int Save(const std::vector<Digest>& inDigests, const std::string& inPath) {
-    std::ofstream file(inPath, std::ios::binary);
-    for (const Digest& digest : inDigests)
-        file.write(reinterpret_cast<const char*>(digest.Floats().data()),
-                   static_cast<std::streamsize>(digest.Floats().size() * sizeof(float)));
+// The numbers of the scenarios as lines of text: a head with the name, then integers (counts,
+// statuses, ages) and floats, each behind its letter and in the order they were made.
+std::vector<std::string> Lines(const std::vector<Scenario>& inScenarios,
+                               const std::vector<Digest>& inDigests) {
+    std::vector<std::string> lines;
+    char text[64];
+    for (std::size_t i = 0; i < inScenarios.size(); ++i) {
+        lines.push_back("s " + inScenarios[i].mName);
+        for (const std::int64_t value : inDigests[i].Integers())
+            lines.push_back("i " + std::to_string(value));
+        for (const float value : inDigests[i].Floats()) {
+            std::snprintf(text, sizeof text, "f %a", double(value));
+            lines.push_back(std::isnan(value) ? "f nan" : text);  // a NaN has no sign here
+        }
+    }
+    return lines;
+}
+
+int Save(const std::vector<std::string>& inLines, const std::string& inPath) {
+    std::ofstream file(inPath);
+    for (const std::string& line : inLines)
+        file << line << '\n';
     return file.flush() ? 0 : 1;
 }
 
-// Numbers are compared one by one, in the order they were made.
-int Compare(const std::vector<Digest>& inDigests, const std::string& inPath, double inBound) {
-    std::ifstream file(inPath, std::ios::binary);
+// How far two floats' lines are apart. A NaN agrees with a NaN only.
+double Distance(const std::string& inLine, const std::string& inOther) {
+    const float value = std::strtof(inLine.c_str() + 1, nullptr);
+    const float other = std::strtof(inOther.c_str() + 1, nullptr);
+    if (value == other || (std::isnan(value) && std::isnan(other))) return 0.0;
+    const double difference = std::fabs(double(value) - double(other));
+    return std::isnan(difference) ? INFINITY : difference;
+}
+
+// Floats may differ by the bound; heads, integers and the number of lines may not.
+int Compare(const std::vector<std::string>& inLines, const std::string& inPath,
+            double inBound) {
+    std::ifstream file(inPath);
     double largest = 0.0;
     long apart = 0;
-    long count = 0;
-    for (const Digest& digest : inDigests)
-        for (const float value : digest.Floats()) {
-            float other = 0.0f;
-            if (!file.read(reinterpret_cast<char*>(&other), sizeof other)) {
-                std::printf("FAIL  %s is too short\n", inPath.c_str());
-                return 1;
-            }
-            ++count;
-            if (value == other || (std::isnan(value) && std::isnan(other))) continue;
-            const double difference = std::fabs(double(value) - double(other));
-            if (!(difference <= inBound)) ++apart;
-            largest = std::isnan(difference) ? INFINITY : std::max(largest, difference);
+    long other_integers = 0;
+    std::string line;
+    std::size_t count = 0;
+    for (; std::getline(file, line); ++count) {
+        if (count >= inLines.size() || line[0] != inLines[count][0]) break;
+        if (line[0] == 'f') {
+            const double distance = Distance(line, inLines[count]);
+            if (!(distance <= inBound)) ++apart;
+            largest = std::max(largest, distance);
+        } else if (line != inLines[count]) {
+            ++other_integers;
         }
-    std::printf("%s  %ld numbers, %ld apart by more than %g, the largest difference %g\n",
-                apart == 0 ? "PASS" : "FAIL", count, apart, inBound, largest);
-    return apart == 0 ? 0 : 1;
+    }
+    const bool whole = count == inLines.size() && file.eof();
+    if (!whole) std::printf("another number of values, from line %zu on\n", count + 1);
+    const bool same = whole && apart == 0 && other_integers == 0;
+    std::printf("%s  %zu values, %ld apart by more than %g, the largest difference %g, "
+                "%ld statuses or counts differ\n",
+                same ? "PASS" : "FAIL", count, apart, inBound, largest, other_integers);
+    return same ? 0 : 1;
 }
 
 }  // namespace
@@ -136,7 +166,8 @@ int main(int inCount, char** inArguments) {
     const auto scenarios = Chosen(options);
     const auto digests = Scenarios::RunScenarios(scenarios, options.mThreads);
     if (options.mWrite) return Write(scenarios, digests), 0;
-    if (!options.mSave.empty()) return Save(digests, options.mSave);
-    if (!options.mCompare.empty()) return Compare(digests, options.mCompare, options.mBound);
+    if (!options.mSave.empty()) return Save(Lines(scenarios, digests), options.mSave);
+    if (!options.mCompare.empty())
+        return Compare(Lines(scenarios, digests), options.mCompare, options.mBound);
     return Check(scenarios, digests);
 }
