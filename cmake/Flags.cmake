@@ -4,7 +4,14 @@
 #   machine can; results would depend on the machine. No fast-math for the same reason.
 # -fmacro-prefix-map: a report names its source file relative to the repository, on every
 #   machine ("Src/APT/APTTracker.cpp").
+#
+# Against those who feed it: stack protectors, checked calls of the C library where a size is
+# known (optimised builds only), marks for indirect jumps, and relocations that are done on
+# loading and read-only from then on. Sanitizers check more, and go without. No result
+# changes by it, and no time that can be measured; the test `hardening` reads the binaries.
 
+include(CheckCXXCompilerFlag)
+check_cxx_compiler_flag(-fcf-protection=full DP_HAVE_CF_PROTECTION)
 add_library(dp_flags INTERFACE)
 target_compile_features(dp_flags INTERFACE cxx_std_20)
 target_compile_options(dp_flags INTERFACE
@@ -12,6 +19,13 @@ target_compile_options(dp_flags INTERFACE
     $<$<NOT:$<BOOL:${DP_SHARED_INSIDES}>>:-fvisibility=hidden;-fvisibility-inlines-hidden>
     "-fmacro-prefix-map=${PROJECT_SOURCE_DIR}/="
     -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wno-sign-conversion)
+if(NOT DP_SANITIZE)
+    target_compile_options(dp_flags INTERFACE
+        -fstack-protector-strong $<$<BOOL:${DP_HAVE_CF_PROTECTION}>:-fcf-protection=full>
+        $<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:-U_FORTIFY_SOURCE>
+        $<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:-D_FORTIFY_SOURCE=2>)
+    target_link_options(dp_flags INTERFACE LINKER:-z,relro LINKER:-z,now)
+endif()
 if(DP_WARNINGS_AS_ERRORS)
     target_compile_options(dp_flags INTERFACE -Werror)
 endif()
