@@ -1,14 +1,20 @@
 # Installation, in three components:
 #
-#   runtime      both shared libraries
+#   runtime      both shared libraries, and the notices of what they hold of others
 #   development  the public headers, the links to link against, and the package files for
 #                find_package(descriptor) and for pkg-config
-#   tools        the example host, where it is built, and its manual page
+#   tools        the example host, where it is built, its manual page, and the same notices
 #
 # Targets: descriptor::descriptor and descriptor::foundation.
 
 include(CMakePackageConfigHelpers)
 option(DP_DEBIAN_PACKAGES "Install as Debian's packages want it; see Tools/package" OFF)
+if(NOT DP_DEBIAN_PACKAGES)  # a package has a folder of its own for them
+    foreach(component runtime tools)
+        install(FILES THIRD-PARTY.md DESTINATION ${CMAKE_INSTALL_DOCDIR}
+            COMPONENT ${component})
+    endforeach()
+endif()
 
 set(DP_HEADERS ${CMAKE_INSTALL_INCLUDEDIR}/descriptor)
 set(DP_PACKAGE ${CMAKE_INSTALL_LIBDIR}/cmake/descriptor)

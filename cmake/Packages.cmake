@@ -1,5 +1,6 @@
 # Debian packages, one for each component of the installation: libdescriptor0,
-# libdescriptor-dev and descriptor-tools. `Tools/package` configures, builds and checks them.
+# libdescriptor-dev, descriptor-tools, and libdescriptor-doc with the site of the target
+# `docs`. `Tools/package` configures, builds and checks them.
 #
 # They are made for the prefix /usr: the libraries lie where the system looks, so nothing
 # carries a search path of its own.
@@ -15,9 +16,18 @@ set(DP_DEBIAN_REVISION 1 CACHE STRING "Revision of the packages")
 set(runtime libdescriptor${PROJECT_VERSION_MAJOR})
 set(development libdescriptor-dev)
 set(tools descriptor-tools)
+set(documentation libdescriptor-doc)
 set(components runtime development)
 if(TARGET descriptor-host)
     list(APPEND components tools)
+endif()
+if(TARGET docs)
+    list(APPEND components documentation)
+    install(DIRECTORY ${CMAKE_CURRENT_BINARY_DIR}/site/html
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${documentation} COMPONENT documentation)
+    install(FILES cmake/debian/documentation.doc-base
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/doc-base RENAME ${documentation}
+        COMPONENT documentation)
 endif()
 set(debian_version ${PROJECT_VERSION}-${DP_DEBIAN_REVISION})
 
@@ -31,8 +41,8 @@ foreach(name changelog.Debian changelog)
         COMMAND_ERROR_IS_FATAL ANY)
 endforeach()
 foreach(component IN LISTS components)
-    install(FILES cmake/debian/copyright ${CMAKE_CURRENT_BINARY_DIR}/changelog.Debian.gz
-        ${CMAKE_CURRENT_BINARY_DIR}/changelog.gz
+    install(FILES cmake/debian/copyright THIRD-PARTY.md
+        ${CMAKE_CURRENT_BINARY_DIR}/changelog.Debian.gz ${CMAKE_CURRENT_BINARY_DIR}/changelog.gz
         DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${${component}} COMPONENT ${component})
     install(FILES cmake/debian/${component}.lintian
         DESTINATION ${CMAKE_INSTALL_DATADIR}/lintian/overrides RENAME ${${component}}
@@ -69,7 +79,10 @@ bits on every machine.
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME ${runtime})
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SHLIBDEPS ON)
-set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA ${CMAKE_CURRENT_SOURCE_DIR}/cmake/debian/triggers)
+# What each function has been there since: `Tools/package` compares it with the libraries.
+configure_file(cmake/debian/runtime.symbols ${CMAKE_CURRENT_BINARY_DIR}/symbols COPYONLY)
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA
+    ${CMAKE_CURRENT_SOURCE_DIR}/cmake/debian/triggers ${CMAKE_CURRENT_BINARY_DIR}/symbols)
 set(CPACK_DEBIAN_RUNTIME_DESCRIPTION "${about}
 This package has the two shared libraries.")
 
@@ -89,5 +102,12 @@ set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS
 set(CPACK_DEBIAN_TOOLS_DESCRIPTION "content descriptors of video frames - a program
 ${about}
 This package has descriptor-host, which tries every kind on a video.")
+
+set(CPACK_DEBIAN_DOCUMENTATION_PACKAGE_NAME ${documentation})
+set(CPACK_DEBIAN_DOCUMENTATION_PACKAGE_SECTION doc)
+set(CPACK_DEBIAN_DOCUMENTATION_PACKAGE_ARCHITECTURE all)
+set(CPACK_DEBIAN_DOCUMENTATION_DESCRIPTION "content descriptors of video frames - documentation
+${about}
+This package has the guide and the reference, as one site.")
 
 include(CPack)

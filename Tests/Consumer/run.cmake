@@ -19,6 +19,10 @@ if(NOT WAY STREQUAL "subproject")
         step(${CMAKE_COMMAND} --install ${BUILD} --prefix ${WORK}/install
             --component ${component})
     endforeach()
+    file(GLOB_RECURSE notices ${WORK}/install/THIRD-PARTY.md)
+    if(NOT notices)
+        message(FATAL_ERROR "installed without the notices of what the libraries hold")
+    endif()
 endif()
 
 if(WAY STREQUAL "package")
