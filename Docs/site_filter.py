@@ -1,8 +1,9 @@
 #!/usr/bin/env python3
 """Prints a page of the guide as Doxygen wants it; named in the Doxyfile.
 
-Headings get anchors (the page's name and the heading's), links with a fragment go to these,
-a header is linked by its name, and what the site does not hold is no link.
+Headings get anchors (the page's name and the heading's; the first of equal ones), links with
+a fragment go to these, a header is linked by its name, and what the site does not hold is no
+link.
 """
 import pathlib
 import re
@@ -28,9 +29,16 @@ def target(page, text, link):
 
 def main():
     path = pathlib.Path(sys.argv[1])
-    text = re.sub(r"^(#{2,3} )(.*)$",
-                  lambda match: f"{match[0]} {{#{anchor(path.stem, match[2])}}}",
-                  path.read_text("utf-8"), flags=re.M)
+    seen = set()
+
+    def with_anchor(match):
+        name = anchor(path.stem, match[1])
+        if name in seen:
+            return match[0]
+        seen.add(name)
+        return f"{match[0]} {{#{name}}}"
+
+    text = re.sub(r"^##+ (.*)$", with_anchor, path.read_text("utf-8"), flags=re.M)
     sys.stdout.write(re.sub(r"\[([^\]]*)\]\(([^)\s]+)\)",
                             lambda match: target(path.stem, match[1], match[2]), text))
 

@@ -5,6 +5,7 @@
 #include <mutex>
 
 #include "TVK/Export.h"
+#include "quillet/ThreadAnnotations.h"
 
 namespace quillet::threads {
 
@@ -13,7 +14,7 @@ namespace quillet::threads {
 ///   each `Lock`.
 /// Errors: none, short of locking it some billions of times in a row.
 /// Frozen: the operations; hosts reach mutexes through pointers.
-class TVK_API RecursiveMutex {
+class DP_CAPABILITY("mutex") TVK_API RecursiveMutex {
 public:
     RecursiveMutex();
     ~RecursiveMutex();
@@ -22,9 +23,9 @@ public:
 
     /// Blocks until the calling thread owns the mutex. `inName` is for a lock profiler
     /// and may be null; this implementation has no use for it.
-    void Lock(const char* inName);
+    void Lock(const char* inName) DP_ACQUIRE();
     /// Gives back one `Lock` of the calling thread.
-    void Unlock();
+    void Unlock() DP_RELEASE();
 
 private:
     std::recursive_mutex mMutex;

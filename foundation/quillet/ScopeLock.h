@@ -8,11 +8,13 @@ namespace quillet::threads {
 
 /// Holds a `RecursiveMutex` to the end of a scope, also when the scope is left by an
 /// exception.
-class ScopeLock {
+class DP_SCOPED_CAPABILITY ScopeLock {
 public:
     /// Blocks until the calling thread owns the mutex, which must outlive the lock.
-    explicit ScopeLock(RecursiveMutex& ioMutex) : mMutex(ioMutex) { mMutex.Lock(nullptr); }
-    ~ScopeLock() { mMutex.Unlock(); }
+    explicit ScopeLock(RecursiveMutex& ioMutex) DP_ACQUIRE(ioMutex) : mMutex(ioMutex) {
+        mMutex.Lock(nullptr);
+    }
+    ~ScopeLock() DP_RELEASE() { mMutex.Unlock(); }
     ScopeLock(const ScopeLock&) = delete;
     ScopeLock& operator=(const ScopeLock&) = delete;
 
