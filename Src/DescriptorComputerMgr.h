@@ -8,6 +8,7 @@
 #include "DP/IDescriptorComputerMgr.h"
 #include "TVK/SingletonGuard.h"
 #include "quillet/RecursiveMutex.h"
+#include "quillet/ThreadAnnotations.h"
 
 namespace DP {
 
@@ -20,8 +21,9 @@ public:
     void RemoveAllDescriptorComputers() override;
 
 private:
-    std::vector<Ref<IDescriptorComputer>> mComputers;  // in order of creation
-    quillet::threads::RecursiveMutex mMutex;           // guards mComputers
+    quillet::threads::RecursiveMutex mMutex;
+    std::vector<Ref<IDescriptorComputer>> mComputers  // in order of creation
+        DP_GUARDED_BY(mMutex);
 };
 
 /// Lets the reference go that keeps the manager between calls.

@@ -66,6 +66,8 @@ void DescriptorDataCache::ForgetKeyMutex(const Ref<IDescriptorDataKey>& inKey) {
     const auto gone = mInFlightMap.extract(entry);  // dies when the map is whole again
 }
 
+// Takes no lock of its own, and so Clang does not look into it: `StoreData` holds mDataMutex
+// when it calls it, and who calls it from outside sees to it that nobody else is in the cache.
 int DescriptorDataCache::ClearCache() {
     // The entries die when the cache is empty already: a host's data may ask it from its
     // destructor.

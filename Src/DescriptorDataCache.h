@@ -10,6 +10,7 @@
 #include "DescriptorStopwatch.h"
 #include "TVK/Object.h"
 #include "quillet/RecursiveMutex.h"
+#include "quillet/ThreadAnnotations.h"
 
 namespace DP {
 
@@ -17,7 +18,7 @@ namespace DP {
 /// for each key that was asked for and has not been stored since.
 class DescriptorDataCache : public TVK::Object<DescriptorDataCache, IDescriptorDataCache> {
 public:
-    int ClearCache() override;
+    int ClearCache() override DP_NO_THREAD_SAFETY_ANALYSIS;
     bool GetCachedData(Ref<IDescriptorDataKey> inKey, Ref<IDescriptorData>& outData,
                        RecursiveMutexPtr& outKeyMutex) override;
     void StoreData(Ref<IDescriptorDataKey> inKey, Ref<IDescriptorData> inData) override;
@@ -31,20 +32,18 @@ private:
     RecursiveMutexPtr FindOrMakeKeyMutex(const Ref<IDescriptorDataKey>& inKey);
     void EnterData(const Ref<IDescriptorDataKey>& inKey, const Ref<IDescriptorData>& inData);
     void ForgetKeyMutex(const Ref<IDescriptorDataKey>& inKey);
-    void StampNow(IDescriptorData& ioData);
+    void StampNow(IDescriptorData& ioData) DP_REQUIRES(mDataMutex);
 
     using DataMap = std::map<Ref<IDescriptorDataKey>, Ref<IDescriptorData>, DataKeyLess>;
 
-    DataMap mDataMap;
-    // Guards mDataMap, mStopwatch and the numbers, but for `ClearCache`: that takes no lock
-    // of its own. `StoreData` holds this one when it calls it; who calls it from outside
-    // sees to it that nobody else is in the cache.
     quillet::threads::RecursiveMutex mDataMutex;
+    DataMap mDataMap DP_GUARDED_BY(mDataMutex);
+    DescriptorStopwatch mStopwatch DP_GUARDED_BY(mDataMutex);
     int mMaxEntries = 0;
     std::atomic<unsigned int> mTotalDataSize{0};  // written under mDataMutex, read without
-    std::map<Ref<IDescriptorDataKey>, RecursiveMutexPtr, DataKeyLess> mInFlightMap;
-    quillet::threads::RecursiveMutex mInFlightMutex;  // guards mInFlightMap
-    DescriptorStopwatch mStopwatch;
+    quillet::threads::RecursiveMutex mInFlightMutex;
+    std::map<Ref<IDescriptorDataKey>, RecursiveMutexPtr, DataKeyLess> mInFlightMap
+        DP_GUARDED_BY(mInFlightMutex);
 };
 
 }  // namespace DP

@@ -10,10 +10,6 @@ namespace {
 
 constinit TVK::KeptRef<IDescriptorDataCacheMgr> sDataCacheMgr;
 
-// Guards GetDescriptorDataCache. Static, and not a member, since it outlives the manager's
-// teardowns.
-quillet::threads::RecursiveMutex sDataCacheMgrMutex;
-
 constexpr unsigned int kMaxEntries[kDescriptorDataTypeCount] = {
     500,  // KLT
     500,  // APT
@@ -31,9 +27,11 @@ bool IsKnown(DescriptorDataType inType) {
 
 }  // namespace
 
+quillet::threads::RecursiveMutex DescriptorDataCacheMgr::sMutex;
+
 Ref<IDescriptorDataCache> DescriptorDataCacheMgr::GetDescriptorDataCache(
     DescriptorDataType inType) {
-    const quillet::threads::ScopeLock lock(sDataCacheMgrMutex);
+    const quillet::threads::ScopeLock lock(sMutex);
     const auto entry = mCaches.find(inType);
     if (entry != mCaches.end()) return entry->second;
 
@@ -47,6 +45,8 @@ Ref<IDescriptorDataCache> DescriptorDataCacheMgr::GetDescriptorDataCache(
     return mCaches.emplace(inType, cache).first->second;
 }
 
+// This one and the next walk the caches without the lock, and so Clang does not look into
+// them: the interface has the caller see to it that nobody makes a cache meanwhile.
 void DescriptorDataCacheMgr::ClearAllCaches() {
     // Destructors of a host's data run in here and may call back: the walk holds the cache
     // and finds its place anew, and the caches leave the list before they go. What was

@@ -8,6 +8,8 @@
 #include "ClassIDs.h"
 #include "DP/IDescriptorDataCacheMgr.h"
 #include "TVK/SingletonGuard.h"
+#include "quillet/RecursiveMutex.h"
+#include "quillet/ThreadAnnotations.h"
 
 namespace DP {
 
@@ -15,11 +17,13 @@ class DescriptorDataCacheMgr
     : public TVK::Singleton<DescriptorDataCacheMgr, IDescriptorDataCacheMgr> {
 public:
     Ref<IDescriptorDataCache> GetDescriptorDataCache(DescriptorDataType inType) override;
-    void ClearAllCaches() override;
-    unsigned int GetTotalDataSize() override;
+    void ClearAllCaches() override DP_NO_THREAD_SAFETY_ANALYSIS;
+    unsigned int GetTotalDataSize() override DP_NO_THREAD_SAFETY_ANALYSIS;
 
 private:
-    std::map<std::int32_t, Ref<IDescriptorDataCache>> mCaches;
+    // Static, since it outlives the manager's teardowns.
+    static quillet::threads::RecursiveMutex sMutex;
+    std::map<std::int32_t, Ref<IDescriptorDataCache>> mCaches DP_GUARDED_BY(sMutex);
 };
 
 /// Lets the reference go that keeps the manager between calls.

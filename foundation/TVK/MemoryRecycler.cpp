@@ -15,6 +15,8 @@
 #include <new>
 #include <utility>
 
+#include "quillet/ThreadAnnotations.h"
+
 #if defined(__SANITIZE_ADDRESS__)
 #define TVK_POISONS_BLOCKS 1
 #elif defined(__has_feature)
@@ -61,6 +63,29 @@ int ClassOf(std::int64_t inSize) {
            static_cast<int>((above + step - 1) / step);
 }
 
+// A std::mutex and its lock, by the names that Clang's analysis knows.
+class DP_CAPABILITY("mutex") PoolMutex {
+public:
+    void Lock() DP_ACQUIRE() { mMutex.lock(); }
+    void Unlock() DP_RELEASE() { mMutex.unlock(); }
+
+private:
+    std::mutex mMutex;
+};
+
+class DP_SCOPED_CAPABILITY PoolLock {
+public:
+    explicit PoolLock(PoolMutex& ioMutex) DP_ACQUIRE(ioMutex) : mMutex(ioMutex) {
+        mMutex.Lock();
+    }
+    ~PoolLock() DP_RELEASE() { mMutex.Unlock(); }
+    PoolLock(const PoolLock&) = delete;
+    PoolLock& operator=(const PoolLock&) = delete;
+
+private:
+    PoolMutex& mMutex;
+};
+
 }  // namespace
 
 struct MemoryRecycler::Pool {
@@ -72,14 +97,14 @@ struct MemoryRecycler::Pool {
         int mClass;
     };
 
-    std::mutex mMutex;  // guards everything below
-    UnusedBlock* mTop[kClassCount] = {};
-    UnusedBlock* mOldest = nullptr;
-    UnusedBlock* mNewest = nullptr;
-    std::size_t mUnusedBytes = 0;
-    std::size_t mUsedBytes = 0;
+    PoolMutex mMutex;
+    UnusedBlock* mTop[kClassCount] DP_GUARDED_BY(mMutex) = {};
+    UnusedBlock* mOldest DP_GUARDED_BY(mMutex) = nullptr;
+    UnusedBlock* mNewest DP_GUARDED_BY(mMutex) = nullptr;
+    std::size_t mUnusedBytes DP_GUARDED_BY(mMutex) = 0;
+    std::size_t mUsedBytes DP_GUARDED_BY(mMutex) = 0;
 
-    void Insert(void* inBlock, int inClass) {
+    void Insert(void* inBlock, int inClass) DP_REQUIRES(mMutex) {
         AllowBytes(inBlock, sizeof(UnusedBlock), ClassSize(inClass));
         auto* const block =
             new (inBlock) UnusedBlock{mNewest, nullptr, mTop[inClass], nullptr, inClass};
@@ -90,7 +115,7 @@ struct MemoryRecycler::Pool {
         mUnusedBytes += ClassSize(inClass);
     }
 
-    void Remove(UnusedBlock* inBlock) {
+    void Remove(UnusedBlock* inBlock) DP_REQUIRES(mMutex) {
         (inBlock->mOlder ? inBlock->mOlder->mNewer : mOldest) = inBlock->mNewer;
         (inBlock->mNewer ? inBlock->mNewer->mOlder : mNewest) = inBlock->mOlder;
         (inBlock->mAbove ? inBlock->mAbove->mBelow : mTop[inBlock->mClass]) = inBlock->mBelow;
@@ -98,7 +123,7 @@ struct MemoryRecycler::Pool {
         mUnusedBytes -= ClassSize(inBlock->mClass);
     }
 
-    void FreeOldestDownTo(std::size_t inUnusedBytes) {
+    void FreeOldestDownTo(std::size_t inUnusedBytes) DP_REQUIRES(mMutex) {
         while (mUnusedBytes > inUnusedBytes) {
             UnusedBlock* const block = mOldest;
             const std::size_t size = ClassSize(block->mClass);
@@ -144,7 +169,7 @@ MemoryBuffer MemoryRecycler::AllocateBuffer(std::int64_t inSize) noexcept {
     if (sizeClass < 0 || !mPool) return {};
     void* block = nullptr;
     {
-        const std::lock_guard lock(mPool->mMutex);
+        const PoolLock lock(mPool->mMutex);
         mPool->mUsedBytes += ClassSize(sizeClass);
         if (Pool::UnusedBlock* const unused = mPool->mTop[sizeClass]) {
             mPool->Remove(unused);
@@ -153,7 +178,7 @@ MemoryBuffer MemoryRecycler::AllocateBuffer(std::int64_t inSize) noexcept {
     }
     if (!block) block = std::aligned_alloc(kAlignment, ClassSize(sizeClass));
     if (!block) {
-        const std::lock_guard lock(mPool->mMutex);
+        const PoolLock lock(mPool->mMutex);
         mPool->mUsedBytes -= ClassSize(sizeClass);
         return {};
     }
@@ -164,7 +189,7 @@ MemoryBuffer MemoryRecycler::AllocateBuffer(std::int64_t inSize) noexcept {
 void MemoryRecycler::RecycleBuffer(MemoryBuffer& ioBuffer) noexcept {
     if (!ioBuffer.mBlock) return;
     const auto sizeClass = static_cast<int>(ioBuffer.mTag);
-    const std::lock_guard lock(mPool->mMutex);
+    const PoolLock lock(mPool->mMutex);
     mPool->mUsedBytes -= ClassSize(sizeClass);
     if (ClassSize(sizeClass) > kMaxUnusedBytes) {
         AllowBytes(ioBuffer.mBlock, ClassSize(sizeClass), ClassSize(sizeClass));
@@ -178,19 +203,19 @@ void MemoryRecycler::RecycleBuffer(MemoryBuffer& ioBuffer) noexcept {
 
 void MemoryRecycler::Trim() noexcept {
     if (!mPool) return;
-    const std::lock_guard lock(mPool->mMutex);
+    const PoolLock lock(mPool->mMutex);
     mPool->FreeOldestDownTo(0);
 }
 
 std::size_t MemoryRecycler::GetUnusedBytes() noexcept {
     if (!mPool) return 0;
-    const std::lock_guard lock(mPool->mMutex);
+    const PoolLock lock(mPool->mMutex);
     return mPool->mUnusedBytes;
 }
 
 std::size_t MemoryRecycler::GetUsedBytes() noexcept {
     if (!mPool) return 0;
-    const std::lock_guard lock(mPool->mMutex);
+    const PoolLock lock(mPool->mMutex);
     return mPool->mUsedBytes;
 }
 
