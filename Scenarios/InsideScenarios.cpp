@@ -184,11 +184,10 @@ std::vector<Scenario> InsideScenarios() {
     }
     constexpr unsigned int kPatchHalves[] = {3, 5, 12};  // by turns narrow and wide taps
     for (const unsigned int half : kPatchHalves)
-        scenarios.push_back({.mName = "apt-cornerness/" + std::to_string(half),
-                             .mRun = [=](Digest& ioDigest) {
-                                 RunAptCornerness(ioDigest, {.mColumns = 131, .mRows = 77},
-                                                  half);
-                             }});
+        scenarios.push_back(
+            {.mName = "apt-cornerness/" + std::to_string(half), .mRun = [=](Digest& ioDigest) {
+                 RunAptCornerness(ioDigest, {.mColumns = 131, .mRows = 77}, half);
+             }});
     constexpr unsigned short kNeighborhoods[] = {4, 8, 20};
     for (const unsigned short neighborhood : kNeighborhoods)
         scenarios.push_back({.mName = "tiled-graph/" + std::to_string(neighborhood),

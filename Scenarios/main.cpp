@@ -149,9 +149,10 @@ int Compare(const std::vector<std::string>& inLines, const std::string& inPath,
     const bool whole = count == inLines.size() && file.eof();
     if (!whole) std::printf("another number of values, from line %zu on\n", count + 1);
     const bool same = whole && apart == 0 && other_integers == 0;
-    std::printf("%s  %zu values, %ld apart by more than %g, the largest difference %g, "
-                "%ld statuses or counts differ\n",
-                same ? "PASS" : "FAIL", count, apart, inBound, largest, other_integers);
+    std::printf(
+        "%s  %zu values, %ld apart by more than %g, the largest difference %g, "
+        "%ld statuses or counts differ\n",
+        same ? "PASS" : "FAIL", count, apart, inBound, largest, other_integers);
     return same ? 0 : 1;
 }
 

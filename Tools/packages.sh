@@ -6,7 +6,9 @@ HOST_PACKAGES="libavformat-dev libavcodec-dev libswscale-dev libavutil-dev libca
     libcli11-dev libsdl2-dev nlohmann-json3-dev"
 TEST_PACKAGES="clang-14 libclang-rt-14-dev binutils make doxygen python3
     man-db libgtest-dev libgmock-dev libboost-graph-dev xvfb xauth ffmpeg"
-PACKAGING_PACKAGES="dpkg-dev lintian"
-ABI_PACKAGES="git abigail-tools binutils"
+FORMAT_PACKAGE="clang-format-14"
+TIDY_PACKAGES="clang-14 clang-tidy-14 python3"
+PACKAGING_PACKAGES="dpkg-dev lintian doxygen python3"
+ABI_PACKAGES="abigail-tools binutils xz-utils"
 BENCHMARK_PACKAGES="libbenchmark-dev libopencv-dev libopencv-contrib-dev"
 BARE_ROOT_PACKAGES="debootstrap debian-archive-keyring git util-linux"
