@@ -86,19 +86,26 @@ void RunRounds(benchmark::State& ioState, Ours inOurs, Peer inPeer) {
     turns.Report(ioState);
 }
 
-/// Registers `inRun` as "NAME/854x480/clip" for every size and every clip.
-inline void ForEveryClip(const char* inName,
-                         std::function<void(benchmark::State&, const Clip&)> inRun) {
+struct Work {
+    const char* mName;
+    std::function<void(benchmark::State&, const Clip&)> mRun;
+};
+
+/// Registers each as "NAME/854x480/clip" for every size and every clip, clip by clip.
+inline void ForEveryClip(const std::vector<Work>& inWorks) {
     for (const Size& size : TheOptions().mSizes)
         for (const std::string& path : FindClips())
-            benchmark::RegisterBenchmark(
-                (std::string(inName) + "/" + std::to_string(size.first) + "x" +
-                 std::to_string(size.second) + "/" + NameOf(path))
-                    .c_str(),
-                [=](benchmark::State& ioState) { inRun(ioState, LoadClip(path, size)); })
-                ->UseManualTime()
-                ->Iterations(1)
-                ->Unit(benchmark::kMillisecond);
+            for (const Work& work : inWorks)
+                benchmark::RegisterBenchmark(
+                    (std::string(work.mName) + "/" + std::to_string(size.first) + "x" +
+                     std::to_string(size.second) + "/" + NameOf(path))
+                        .c_str(),
+                    [=](benchmark::State& ioState) {
+                        work.mRun(ioState, LoadClip(path, size));
+                    })
+                    ->UseManualTime()
+                    ->Iterations(1)
+                    ->Unit(benchmark::kMillisecond);
 }
 
 }  // namespace Bench
