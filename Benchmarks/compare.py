@@ -14,6 +14,7 @@ Exit status: 1 if a benchmark reports an error, such as an answer that is not th
 
 import argparse
 import json
+import re
 import statistics
 import sys
 from collections import defaultdict
@@ -30,7 +31,7 @@ def read(path):
                "date": context.get("date"), "caches": context.get("caches")}
     rows, errors = {}, []
     for row in data["benchmarks"]:
-        name = row["name"].replace("/iterations:1/manual_time", "").replace("/manual_time", "")
+        name = re.sub(r"(/iterations:\d+)?(/manual_time)?$", "", row["name"])
         if row.get("error_occurred"):
             if row["error_message"] != "one frame only":
                 errors.append(f"{name}: {row['error_message']}")

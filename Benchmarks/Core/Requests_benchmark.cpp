@@ -132,7 +132,5 @@ BENCHMARK(Parallel)->Threads(1)->Threads(2)->UseRealTime()->MinTime(0.3);
 }  // namespace
 
 int main(int inCount, char** inArguments) {
-    if (!Bench::ReadOptions(inCount, inArguments)) return 1;
-    benchmark::RunSpecifiedBenchmarks();
-    return 0;
+    return Bench::RunOverClips(inCount, inArguments, {});
 }

@@ -82,10 +82,11 @@ std::vector<Point> AptRun::GetPoints() const {
 
 RegionRun::RegionRun(const Clip& inClip, const std::string& inSource)
     : mClip(inClip), mSource(Wide(inSource)) {
-    const auto x = static_cast<float>(inClip.mStart.mX);
-    const auto top = static_cast<float>(inClip.GetRows() - inClip.mStart.mY);
-    const auto width = static_cast<float>(inClip.mStart.mWidth);
-    const auto height = static_cast<float>(inClip.mStart.mHeight);
+    const Box box = inClip.GetBox(0);
+    const auto x = static_cast<float>(box.mX);
+    const auto top = static_cast<float>(inClip.GetRows() - box.mY);
+    const auto width = static_cast<float>(box.mWidth);
+    const auto height = static_cast<float>(box.mHeight);
     const TVK::ParamRect<float> start{x, top - height, x + width, top};  // y upward
     mStart = TVK::MakeObject<TVK::ParamRect<float>>(start);
     mComputer = DP::CreateDescriptorComputer(DP::CreateRegionTrackerDescriptorProperty(

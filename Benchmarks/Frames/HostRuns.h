@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "Benchmarks/Support/Clips.h"
+#include "Benchmarks/Support/Points.h"
 #include "DP/DescriptorFactory.h"
 #include "DP/IAPTDescriptor.h"
 #include "DP/IKLTDescriptor.h"
@@ -15,11 +16,6 @@
 namespace Bench {
 
 constexpr unsigned int kPoints = 500;
-
-struct Point {
-    float mX, mY;
-    bool mIsLive;
-};
 
 /// Points through the cache. `Step` takes the clip's frames in their order, from 0 on.
 class PointRun {

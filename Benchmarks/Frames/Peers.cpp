@@ -158,7 +158,7 @@ namespace {
 class MedianFlow : public RegionPeer {
 public:
     void Start(const Clip& inClip) override {
-        const Box& box = inClip.mStart;
+        const Box& box = inClip.GetBox(0);
         mBox = {box.mX, box.mY, box.mWidth, box.mHeight};
         mTracker = cv::legacy::TrackerMedianFlow::create();
         mTracker->init(GreyOf(inClip, 0), mBox);

@@ -8,7 +8,6 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
-#include <cmath>
 #include <fstream>
 
 #include "Benchmarks/Support/Turns.h"
@@ -38,28 +37,7 @@ void GoCold() {
     malloc_trim(0);
 }
 
-double Median(std::vector<double> inValues) {
-    if (inValues.empty()) return 0.0;
-    std::sort(inValues.begin(), inValues.end());
-    return inValues[inValues.size() / 2];
-}
-
 // ---- Points --------------------------------------------------------------------------
-
-// Both follow the same points: where both found one they agree, by and large.
-bool Agree(const std::vector<Bench::Point>& inOurs, const std::vector<Bench::Point>& inPeers) {
-    std::vector<double> distances;
-    for (std::size_t i = 0; i < inOurs.size(); ++i)
-        if (inOurs[i].mIsLive && inPeers[i].mIsLive)
-            distances.push_back(
-                std::hypot(inOurs[i].mX - inPeers[i].mX, inOurs[i].mY - inPeers[i].mY));
-    return !distances.empty() && Median(distances) < 0.5;
-}
-
-double CountLive(const std::vector<Bench::Point>& inPoints) {
-    return double(std::count_if(inPoints.begin(), inPoints.end(),
-                                [](const Bench::Point& inPoint) { return inPoint.mIsLive; }));
-}
 
 // One pass that does not count, and one that does, from its second frame on. The peer follows
 // our points of the frame before, and selects anew where we do.
@@ -75,18 +53,18 @@ void TrackPoints(State& ioState, const Clip& inClip, Make inMake, bool inRefills
         const auto ours = inMake(NewSource());
         ours->Step(0);
         if (ioPeer) ioPeer->Step(inClip, 0, false);
-        ioState.counters["selected"] = CountLive(ours->GetPoints());
+        ioState.counters["selected"] = Bench::CountLive(ours->GetPoints());
         double time = 0;
         for (int frame = 1; frame < Bench::TheOptions().mFrames; ++frame) {
             if (ioPeer) ioPeer->Take(ours->GetPoints());
             time += turns.Time("ours", [&] { ours->Step(frame); });
             if (!ioPeer) continue;
             turns.Time("peer", [&] { ioPeer->Step(inClip, frame, inRefills); });
-            if (!inRefills && !Agree(ours->GetPoints(), ioPeer->GetPoints()))
+            if (!inRefills && !Bench::Agree(ours->GetPoints(), ioPeer->GetPoints()))
                 return ioState.SkipWithError("the points lie elsewhere than the peer's");
         }
         ioState.SetIterationTime(time / 1000.0);
-        ioState.counters["kept"] = CountLive(ours->GetPoints());
+        ioState.counters["kept"] = Bench::CountLive(ours->GetPoints());
     }
     turns.Report(ioState);
 }
@@ -123,8 +101,8 @@ void TrackAptVerified(State& ioState, const Clip& inClip) {
             turns.Time("unverified", [&] { plain.Step(frame); });
         }
         ioState.SetIterationTime(time / 1000.0);
-        ioState.counters["kept"] = CountLive(verified.GetPoints());
-        if (CountLive(verified.GetPoints()) > CountLive(plain.GetPoints()))
+        ioState.counters["kept"] = Bench::CountLive(verified.GetPoints());
+        if (Bench::CountLive(verified.GetPoints()) > Bench::CountLive(plain.GetPoints()))
             return ioState.SkipWithError("verification kept points that are lost");
     }
     turns.Report(ioState);
@@ -182,7 +160,7 @@ void SelectKlt(State& ioState, const Clip& inClip) {
             const double once = turns.Time("ours", [&] { ours.Step(frame); });
             if (peer) turns.Time("peer", [&] { peer->Select(inClip, frame); });
             time += once;
-            ioState.counters["selected"] = CountLive(ours.GetPoints());
+            ioState.counters["selected"] = Bench::CountLive(ours.GetPoints());
         }
         ioState.SetIterationTime(time / 1000.0);
     }
@@ -201,25 +179,30 @@ double Overlap(const Bench::Box& inA, const Bench::Box& inB) {
     return both / (inA.mWidth * inA.mHeight + inB.mWidth * inB.mHeight - both);
 }
 
-// After the first step both are near the start still; later they may lose it, each in its
-// way, and `overlap` of the two at the end says so.
+// With true boxes the means of the overlaps with them are told, of ours and of the peer's; a
+// tracker may lose what it follows, each in its way.
 void TrackRegion(State& ioState, const Clip& inClip) {
     if (inClip.GetLength() < 2) return ioState.SkipWithError("one frame only");
     Turns turns;
     const auto peer = Bench::MakeRegionPeer();
+    const int frames = Bench::TheOptions().mFrames;
     for (auto _ : ioState) {
         Bench::RegionRun ours(inClip, NewSource());
         ours.Step(0);
         if (peer) peer->Start(inClip);
-        double time = 0;
-        for (int frame = 1; frame < Bench::TheOptions().mFrames; ++frame) {
+        double time = 0, overlap = 0, peers = 0;
+        for (int frame = 1; frame < frames; ++frame) {
             time += turns.Time("ours", [&] { ours.Step(frame); });
             if (peer) turns.Time("peer", [&] { peer->Step(inClip, frame); });
-            if (frame == 1 && Overlap(ours.GetBox(), inClip.mStart) < 0.5)
+            if (frame == 1 && Overlap(ours.GetBox(), inClip.GetBox(0)) < 0.5)
                 return ioState.SkipWithError("the region was lost at once");
+            overlap += Overlap(ours.GetBox(), inClip.GetBox(frame)) / (frames - 1);
+            if (peer) peers += Overlap(peer->GetBox(), inClip.GetBox(frame)) / (frames - 1);
         }
         ioState.SetIterationTime(time / 1000.0);
-        if (peer) ioState.counters["overlap"] = Overlap(ours.GetBox(), peer->GetBox());
+        if (!inClip.HasTrueBoxes()) continue;
+        ioState.counters["overlap"] = overlap;
+        ioState.counters["peer_overlap"] = peers;
     }
     turns.Report(ioState);
 }
@@ -271,11 +254,11 @@ IP::ImagePtr<unsigned char> Mask(const Clip& inClip, const Bench::Box& inBox, bo
 
 // A dab of a fifth of the start's sides in its middle, and a rim of the frame.
 struct Strokes {
-    explicit Strokes(const Clip& inClip)
+    explicit Strokes(const Clip& inClip) : Strokes(inClip, inClip.GetBox(0)) {}
+    Strokes(const Clip& inClip, const Bench::Box& inBox)
         : mFront(Mask(inClip,
-                      {inClip.mStart.mX + 0.4 * inClip.mStart.mWidth,
-                       inClip.mStart.mY + 0.4 * inClip.mStart.mHeight,
-                       0.2 * inClip.mStart.mWidth, 0.2 * inClip.mStart.mHeight},
+                      {inBox.mX + 0.4 * inBox.mWidth, inBox.mY + 0.4 * inBox.mHeight,
+                       0.2 * inBox.mWidth, 0.2 * inBox.mHeight},
                       false)),
           mBack(
               Mask(inClip, {8, 8, inClip.GetColumns() - 16.0, inClip.GetRows() - 16.0}, true)),
@@ -361,51 +344,40 @@ void TwoThreads(State& ioState, const Clip& inClip) {
     turns.Report(ioState);
 }
 
-void Register() {
-    const auto kltCold = [](State& ioState, const Clip& inClip) {
-        StartCold(ioState, inClip, [&](const std::string& inSource) {
-            return std::make_unique<KltRun>(inClip, inSource, 0);
-        });
-    };
-    const auto aptCold = [](State& ioState, const Clip& inClip) {
-        StartCold(ioState, inClip, [&](const std::string& inSource) {
-            return std::make_unique<AptRun>(inClip, inSource, 0);
-        });
-    };
-    Bench::ForEveryClip({{"KLT",
-                          [](State& s, const Clip& clip) {
-                              TrackKlt(s, clip, false);
-                          }},
-                         {"KLTRefilled",
-                          [](State& s, const Clip& clip) {
-                              TrackKlt(s, clip, true);
-                          }},
-                         {"KLTFirstFrame", SelectKlt},
-                         {"KLTCold", kltCold},
-                         {"APT", TrackApt},
-                         {"APTVerified", TrackAptVerified},
-                         {"APTCold", aptCold},
-                         {"Region", TrackRegion},
-                         {"Grey",
-                          [](State& s, const Clip& clip) {
-                              Grey(s, clip, false);
-                          }},
-                         {"FloatGrey",
-                          [](State& s, const Clip& clip) {
-                              Grey(s, clip, true);
-                          }},
-                         {"FirstCut", FirstCut},
-                         {"StrokeWithoutEffect", StrokeWithoutEffect},
-                         {"TwoThreads", TwoThreads}});
+template <class Run>
+void StartRunCold(State& ioState, const Clip& inClip) {
+    StartCold(ioState, inClip, [&](const std::string& inSource) {
+        return std::make_unique<Run>(inClip, inSource, 0);
+    });
 }
 
 }  // namespace
 
 int main(int inCount, char** inArguments) {
-    if (!Bench::ReadOptions(inCount, inArguments)) return 1;
-    Bench::KeepFreedBlocks();
-    Register();
-    benchmark::RunSpecifiedBenchmarks();
-    DP::FlushAllDescriptorResources();
-    return 0;
+    return Bench::RunOverClips(inCount, inArguments,
+                               {{"KLT",
+                                 [](State& s, const Clip& clip) {
+                                     TrackKlt(s, clip, false);
+                                 }},
+                                {"KLTRefilled",
+                                 [](State& s, const Clip& clip) {
+                                     TrackKlt(s, clip, true);
+                                 }},
+                                {"KLTFirstFrame", SelectKlt},
+                                {"KLTCold", StartRunCold<KltRun>},
+                                {"APT", TrackApt},
+                                {"APTVerified", TrackAptVerified},
+                                {"APTCold", StartRunCold<AptRun>},
+                                {"Region", TrackRegion},
+                                {"Grey",
+                                 [](State& s, const Clip& clip) {
+                                     Grey(s, clip, false);
+                                 }},
+                                {"FloatGrey",
+                                 [](State& s, const Clip& clip) {
+                                     Grey(s, clip, true);
+                                 }},
+                                {"FirstCut", FirstCut},
+                                {"StrokeWithoutEffect", StrokeWithoutEffect},
+                                {"TwoThreads", TwoThreads}});
 }

@@ -1,23 +1,16 @@
-// The graph cut on whole frames, beside what an editor would else use.
-//
-//     graph_cut_benchmark [--iterations=N] [--size=COLUMNSxROWS]... [--grabcut]
-//                         [PICTURE]...
-//
-// Without pictures, the rendered scene. Everything is on one thread. The figures are in the
-// counters, in milliseconds, each the median over the iterations; what is compared is
-// measured in turns, so that a disturbance meets all. "per_..." are ratios of our time to
-// the peer's: below 1 is faster than the peer.
+// The graph cut in its steps, beside what an editor would else use. Counters of the same
+// benchmark that are no peers are the steps.
 
 #include <benchmark/benchmark.h>
 #include <malloc.h>
 
 #include <cmath>
 #include <cstdio>
-#include <cstring>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include "Benchmarks/Support/Turns.h"
 #include "External/graphcut/MaxFlowSolver.h"
 #include "External/graphcut/imgraphcut.h"
 #include "Frames.h"
@@ -26,19 +19,12 @@
 #include "Image.h"
 #include "Peers.h"
 
-#ifdef DP_HAVE_OPENCV
-#include <opencv2/core.hpp>
-#endif
-
 namespace {
 
 using Bench::ByteImage;
 using Bench::Frame;
 using Bench::GraphList;
-using Bench::Times;
-
-bool sRunsGrabCut = false;
-int sIterations = 1;
+using Bench::Turns;
 
 constexpr float kTolerance = 10.0f / 255.0f;
 constexpr double kSigma = double{16.0f / 255.0f};
@@ -95,30 +81,20 @@ struct Stages {
     ImageGraph mGraph;
 };
 
-void Report(benchmark::State& ioState, const Times& inTimes) {
-    for (const auto& [name, times] : inTimes.All())
-        ioState.counters[name] = inTimes.Median(name);
-}
-
-void ReportRatio(benchmark::State& ioState, const Times& inTimes, const std::string& inPeer) {
-    if (inTimes.Median(inPeer) > 0)
-        ioState.counters["per_" + inPeer] = inTimes.Median("ours") / inTimes.Median(inPeer);
-}
-
 void FirstCut(benchmark::State& ioState, const Frame& inFrame) {
-    Times times;
+    Turns times;
     unsigned int regions = 0;
     double bytes = 0;
     for (auto _ : ioState) {
         {
             Stages stages(inFrame);
-            times.Measure("split", [&] { stages.Split(); });
-            times.Measure("fill", [&] { stages.Fill(); });
-            times.Measure("links", [&] { stages.Links(); });
-            times.Measure("terminals",
-                          [&] { stages.Terminals(inFrame.mForeground, inFrame.mBackground); });
-            times.Measure("flow", [&] { stages.Flow(); });
-            times.Measure("labels", [&] { stages.Labels(); });
+            times.Time("split", [&] { stages.Split(); });
+            times.Time("fill", [&] { stages.Fill(); });
+            times.Time("links", [&] { stages.Links(); });
+            times.Time("terminals",
+                       [&] { stages.Terminals(inFrame.mForeground, inFrame.mBackground); });
+            times.Time("flow", [&] { stages.Flow(); });
+            times.Time("labels", [&] { stages.Labels(); });
         }
         const auto inUse = [] {
             const auto info = mallinfo2();
@@ -128,19 +104,16 @@ void FirstCut(benchmark::State& ioState, const Frame& inFrame) {
         };
         const double before = inUse();
         auto wrapper = std::make_unique<DP::GraphCutWrapper>();
-        ioState.SetIterationTime(1e-3 * times.Measure("ours", [&] {
+        ioState.SetIterationTime(1e-3 * times.Time("ours", [&] {
             wrapper->ComputeLabelImage(inFrame.mPixels.data(), inFrame.RowBytes(),
                                        inFrame.mForeground, inFrame.mBackground, {});
         }));
         bytes = inUse() - before;
         regions = wrapper->GetImageGraph()->mRegionCount;
         if (Bench::RunWatershed(inFrame, 10))
-            times.Measure("watershed", [&] { Bench::RunWatershed(inFrame, 10); });
-        if (sRunsGrabCut) times.Measure("grabcut", [&] { Bench::RunGrabCut(inFrame); });
+            times.Time("watershed", [&] { Bench::RunWatershed(inFrame, 10); });
     }
-    Report(ioState, times);
-    ReportRatio(ioState, times, "watershed");
-    ReportRatio(ioState, times, "grabcut");
+    times.Report(ioState, {"watershed"});
     ioState.counters["regions"] = regions;
     ioState.counters["bytes/pixel"] = bytes / (double(inFrame.mColumns) * inFrame.mRows);
 }
@@ -187,22 +160,24 @@ bool IsSameFlow(double inFlow, double inPeers) {
 }
 
 void CompareEngines(benchmark::State& ioState, const GraphList& inList) {
-    Times times;
+    Turns times;
     double ours = 0, gcgraph = 0, boost = 0;
     for (auto _ : ioState) {
         ioState.SetIterationTime(1e-3 *
-                                 times.Measure("ours", [&] { ours = SolveByOurs(inList); }));
-        times.Measure("gcgraph", [&] { gcgraph = Bench::SolveByGCGraph(inList); });
-        times.Measure("boost", [&] { boost = Bench::SolveByBoost(inList); });
+                                 times.Time("ours", [&] { ours = SolveByOurs(inList); }));
+        const auto time = [&](const char* inName, double& outFlow, auto inSolve) {
+            const double once = Bench::Milliseconds([&] { outFlow = inSolve(inList); });
+            if (outFlow >= 0) times.Add(inName, once);  // a peer that is not there says -1
+        };
+        time("gcgraph", gcgraph, Bench::SolveByGCGraph);
+        time("boost", boost, Bench::SolveByBoost);
     }
     if (!IsSameFlow(ours, gcgraph) || !IsSameFlow(ours, boost)) {
         std::fprintf(stderr, "flows: ours %g, gcgraph %g, boost %g\n", ours, gcgraph, boost);
         ioState.SkipWithError("the flows differ");
         return;
     }
-    Report(ioState, times);
-    if (gcgraph >= 0) ReportRatio(ioState, times, "gcgraph");
-    if (boost >= 0) ReportRatio(ioState, times, "boost");
+    times.Report(ioState);
     ioState.counters["nodes"] = double(inList.mFromSource.size());
     ioState.counters["links"] = double(inList.mLinks.size());
 }
@@ -237,7 +212,7 @@ void FurtherStroke(benchmark::State& ioState, const Frame& inFrame) {
         copy->CopyPixelsFrom(inImage);
         return copy;
     };
-    Times times;
+    Turns times;
     for (auto _ : ioState) {
         Stages kept(inFrame);
         kept.BuildGraph();
@@ -249,11 +224,11 @@ void FurtherStroke(benchmark::State& ioState, const Frame& inFrame) {
         const int x = columns / 5, y = rows / 2;
         const ByteImage dab = Testing::FlatImage(columns, rows, 0);
         Testing::PaintDab(dab, x, y, 20);
-        ioState.SetIterationTime(1e-3 * times.Measure("ours", [&] {
+        ioState.SetIterationTime(1e-3 * times.Time("ours", [&] {
             kept.Strokes(dab, none);
             kept.Flow();
         }));
-        times.Measure("labels", [&] { kept.Labels(); });
+        times.Time("labels", [&] { kept.Labels(); });
 
         // The same strokes on a graph that is built from the regions' links anew.
         const ByteImage both = copyOf(inFrame.mForeground);
@@ -261,7 +236,7 @@ void FurtherStroke(benchmark::State& ioState, const Frame& inFrame) {
         Stages fresh(inFrame);
         fresh.Split();
         fresh.Fill();
-        times.Measure("fresh", [&] {
+        times.Time("fresh", [&] {
             fresh.Links();
             fresh.Terminals(both, inFrame.mBackground);
             fresh.Flow();
@@ -270,83 +245,59 @@ void FurtherStroke(benchmark::State& ioState, const Frame& inFrame) {
         unbuilt.BuildGraph();
         unbuilt.Terminals(both, inFrame.mBackground);
         const GraphList list = ListOf(*unbuilt.mGraph.mFlowGraph);
-        times.Measure("fresh_list", [&] { SolveByOurs(list); });
+        times.Time("fresh_list", [&] { SolveByOurs(list); });
 
         const ByteImage inside = Testing::FlatImage(columns, rows, 0);
         Testing::PaintDab(inside, x, y, 10);
-        times.Measure("same_ground_strokes", [&] { kept.Strokes(inside, none); });
-        times.Measure("same_ground_flow", [&] { kept.Flow(); });
+        times.Time("same_ground_strokes", [&] { kept.Strokes(inside, none); });
+        times.Time("same_ground_flow", [&] { kept.Flow(); });
         const ByteImage outside = Testing::FlatImage(columns, rows, 0);
         Testing::PaintDab(outside, columns - columns / 8, rows / 4, 20);
-        times.Measure("background_strokes", [&] { kept.Strokes(none, outside); });
-        times.Measure("background_flow", [&] { kept.Flow(); });
+        times.Time("background_strokes", [&] { kept.Strokes(none, outside); });
+        times.Time("background_flow", [&] { kept.Flow(); });
 
         DP::GraphCutWrapper wrapper;
         ByteImage labels =
             wrapper.ComputeLabelImage(inFrame.mPixels.data(), inFrame.RowBytes(),
                                       inFrame.mForeground, inFrame.mBackground, {});
-        times.Measure("wrapper_dab",
-                      [&] { labels = wrapper.ComputeLabelImage(NULL, 0, dab, none, labels); });
-        times.Measure("wrapper_passes",
-                      [&] { labels = wrapper.ComputeLabelImage(NULL, 0, none, none, labels); });
+        times.Time("wrapper_dab",
+                   [&] { labels = wrapper.ComputeLabelImage(NULL, 0, dab, none, labels); });
+        times.Time("wrapper_passes",
+                   [&] { labels = wrapper.ComputeLabelImage(NULL, 0, none, none, labels); });
     }
-    Report(ioState, times);
-    ReportRatio(ioState, times, "fresh");
-    ReportRatio(ioState, times, "fresh_list");
-    ioState.counters["same_ground_share"] =
-        times.Median("same_ground_flow") / times.Median("fresh_list");
+    times.Report(ioState, {"fresh", "fresh_list"});
+}
+
+// GrabCut needs seconds: it has a benchmark of its own.
+void GrabCut(benchmark::State& ioState, const Frame& inFrame) {
+    Turns times;
+    for (auto _ : ioState)
+        ioState.SetIterationTime(1e-3 *
+                                 times.Time("grabcut", [&] { Bench::RunGrabCut(inFrame); }));
+    times.Report(ioState);
 }
 
 // ---- Registration --------------------------------------------------------------------
 
 template <class... Extra>
-void Register(const char* inWhat, void (*inRun)(benchmark::State&, const Frame&, Extra...),
-              const Frame& inFrame, Extra... inExtra) {
-    const std::string name = std::string(inWhat) + "/" + inFrame.mName + "/" +
-                             std::to_string(inFrame.mColumns) + "x" +
-                             std::to_string(inFrame.mRows);
-    benchmark::RegisterBenchmark(
-        name.c_str(),
-        [=, &inFrame](benchmark::State& ioState) { inRun(ioState, inFrame, inExtra...); })
-        ->UseManualTime()
-        ->Iterations(sIterations)
-        ->Unit(benchmark::kMillisecond);
+Bench::Work MakeWork(const char* inName,
+                     void (*inRun)(benchmark::State&, const Frame&, Extra...),
+                     Extra... inExtra) {
+    constexpr int kFramesARound = 4;
+    return {inName,
+            [=](benchmark::State& ioState, const Bench::Clip& inClip) {
+                inRun(ioState, Frame(inClip), inExtra...);
+            },
+            kFramesARound};
 }
 
 }  // namespace
 
-int main(int argc, char** argv) {
-    benchmark::Initialize(&argc, argv);
-#ifdef DP_HAVE_OPENCV
-    cv::setNumThreads(1);
-#endif
-    std::vector<std::string> paths;
-    std::vector<std::pair<int, int>> sizes;
-    for (int i = 1; i < argc; ++i) {
-        int columns = 0, rows = 0;
-        if (std::sscanf(argv[i], "--size=%dx%d", &columns, &rows) == 2)
-            sizes.emplace_back(columns, rows);
-        else if (std::sscanf(argv[i], "--iterations=%d", &sIterations) == 1)
-            continue;
-        else if (std::strcmp(argv[i], "--grabcut") == 0)
-            sRunsGrabCut = true;
-        else
-            paths.emplace_back(argv[i]);
-    }
-    if (sizes.empty()) sizes = {{640, 480}, {1920, 1080}};
-
-    std::vector<std::vector<Frame>> frames;
-    for (const auto& size : sizes)
-        frames.push_back(Bench::LoadFrames(paths, size.first, size.second));
-    for (const auto& ofSize : frames)
-        for (const Frame& frame : ofSize) {
-            Register("FirstCut", FirstCut, frame);
-            Register("RegionGraph", RegionGraph, frame);
-            Register<unsigned short>("PixelGrid4", PixelGrid, frame, 4);
-            Register<unsigned short>("PixelGrid8", PixelGrid, frame, 8);
-            Register("FurtherStroke", FurtherStroke, frame);
-        }
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
+int main(int inCount, char** inArguments) {
+    return Bench::RunOverClips(
+        inCount, inArguments,
+        {MakeWork("FirstCut", FirstCut), MakeWork("RegionGraph", RegionGraph),
+         MakeWork<unsigned short>("PixelGrid4", PixelGrid, 4),
+         MakeWork<unsigned short>("PixelGrid8", PixelGrid, 8),
+         MakeWork("FurtherStroke", FurtherStroke), MakeWork("GrabCut", GrabCut)});
 }

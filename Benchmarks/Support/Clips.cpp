@@ -112,16 +112,15 @@ void AddScaled(const cv::Mat& inPicture, Clip& ioClip) {
     ioClip.Add(std::move(pixels));
 }
 
-// The first true box, in the scale of the clip.
-void ReadStart(const std::string& inFolder, const cv::Size& inPictures, Clip& ioClip) {
+// A line x,y,w,h a frame, y downward, in the pictures' own scale.
+void ReadBoxes(const std::string& inFolder, const cv::Size& inPictures, Clip& ioClip) {
     std::ifstream file(inFolder + "/boxes.txt");
-    Box box;
-    char comma = 0;
-    if (!(file >> box.mX >> comma >> box.mY >> comma >> box.mWidth >> comma >> box.mHeight))
-        return;
     const double across = double(ioClip.GetColumns()) / inPictures.width;
     const double down = double(ioClip.GetRows()) / inPictures.height;
-    ioClip.mStart = {box.mX * across, box.mY * down, box.mWidth * across, box.mHeight * down};
+    double x = 0, y = 0, width = 0, height = 0;
+    char comma = 0;
+    while (file >> x >> comma >> y >> comma >> width >> comma >> height)
+        ioClip.AddBox({x * across, y * down, width * across, height * down});
 }
 
 Clip ReadClip(const std::string& inPath, Size inSize, int inFrames) {
@@ -134,7 +133,7 @@ Clip ReadClip(const std::string& inPath, Size inSize, int inFrames) {
             if (!picture.empty()) AddScaled(picture, clip);
             size = picture.size();
         }
-        ReadStart(inPath, size, clip);
+        ReadBoxes(inPath, size, clip);
     } else if (IsPicture(inPath)) {
         const cv::Mat picture = cv::imread(inPath, cv::IMREAD_COLOR);
         if (!picture.empty()) AddScaled(picture, clip);
@@ -196,7 +195,6 @@ void Clip::Add(Pixels inFrame) {
     mColour.push_back(std::move(inFrame));
     mGrey.push_back(std::move(grey));
     mFloats.push_back(std::move(floats));
-    mStart = {columns / 3.0, rows / 3.0, columns / 3.0, rows / 3.0};
 }
 
 std::size_t Clip::At(int inFrame) const {
@@ -204,6 +202,12 @@ std::size_t Clip::At(int inFrame) const {
     if (last == 0) return 0;
     const std::size_t place = static_cast<std::size_t>(inFrame) % (2 * last);
     return place <= last ? place : 2 * last - place;
+}
+
+Box Clip::GetBox(int inFrame) const {
+    const auto [columns, rows] = mSize;
+    return HasTrueBoxes() ? mBoxes[At(inFrame)]
+                          : Box{columns / 3.0, rows / 3.0, columns / 3.0, rows / 3.0};
 }
 
 std::vector<std::string> FindClips() {

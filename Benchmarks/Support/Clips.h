@@ -61,8 +61,11 @@ public:
     const IP::ImagePtr<unsigned char>& Grey(int inFrame) const { return mGrey[At(inFrame)]; }
     const IP::ImagePtr<float>& FloatGrey(int inFrame) const { return mFloats[At(inFrame)]; }
 
-    /// What is to be followed, in frame 0: from the clip's boxes.txt, else in the middle.
-    Box mStart;
+    /// What is to be followed: from the clip's boxes.txt, else the middle ninth, which says
+    /// nothing about later frames.
+    bool HasTrueBoxes() const { return mBoxes.size() >= mColour.size(); }
+    Box GetBox(int inFrame) const;
+    void AddBox(const Box& inBox) { mBoxes.push_back(inBox); }
 
 private:
     std::size_t At(int inFrame) const;
@@ -72,6 +75,7 @@ private:
     std::vector<Pixels> mColour;
     std::vector<IP::ImagePtr<unsigned char>> mGrey;
     std::vector<IP::ImagePtr<float>> mFloats;
+    std::vector<Box> mBoxes;
 };
 
 /// The names of all clips, that is the paths they come from; "rendered" where there is none.

@@ -52,43 +52,70 @@ public:
 
     /// Sets counters: of each name the median (`ours`) and the least (`ours_min`); of each
     /// peer `per_NAME`, our median over its, below 1 where we are faster, and
-    /// `per_NAME_min`, the same of the least.
-    void Report(benchmark::State& ioState) {
-        for (auto& [name, times] : mTimes)
+    /// `per_NAME_min`, the same of the least. Without a list all others are peers.
+    void Report(benchmark::State& ioState, const std::vector<std::string>& inPeers = {}) {
+        for (auto& [name, times] : mTimes) {
             std::sort(times.begin(), times.end());
-        const auto median = [&](const std::string& inName) {
-            return mTimes[inName][mTimes[inName].size() / 2];
-        };
-        for (const auto& [name, times] : mTimes) {
-            ioState.counters[name] = median(name);
+            ioState.counters[name] = Median(name);
             ioState.counters[name + "_min"] = times.front();
-            if (name == "ours" || mTimes.count("ours") == 0) continue;
-            ioState.counters["per_" + name] = median("ours") / median(name);
+        }
+        for (const auto& [name, times] : mTimes) {
+            const bool isPeer =
+                inPeers.empty() || std::count(inPeers.begin(), inPeers.end(), name) > 0;
+            if (name == "ours" || mTimes.count("ours") == 0 || !isPeer) continue;
+            ioState.counters["per_" + name] = Median("ours") / Median(name);
             ioState.counters["per_" + name + "_min"] = mTimes["ours"].front() / times.front();
         }
     }
 
 private:
+    // Of times that are sorted.
+    double Median(const std::string& inName) const {
+        const std::vector<double>& times = mTimes.at(inName);
+        return times[times.size() / 2];
+    }
+
     std::map<std::string, std::vector<double>> mTimes;
 };
 
-/// The same work over and over: rounds of `inOurs` and `inPeer`, each begun once before it
-/// counts.
+/// The same work over and over: in turns as often as a run has frames, each begun once before
+/// it counts.
 template <class Ours, class Peer>
 void RunRounds(benchmark::State& ioState, Ours inOurs, Peer inPeer) {
     Turns turns;
     inOurs();
     inPeer();
     for (auto _ : ioState) {
-        ioState.SetIterationTime(turns.Time("ours", inOurs) / 1000.0);
-        turns.Time("peer", inPeer);
+        double time = 0;
+        for (int round = 0; round < TheOptions().mFrames; ++round) {
+            time += turns.Time("ours", inOurs);
+            turns.Time("peer", inPeer);
+        }
+        ioState.SetIterationTime(time / 1000.0);
     }
     turns.Report(ioState);
 }
 
+/// Where there is no peer.
+template <class Ours>
+void RunAlone(benchmark::State& ioState, Ours inOurs) {
+    Turns turns;
+    inOurs();
+    for (auto _ : ioState) {
+        double time = 0;
+        for (int round = 0; round < TheOptions().mFrames; ++round)
+            time += turns.Time("ours", inOurs);
+        ioState.SetIterationTime(time / 1000.0);
+    }
+    turns.Report(ioState);
+}
+
+/// A benchmark over clips. It takes as many frames as a run has and iterates once, or, where
+/// an iteration is long, once for each `mFramesARound` of them.
 struct Work {
     const char* mName;
     std::function<void(benchmark::State&, const Clip&)> mRun;
+    int mFramesARound = 0;
 };
 
 /// Registers each as "NAME/854x480/clip" for every size and every clip, clip by clip.
@@ -104,8 +131,19 @@ inline void ForEveryClip(const std::vector<Work>& inWorks) {
                         work.mRun(ioState, LoadClip(path, size));
                     })
                     ->UseManualTime()
-                    ->Iterations(1)
+                    ->Iterations(work.mFramesARound > 0
+                                     ? std::max(TheOptions().mFrames / work.mFramesARound, 1)
+                                     : 1)
                     ->Unit(benchmark::kMillisecond);
+}
+
+/// The `main` of a program that runs over clips.
+inline int RunOverClips(int inCount, char** inArguments, const std::vector<Work>& inWorks) {
+    if (!ReadOptions(inCount, inArguments)) return 1;
+    KeepFreedBlocks();
+    ForEveryClip(inWorks);
+    benchmark::RunSpecifiedBenchmarks();
+    return 0;
 }
 
 }  // namespace Bench
