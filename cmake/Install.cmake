@@ -1,11 +1,11 @@
 # Installation, in three components:
 #
 #   runtime      both shared libraries, and the notices of what they hold of others
-#   development  the public headers, the links to link against, and the package files for
-#                find_package(descriptor) and for pkg-config
+#   development  the public headers and those of the client layer, the links to link against,
+#                and the package files for find_package(descriptor) and for pkg-config
 #   tools        the example host, where it is built, its manual page, and the same notices
 #
-# Targets: descriptor::descriptor and descriptor::foundation.
+# Targets: descriptor::client, descriptor::descriptor and descriptor::foundation.
 
 include(CMakePackageConfigHelpers)
 option(DP_DEBIAN_PACKAGES "Install as Debian's packages want it; see Tools/package" OFF)
@@ -19,7 +19,7 @@ endif()
 set(DP_HEADERS ${CMAKE_INSTALL_INCLUDEDIR}/descriptor)
 set(DP_PACKAGE ${CMAKE_INSTALL_LIBDIR}/cmake/descriptor)
 
-install(TARGETS foundation descriptor EXPORT descriptorTargets
+install(TARGETS foundation descriptor descriptor_client EXPORT descriptorTargets
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
         COMPONENT runtime NAMELINK_COMPONENT development)
 
@@ -29,6 +29,8 @@ install(DIRECTORY foundation/TVK foundation/quillet foundation/platform
     DESTINATION ${DP_HEADERS} COMPONENT development FILES_MATCHING PATTERN "*.h"
     PATTERN "Object.h" EXCLUDE PATTERN "SingletonGuard.h" EXCLUDE PATTERN "MixHash.h" EXCLUDE)
 install(FILES image/IPImage.h DESTINATION ${DP_HEADERS}/image COMPONENT development)
+install(DIRECTORY Client/Inc/descriptor DESTINATION ${DP_HEADERS} COMPONENT development
+    FILES_MATCHING PATTERN "*.h")
 
 install(EXPORT descriptorTargets NAMESPACE descriptor:: DESTINATION ${DP_PACKAGE}
     COMPONENT development)
@@ -50,7 +52,7 @@ foreach(folder LIBDIR INCLUDEDIR)
     cmake_path(RELATIVE_PATH CMAKE_INSTALL_FULL_${folder}
         BASE_DIRECTORY ${CMAKE_INSTALL_PREFIX} OUTPUT_VARIABLE DP_PC_${folder})
 endforeach()
-foreach(name descriptor descriptor-foundation)
+foreach(name descriptor descriptor-client descriptor-foundation)
     configure_file(cmake/${name}.pc.in ${CMAKE_CURRENT_BINARY_DIR}/${name}.pc @ONLY)
     install(FILES ${CMAKE_CURRENT_BINARY_DIR}/${name}.pc
         DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)

@@ -32,7 +32,7 @@ if(WAY STREQUAL "package")
 elseif(WAY STREQUAL "pkgconfig")
     set(ENV{PKG_CONFIG_LIBDIR} ${WORK}/install/${LIBDIR}/pkgconfig)
     set(ENV{LD_LIBRARY_PATH} ${WORK}/install/${LIBDIR})
-    step(make -C ${WORK}/build -f ${source}/Makefile VPATH=${source} CXX=${CXX}
+    step(make all -C ${WORK}/build -f ${source}/Makefile VPATH=${source} CXX=${CXX}
         "CXXFLAGS=${FLAGS}")
 else()
     cmake_host_system_information(RESULT cores QUERY NUMBER_OF_LOGICAL_CORES)
@@ -41,3 +41,4 @@ else()
     step(${CMAKE_COMMAND} --build ${WORK}/build --parallel ${cores})
 endif()
 step(${WORK}/build/consumer)
+step(${WORK}/build/client_consumer)
