@@ -4,7 +4,8 @@
 //       --differences, products--> running totals along x --> window sums along x
 //       --running totals down--> ring of 2 half + 2 rows --> window sums --> cornerness
 //
-// so the image is read once and nothing of the size of the image is written.
+// so the image is read once and nothing of the size of the image is written: the steps
+// `SmoothImage`, `ComputeCornerness` and `PickLocalMaxima` go through the rows together.
 //
 // Sums. A window sum is the difference of two running totals, first along x and then along
 // y; the totals are single precision, begin at the edge of the area and are never
@@ -48,8 +49,9 @@ std::vector<float> GaussianTaps(double inSigma) {
     return taps;
 }
 
-// Floats from one row of a ring to the next. Rows a power of two apart would fall into the
-// same lines of the cache.
+// Floats from one row of a ring to the next: some 16 more than the image is wide, for the loops
+// that read a little beyond, in whole lines of the cache (16 floats). Rows that are a multiple
+// of 1 KB (256 floats) apart would crowd into few sets of the cache.
 std::size_t StrideOf(int inWidth) {
     const std::size_t stride = (static_cast<std::size_t>(inWidth) + 31) / 16 * 16;
     return stride % 256 == 0 ? stride + 16 : stride;

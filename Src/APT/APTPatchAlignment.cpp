@@ -27,125 +27,32 @@ namespace {
 
 constexpr int kPlanes = 3;  // T, Gx, Gy
 
-// Four neighbours side by side, the last four of a row overlapping those before: a value
-// that is computed twice is the same value.
-constexpr int kBlock = 4;
-
-inline void LerpFour(const float* inFrom, const float* inTo, float inFraction, float* outRow) {
-    float values[kBlock];
-    for (int i = 0; i < kBlock; ++i)
-        values[i] = (inTo[i] - inFrom[i]) * inFraction + inFrom[i];
-    for (int i = 0; i < kBlock; ++i)
-        outRow[i] = values[i];
-}
-
-inline void LerpRow(const float* inFrom, const float* inTo, float inFraction, int inCount,
-                    float* outRow) {
-    if (inCount < kBlock) {
-        for (int i = 0; i < inCount; ++i)
-            outRow[i] = (inTo[i] - inFrom[i]) * inFraction + inFrom[i];
-        return;
-    }
-    for (int i = 0; i + kBlock <= inCount; i += kBlock)
-        LerpFour(inFrom + i, inTo + i, inFraction, outRow + i);
-    const int last = inCount - kBlock;
-    LerpFour(inFrom + last, inTo + last, inFraction, outRow + last);
-}
-
-struct PixelPosition {
-    int mX;
-    int mY;
-    float mFractionX;
-    float mFractionY;
-};
-
-bool SplitPosition(APTPoint inPoint, PixelPosition& outPosition) {
-    if (!FloorToInt(inPoint.mX, outPosition.mX) || !FloorToInt(inPoint.mY, outPosition.mY))
-        return false;
-    outPosition.mFractionX = inPoint.mX - static_cast<float>(outPosition.mX);
-    outPosition.mFractionY = inPoint.mY - static_cast<float>(outPosition.mY);
-    return true;
-}
-
-// How far a block reaches from the pixel in its middle.
-struct Reach {
-    int mX;
-    int mY;
-};
-
-// Whether a block, and one pixel (along y two) more to the right and down, lies in the level.
-bool LiesInside(const PixelPosition& inPosition, Reach inReach, const APTImageLevel& inLevel) {
-    const int width = inLevel.GetWidth();
-    const int height = inLevel.GetHeight();
-    return width >= 2 * inReach.mX + 2 && height >= 2 * inReach.mY + 3 &&
-           inPosition.mX >= inReach.mX && inPosition.mX <= width - inReach.mX - 2 &&
-           inPosition.mY >= inReach.mY && inPosition.mY <= height - inReach.mY - 3;
-}
-
-// The block of 2 reach + 1 columns and rows around a position, interpolated first along the
-// rows and then between them. The source has a row and a pixel more.
-void SampleBlock(const PixelPosition& inPosition, Reach inReach, int inChannels,
-                 const APTImageLevel& inLevel, float* outBlock, float* ioScratch) {
-    const float* const source =
-        inLevel.GetBlock(inPosition.mX - inReach.mX, inPosition.mY - inReach.mY,
-                         inPosition.mX + inReach.mX + 1, inPosition.mY + inReach.mY + 1);
-    const int floats = (2 * inReach.mX + 1) * inChannels;
-    const int rows = 2 * inReach.mY + 1;
-    for (int row = 0; row <= rows; ++row) {
-        const float* const left = source + row * inLevel.GetRowLength();
-        LerpRow(left, left + inChannels, inPosition.mFractionX, floats,
-                ioScratch + row * floats);
-    }
-    for (int row = 0; row < rows; ++row) {
-        const float* const upper = ioScratch + row * floats;
-        LerpRow(upper, upper + floats, inPosition.mFractionY, floats, outBlock + row * floats);
-    }
-}
-
-// Floats of a template's block with its ring, and of the interpolation of that block.
+// Floats of a template's block with its ring.
 int RingFloats(const APTPatchShape& inShape) {
     return (inShape.GetColumns() + 2) * (inShape.GetRows() + 2) * inShape.mChannels;
 }
-int InterpolationFloats(const APTPatchShape& inShape) {
-    return (inShape.GetColumns() + 2) * (inShape.GetRows() + 3) * inShape.mChannels;
-}
 
+// A symmetric 2 by 2 matrix, and its product with a vector.
 struct Inverse {
     float m00;
     float m01;
     float m11;
+
+    APTPoint Apply(float inB0, float inB1) const {
+        return {m00 * inB0 + m01 * inB1, m01 * inB0 + m11 * inB1};
+    }
 };
 
 // By the determinant, without a test: a singular matrix gives infinities or NaN.
-Inverse InvertGradientMatrix(const APTPatchPyramid::Level& inTemplate,
+Inverse InvertGradientMatrix(const APTPatchKernels& inKernels, const APTTemplate& inTemplate,
                              const APTPatchShape& inShape) {
-    const float h00 = 0.25f * BlockDot(inTemplate.mGradientX, inTemplate.mGradientX, inShape);
-    const float h01 = 0.25f * BlockDot(inTemplate.mGradientX, inTemplate.mGradientY, inShape);
-    const float h11 = 0.25f * BlockDot(inTemplate.mGradientY, inTemplate.mGradientY, inShape);
+    float sums[3];
+    inKernels.mGradientSums(inTemplate, inShape.GetBlockFloats(), sums);
+    const float h00 = 0.25f * sums[0];
+    const float h01 = 0.25f * sums[1];
+    const float h11 = 0.25f * sums[2];
     const float determinant = h00 * h11 - h01 * h01;
     return {h11 / determinant, -h01 / determinant, h00 / determinant};
-}
-
-void ApplyInverse(const Inverse& inInverse, float inB0, float inB1, float* outUpdate) {
-    outUpdate[0] = inInverse.m00 * inB0 + inInverse.m01 * inB1;
-    outUpdate[1] = inInverse.m01 * inB0 + inInverse.m11 * inB1;
-}
-
-// The translation's residual and right-hand side in one pass: the order of each sum is that
-// of `BlockDot`.
-void TranslationRightSide(const APTPatchPyramid::Level& inTemplate, const float* inPatch,
-                          const APTPatchShape& inShape, float& outB0, float& outB1) {
-    float lanes0[kAPTLanes] = {};
-    float lanes1[kAPTLanes] = {};
-    const int count = inShape.GetBlockFloats();
-    for (int i = 0; i < count; i += kAPTLanes)
-        for (int lane = 0; lane < kAPTLanes; ++lane) {
-            const float residual = inTemplate.mTemplate[i + lane] - inPatch[i + lane];
-            lanes0[lane] += residual * inTemplate.mGradientX[i + lane];
-            lanes1[lane] += residual * inTemplate.mGradientY[i + lane];
-        }
-    outB0 = 0.5f * FoldLanes(lanes0);
-    outB1 = 0.5f * FoldLanes(lanes1);
 }
 
 // Gain and offset of each channel, fitted from the patch to the template by least squares.
@@ -164,10 +71,11 @@ void FitGains(const float* inTemplate, const float* inPatch, const APTPatchShape
     }
 }
 
-// What is fixed for all iterations of a level, and one iteration.
+// What is fixed for all iterations of a level, and one iteration, of the models with gain
+// and offset.
 class LevelSolver {
 public:
-    LevelSolver(APTWorkspace& ioWorkspace, const APTPatchPyramid::Level& inTemplate,
+    LevelSolver(APTWorkspace& ioWorkspace, const APTTemplate& inTemplate,
                 const APTSearch& inSearch)
         : mWorkspace(ioWorkspace),
           mShape(ioWorkspace.mShape),
@@ -179,12 +87,13 @@ public:
 
     bool SetUp() {
         switch (mModel) {
-            case kAPTModelTranslation:
             case kAPTModelFittedGainOffset:
-                mInverse = InvertGradientMatrix(mTemplate, mShape);
+                mInverse = InvertGradientMatrix(*mWorkspace.mKernels, mTemplate, mShape);
                 return true;
             case kAPTModelReserved:
                 return true;
+            case kAPTModelTranslation:  // has a solver of its own
+                break;
             case kAPTModelGainOffset:
                 FillNormalMatrix(mColumns, mShape, mWorkspace.mMatrix);
                 return CholeskyFactorise(mWorkspace.mMatrix, Order()) == CholeskyOutcome::kDone;
@@ -218,19 +127,15 @@ private:
         float* const residual = mWorkspace.mResidual.data();
         float* const gains = mWorkspace.mCurrent + 2;
         float* const update = mWorkspace.mUpdate;
-        if (mModel == kAPTModelTranslation) {
-            float b0 = 0.0f;
-            float b1 = 0.0f;
-            TranslationRightSide(mTemplate, patch, mShape, b0, b1);
-            ApplyInverse(mInverse, b0, b1, update);
-            return true;
-        }
         if (mModel == kAPTModelFittedGainOffset)
             FitGains(mTemplate.mTemplate, patch, mShape, gains);
         FillGainResidual(mTemplate.mTemplate, patch, gains, mShape, residual);
         if (mModel == kAPTModelFittedGainOffset) {
-            ApplyInverse(mInverse, 0.5f * BlockDot(residual, mTemplate.mGradientX, mShape),
-                         0.5f * BlockDot(residual, mTemplate.mGradientY, mShape), update);
+            const APTPoint d =
+                mInverse.Apply(0.5f * BlockDot(residual, mTemplate.mGradientX, mShape),
+                               0.5f * BlockDot(residual, mTemplate.mGradientY, mShape));
+            update[0] = d.mX;
+            update[1] = d.mY;
             return true;
         }
         FillRightSide(mColumns, residual, mShape, update);
@@ -239,7 +144,7 @@ private:
 
     APTWorkspace& mWorkspace;
     const APTPatchShape& mShape;
-    APTPatchPyramid::Level mTemplate;
+    APTTemplate mTemplate;
     APTMotionModel mModel;
     APTTolerances mTolerances;
     const float* mGeometric[2];
@@ -252,7 +157,54 @@ private:
 bool FloorToInt(float inValue, int& outFloor) {
     constexpr float kLimit = 2147483648.0f;
     if (!(inValue >= -kLimit && inValue < kLimit)) return false;
-    outFloor = static_cast<int>(std::floor(inValue));
+    const int towardsZero = static_cast<int>(inValue);
+    outFloor = towardsZero - (static_cast<float>(towardsZero) > inValue);
+    return true;
+}
+
+// ---- Sampling ------------------------------------------------------------------------
+
+struct APTBlockSampler::Place {
+    int mX;
+    int mY;
+    float mFractionX;
+    float mFractionY;
+};
+
+APTBlockSampler::APTBlockSampler(const APTPatchKernels& inKernels, const APTPatchShape& inShape,
+                                 int inRing, const APTImageLevel& inLevel)
+    : mKernels(inKernels),
+      mLevel(inLevel),
+      mChannels(inShape.mChannels),
+      mReachX(inShape.mHalfWidth + inRing),
+      mReachY(inShape.mHalfHeight + inRing),
+      mRight(inLevel.GetWidth() - mReachX - 2),
+      mBottom(inLevel.GetHeight() - mReachY - 3) {}
+
+bool APTBlockSampler::Find(APTPoint inPoint, Place& outPlace) const {
+    if (!FloorToInt(inPoint.mX, outPlace.mX) || !FloorToInt(inPoint.mY, outPlace.mY))
+        return false;
+    if (outPlace.mX < mReachX || outPlace.mX > mRight || outPlace.mY < mReachY ||
+        outPlace.mY > mBottom)
+        return false;
+    outPlace.mFractionX = inPoint.mX - static_cast<float>(outPlace.mX);
+    outPlace.mFractionY = inPoint.mY - static_cast<float>(outPlace.mY);
+    return true;
+}
+
+bool APTBlockSampler::Fits(APTPoint inPoint) const {
+    Place place;
+    return Find(inPoint, place);
+}
+
+bool APTBlockSampler::Sample(APTPoint inPoint, float* outBlock) const {
+    Place place;
+    if (!Find(inPoint, place)) return false;
+    const float* const source = mLevel.GetBlock(place.mX - mReachX, place.mY - mReachY,
+                                                place.mX + mReachX + 1, place.mY + mReachY + 1);
+    mKernels.mInterpolate(
+        {source, mLevel.GetRowLength(), mChannels, place.mFractionX, place.mFractionY},
+        {(2 * mReachX + 1) * mChannels, 2 * mReachY + 1}, outBlock);
     return true;
 }
 
@@ -265,8 +217,7 @@ void APTPatchPyramid::Init(const APTPatchShape& inShape, int inLevels) {
     mData.assign(static_cast<std::size_t>(inLevels) * kPlanes *
                      static_cast<std::size_t>(inShape.GetBlockFloats()),
                  0.0f);
-    mScratch.resize(
-        static_cast<std::size_t>(RingFloats(inShape) + InterpolationFloats(inShape)));
+    mRing.resize(static_cast<std::size_t>(RingFloats(inShape)));
     mCapacity = inLevels;
 }
 
@@ -277,16 +228,13 @@ int APTPatchPyramid::Locate(int inLevels, APTPoint inPoint, APTImagePyramid& inP
     const int levels = std::min({inLevels, mCapacity, inPyramid.GetLevelCount()});
     float scale = 1.0f;
     for (; mLevelCount < levels; ++mLevelCount, scale *= 0.5f) {
-        PixelPosition position;
-        if (!SplitPosition({inPoint.mX * scale, inPoint.mY * scale}, position) ||
-            !LiesInside(position, {mShape.mHalfWidth + 1, mShape.mHalfHeight + 1},
-                        {inPyramid, mLevelCount}))
-            break;
+        const APTBlockSampler sampler(*mKernels, mShape, 1, {inPyramid, mLevelCount});
+        if (!sampler.Fits({inPoint.mX * scale, inPoint.mY * scale})) break;
     }
     return mLevelCount;
 }
 
-APTPatchPyramid::Level APTPatchPyramid::GetLevel(int inLevel) {
+APTTemplate APTPatchPyramid::GetLevel(int inLevel) {
     for (; mSampled <= inLevel; ++mSampled)
         Sample(mSampled);
     return {GetPlane(inLevel, 0), GetPlane(inLevel, 1), GetPlane(inLevel, 2)};
@@ -302,52 +250,44 @@ float* APTPatchPyramid::GetPlane(int inLevel, int inPlane) {
     return mData.data() + (inLevel * kPlanes + inPlane) * mShape.GetBlockFloats();
 }
 
-// The patch with a ring of one pixel around it; the ring gives the gradients their
-// neighbours and is dropped.
+// Value and gradients in one go: the ring of one pixel around the patch gives the gradients
+// their neighbours and is dropped.
 void APTPatchPyramid::Sample(int inLevel) {
     const float scale = std::ldexp(1.0f, -inLevel);
-    PixelPosition position;
-    if (!SplitPosition({mPoint.mX * scale, mPoint.mY * scale}, position))
+    const APTBlockSampler sampler(*mKernels, mShape, 1, {*mPyramid, inLevel});
+    if (!sampler.Sample({mPoint.mX * scale, mPoint.mY * scale}, mRing.data()))
         return;  // `Locate` saw to it
-    float* const ring = mScratch.data();
-    SampleBlock(position, {mShape.mHalfWidth + 1, mShape.mHalfHeight + 1}, mShape.mChannels,
-                {*mPyramid, inLevel}, ring, ring + RingFloats(mShape));
-
-    const int channels = mShape.mChannels;
-    const int rowFloats = mShape.GetColumns() * channels;
-    const int ringRow = rowFloats + 2 * channels;
-    float* const values = GetPlane(inLevel, 0);
-    float* const gradientX = GetPlane(inLevel, 1);
-    float* const gradientY = GetPlane(inLevel, 2);
-    for (int row = 0; row < mShape.GetRows(); ++row) {
-        const float* const middle = ring + (row + 1) * ringRow + channels;
-        for (int i = 0; i < rowFloats; ++i) {
-            values[row * rowFloats + i] = middle[i];
-            gradientX[row * rowFloats + i] = middle[i + channels] - middle[i - channels];
-            gradientY[row * rowFloats + i] = middle[i + ringRow] - middle[i - ringRow];
-        }
-    }
+    mKernels->mDifferentiate(mRing.data(),
+                             {mShape.GetColumns() * mShape.mChannels, mShape.GetRows()},
+                             mShape.mChannels, GetPlane(inLevel, 0), GetPlane(inLevel, 1),
+                             GetPlane(inLevel, 2));
 }
 
 // ---- One level -----------------------------------------------------------------------
+
+void APTPatchOffsets::Init(const APTPatchShape& inShape, int inRepeat) {
+    mDX.clear();
+    mDY.clear();
+    for (int dy = -inShape.mHalfHeight; dy <= inShape.mHalfHeight; ++dy)
+        for (int dx = -inShape.mHalfWidth; dx <= inShape.mHalfWidth; ++dx)
+            for (int i = 0; i < inRepeat; ++i) {
+                mDX.push_back(static_cast<float>(dx));
+                mDY.push_back(static_cast<float>(dy));
+            }
+    const std::size_t lanes = kAPTLanes;
+    const std::size_t floats = (mDX.size() + lanes - 1) / lanes * lanes;
+    mDX.resize(floats, 0.0f);
+    mDY.resize(floats, 0.0f);
+}
 
 void APTWorkspace::Init(const APTPatchShape& inShape) {
     const auto block = static_cast<std::size_t>(inShape.GetBlockFloats());
     mPatch.assign(block, 0.0f);
     mResidual.assign(block, 0.0f);
-    mColumns.assign(6 * block, 0.0f);
-    mScratch.assign(static_cast<std::size_t>(InterpolationFloats(inShape)), 0.0f);
+    mColumns.assign(4 * block, 0.0f);
+    mPixelOffsets.Init(inShape, 1);
+    mFloatOffsets.Init(inShape, inShape.mChannels);
     mShape = inShape;
-}
-
-bool SamplePatch(APTPoint inPoint, const APTPatchShape& inShape, const APTImageLevel& inLevel,
-                 float* outPatch, float* ioScratch) {
-    const Reach reach{inShape.mHalfWidth, inShape.mHalfHeight};
-    PixelPosition position;
-    if (!SplitPosition(inPoint, position) || !LiesInside(position, reach, inLevel))
-        return false;
-    SampleBlock(position, reach, inShape.mChannels, inLevel, outPatch, ioScratch);
-    return true;
 }
 
 int ParameterCount(APTMotionModel inModel, int inChannels) {
@@ -361,18 +301,54 @@ int ParameterCount(APTMotionModel inModel, int inChannels) {
     }
 }
 
-int SolveLevel(APTWorkspace& ioWorkspace, const APTPatchPyramid::Level& inTemplate,
+namespace {
+
+// The model of translation alone, with what it seeks in registers.
+int SolveTranslation(APTWorkspace& ioWorkspace, const APTTemplate& inTemplate,
+                     const APTImageLevel& inLevel, APTPoint inPoint, const APTSearch& inSearch,
+                     float* ioParameters) {
+    const APTPatchKernels& kernels = *ioWorkspace.mKernels;
+    const APTPatchShape& shape = ioWorkspace.mShape;
+    const Inverse inverse = InvertGradientMatrix(kernels, inTemplate, shape);
+    const APTBlockSampler sampler(kernels, shape, 0, inLevel);
+    float* const patch = ioWorkspace.mPatch.data();
+    const float tolerance = inSearch.mTolerances.mTranslation;
+    APTPoint t{ioParameters[0], ioParameters[1]};
+    for (int i = 0; i < inSearch.mMaxIterations; ++i) {
+        if (!sampler.Sample({inPoint.mX + t.mX, inPoint.mY + t.mY}, patch)) return -1 - i;
+        float sums[2];
+        kernels.mTranslationSums(inTemplate, patch, shape.GetBlockFloats(), sums);
+        const APTPoint d = inverse.Apply(0.5f * sums[0], 0.5f * sums[1]);
+        t.mX += d.mX;
+        t.mY += d.mY;
+        ioWorkspace.mUpdate[0] = d.mX;
+        ioWorkspace.mUpdate[1] = d.mY;
+        if (!(std::abs(d.mX) < tolerance && std::abs(d.mY) < tolerance)) continue;
+        ioParameters[0] = t.mX;
+        ioParameters[1] = t.mY;
+        return i;
+    }
+    return inSearch.mMaxIterations;
+}
+
+}  // namespace
+
+int SolveLevel(APTWorkspace& ioWorkspace, const APTTemplate& inTemplate,
                const APTImageLevel& inLevel, APTPoint inPoint, const APTSearch& inSearch,
                float* ioParameters) {
+    if (inSearch.mModel == kAPTModelTranslation)
+        return SolveTranslation(ioWorkspace, inTemplate, inLevel, inPoint, inSearch,
+                                ioParameters);
     const int failed = -2 - inSearch.mMaxIterations;
     const int count = ParameterCount(inSearch.mModel, ioWorkspace.mShape.mChannels);
     float* const current = ioWorkspace.mCurrent;
     std::copy_n(ioParameters, count, current);
     LevelSolver solver(ioWorkspace, inTemplate, inSearch);
     if (!solver.SetUp()) return failed;
+    const APTBlockSampler sampler(*ioWorkspace.mKernels, ioWorkspace.mShape, 0, inLevel);
     for (int i = 0; i < inSearch.mMaxIterations; ++i) {
-        if (!SamplePatch({inPoint.mX + current[0], inPoint.mY + current[1]}, ioWorkspace.mShape,
-                         inLevel, ioWorkspace.mPatch.data(), ioWorkspace.mScratch.data()))
+        if (!sampler.Sample({inPoint.mX + current[0], inPoint.mY + current[1]},
+                            ioWorkspace.mPatch.data()))
             return -1 - i;
         bool isConverged = false;
         if (!solver.Step(isConverged)) return failed;

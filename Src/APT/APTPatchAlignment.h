@@ -9,11 +9,13 @@
 
 #include "APT/APTImagePyramid.h"
 #include "APT/APTLevelDescent.h"
+#include "APT/APTPatchKernels.h"
 #include "APT/APTPatchSums.h"
 
 namespace DP {
 
-/// The templates of one point: per level the patch T and its gradients Gx and Gy.
+/// The templates of one point: per level the patch T and its gradients Gx and Gy. What the
+/// steps `BuildPatchPyramid` and `SampleTemplate` do in one go is done here on demand.
 ///
 /// `Locate` finds out at how many levels there is a template, and `GetLevel` samples one
 /// when it is first asked for; most points need level 0 alone. `Keep` samples all of them,
@@ -24,12 +26,6 @@ namespace DP {
 /// Threads: one at a time.
 class APTPatchPyramid {
 public:
-    struct Level {
-        const float* mTemplate;
-        const float* mGradientX;
-        const float* mGradientY;
-    };
-
     /// Makes room for `inLevels` levels. Without it there is no level.
     void Init(const APTPatchShape& inShape, int inLevels);
     bool IsEmpty() const { return mCapacity == 0; }
@@ -41,7 +37,7 @@ public:
     int GetLevelCount() const { return mLevelCount; }
     const APTPatchShape& GetShape() const { return mShape; }
 
-    Level GetLevel(int inLevel);
+    APTTemplate GetLevel(int inLevel);
     void Keep();
 
 private:
@@ -54,19 +50,32 @@ private:
     int mSampled = 0;     // of these, those whose planes are filled
     APTPoint mPoint{};
     APTImagePyramid* mPyramid = nullptr;
-    std::vector<float> mData;
-    std::vector<float> mScratch;
+    const APTPatchKernels* mKernels = &GetAPTPatchKernels();
+    std::vector<float> mData;  // levels by 3 planes (T, Gx, Gy) by the floats of a block
+    std::vector<float> mRing;  // the patch with one pixel around it
+};
+
+/// Where each pixel of a patch, or each float of a block, lies from the middle.
+struct APTPatchOffsets {
+    /// One entry for each pixel, or with `inRepeat` channels one for each float.
+    void Init(const APTPatchShape& inShape, int inRepeat);
+    APTOffsets Get() const { return {mDX.data(), mDY.data()}; }
+
+    std::vector<float> mDX;  // filled up with zeros to a multiple of 16
+    std::vector<float> mDY;
 };
 
 /// Scratch for one solve. Made once, used for every point.
 struct APTWorkspace {
     void Init(const APTPatchShape& inShape);
 
+    const APTPatchKernels* mKernels = &GetAPTPatchKernels();
     APTPatchShape mShape;
-    std::vector<float> mPatch;  // sampled last
-    std::vector<float> mResidual;
-    std::vector<float> mColumns;  // geometric columns of the warp
-    std::vector<float> mScratch;  // interpolation
+    std::vector<float> mPatch;     // a block: the patch sampled last
+    std::vector<float> mResidual;  // a block
+    std::vector<float> mColumns;   // 4 blocks: the warp's columns with an offset
+    APTPatchOffsets mPixelOffsets;
+    APTPatchOffsets mFloatOffsets;
     float mMatrix[kAPTMaxParameters * kAPTMaxParameters] = {};
     float mUpdate[kAPTMaxParameters] = {};
     float mCurrent[kAPTMaxParameters] = {};  // the solver's parameters
@@ -75,16 +84,37 @@ struct APTWorkspace {
 /// floor(inValue) where it is an int; false for all other values, NaN among them.
 bool FloorToInt(float inValue, int& outFloor);
 
-/// Samples the patch around a position in a level. False, and nothing written, where the
-/// patch leaves the level. The limits differ by one between the axes: on the right the last
-/// column may be used, at the bottom the last row may not.
-bool SamplePatch(APTPoint inPoint, const APTPatchShape& inShape, const APTImageLevel& inLevel,
-                 float* outPatch, float* ioScratch);
+/// Samples blocks of one size around positions in a level. The limits differ by one between
+/// the axes: on the right the last column may be used, at the bottom the last row may not.
+class APTBlockSampler {
+public:
+    /// Blocks of the shape's patch, with `inRing` pixels more on each side. The level's pyramid
+    /// must outlive the sampler.
+    APTBlockSampler(const APTPatchKernels& inKernels, const APTPatchShape& inShape, int inRing,
+                    const APTImageLevel& inLevel);
+
+    /// Whether the block around a position lies in the level.
+    bool Fits(APTPoint inPoint) const;
+    /// False, and nothing written, where it does not.
+    bool Sample(APTPoint inPoint, float* outBlock) const;
+
+private:
+    struct Place;
+    bool Find(APTPoint inPoint, Place& outPlace) const;
+
+    const APTPatchKernels& mKernels;
+    APTImageLevel mLevel;
+    int mChannels;
+    int mReachX;  // of a block, from the pixel in its middle
+    int mReachY;
+    int mRight;  // the last pixel that may be in the middle
+    int mBottom;
+};
 
 /// Solves one level, starting from and ending in `ioParameters`, which change only on
 /// convergence. `inPoint` is a position in that level. The answer is told by the questions
 /// of APTLevelDescent.h.
-int SolveLevel(APTWorkspace& ioWorkspace, const APTPatchPyramid::Level& inTemplate,
+int SolveLevel(APTWorkspace& ioWorkspace, const APTTemplate& inTemplate,
                const APTImageLevel& inLevel, APTPoint inPoint, const APTSearch& inSearch,
                float* ioParameters);
 

@@ -4,6 +4,8 @@
 #include <cmath>
 #include <limits>
 
+#include "APT/APTPatchKernels.h"
+
 namespace DP {
 namespace {
 
@@ -53,19 +55,37 @@ float ChannelSum(const float* inA, const APTPatchShape& inShape, int inChannel) 
     return SumOverChannel(inShape, [=](int i) { return inA[i + inChannel]; });
 }
 
+namespace {
+
+// sum a, b, a a, b b, a b over one channel. A block of one channel has zeros behind the patch.
+void CorrelationSums(const float* inA, const float* inB, const APTPatchShape& inShape,
+                     int inChannel, float* outSums) {
+    if (inShape.mChannels == 1) {
+        GetAPTPatchKernels().mCorrelationSums(inA, inB, inShape.GetBlockFloats(), outSums);
+        return;
+    }
+    outSums[0] = ChannelSum(inA, inShape, inChannel);
+    outSums[1] = ChannelSum(inB, inShape, inChannel);
+    outSums[2] = ChannelDot(inA, inA, inShape, inChannel);
+    outSums[3] = ChannelDot(inB, inB, inShape, inChannel);
+    outSums[4] = ChannelDot(inA, inB, inShape, inChannel);
+}
+
+}  // namespace
+
 bool NormalisedCorrelation(const float* inA, const float* inB, const APTPatchShape& inShape,
                            float& outCorrelation) {
     if (!inShape.HasSupportedChannels()) return false;
     const float pixels = static_cast<float>(inShape.GetPixels());
     float total = 0.0f;
     for (int c = 0; c < inShape.mChannels; ++c) {
-        const float sumA = ChannelSum(inA, inShape, c);
-        const float sumB = ChannelSum(inB, inShape, c);
-        const float varianceA = pixels * ChannelDot(inA, inA, inShape, c) - sumA * sumA;
-        const float varianceB = pixels * ChannelDot(inB, inB, inShape, c) - sumB * sumB;
+        float sums[5];
+        CorrelationSums(inA, inB, inShape, c, sums);
+        const auto [sumA, sumB, sumAA, sumBB, sumAB] = sums;
+        const float varianceA = pixels * sumAA - sumA * sumA;
+        const float varianceB = pixels * sumBB - sumB * sumB;
         if (varianceA == 0.0f || varianceB == 0.0f) continue;
-        total += (pixels * ChannelDot(inA, inB, inShape, c) - sumA * sumB) /
-                 std::sqrt(varianceB * varianceA);
+        total += (pixels * sumAB - sumA * sumB) / std::sqrt(varianceB * varianceA);
     }
     outCorrelation = total / static_cast<float>(inShape.mChannels);
     return true;
@@ -102,11 +122,15 @@ void FillRightSide(const APTColumns& inColumns, const float* inResidual,
     const int geometric = inColumns.mGeometricCount;
     for (int i = 0; i < geometric; ++i)
         outRightSide[i] = 0.5f * BlockDot(inResidual, inColumns.mGeometric[i], inShape);
-    if (!inColumns.mHasGain) return;
+    if (inColumns.mHasGain)
+        FillGainRightSide(inColumns.mTemplate, inResidual, inShape, outRightSide + geometric);
+}
+
+void FillGainRightSide(const float* inTemplate, const float* inResidual,
+                       const APTPatchShape& inShape, float* outRightSide) {
     for (int c = 0; c < inShape.mChannels; ++c) {
-        outRightSide[geometric + 2 * c] =
-            ChannelDot(inColumns.mTemplate, inResidual, inShape, c);
-        outRightSide[geometric + 2 * c + 1] = ChannelSum(inResidual, inShape, c);
+        outRightSide[2 * c] = ChannelDot(inTemplate, inResidual, inShape, c);
+        outRightSide[2 * c + 1] = ChannelSum(inResidual, inShape, c);
     }
 }
 

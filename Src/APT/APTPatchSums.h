@@ -79,6 +79,9 @@ void FillNormalMatrix(const APTColumns& inColumns, const APTPatchShape& inShape,
 /// The right-hand side for a residual.
 void FillRightSide(const APTColumns& inColumns, const float* inResidual,
                    const APTPatchShape& inShape, float* outRightSide);
+/// The part of it for gain and offset of each channel.
+void FillGainRightSide(const float* inTemplate, const float* inResidual,
+                       const APTPatchShape& inShape, float* outRightSide);
 
 /// r = T - (g I + o) for each channel; `inGains` holds g and o of channel 0, 1 and so on.
 void FillGainResidual(const float* inTemplate, const float* inPatch, const float* inGains,

@@ -14,35 +14,26 @@ namespace {
 
 constexpr int kGeometric = 6;
 
-// Where the pixels of a patch lie. Each operation rounds alike in the test of the corners
-// and in the sampling, and rounding keeps order: what lies between the corners in the patch
-// lies between them in the image, also in floats.
-struct Warp {
-    float mA, mB, mC, mD;  // 1 + a, b, c, 1 + d
-    float mX, mY;
-    float mTX, mTY;
+APTWarp WarpOf(const float* inParameters, APTPoint inPoint) {
+    return {1.0f + inParameters[2], inParameters[3], inParameters[4],
+            1.0f + inParameters[5], inPoint.mX,      inPoint.mY,
+            inParameters[0],        inParameters[1]};
+}
 
-    Warp(const float* inParameters, APTPoint inPoint)
-        : mA(1.0f + inParameters[2]),
-          mB(inParameters[3]),
-          mC(inParameters[4]),
-          mD(1.0f + inParameters[5]),
-          mX(inPoint.mX),
-          mY(inPoint.mY),
-          mTX(inParameters[0]),
-          mTY(inParameters[1]) {}
-
-    float X(float inDX, float inDY) const { return mA * inDX + mX + mB * inDY + mTX; }
-    float Y(float inDX, float inDY) const { return mC * inDX + mY + mD * inDY + mTY; }
-};
+// Each operation rounds as in the sampling, and rounding keeps order: what lies between the
+// corners in the patch lies between them in the image, also in floats.
+APTPoint PlaceOf(const APTWarp& inWarp, float inDX, float inDY) {
+    return {inWarp.mA * inDX + inWarp.mX + inWarp.mB * inDY + inWarp.mTX,
+            inWarp.mC * inDX + inWarp.mY + inWarp.mD * inDY + inWarp.mTY};
+}
 
 struct Bounds {
     float mLeft, mTop, mRight, mBottom;
 };
 
 // False where a corner of the patch is not strictly inside the level.
-bool BoundCorners(const Warp& inWarp, const APTPatchShape& inShape, int inWidth, int inHeight,
-                  Bounds& outBounds) {
+bool BoundCorners(const APTWarp& inWarp, const APTPatchShape& inShape, int inWidth,
+                  int inHeight, Bounds& outBounds) {
     const float w = static_cast<float>(inShape.mHalfWidth);
     const float h = static_cast<float>(inShape.mHalfHeight);
     const float corners[4][2] = {{w, h}, {w, -h}, {-w, -h}, {-w, h}};
@@ -50,8 +41,7 @@ bool BoundCorners(const Warp& inWarp, const APTPatchShape& inShape, int inWidth,
     const float bottom = static_cast<float>(inHeight - 1);
     outBounds = {right, bottom, 0.0f, 0.0f};
     for (const auto& corner : corners) {
-        const float x = inWarp.X(corner[0], corner[1]);
-        const float y = inWarp.Y(corner[0], corner[1]);
+        const auto [x, y] = PlaceOf(inWarp, corner[0], corner[1]);
         if (!(0.0f < x && x < right && 0.0f < y && y < bottom)) return false;
         outBounds.mLeft = std::min(outBounds.mLeft, x);
         outBounds.mTop = std::min(outBounds.mTop, y);
@@ -61,57 +51,33 @@ bool BoundCorners(const Warp& inWarp, const APTPatchShape& inShape, int inWidth,
     return true;
 }
 
-bool SampleWarped(const Warp& inWarp, const APTPatchShape& inShape,
-                  const APTImageLevel& inLevel, float* outPatch) {
+bool SampleWarped(APTWorkspace& ioWorkspace, const APTImageLevel& inLevel, APTPoint inPoint) {
+    const APTPatchShape& shape = ioWorkspace.mShape;
+    const APTWarp warp = WarpOf(ioWorkspace.mCurrent, inPoint);
     const int width = inLevel.GetWidth();
     const int height = inLevel.GetHeight();
     Bounds bounds;
-    if (!BoundCorners(inWarp, inShape, width, height, bounds)) return false;
+    if (!BoundCorners(warp, shape, width, height, bounds)) return false;
     const int left = static_cast<int>(bounds.mLeft);
     const int top = static_cast<int>(bounds.mTop);
     const int right = std::min(static_cast<int>(bounds.mRight) + 1, width - 1);
     const int bottom = std::min(static_cast<int>(bounds.mBottom) + 1, height - 1);
     const float* const block = inLevel.GetBlock(left, top, right, bottom);
     const std::ptrdiff_t rowLength = inLevel.GetRowLength();
-    const int channels = inShape.mChannels;
-
-    for (int dy = -inShape.mHalfHeight; dy <= inShape.mHalfHeight; ++dy)
-        for (int dx = -inShape.mHalfWidth; dx <= inShape.mHalfWidth; ++dx) {
-            const float x = inWarp.X(static_cast<float>(dx), static_cast<float>(dy));
-            const float y = inWarp.Y(static_cast<float>(dx), static_cast<float>(dy));
-            const int ix = static_cast<int>(x);  // positive: the floor
-            const int iy = static_cast<int>(y);
-            const float fx = x - static_cast<float>(ix);
-            const float fy = y - static_cast<float>(iy);
-            const float* pixel = block + (iy - top) * rowLength + (ix - left) * channels;
-            for (int c = 0; c < channels; ++c, ++pixel) {
-                const float* const below = pixel + rowLength;
-                const float upper = (pixel[channels] - pixel[0]) * fx + pixel[0];
-                const float lower = (below[channels] - below[0]) * fx + below[0];
-                *outPatch++ = (lower - upper) * fy + upper;
-            }
-        }
+    const float* const first = block - top * rowLength - left * shape.mChannels;
+    ioWorkspace.mKernels->mSampleWarped(warp, ioWorkspace.mPixelOffsets.Get(),
+                                        {first, rowLength, shape.mChannels}, shape.GetPixels(),
+                                        ioWorkspace.mPatch.data());
     return true;
 }
 
-// Gx Gy dx Gx dy Gx dx Gy dy Gy, one block each.
-void FillWarpColumns(const APTPatchPyramid::Level& inTemplate, const APTPatchShape& inShape,
+// dx Gx, dy Gx, dx Gy, dy Gy, one block each.
+void FillWarpColumns(const APTTemplate& inTemplate, const APTOffsets& inOffsets, int inCount,
                      float* outColumns) {
-    const int block = inShape.GetBlockFloats();
-    const float* const gradients[2] = {inTemplate.mGradientX, inTemplate.mGradientY};
-    for (int g = 0; g < 2; ++g) {
-        float* const plain = outColumns + g * block;
-        float* const byColumn = outColumns + (2 + 2 * g) * block;
-        float* const byRow = byColumn + block;
-        int i = 0;
-        for (int dy = -inShape.mHalfHeight; dy <= inShape.mHalfHeight; ++dy)
-            for (int dx = -inShape.mHalfWidth; dx <= inShape.mHalfWidth; ++dx)
-                for (int c = 0; c < inShape.mChannels; ++c, ++i) {
-                    plain[i] = gradients[g][i];
-                    byColumn[i] = static_cast<float>(dx) * gradients[g][i];
-                    byRow[i] = static_cast<float>(dy) * gradients[g][i];
-                }
-    }
+    for (const float* const gradient : {inTemplate.mGradientX, inTemplate.mGradientY})
+        for (const float* const offset : {inOffsets.mDX, inOffsets.mDY})
+            for (int i = 0; i < inCount; ++i)
+                *outColumns++ = offset[i] * gradient[i];
 }
 
 void ComposeWithInverse(const float* inUpdate, float* ioParameters) {
@@ -168,26 +134,39 @@ int WarpParameterCount(APTMotionModel inModel, int inChannels) {
 
 // Residual, right-hand side, solution and composition. False for a system without a
 // solution.
-bool StepWarp(APTWorkspace& ioWorkspace, const APTColumns& inColumns) {
+bool StepWarp(APTWorkspace& ioWorkspace, const APTReferenceTemplates::Level& inLevel,
+              APTMotionModel inModel) {
     const APTPatchShape& shape = ioWorkspace.mShape;
+    const APTTemplate& planes = inLevel.mPlanes;
     const float* const patch = ioWorkspace.mPatch.data();
     float* const residual = ioWorkspace.mResidual.data();
-    if (inColumns.mHasGain)
-        FillGainResidual(inColumns.mTemplate, patch, ioWorkspace.mCurrent + kGeometric, shape,
+    const bool hasGain = inModel == kAPTModelGainOffset;
+    if (hasGain)
+        FillGainResidual(planes.mTemplate, patch, ioWorkspace.mCurrent + kGeometric, shape,
                          residual);
     else
-        FillResidual(inColumns.mTemplate, patch, shape, residual);
-    FillRightSide(inColumns, residual, shape, ioWorkspace.mUpdate);
-    if (CholeskySolve(ioWorkspace.mMatrix, inColumns.GetOrder(shape.mChannels),
-                      ioWorkspace.mUpdate) != CholeskyOutcome::kDone)
+        FillResidual(planes.mTemplate, patch, shape, residual);
+
+    float sums[kGeometric + 2];
+    ioWorkspace.mKernels->mWarpSums(planes, ioWorkspace.mFloatOffsets.Get(), residual,
+                                    shape.GetBlockFloats(), sums);
+    float* const update = ioWorkspace.mUpdate;
+    for (int i = 0; i < kGeometric; ++i)
+        update[i] = 0.5f * sums[i];
+    if (hasGain && shape.mChannels == 1)
+        std::copy_n(sums + kGeometric, 2, update + kGeometric);
+    else if (hasGain)
+        FillGainRightSide(planes.mTemplate, residual, shape, update + kGeometric);
+    if (CholeskySolve(inLevel.mFactor, WarpParameterCount(inModel, shape.mChannels), update) !=
+        CholeskyOutcome::kDone)
         return false;
-    ComposeWithInverse(ioWorkspace.mUpdate, ioWorkspace.mCurrent);
+    ComposeWithInverse(update, ioWorkspace.mCurrent);
     return true;
 }
 
 class WarpDescent final : public APTLevelDescent {
 public:
-    WarpDescent(APTWorkspace& ioWorkspace, APTPatchPyramid& ioTemplates,
+    WarpDescent(APTWorkspace& ioWorkspace, APTReferenceTemplates& ioTemplates,
                 APTImagePyramid& inPyramid, const APTSearch& inSearch)
         : mWorkspace(ioWorkspace),
           mTemplates(ioTemplates),
@@ -196,46 +175,83 @@ public:
 
 private:
     int Solve(int inLevel, APTPoint inPoint, float* ioParameters) override {
-        return SolveWarpLevel(mWorkspace, mTemplates.GetLevel(inLevel), {mPyramid, inLevel},
-                              inPoint, mSearch, ioParameters);
+        return SolveWarpLevel(mWorkspace,
+                              mTemplates.GetLevel(inLevel, mSearch.mModel, mWorkspace),
+                              {mPyramid, inLevel}, inPoint, mSearch, ioParameters);
     }
 
     APTWorkspace& mWorkspace;
-    APTPatchPyramid& mTemplates;
+    APTReferenceTemplates& mTemplates;
     APTImagePyramid& mPyramid;
     const APTSearch& mSearch;
 };
 
 }  // namespace
 
-int SolveWarpLevel(APTWorkspace& ioWorkspace, const APTPatchPyramid::Level& inTemplate,
+// ---- The templates of a reference ----------------------------------------------------
+
+void APTReferenceTemplates::Init(const APTPatchShape& inShape, int inLevels) {
+    const int order = WarpParameterCount(kAPTModelGainOffset, inShape.mChannels);  // the most
+    mFactorFloats = static_cast<std::size_t>(order * order);
+    mSystems.assign(static_cast<std::size_t>(inLevels), System::kUnknown);
+    mFactors.assign(mSystems.size() * mFactorFloats, 0.0f);
+    mPlanes.Init(inShape, inLevels);
+}
+
+void APTReferenceTemplates::Capture(APTPoint inPoint, APTImagePyramid& inPyramid) {
+    mPlanes.Locate(static_cast<int>(mSystems.size()), inPoint, inPyramid);
+    mPlanes.Keep();
+    std::fill(mSystems.begin(), mSystems.end(), System::kUnknown);
+}
+
+APTReferenceTemplates::Level APTReferenceTemplates::GetLevel(int inLevel,
+                                                             APTMotionModel inModel,
+                                                             APTWorkspace& ioWorkspace) {
+    const APTTemplate planes = mPlanes.GetLevel(inLevel);
+    if (inModel != kAPTModelTranslation && inModel != kAPTModelGainOffset)
+        return {planes, nullptr};
+    if (inModel != mModel) {
+        std::fill(mSystems.begin(), mSystems.end(), System::kUnknown);
+        mModel = inModel;
+    }
+    const auto level = static_cast<std::size_t>(inLevel);
+    float* const factor = mFactors.data() + level * mFactorFloats;
+    System& system = mSystems[level];
+    if (system == System::kUnknown)
+        system = Factorise(planes, ioWorkspace, factor) ? System::kSolvable : System::kSingular;
+    return {planes, system == System::kSolvable ? factor : nullptr};
+}
+
+bool APTReferenceTemplates::Factorise(const APTTemplate& inPlanes, APTWorkspace& ioWorkspace,
+                                      float* outFactor) const {
+    const APTPatchShape& shape = mPlanes.GetShape();
+    const int block = shape.GetBlockFloats();
+    float* const columns = ioWorkspace.mColumns.data();
+    FillWarpColumns(inPlanes, ioWorkspace.mFloatOffsets.Get(), block, columns);
+    const float* const geometric[kGeometric] = {
+        inPlanes.mGradientX, inPlanes.mGradientY, columns,
+        columns + block,     columns + 2 * block, columns + 3 * block};
+    const APTColumns system{geometric, kGeometric, inPlanes.mTemplate,
+                            mModel == kAPTModelGainOffset};
+    FillNormalMatrix(system, shape, outFactor);
+    return CholeskyFactorise(outFactor, system.GetOrder(shape.mChannels)) ==
+           CholeskyOutcome::kDone;
+}
+
+// ---- One reference -------------------------------------------------------------------
+
+int SolveWarpLevel(APTWorkspace& ioWorkspace, const APTReferenceTemplates::Level& inTemplate,
                    const APTImageLevel& inLevel, APTPoint inPoint, const APTSearch& inSearch,
                    float* ioParameters) {
-    const APTPatchShape& shape = ioWorkspace.mShape;
-    const APTMotionModel model = inSearch.mModel;
     const int failed = -2 - inSearch.mMaxIterations;
-    const int count = WarpParameterCount(model, shape.mChannels);
+    const bool isReserved = inSearch.mModel == kAPTModelReserved;
+    if (!inTemplate.mFactor && !isReserved) return failed;
+    const int count = WarpParameterCount(inSearch.mModel, ioWorkspace.mShape.mChannels);
     float* const current = ioWorkspace.mCurrent;
     std::copy_n(ioParameters, count, current);
-
-    const float* geometric[kGeometric];
-    for (int i = 0; i < kGeometric; ++i)
-        geometric[i] = ioWorkspace.mColumns.data() + i * shape.GetBlockFloats();
-    const bool hasGain = model == kAPTModelGainOffset;
-    const APTColumns columns{geometric, kGeometric, inTemplate.mTemplate, hasGain};
-    if (model == kAPTModelTranslation || hasGain) {
-        FillWarpColumns(inTemplate, shape, ioWorkspace.mColumns.data());
-        FillNormalMatrix(columns, shape, ioWorkspace.mMatrix);
-        if (CholeskyFactorise(ioWorkspace.mMatrix, count) != CholeskyOutcome::kDone)
-            return failed;
-    } else if (model != kAPTModelReserved) {
-        return failed;
-    }
-
     for (int i = 0; i < inSearch.mMaxIterations; ++i) {
-        if (!SampleWarped(Warp(current, inPoint), shape, inLevel, ioWorkspace.mPatch.data()))
-            return -1 - i;
-        if (model == kAPTModelReserved || !StepWarp(ioWorkspace, columns)) return failed;
+        if (!SampleWarped(ioWorkspace, inLevel, inPoint)) return -1 - i;
+        if (isReserved || !StepWarp(ioWorkspace, inTemplate, inSearch.mModel)) return failed;
         if (!IsConverged(ioWorkspace, inSearch)) continue;
         std::copy_n(current, count, ioParameters);
         return i;
@@ -243,7 +259,7 @@ int SolveWarpLevel(APTWorkspace& ioWorkspace, const APTPatchPyramid::Level& inTe
     return inSearch.mMaxIterations;
 }
 
-int AlignReferencePatch(APTWorkspace& ioWorkspace, APTPatchPyramid& ioTemplates,
+int AlignReferencePatch(APTWorkspace& ioWorkspace, APTReferenceTemplates& ioTemplates,
                         APTImagePyramid& inPyramid, APTPoint inPoint, const APTSearch& inSearch,
                         float* ioParameters) {
     const int channels = ioWorkspace.mShape.mChannels;
@@ -277,8 +293,7 @@ void APTReferenceVerification::Capture(const APTFeatureList& inFeatures,
         const APTFeature& feature = inFeatures[i];
         if (feature.mStatus <= 0) continue;
         if (mTemplates[i].IsEmpty()) mTemplates[i].Init(mShape, mLevels);
-        mTemplates[i].Locate(mLevels, {feature.mX, feature.mY}, inPrevious);
-        mTemplates[i].Keep();
+        mTemplates[i].Capture({feature.mX, feature.mY}, inPrevious);
         mRecords[i] = {feature.mX, feature.mY, {}};
         for (int c = 0; c < mShape.mChannels; ++c)
             mRecords[i].mParameters[kGeometric + 2 * c] = 1.0f;
@@ -312,11 +327,11 @@ void APTReferenceVerification::VerifyFeatures(APTImagePyramid& inCurrent,
 bool APTReferenceVerification::VerifyFeature(std::size_t inSlot, APTImagePyramid& inCurrent,
                                              const APTSearch& inSearch, APTFeature& ioFeature) {
     APTReferencePatch& record = mRecords[inSlot];
-    APTPatchPyramid& templates = mTemplates[inSlot];
+    APTReferenceTemplates& templates = mTemplates[inSlot];
     if (AlignReferencePatch(mWorkspace, templates, inCurrent, {record.mX, record.mY}, inSearch,
                             record.mParameters) < 0)
         return false;
-    NormalisedCorrelation(templates.GetLevel(0).mTemplate, mWorkspace.mPatch.data(), mShape,
+    NormalisedCorrelation(templates.GetTemplate(0), mWorkspace.mPatch.data(), mShape,
                           ioFeature.mCorrelation);
     if (!(ioFeature.mCorrelation >= inSearch.mMinCorrelation)) return false;
     ioFeature.mX = record.mX + record.mParameters[0];

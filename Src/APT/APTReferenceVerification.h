@@ -24,6 +24,42 @@ struct APTReferencePatch {
     float mParameters[kAPTMaxParameters] = {};
 };
 
+/// The templates of a reference at every level, and what a solver makes of each of them once:
+/// the factor of its normal matrix.
+///
+/// Ownership: owns its floats. Threads: one at a time. Errors: no memory throws
+///   std::bad_alloc.
+class APTReferenceTemplates {
+public:
+    struct Level {
+        APTTemplate mPlanes;
+        const float* mFactor;  // by columns; null where the system has no solution
+    };
+
+    void Init(const APTPatchShape& inShape, int inLevels);
+    bool IsEmpty() const { return mPlanes.IsEmpty(); }
+
+    /// Takes the templates of a point of level 0.
+    void Capture(APTPoint inPoint, APTImagePyramid& inPyramid);
+    int GetLevelCount() const { return mPlanes.GetLevelCount(); }
+
+    /// A level as the solver of a model needs it. Models without a system have no factor.
+    Level GetLevel(int inLevel, APTMotionModel inModel, APTWorkspace& ioWorkspace);
+    const float* GetTemplate(int inLevel) { return mPlanes.GetLevel(inLevel).mTemplate; }
+
+private:
+    enum class System : unsigned char { kUnknown, kSolvable, kSingular };
+
+    bool Factorise(const APTTemplate& inPlanes, APTWorkspace& ioWorkspace,
+                   float* outFactor) const;
+
+    APTPatchPyramid mPlanes;
+    APTMotionModel mModel = kAPTModelReserved;  // whose factors these are
+    std::vector<System> mSystems;               // of each level
+    std::size_t mFactorFloats = 0;              // of the largest system
+    std::vector<float> mFactors;                // a block of them for each level
+};
+
 /// The references of one engine, addressed by slot: one list an engine.
 ///
 /// Ownership: owns its storage. A slot takes room for its templates when it first holds a
@@ -55,20 +91,20 @@ private:
     APTPatchShape mShape;
     int mLevels = 0;
     APTWorkspace mWorkspace;
-    std::vector<APTPatchPyramid> mTemplates;
+    std::vector<APTReferenceTemplates> mTemplates;
     std::vector<APTReferencePatch> mRecords;
     std::uint64_t mLost = 0;  // counted; nothing reads it
 };
 
 /// As `SolveLevel`, for the warp. Model 0 has the six geometric parameters, model 2 gains
 /// and offsets too; model 1 never converges.
-int SolveWarpLevel(APTWorkspace& ioWorkspace, const APTPatchPyramid::Level& inTemplate,
+int SolveWarpLevel(APTWorkspace& ioWorkspace, const APTReferenceTemplates::Level& inTemplate,
                    const APTImageLevel& inLevel, APTPoint inPoint, const APTSearch& inSearch,
                    float* ioParameters);
 
 /// As `AlignPatch`, for the warp and without a test of the correlation. The warp's matrix
 /// is the same at every level; only translation and position are scaled.
-int AlignReferencePatch(APTWorkspace& ioWorkspace, APTPatchPyramid& ioTemplates,
+int AlignReferencePatch(APTWorkspace& ioWorkspace, APTReferenceTemplates& ioTemplates,
                         APTImagePyramid& inPyramid, APTPoint inPoint, const APTSearch& inSearch,
                         float* ioParameters);
 

@@ -25,7 +25,7 @@ namespace DP {
 
 /// Rectangles of interest; list i of a call belongs to rectangle i. A rectangle as wide and
 /// as high as the image is used as it stands, **any other has y counted upward from the
-/// foot of the image**.
+/// bottom of the image**.
 using APTRectList = std::vector<TVK::ParamRect<float>>;
 using APTFeatureListPtrVec = std::vector<APTFeatureListPtr>;
 

@@ -18,7 +18,8 @@ namespace DP {
 /// in the lists that a caller hands in and gets out.
 ///
 /// Images are raw 8-bit grey planes without gaps, row 0 the top row; feature positions
-/// count y downward. Regions of interest count y **upward from the bottom of the image**.
+/// count y downward. Regions of interest count y **upward from the bottom of the image**;
+/// a side that no 32-bit integer can hold is clipped to the nearest that one can.
 ///
 /// Threads: no lock. One tracker runs one frame at a time.
 /// Errors: failures of single features are statuses in their records. Windows of a bad size

@@ -38,12 +38,13 @@ CholeskyOutcome CholeskyFactorise(float* ioMatrix, int inOrder) {
     if (!LowerTriangleIsFinite(ioMatrix, inOrder)) return CholeskyOutcome::kNotFinite;
     int info = 0;
     spotrf_("L", &inOrder, ioMatrix, &inOrder, &info, 1);
+    if (info == 0 && !LowerTriangleIsFinite(ioMatrix, inOrder))
+        return CholeskyOutcome::kNotFinite;
     return OutcomeOf(info);
 }
 
 CholeskyOutcome CholeskySolve(const float* inFactor, int inOrder, float* ioRightSide) {
-    if (!LowerTriangleIsFinite(inFactor, inOrder) ||
-        !std::all_of(ioRightSide, ioRightSide + inOrder, IsFinite))
+    if (!std::all_of(ioRightSide, ioRightSide + inOrder, IsFinite))
         return CholeskyOutcome::kNotFinite;
     const int columns = 1;
     int info = 0;

@@ -38,8 +38,9 @@ LeastSquaresOutcome LeastSquares::Solve(std::span<const double> inMatrix,
         for (std::size_t column = 0; column < mColumns; ++column)
             mMatrix[column * inRightSide.size() + row] = inMatrix[row * mColumns + column];
 
-    // Enough for any number of rows: where there are many more rows than columns, dgelss
-    // first reduces them to as many.
+    // The length is part of the result: dgelss chooses the size of its blocks by it. With n
+    // columns it needs 5 n for the singular values and 3 n + rows for the rest; of rows, where
+    // there are many more than columns, no more than n are left after a first reduction.
     const int workSize = 20 * inColumns;
     mWork.resize(static_cast<std::size_t>(workSize));
     mSingularValues.resize(static_cast<std::size_t>(std::min(rows, inColumns)));

@@ -23,8 +23,10 @@
 #include "RegionTracker/RegionMotionFit.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdint>
+#include <cstring>
 #include <utility>
 
 #include "image/Truncate.h"
@@ -41,7 +43,11 @@ constexpr float kCertainResidual = 0.75f;
 constexpr float kUsableResidual = 2.0f;
 constexpr double kClearRatio = 1.5;
 
-constexpr double kInnerMargin = -10.0;  // the inner box leaves a tenth at each side
+// The inner box leaves a tenth of a side free at each end. The sign is that of the definition:
+// a proper rectangle has a negative margin, which is taken off the lower edge and added to the
+// upper one, so that both move inward. One that is turned over has a positive margin and no
+// inside.
+constexpr double kInnerMargin = -10.0;
 constexpr double kCentreScore = 10.0;
 
 struct Motion {
@@ -73,6 +79,59 @@ void SolveMotions(const MotionGroups& inGroups, MotionSystems& ioSystems,
         SolveLeastSquares(system.mA, system.mBy, system.mCy, 0.0, ioSolver);
     }
 }
+
+// What a pass makes the next one of: the groups, and the motions, which an empty group keeps
+// from its last solve.
+struct PassState {
+    MotionGroups mGroups;
+    std::array<std::array<double, 3>, 4> mMotions;
+
+    PassState(const MotionGroups& inGroups, const MotionSystems& inSystems)
+        : mGroups(inGroups) {
+        auto target = mMotions.begin();
+        for (const MotionSystem& system : inSystems)
+            for (const auto* coefficients : {&system.mCx, &system.mCy})
+                std::ranges::copy(*coefficients, (target++)->begin());
+    }
+
+    void Restore(MotionGroups& outGroups, MotionSystems& outSystems) const {
+        outGroups = mGroups;
+        auto source = mMotions.begin();
+        for (MotionSystem& system : outSystems)
+            for (auto* coefficients : {&system.mCx, &system.mCy})
+                std::ranges::copy(*source++, coefficients->begin());
+    }
+
+    // By bits: 0 and -0 do not lead to the same.
+    bool operator==(const PassState& inOther) const {
+        return std::memcmp(&mMotions, &inOther.mMotions, sizeof(mMotions)) == 0 &&
+               mGroups == inOther.mGroups;
+    }
+};
+
+// The states that the passes have come through. A pass that comes back to one of them is
+// followed by what followed then: mostly by itself, sometimes by a few that take turns.
+class PassHistory {
+public:
+    /// Takes the state after no, one, two passes and so on. True, and the state after the
+    /// last pass in its place, if all further ones are known.
+    bool Ends(MotionGroups& ioGroups, MotionSystems& ioSystems) {
+        const PassState state(ioGroups, ioSystems);
+        const auto met = std::ranges::find(mStates, state);
+        if (met == mStates.end()) {
+            mStates.push_back(state);
+            return false;
+        }
+        const auto first = met - mStates.begin();
+        const auto length = mStates.end() - met;
+        const auto last = first + (kMostPasses - first) % length;
+        mStates[static_cast<std::size_t>(last)].Restore(ioGroups, ioSystems);
+        return true;
+    }
+
+private:
+    std::vector<PassState> mStates;
+};
 
 // The rectangle stays upright: each side goes to the mean of its two corners.
 TVK::ParamRect<float> MoveRect(const TVK::ParamRect<float>& inRect, float inRows,
@@ -108,7 +167,8 @@ void FitRegionMotion(APTFeatureListPtr inCurrFeatures, APTFeatureListPtr inPrevF
     LeastSquares solver;
     PartitionFeatures(current, inRows, *inRect, ioGroups);
 
-    for (int pass = 0; pass < kMostPasses; ++pass) {
+    PassHistory history;
+    for (int pass = 0; pass < kMostPasses && !history.Ends(ioGroups, systems); ++pass) {
         BuildMotionSystems(ioGroups, current, previous, systems);
         SolveMotions(ioGroups, systems, solver);
         const float error = MeanMotionResidual(ioGroups, current, previous, systems);
@@ -128,7 +188,7 @@ void FitRegionMotion(APTFeatureListPtr inCurrFeatures, APTFeatureListPtr inPrevF
 
 void PartitionFeatures(const APTFeatureList& inCurrFeatures, int inRows,
                        const TVK::ParamRect<float>& inRect, MotionGroups& ioGroups) {
-    const double w = (inRect.mRight - inRect.mLeft) / kInnerMargin;  // negative, as is h
+    const double w = (inRect.mRight - inRect.mLeft) / kInnerMargin;
     const double h = (inRect.mBottom - inRect.mTop) / kInnerMargin;
     const float left = static_cast<float>(inRect.mLeft - w);
     const float right = static_cast<float>(inRect.mRight + w);

@@ -37,7 +37,7 @@ using MotionSystems = std::array<MotionSystem, 2>;
 ///
 /// The lists are index-aligned: a live record of the current list is the point of the same
 /// index in the previous one, which is at least as long as the last live index. Points
-/// count y downward, **both rectangles count y upward from the foot of the image**.
+/// count y downward, **both rectangles count y upward from the bottom of the image**.
 ///
 /// Nothing is an error. Without a live point, or where the motion chosen was never solved,
 /// `outRect` is (0, rows, 0, rows), a rectangle without area; a motion that is no number

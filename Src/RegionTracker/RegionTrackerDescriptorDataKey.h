@@ -25,7 +25,7 @@ public:
                                           void** outObject) override;
 
 private:
-    RegionPtr mRegion;  // y upward from the foot of the image
+    RegionPtr mRegion;  // y upward from the bottom of the image
     int mRegionTag = 0;
 };
 

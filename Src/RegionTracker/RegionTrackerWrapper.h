@@ -13,7 +13,7 @@
 namespace DP {
 
 /// Lives for one frame. What is kept between frames is the rectangle and the points, in the
-/// data that the host hands back. Rectangles count y upward from the foot of the image,
+/// data that the host hands back. Rectangles count y upward from the bottom of the image,
 /// points count y downward.
 class RegionTrackerWrapper {
 public:
@@ -44,7 +44,7 @@ public:
     /// @name Pictures for a developer; nothing in the library calls them
     ///
     /// A frame is two pixels thick above and below, and its lower edge is drawn under the
-    /// rectangle: **callers keep the rectangle two rows above the foot of the image and one
+    /// rectangle: **callers keep the rectangle two rows above the bottom of the image and one
     /// column from its right edge.** What falls outside the image is not drawn.
     /// @{
 

@@ -194,25 +194,6 @@ TEST(PickMaxima, APixelThatANeighbourEqualsIsNone) {
 
 // ---- The rules -----------------------------------------------------------------------
 
-TEST(CornerSelection, PointsAreFurtherApartThanTheDistanceButMayBeOneMoreApart) {
-    constexpr int kCols = 120;
-    constexpr int kRows = 90;
-    const auto image = Testing::NoiseFrame(kCols, kRows, 3);
-    APTTrackerParams params;
-    params.mSmoothImage = false;
-    params.mPatchHalfWidth = params.mPatchHalfHeight = 1;
-    params.mMinFeatureDistance = 3;
-    const auto points = SelectOnce(params, image, kCols, kRows, FullFrame(kCols, kRows));
-    ASSERT_GT(points.size(), 100u);
-    float nearest = 1e9f;
-    for (const auto& a : points)
-        for (const auto& b : points)
-            if (&a != &b)
-                nearest = std::min(
-                    nearest, (a.mX - b.mX) * (a.mX - b.mX) + (a.mY - b.mY) * (a.mY - b.mY));
-    EXPECT_EQ(nearest, 10.0f) << "the least square above 9";
-}
-
 TEST(CornerSelection, ALimitBeyondEveryNumberOfCornersIsServed) {
     APTTrackerParams params;
     const auto image = Testing::TexturedFrame(90, 70, 0.0, 0.0, 5);

@@ -23,8 +23,8 @@ using DP::APTFeature;
 using DP::APTFeatureListPtr;
 using DP::APTImagePyramid;
 using DP::APTMotionModel;
-using DP::APTPatchPyramid;
 using DP::APTPatchShape;
+using DP::APTReferenceTemplates;
 using DP::APTWorkspace;
 using Testing::EmptyList;
 using Testing::ListOf;
@@ -69,8 +69,7 @@ struct Verifier {
         mTo.Reset(mToFrame.data(), kCols, kRows, 1, 3);
         mWorkspace.Init(kShape);
         mTemplates.Init(kShape, 3);
-        mTemplates.Locate(3, {inX, inY}, mFrom);
-        mTemplates.Keep();
+        mTemplates.Capture({inX, inY}, mFrom);
         mParameters[6] = 1.0f;
     }
     int Align(APTMotionModel inModel, int inIterations = 15) {
@@ -85,7 +84,7 @@ struct Verifier {
     APTImagePyramid mFrom;
     APTImagePyramid mTo;
     APTWorkspace mWorkspace;
-    APTPatchPyramid mTemplates;
+    APTReferenceTemplates mTemplates;
     float mParameters[DP::kAPTMaxParameters] = {};
 };
 
@@ -137,7 +136,7 @@ TEST_P(WarpAgainstThePlainForm, EveryPointHasTheSameParametersToTheBit) {
         current.Reset(to.data(), kCols, kRows, channels, 3);
         APTWorkspace workspace;
         workspace.Init(shape);
-        APTPatchPyramid templates;
+        APTReferenceTemplates templates;
         templates.Init(shape, 3);
         Testing::Random random(9);
         for (int point = 0; point < 40; ++point) {
@@ -149,8 +148,7 @@ TEST_P(WarpAgainstThePlainForm, EveryPointHasTheSameParametersToTheBit) {
                 expected[i] = 1.0f;
             float actual[DP::kAPTMaxParameters];
             std::copy(expected, expected + DP::kAPTMaxParameters, actual);
-            templates.Locate(3, at, previous);
-            templates.Keep();
+            templates.Capture(at, previous);
             const int start = plain.AlignReference(at, search, expected);
             // Twice: the second time nothing of the template is new.
             for (int round = 0; round < 2; ++round) {
@@ -183,49 +181,6 @@ INSTANTIATE_TEST_SUITE_P(Cases, WarpAgainstThePlainForm,
 
 // ---- The warp ------------------------------------------------------------------------
 
-TEST(AlignReferencePatch, WarpGainAndOffsetAreFound) {
-    Warped warped;
-    warped.mTX = 0.9;
-    warped.mTY = -0.6;
-    warped.mA = 0.06;
-    warped.mB = -0.05;
-    warped.mC = 0.04;
-    warped.mD = -0.05;
-    warped.mGain = 0.85;
-    warped.mOffset = 6.0;
-    Verifier verifier(Testing::TexturedFrame(kCols, kRows, 0, 0), warped.Frame(), 45.0f, 40.0f);
-    ASSERT_GE(verifier.Align(DP::kAPTModelGainOffset), 0);
-    EXPECT_NEAR(verifier.mParameters[0], 0.9, 0.15);
-    EXPECT_NEAR(verifier.mParameters[1], -0.6, 0.15);
-    EXPECT_NEAR(verifier.mParameters[2], 0.06, 0.04);
-    EXPECT_NEAR(verifier.mParameters[3], -0.05, 0.04);
-    EXPECT_NEAR(verifier.mParameters[4], 0.04, 0.04);
-    EXPECT_NEAR(verifier.mParameters[5], -0.05, 0.04);
-    EXPECT_NEAR(verifier.mParameters[6], 0.85, 0.08);
-}
-
-TEST(AlignReferencePatch, TheGeometricModelLeavesGainAndOffsetAlone) {
-    Warped warped;
-    warped.mTX = 0.5;
-    warped.mA = 0.05;
-    warped.mD = 0.05;
-    Verifier verifier(Testing::TexturedFrame(kCols, kRows, 0, 0), warped.Frame(), 45.0f, 40.0f);
-    ASSERT_GE(verifier.Align(DP::kAPTModelTranslation), 0);
-    EXPECT_NEAR(verifier.mParameters[0], 0.5, 0.1);
-    EXPECT_NEAR(verifier.mParameters[2], 0.05, 0.04);
-    EXPECT_NEAR(verifier.mParameters[5], 0.05, 0.04);
-    EXPECT_EQ(verifier.mParameters[6], 1.0f);
-    EXPECT_EQ(verifier.mParameters[7], 0.0f);
-}
-
-TEST(AlignReferencePatch, IdenticalFramesConvergeAtOnceWithNothingChanged) {
-    const auto frame = Testing::TexturedFrame(kCols, kRows, 0, 0);
-    Verifier verifier(frame, frame, 45.0f, 40.0f);
-    EXPECT_EQ(verifier.Align(DP::kAPTModelGainOffset, 1), 0);
-    for (int i = 0; i < 8; ++i)
-        EXPECT_NEAR(verifier.mParameters[i], i == 6 ? 1.0f : 0.0f, 1e-4f) << i;
-}
-
 TEST(AlignReferencePatch, FailuresLeaveTheParametersAlone) {
     const auto frame = Testing::TexturedFrame(kCols, kRows, 0, 0);
     const std::vector<float> flat(frame.size(), 9.0f);
@@ -254,7 +209,8 @@ TEST(AlignReferencePatch, FailuresLeaveTheParametersAlone) {
 TEST(SolveWarpLevel, TheCornersMustBeStrictlyInside) {
     const auto frame = Testing::TexturedFrame(kCols, kRows, 0, 0);
     Verifier verifier(frame, frame, 45.0f, 40.0f);
-    const auto level = verifier.mTemplates.GetLevel(0);
+    const auto level =
+        verifier.mTemplates.GetLevel(0, DP::kAPTModelGainOffset, verifier.mWorkspace);
     const auto solveAt = [&](float inX, float inY) {
         float parameters[DP::kAPTMaxParameters] = {};
         parameters[6] = 1.0f;
@@ -268,51 +224,6 @@ TEST(SolveWarpLevel, TheCornersMustBeStrictlyInside) {
     EXPECT_EQ(solveAt(40.0f, 5.0f), -1);
     EXPECT_EQ(solveAt(40.0f, kRows - 6.0f), -1);
     EXPECT_EQ(solveAt(40.0f, kRows - 6.01f), 1);
-}
-
-// With U the warp part of the update and u its translation: W <- W (I - U)^-1 = R and
-// t <- t + R u.
-TEST(SolveWarpLevel, AStepComposesTheWarpWithTheInverseOfTheUpdate) {
-    Warped warped;
-    warped.mB = 0.15;
-    warped.mC = 0.12;
-    Verifier verifier(Testing::TexturedFrame(kCols, kRows, 0, 0), warped.Frame(), 45.0f, 40.0f);
-    float start[DP::kAPTMaxParameters] = {0.2f, -0.1f, 0.05f, -0.04f, 0.03f, -0.02f};
-    ASSERT_EQ(DP::SolveWarpLevel(verifier.mWorkspace, verifier.mTemplates.GetLevel(0),
-                                 {verifier.mTo, 0}, {45.0f, 40.0f},
-                                 {DP::kAPTModelTranslation, kTolerances, 0.5f, 1}, start),
-              1);
-    const float* const u = verifier.mWorkspace.mUpdate;
-    const float* const result = verifier.mWorkspace.mCurrent;
-    ASSERT_GT(std::abs(u[3] * u[4]), 1e-3f) << "too small to be missed";
-    const double m[4] = {1.05, -0.04, 0.03, 0.98};
-    const double determinant = (1.0 - u[2]) * (1.0 - u[5]) - double{u[3]} * u[4];
-    const double inverse[4] = {(1.0 - u[5]) / determinant, u[3] / determinant,
-                               u[4] / determinant, (1.0 - u[2]) / determinant};
-    for (int row = 0; row < 2; ++row) {
-        double r[2];
-        for (int column = 0; column < 2; ++column) {
-            r[column] = m[2 * row] * inverse[column] + m[2 * row + 1] * inverse[2 + column];
-            EXPECT_NEAR(result[2 + 2 * row + column], r[column] - (row == column), 1e-5);
-        }
-        EXPECT_NEAR(result[row], start[row] + r[0] * u[0] + r[1] * u[1], 1e-5);
-    }
-}
-
-TEST(SolveWarpLevel, EachCornerAloneMustBeInside) {
-    const auto frame = Testing::TexturedFrame(kCols, kRows, 0, 0);
-    Verifier verifier(frame, frame, 45.0f, 40.0f);
-    const auto level = verifier.mTemplates.GetLevel(0);
-    for (const float x : {5.2f, kCols - 6.2f})
-        for (const float shear : {-0.1f, 0.0f, 0.1f}) {  // moves the corners along x by half
-            float parameters[DP::kAPTMaxParameters] = {};
-            parameters[3] = shear;
-            EXPECT_EQ(DP::SolveWarpLevel(
-                          verifier.mWorkspace, level, {verifier.mTo, 0}, {x, 40.0f},
-                          {DP::kAPTModelTranslation, kTolerances, 0.5f, 1}, parameters),
-                      shear == 0.0f ? 1 : -1)
-                << x << ", " << shear;
-        }
 }
 
 // ---- In the engine -------------------------------------------------------------------

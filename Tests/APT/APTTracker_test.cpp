@@ -201,7 +201,8 @@ TEST(SelectFeatures, RectanglesAndListsMustBeAsMany) {
     EXPECT_EQ(reports.Contracts()[0].mText, "inROIRects.size() == outFeatureListPtrVec.size()");
     EXPECT_EQ(reports.Contracts()[0].mFile, "Src/APT/APTTracker.cpp");
     EXPECT_TRUE(list->empty());
-    engine->SelectFeatures(frame.data(), clip.mCols, clip.mRows, 0, {}, {});
+    engine->SelectFeatures(nullptr, clip.mCols, clip.mRows, 0, {}, {});
+    engine->ReplenishFeatures(nullptr, clip.mCols, clip.mRows, 0, {}, {});
 }
 
 TEST(ReplenishFeatures, FillsFreeSlotsInOrderAndLeavesTheOthersAlone) {
@@ -357,24 +358,16 @@ TEST(TrackFeatures, TheStationaryLimitIsInclusiveOnBothAxes) {
 TEST(TrackFeatures, ALostPointReadsLostForOneFrame) {
     const MovingClip clip;
     const auto engine = MakeEngine();
-    auto list = ListOf({NewPoint(2.0f, 2.0f), NewPoint(80.0f, 60.0f)});
-    list = Track(*engine, clip, 1, list);
+    auto list = ListOf({NewPoint(33.0f, 44.0f)});
+    engine->TrackFeatures(clip.Frame(0).data(), clip.Frame(1).data(), clip.mCols, clip.mRows, 1,
+                          {ListOf({NewPoint(2.0f, 2.0f), NewPoint(80.0f, 60.0f)})}, {list});
     EXPECT_EQ((*list)[0].mStatus, DP::kAPTFeatureLost);
+    EXPECT_EQ((*list)[0].mX, 33.0f) << "the record's own position";
+    EXPECT_EQ((*list)[0].mY, 44.0f);
     EXPECT_EQ((*list)[1].mStatus, 0);
     list = Track(*engine, clip, 2, list);
     EXPECT_EQ((*list)[0].mStatus, DP::kAPTFeatureInactive);
     EXPECT_EQ((*list)[1].mStatus, 0);
-}
-
-TEST(TrackFeatures, AReusedOutputKeepsThePositionOfALostPoint) {
-    const MovingClip clip;
-    const auto engine = MakeEngine();
-    const auto output = ListOf({NewPoint(33.0f, 44.0f)});
-    engine->TrackFeatures(clip.Frame(0).data(), clip.Frame(1).data(), clip.mCols, clip.mRows, 1,
-                          {ListOf({NewPoint(2.0f, 2.0f)})}, {output});
-    EXPECT_EQ((*output)[0].mStatus, DP::kAPTFeatureLost);
-    EXPECT_EQ((*output)[0].mX, 33.0f);
-    EXPECT_EQ((*output)[0].mY, 44.0f);
 }
 
 TEST(TrackFeatures, AShorterInputLeavesDefaultsBehindItAndALongerOneIsCutOff) {
@@ -406,25 +399,6 @@ TEST(TrackFeatures, ListsAreTreatedOneByOne) {
     }
 }
 
-TEST(TrackFeatures, TwoEnginesGiveTheSameBitsOverAClip) {
-    const MovingClip clip;
-    const auto first = MakeEngine();
-    const auto second = MakeEngine();
-    auto a = Select(*first, clip, 0);
-    Select(*second, clip, 7);  // another past
-    auto b = Select(*second, clip, 0);
-    for (int frame = 1; frame <= 3; ++frame) {
-        a = Track(*first, clip, frame, a);
-        b = Track(*second, clip, frame, b);
-        ASSERT_EQ(a->size(), b->size());
-        for (std::size_t i = 0; i < a->size(); ++i) {
-            EXPECT_EQ((*a)[i].mX, (*b)[i].mX);
-            EXPECT_EQ((*a)[i].mY, (*b)[i].mY);
-            EXPECT_EQ((*a)[i].mStatus, (*b)[i].mStatus);
-        }
-    }
-}
-
 // ---- Bad input -----------------------------------------------------------------------
 
 TEST(BadInput, NullImagesAndListsAreTurnedDownBeforeAnythingIsRead) {
@@ -451,14 +425,6 @@ TEST(BadInput, NullImagesAndListsAreTurnedDownBeforeAnythingIsRead) {
                  TVK::NullInterfaceException);
 }
 
-class SmallImages : public testing::TestWithParam<std::pair<int, int>> {};
-
-TEST(BadInput, NoRectanglesDoNothing) {
-    const auto engine = MakeEngine();
-    EXPECT_NO_THROW(engine->SelectFeatures(nullptr, 9, 9, 0, {}, {}));
-    EXPECT_NO_THROW(engine->ReplenishFeatures(nullptr, 9, 9, 0, {}, {}));
-}
-
 TEST(BadInput, AnEngineWithoutParametersSelectsNothing) {
     const MovingClip clip;
     const auto engine = TVK::MakeObject<DP::APTTracker>();
@@ -469,6 +435,8 @@ TEST(BadInput, AnEngineWithoutParametersSelectsNothing) {
     EXPECT_TRUE(lists[0]->empty());
     EXPECT_TRUE(lists[1]->empty());
 }
+
+class SmallImages : public testing::TestWithParam<std::pair<int, int>> {};
 
 TEST_P(SmallImages, GiveNoPointsAndLoseThoseThatCome) {
     const auto [cols, rows] = GetParam();

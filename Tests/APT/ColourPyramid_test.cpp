@@ -88,17 +88,6 @@ TEST(ReduceByTwo, FiltersAlongXTakesEverySecondRowAndFramesWithZeros) {
             }
 }
 
-TEST(ReduceByTwo, OfFiveByFiveOnlyTheMiddleIsNotZero) {
-    const auto pixels = Floats(25);
-    const auto pyramid = Whole(5, 5, 2, 1, pixels);
-    const float* const level = pyramid->GetLevelData(1);
-    for (int i = 0; i < 9; ++i)
-        if (i != 4) {
-            EXPECT_EQ(level[i], 0.0f);
-        }
-    EXPECT_EQ(level[4], (pixels[12] + pixels[11] + pixels[12] + pixels[13]) * 0.25f);
-}
-
 // Near 1e8 a sum is a multiple of 8, so that the order shows.
 TEST(ReduceByTwo, TheOrderOfASumIsMiddleBeforeMiddleAfter) {
     std::vector<float> pixels(25, 1000.0f);
@@ -110,23 +99,6 @@ TEST(ReduceByTwo, TheOrderOfASumIsMiddleBeforeMiddleAfter) {
     pixels[11] = 2.0f;
     // 3 + 2 + 3 are 8 and stay; behind 1e8 each would be lost.
     EXPECT_EQ(Whole(5, 5, 2, 1, pixels)->GetLevelData(1)[4], 25000002.0f);
-}
-
-TEST(ReduceByTwo, HandValuesOfThreeAndFourChannels) {
-    for (const std::uint32_t channels : {3u, 4u}) {
-        std::vector<float> pixels(std::size_t{25} * channels, 0.0f);
-        for (std::uint32_t c = 0; c < channels; ++c) {
-            const float unit = static_cast<float>(c + 1);
-            pixels[11 * channels + c] = 4.0f * unit;
-            pixels[12 * channels + c] = 8.0f * unit;
-            pixels[13 * channels + c] = 16.0f * unit;
-        }
-        const auto pyramid = Whole(5, 5, 4, channels, pixels);
-        for (std::uint32_t c = 0; c < channels; ++c)
-            EXPECT_EQ(pyramid->GetLevelData(1)[4 * channels + c],
-                      9.0f * static_cast<float>(c + 1));
-        EXPECT_EQ(pyramid->GetShape().TotalFloats(), (25 + 9 + 4 + 1) * channels);
-    }
 }
 
 TEST(ReduceByTwo, ASmallSourceWritesTheFirstRowAndLeavesTheOthers) {
@@ -212,12 +184,6 @@ TEST(ColourPyramidDescriptor, ASecondInitGivesTheFirstBlockBack) {
         EXPECT_EQ(data->GetDataSize(), 192u);
     }
     EXPECT_EQ(recycler->GetUsedBytes(), before);
-}
-
-TEST(ColourPyramidDescriptor, SizeIsThatOfAllLevels) {
-    const auto pixels = Floats(48);
-    EXPECT_EQ(Compute(Key(4, 4, 2, 3), pixels.data())->GetDataSize(), 240u);
-    EXPECT_EQ(Compute(Key(4, 4, 0, 3), pixels.data())->GetDataSize(), 0u);
 }
 
 TEST(ColourPyramidDescriptor, BadKeysThrowAndANullFrameGivesNull) {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <numeric>
 
 namespace Testing {
 namespace {
@@ -13,22 +14,23 @@ std::vector<float> GaussianTaps(double inSigma) {
     if (inSigma == static_cast<double>(11.0f * 0.1f))
         return {0x1.7468d4p-11f, 0x1.619124p-7f, 0x1.327988p-4f, 0x1.e837a2p-3f, 0x1.66fe1ep-2f,
                 0x1.e837a2p-3f,  0x1.327988p-4f, 0x1.619124p-7f, 0x1.7468d4p-11f};
-    const int radius = static_cast<int>(3.5 * inSigma + 0.5);
-    const double s = 1.0 / (inSigma * std::sqrt(2.0));
-    std::vector<float> taps(static_cast<std::size_t>(2 * radius + 1));
-    double sum = 0.0;
-    for (int i = 1; i <= radius; ++i) {
-        const double tap = i * s < 2.5 ? std::erf((i + 0.5) * s) - std::erf((i - 0.5) * s)
-                                       : std::erfc((i - 0.5) * s) - std::erfc((i + 0.5) * s);
-        taps[static_cast<std::size_t>(radius - i)] = static_cast<float>(tap);
-        taps[static_cast<std::size_t>(radius + i)] = static_cast<float>(tap);
-        sum += tap;
+    // The others by the mass of the bell over each pixel: right half first, then both.
+    const double unit = 1.0 / (inSigma * std::sqrt(2.0));
+    std::vector<double> right;
+    for (int offset = 0; offset <= static_cast<int>(3.5 * inSigma + 0.5); ++offset) {
+        const double from = (offset - 0.5) * unit;
+        const double to = (offset + 0.5) * unit;
+        const bool isTail = offset * unit >= 2.5;
+        right.push_back(isTail ? std::erfc(from) - std::erfc(to)
+                               : std::erf(to) - std::erf(from));
     }
-    const double centre = std::erf(0.5 * s) - std::erf(-0.5 * s);
-    taps[static_cast<std::size_t>(radius)] = static_cast<float>(centre);
-    sum = 2.0 * sum + centre;
-    for (float& tap : taps)
-        tap = static_cast<float>(static_cast<double>(tap) / sum);
+    const double all =
+        2.0 * std::accumulate(right.begin() + 1, right.end(), 0.0) + right.front();
+    std::vector<float> taps;
+    for (const double mass : right)
+        taps.push_back(static_cast<float>(static_cast<double>(static_cast<float>(mass)) / all));
+    const std::vector<float> outwards(taps.begin() + 1, taps.end());
+    taps.insert(taps.begin(), outwards.rbegin(), outwards.rend());
     return taps;
 }
 

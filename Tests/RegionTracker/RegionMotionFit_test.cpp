@@ -101,32 +101,6 @@ TEST(RegionMotionFit, ATranslationMovesTheRectangleByItself) {
     EXPECT_EQ(fit.mGroups[0].size() + fit.mGroups[1].size(), 60u) << "no point is left out";
 }
 
-TEST(RegionMotionFit, RandomAffineMotionsMoveTheSidesToTheMeansOfTheirCorners) {
-    Testing::Random random(11);
-    for (int round = 0; round < 50; ++round) {
-        const auto about = [&](double inMiddle, double inSpread) {
-            return inMiddle + inSpread * (2.0 * random.Real() - 1.0);
-        };
-        const Affine motion{about(1, 0.1), about(0, 0.1), about(0, 5),
-                            about(0, 0.1), about(1, 0.1), about(0, 5)};
-        const APTFeatureList points = PointsIn(kRect, 40, std::uint64_t(round));
-        const Fit fit = FitOf(Moved(points, motion), points, kRect);
-
-        const auto corner = [&](float inX, float inY) {
-            return motion(At(inX, kRows - inY));
-        };
-        const APTFeature leftTop = corner(kRect.mLeft, kRect.mTop);
-        const APTFeature leftBottom = corner(kRect.mLeft, kRect.mBottom);
-        const APTFeature rightTop = corner(kRect.mRight, kRect.mTop);
-        const APTFeature rightBottom = corner(kRect.mRight, kRect.mBottom);
-        ExpectRectNear(
-            fit.mRect,
-            {(leftTop.mX + leftBottom.mX) / 2, kRows - (leftTop.mY + rightTop.mY) / 2,
-             (rightTop.mX + rightBottom.mX) / 2, kRows - (leftBottom.mY + rightBottom.mY) / 2},
-            4 * kPositionError);
-    }
-}
-
 TEST(RegionMotionFit, TheObjectAtTheCentreWinsOverTheBackgroundAtTheRim) {
     const Rect object{52.0f, 72.0f, 128.0f, 148.0f};
     const Affine objectMotion{1, 0, 4, 0, 1, -3};
@@ -145,21 +119,6 @@ TEST(RegionMotionFit, TheObjectAtTheCentreWinsOverTheBackgroundAtTheRim) {
     EXPECT_EQ(fit.mGroups[std::size_t(fit.mSelected)].size(), objectCount)
         << "the groups have sorted themselves out";
     EXPECT_EQ(fit.mGroups[0].size() + fit.mGroups[1].size(), previous.size());
-}
-
-TEST(RegionMotionFit, PointsOfNeitherMotionAreLeftOutAndDoNotBendIt) {
-    APTFeatureList previous = PointsIn(kRect, 200, 4);
-    APTFeatureList current = Moved(previous, Affine{1, 0, 2, 0, 1, 1});
-    Testing::Random random(5);
-    for (std::size_t i = 0; i < current.size(); i += 10) {
-        current[i].mX += static_cast<float>(random.Integer(0, 1) ? 15 : -15);
-        current[i].mY += static_cast<float>(random.Integer(10, 20));
-    }
-    const Fit fit = FitOf(current, previous, kRect);
-    ExpectRectNear(fit.mRect, {42.0f, 59.0f, 142.0f, 159.0f}, 4 * kPositionError);
-    for (const auto& group : fit.mGroups)
-        for (const int index : group)
-            EXPECT_NE(index % 10, 0) << "a stray point joined a group";
 }
 
 TEST(RegionMotionFit, FreeSlotsTakeNoPart) {
@@ -305,18 +264,6 @@ TEST(ScoreMotionGroup, GivesTheBitsOfItsDefinition) {
     }
 }
 
-TEST(ScoreMotionGroup, IsTenAtTheCentreAndBelowNoughtBeyondTheCorners) {
-    const APTFeatureList points = {At(90.5f, kRows - 110.5f), At(40, kRows - 60),
-                                   At(0, kRows - 20), At(kNaN, kNaN)};
-    EXPECT_EQ(DP::ScoreMotionGroup({0}, points, kRect, kRows), 10.0f);
-    const float corner = DP::ScoreMotionGroup({1}, points, kRect, kRows);
-    EXPECT_GT(corner, 0.0f);
-    EXPECT_LT(corner, 0.25f);
-    EXPECT_LT(DP::ScoreMotionGroup({2}, points, kRect, kRows), 0.0f);
-    EXPECT_LT(DP::ScoreMotionGroup({3}, points, kRect, kRows), -1e8f);
-    EXPECT_EQ(DP::ScoreMotionGroup({}, points, kRect, kRows), 0.0f);
-}
-
 // ---- The whole ---------------------------------------------------------------------------
 
 // The loop and the corners by their definition, from the steps. Returns the passes that
@@ -376,13 +323,15 @@ TEST(RegionMotionFit, AMeanOfExactlyHalfAPixelIsReassignedOnceAndNotFittedAgain)
     EXPECT_NE(fit.mGroups, (MotionGroups{{0, 1, 2, 3}, {4, 5, 6, 7}}));
 }
 
-// Two motions under noise of all strengths: fits that end at once, later, and never.
+// Two motions under noise of all strengths: fits that end at once, later, and never; among
+// few points the passes come back to where they were, or take turns.
 TEST(RegionMotionFit, GivesTheBitsOfItsDefinition) {
     Testing::Random random(31);
     int atOnce = 0, later = 0, never = 0;
-    for (int round = 0; round < 200; ++round) {
-        const double noise = 0.02 * round;
-        const APTFeatureList previous = PointsIn(kRect, 80, std::uint64_t(round));
+    for (int round = 0; round < 600; ++round) {
+        const double noise = 0.02 * (round % 200);
+        const APTFeatureList previous =
+            PointsIn(kRect, round < 200 ? 80 : 6 + round % 17, std::uint64_t(round));
         APTFeatureList current = previous;
         for (std::size_t i = 0; i < current.size(); ++i) {
             current[i].mX += float((i % 3 ? 5.3 : -2.1) + noise * (random.Real() - 0.5));
@@ -431,29 +380,6 @@ TEST(RegionMotionFitDegenerate, OnePointAtTheCentreGivesTheShortestMotion) {
     EXPECT_NEAR(fit.mRect.mRight, moved(93, 140, 90), 1e-4);
     EXPECT_NEAR(fit.mRect.mTop, kRows - moved(91, 90, 140), 1e-4);
     EXPECT_NEAR(fit.mRect.mBottom, kRows - moved(91, 90, 40), 1e-4);
-}
-
-TEST(RegionMotionFitDegenerate, TwoPointsAreBothMetExactly) {
-    const APTFeatureList previous = {At(80, 85), At(100, 95)};
-    const Fit fit = FitOf({At(83, 83), At(103, 93)}, previous, kRect);
-    EXPECT_EQ(fit.mSelected, 0);
-    EXPECT_EQ(fit.mGroups[0], (DP::MotionGroup{0, 1}));
-    for (const float side :
-         {fit.mRect.mLeft, fit.mRect.mTop, fit.mRect.mRight, fit.mRect.mBottom})
-        EXPECT_TRUE(std::isfinite(side));
-}
-
-TEST(RegionMotionFitDegenerate, PointsOnALineKeepToTheLine) {
-    APTFeatureList previous, current;
-    for (int i = 0; i < 12; ++i) {
-        previous.push_back(At(float(65 + 5 * i), 90.0f));
-        current.push_back(At(float(68 + 5 * i), 92.0f));
-    }
-    // Along the line the motion is known; the rectangle's middle lies on it.
-    const Fit fit = FitOf(current, previous, kRect);
-    EXPECT_EQ(fit.mSelected, 0);
-    EXPECT_NEAR((fit.mRect.mLeft + fit.mRect.mRight) / 2, 93.0, 1e-3);
-    EXPECT_NEAR((fit.mRect.mTop + fit.mRect.mBottom) / 2, kRows - 92.0, 1e-3);
 }
 
 TEST(RegionMotionFitDegenerate, AGroupThatIsOutsideLosesToAnEmptyOne) {

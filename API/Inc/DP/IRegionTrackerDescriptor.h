@@ -20,7 +20,7 @@
 
 namespace DP {
 
-/// A region in pixels, **y upward from the foot of the image**; see TVK/ParamRect.h. A
+/// A region in pixels, **y upward from the bottom of the image**; see TVK/ParamRect.h. A
 /// rectangle x, y, w, h of a picture with `rows` rows that counts y downward is the region
 /// (x, rows - y - h, x + w, rows - y).
 using RegionPtr = TVK::ObjectPtr<TVK::ParamRect<float>>;
