@@ -257,10 +257,9 @@ void APTPatchPyramid::Sample(int inLevel) {
     const APTBlockSampler sampler(*mKernels, mShape, 1, {*mPyramid, inLevel});
     if (!sampler.Sample({mPoint.mX * scale, mPoint.mY * scale}, mRing.data()))
         return;  // `Locate` saw to it
-    mKernels->mDifferentiate(mRing.data(),
-                             {mShape.GetColumns() * mShape.mChannels, mShape.GetRows()},
-                             mShape.mChannels, GetPlane(inLevel, 0), GetPlane(inLevel, 1),
-                             GetPlane(inLevel, 2));
+    mKernels->mDifferentiate(
+        mRing.data(), {mShape.GetColumns() * mShape.mChannels, mShape.GetRows()},
+        mShape.mChannels, GetPlane(inLevel, 0), GetPlane(inLevel, 1), GetPlane(inLevel, 2));
 }
 
 // ---- One level -----------------------------------------------------------------------
