@@ -67,7 +67,10 @@ public:
         }
         const std::size_t used = mRecycler.GetUsedBytes();
         Require(used >= least && used <= most, "at most a quarter is waste");
-        Require(mRecycler.GetUnusedBytes() <= MemoryRecycler::kMaxUnusedBytes, "the bound");
+        Require(mRecycler.GetMostUsedBytes() >= used, "the most is no less than what is");
+        Require(used + mRecycler.GetUnusedBytes() <=
+                    mRecycler.GetMostUsedBytes() + MemoryRecycler::kSpareBytes,
+                "the bound");
     }
 
 private:

@@ -189,6 +189,25 @@ struct SeparableJob {
     bool mKeepsZeros = KeepsZeros(mVertical);
 };
 
+struct Tile {
+    int mFirst;
+    int mEnd;
+    int Width() const { return mEnd - mFirst; }
+};
+
+// A picture on its way through both passes, a tile of columns at a time.
+struct Passes {
+    const RowKernels& mKernels;
+    std::span<const SeparableJob> mJobs;
+    int mCols;
+    int mRows;
+    std::deque<RowRing> mRings{};  // of each job
+
+    float* OutRow(std::size_t inJob, int inY, const Tile& inTile) const {
+        return mJobs[inJob].mOut + std::ptrdiff_t{inY} * mCols + inTile.mFirst;
+    }
+};
+
 // Whole rows where the rings then fit into half of the second cache: what reads ahead in
 // memory likes long rows.
 int TileWidth(std::span<const SeparableJob> inJobs, int inCols) {
@@ -200,50 +219,94 @@ int TileWidth(std::span<const SeparableJob> inJobs, int inCols) {
     return std::min(std::max(kFloats / rows / kGrain, 1) * kGrain, std::max(inCols, 1));
 }
 
+// The columns of a tile that a horizontal kernel can be laid on, counted from its first one.
+struct TileInterior {
+    TileInterior(const ConvolutionKernel& inHorizontal, int inCols, const Tile& inTile) {
+        const Interior interior(inHorizontal.Radius(), inCols, inTile.mFirst, inTile.mEnd);
+        mFirst = interior.mFirst - inTile.mFirst;
+        mEnd = interior.mEnd - inTile.mFirst;
+    }
+    void ZeroOutside(const Tile& inTile, float* outRow) const {
+        std::fill(outRow, outRow + mFirst, 0.0f);
+        std::fill(outRow + mEnd, outRow + inTile.Width(), 0.0f);
+    }
+    int mFirst;
+    int mEnd;
+};
+
 // Both passes over row y at once, where the kernels are of one width for which that is
 // worth while.
-bool RunBothPasses(const RowKernels& inKernels, const SeparableJob& inJob, const float* inRow,
-                   int inCols, int inFirst, int inEnd, int inY, RowRing& ioRing,
-                   float* outRow) {
-    const int width = inJob.mHorizontal.mWidth;
-    if (width != inJob.mVertical.mWidth || !inJob.mKeepsZeros) return false;
-    const Interior interior(inJob.mHorizontal.Radius(), inCols, inFirst, inEnd);
-    const int before = interior.mFirst - inFirst;
-    const int upTo = interior.mEnd - inFirst;
+bool RunBothPasses(Passes& ioPasses, std::size_t inJob, const float* inRow, const Tile& inTile,
+                   int inY, float* outRow) {
+    const SeparableJob& job = ioPasses.mJobs[inJob];
+    const int width = job.mHorizontal.mWidth;
+    if (width != job.mVertical.mWidth || !job.mKeepsZeros) return false;
+    const TileInterior interior(job.mHorizontal, ioPasses.mCols, inTile);
     float* lines[MAX_KERNEL_WIDTH];
-    ioRing.GetLines(inY, before, lines);
-    if (!inKernels.mBothSums(inRow + (interior.mFirst - inJob.mHorizontal.Radius()),
-                             inJob.mHorizontal.mTaps, lines, inJob.mVertical.mTaps, width,
-                             upTo - before, outRow + before))
+    RowRing& ring = ioPasses.mRings[inJob];
+    ring.GetLines(inY, interior.mFirst, lines);
+    if (!ioPasses.mKernels.mBothSums(
+            inRow + (inTile.mFirst + interior.mFirst - job.mHorizontal.Radius()),
+            job.mHorizontal.mTaps, lines, job.mVertical.mTaps, width,
+            interior.mEnd - interior.mFirst, outRow + interior.mFirst))
         return false;
-    for (float* const row : {ioRing.Row(inY), outRow}) {
-        std::fill(row, row + before, 0.0f);
-        std::fill(row + upTo, row + (inEnd - inFirst), 0.0f);
+    interior.ZeroOutside(inTile, ring.Row(inY));
+    interior.ZeroOutside(inTile, outRow);
+    return true;
+}
+
+// The same for the two jobs of the gradients, which read one row.
+bool RunBothGradients(Passes& ioPasses, const float* inRow, const Tile& inTile, int inY) {
+    if (ioPasses.mJobs.size() != 2) return false;
+    const SeparableJob& x = ioPasses.mJobs[0];
+    const SeparableJob& y = ioPasses.mJobs[1];
+    const int width = x.mHorizontal.mWidth;
+    if (width != x.mVertical.mWidth || inY + 1 < width || !x.mKeepsZeros || !y.mKeepsZeros)
+        return false;
+    const TileInterior interior(x.mHorizontal, ioPasses.mCols, inTile);
+    const int outY = inY - x.mVertical.Radius();
+    float* const outRows[] = {ioPasses.OutRow(0, outY, inTile),
+                              ioPasses.OutRow(1, outY, inTile)};
+    float *linesX[MAX_KERNEL_WIDTH], *linesY[MAX_KERNEL_WIDTH];
+    ioPasses.mRings[0].GetLines(inY, interior.mFirst, linesX);
+    ioPasses.mRings[1].GetLines(inY, interior.mFirst, linesY);
+    if (!ioPasses.mKernels.mBothGradients(
+            inRow + (inTile.mFirst + interior.mFirst - x.mHorizontal.Radius()),
+            x.mVertical.mTaps, x.mHorizontal.mTaps, linesX, linesY, width,
+            interior.mEnd - interior.mFirst, outRows[0] + interior.mFirst,
+            outRows[1] + interior.mFirst))
+        return false;
+    for (const std::size_t job : {0u, 1u}) {
+        interior.ZeroOutside(inTile, ioPasses.mRings[job].Row(inY));
+        interior.ZeroOutside(inTile, outRows[job]);
     }
     return true;
 }
 
 // `inRowOf(y, first, end)` gives row y of the source, of which the columns from `first` up
-// to `end` can be read.
-template <class RowOf>
-void RunTile(std::span<const SeparableJob> inJobs, int inCols, int inRows, int inFirst,
-             int inEnd, RowOf inRowOf, std::deque<RowRing>& ioRings) {
-    const RowKernels& kernels = GetRowKernels();
-    for (int y = 0; y < inRows; ++y) {
+// to `end` can be read. `inRowDone(y, row)` is told of each row of the first job's output.
+template <class RowOf, class RowDone>
+void RunTile(Passes& ioPasses, const Tile& inTile, RowOf inRowOf, RowDone inRowDone) {
+    constexpr int kMargin = MAX_KERNEL_WIDTH / 2;
+    for (int y = 0; y < ioPasses.mRows; ++y) {
         const float* const row =
-            inRowOf(y, std::max(inFirst - MAX_KERNEL_WIDTH / 2, 0),
-                    std::min(inEnd, inCols - MAX_KERNEL_WIDTH / 2) + MAX_KERNEL_WIDTH / 2);
-        for (std::size_t k = 0; k < inJobs.size(); ++k) {
-            const SeparableJob& job = inJobs[k];
-            RowRing& ring = ioRings[k];
-            float* const outRow =
-                job.mOut + std::ptrdiff_t{y - job.mVertical.Radius()} * inCols + inFirst;
-            if (y + 1 >= job.mVertical.mWidth &&
-                RunBothPasses(kernels, job, row, inCols, inFirst, inEnd, y, ring, outRow))
-                continue;
-            ConvolveRow(kernels, row, inCols, inFirst, inEnd, job.mHorizontal, ring.Row(y));
-            if (y + 1 >= job.mVertical.mWidth)
-                ring.ConvolveColumns(kernels, job.mVertical, y, inEnd - inFirst, outRow);
+            inRowOf(y, std::max(inTile.mFirst - kMargin, 0),
+                    std::min(inTile.mEnd, ioPasses.mCols - kMargin) + kMargin);
+        if (RunBothGradients(ioPasses, row, inTile, y)) continue;
+        for (std::size_t k = 0; k < ioPasses.mJobs.size(); ++k) {
+            const SeparableJob& job = ioPasses.mJobs[k];
+            RowRing& ring = ioPasses.mRings[k];
+            const int outY = y - job.mVertical.Radius();
+            const bool givesRow = y + 1 >= job.mVertical.mWidth;
+            float* const outRow = givesRow ? ioPasses.OutRow(k, outY, inTile) : nullptr;
+            if (!givesRow || !RunBothPasses(ioPasses, k, row, inTile, y, outRow)) {
+                ConvolveRow(ioPasses.mKernels, row, ioPasses.mCols, inTile.mFirst, inTile.mEnd,
+                            job.mHorizontal, ring.Row(y));
+                if (!givesRow) continue;
+                ring.ConvolveColumns(ioPasses.mKernels, job.mVertical, y, inTile.Width(),
+                                     outRow);
+            }
+            if (k == 0) inRowDone(outY, outRow);
         }
     }
 }
@@ -254,19 +317,24 @@ void ZeroRows(float* outImage, int inCols, int inFirst, int inEnd) {
     std::fill(outImage + inFirst * cols, outImage + inEnd * cols, 0.0f);
 }
 
-template <class RowOf>
-void ConvolveRows(std::span<const SeparableJob> inJobs, int inCols, int inRows, RowOf inRowOf) {
+template <class RowOf, class RowDone>
+void ConvolveRows(std::span<const SeparableJob> inJobs, int inCols, int inRows, RowOf inRowOf,
+                  RowDone inRowDone) {
     const int tileWidth = TileWidth(inJobs, inCols);
-    std::deque<RowRing> rings;
+    Passes passes{GetRowKernels(), inJobs, inCols, inRows};
     for (const SeparableJob& job : inJobs) {
         const Interior interior(job.mVertical.Radius(), inRows, 0, std::max(inRows, 0));
         ZeroRows(job.mOut, inCols, 0, interior.mFirst);
         ZeroRows(job.mOut, inCols, interior.mEnd, inRows);
-        rings.emplace_back(job.mVertical.mWidth, tileWidth);
+        passes.mRings.emplace_back(job.mVertical.mWidth, tileWidth);
     }
     for (int first = 0; first < inCols; first += tileWidth)
-        RunTile(inJobs, inCols, inRows, first, std::min(first + tileWidth, inCols), inRowOf,
-                rings);
+        RunTile(passes, {first, std::min(first + tileWidth, inCols)}, inRowOf, inRowDone);
+}
+
+template <class RowOf>
+void ConvolveRows(std::span<const SeparableJob> inJobs, int inCols, int inRows, RowOf inRowOf) {
+    ConvolveRows(inJobs, inCols, inRows, inRowOf, [](int, const float*) {});
 }
 
 auto RowsOf(const ImagePtr<float>& inImage) {
@@ -344,28 +412,44 @@ private:
     RecycledArray<float> mPixels;
 };
 
-void SampleRows(const Image<float>& inImage, const ConvolutionKernel& inKernel, int inStep,
-                Image<float>& outSamples) {
-    const RowKernels& kernels = GetRowKernels();
-    const int cols = outSamples.GetColumns();
-    const int radius = inKernel.Radius();
-    const BlockInterior interior(radius, inImage.GetRows(), inStep, outSamples.GetRows());
-    ZeroRows(outSamples.GetData(), cols, 0, interior.mFirst);
-    ZeroRows(outSamples.GetData(), cols, interior.mEnd, outSamples.GetRows());
-
-    SampledRows sampled(inKernel, inStep, inImage.GetColumns(), cols);
-    RowRing ring(inKernel.mWidth, cols);
-    int nextY = 0;
-    for (int block = interior.mFirst; block < interior.mEnd; ++block) {
-        const int middle = block * inStep + inStep / 2;
-        for (nextY = std::max(nextY, middle - radius); nextY <= middle + radius; ++nextY)
-            sampled.Convolve(kernels,
-                             inImage.GetData() + std::ptrdiff_t{nextY} * inImage.GetColumns(),
-                             ring.Row(nextY));
-        ring.ConvolveColumns(kernels, inKernel, middle + radius, cols,
-                             outSamples.GetData() + std::ptrdiff_t{block} * cols);
+// Takes the rows of an image one after the other, from the top, and makes the samples.
+class BlockSamples {
+public:
+    BlockSamples(const ConvolutionKernel& inKernel, int inStep, int inCols, int inRows,
+                 Image<float>& outSamples)
+        : mKernel(inKernel),
+          mStep(inStep),
+          mOut(outSamples.GetData()),
+          mOutCols(outSamples.GetColumns()),
+          mInterior(inKernel.Radius(), inRows, inStep, outSamples.GetRows()),
+          mBlock(mInterior.mFirst),
+          mSampled(inKernel, inStep, inCols, mOutCols),
+          mRing(inKernel.mWidth, mOutCols) {
+        ZeroRows(mOut, mOutCols, 0, mInterior.mFirst);
+        ZeroRows(mOut, mOutCols, mInterior.mEnd, outSamples.GetRows());
     }
-}
+
+    void AddRow(int inY, const float* inRow) {
+        const int middle = mBlock * mStep + mStep / 2;
+        if (mBlock == mInterior.mEnd || inY < middle - mKernel.Radius()) return;
+        mSampled.Convolve(mKernels, inRow, mRing.Row(inY));
+        if (inY < middle + mKernel.Radius()) return;
+        mRing.ConvolveColumns(mKernels, mKernel, inY, mOutCols,
+                              mOut + std::ptrdiff_t{mBlock} * mOutCols);
+        ++mBlock;
+    }
+
+private:
+    const RowKernels& mKernels = GetRowKernels();
+    const ConvolutionKernel& mKernel;
+    int mStep;
+    float* mOut;
+    int mOutCols;
+    BlockInterior mInterior;
+    int mBlock;  // the next row of samples
+    SampledRows mSampled;
+    RowRing mRing;
+};
 
 }  // namespace
 
@@ -418,21 +502,40 @@ void ComputeSmoothedImage(ImagePtr<float> inImage, float inSigma,
     ConvolveSeparable(inImage, gauss, gauss, outSmoothImage);
 }
 
+namespace {
+
+// Rows of bytes as floats.
+class ConvertedRows {
+public:
+    ConvertedRows(const unsigned char* inBytes, int inCols)
+        : mBytes(inBytes), mCols(inCols), mFloats(static_cast<std::size_t>(inCols)) {}
+
+    const float* Row(int inY, int inFirst, int inEnd) {
+        GetRowKernels().mConvertBytes(mBytes + inY * mCols + inFirst, inEnd - inFirst,
+                                      mFloats.begin() + inFirst);
+        return mFloats.begin();
+    }
+
+private:
+    const unsigned char* mBytes;
+    std::ptrdiff_t mCols;
+    RecycledArray<float> mFloats;
+};
+
+}  // namespace
+
 void ComputeSmoothedBytes(const unsigned char* inBytes, int inCols, int inRows, float inSigma,
                           ImagePtr<float> outSmoothImage) {
     ContractCheck(outSmoothImage->GetColumns() >= inCols);
     ContractCheck(outSmoothImage->GetRows() >= inRows);
     ConvolutionKernel gauss, gaussDeriv;
     ComputeKernels(inSigma, gauss, gaussDeriv);
-    if (outSmoothImage->GetData() == NULL)  // nor would an image of the floats have pixels
+    if (outSmoothImage->GetData() == nullptr)  // nor would an image of the floats have pixels
         return ConvolveSeparable(outSmoothImage, gauss, gauss, outSmoothImage);
     const SeparableJob job{gauss, gauss, outSmoothImage->GetData()};
-    RecycledArray<float> converted(static_cast<std::size_t>(std::max(inCols, 0)));
-    const RowKernels& kernels = GetRowKernels();
+    ConvertedRows converted(inBytes, std::max(inCols, 0));
     ConvolveRows({&job, 1}, inCols, inRows, [&](int inY, int inFirst, int inEnd) {
-        kernels.mConvertBytes(inBytes + std::ptrdiff_t{inY} * inCols + inFirst, inEnd - inFirst,
-                              converted.begin() + inFirst);
-        return static_cast<const float*>(converted.begin());
+        return converted.Row(inY, inFirst, inEnd);
     });
 }
 
@@ -443,7 +546,37 @@ void ComputeSmoothedSamples(ImagePtr<float> inImage, float inSigma, int inStep,
     ComputeKernels(inSigma, gauss, gaussDeriv);
     if (outSamples->GetColumns() < 1 || outSamples->GetRows() < 1) return;
     ContractCheck(outSamples->GetData() != NULL);
-    SampleRows(*inImage, gauss, inStep, *outSamples);
+    const std::ptrdiff_t cols = inImage->GetColumns();
+    BlockSamples samples(gauss, inStep, inImage->GetColumns(), inImage->GetRows(), *outSamples);
+    for (int y = 0; y < inImage->GetRows(); ++y)
+        samples.AddRow(y, inImage->GetData() + y * cols);
+}
+
+void ComputeSmoothedBytesAndSamples(const unsigned char* inBytes, float inSigma,
+                                    ImagePtr<float> outSmoothImage, float inSampleSigma,
+                                    int inStep, ImagePtr<float> outSamples) {
+    const int cols = outSmoothImage->GetColumns();
+    const int rows = outSmoothImage->GetRows();
+    ConvolutionKernel smooth, sample, derivative;
+    ComputeKernels(inSigma, smooth, derivative);
+    const SeparableJob job{smooth, smooth, outSmoothImage->GetData()};
+    if (TileWidth({&job, 1}, cols) < cols) {  // there are no whole rows
+        ComputeSmoothedBytes(inBytes, cols, rows, inSigma, outSmoothImage);
+        return ComputeSmoothedSamples(outSmoothImage, inSampleSigma, inStep, outSamples);
+    }
+    ComputeKernels(inSampleSigma, sample, derivative);
+    BlockSamples samples(sample, inStep, cols, rows, *outSamples);
+    const Interior interior(smooth.Radius(), rows, 0, rows);
+    const std::vector<float> zeros(static_cast<std::size_t>(cols));
+    ConvertedRows converted(inBytes, cols);
+    for (int y = 0; y < interior.mFirst; ++y)
+        samples.AddRow(y, zeros.data());
+    ConvolveRows(
+        {&job, 1}, cols, rows,
+        [&](int inY, int inFirst, int inEnd) { return converted.Row(inY, inFirst, inEnd); },
+        [&](int inY, const float* inRow) { samples.AddRow(inY, inRow); });
+    for (int y = interior.mEnd; y < rows; ++y)
+        samples.AddRow(y, zeros.data());
 }
 
 void ComputeGradients(ImagePtr<float> inImage, float inSigma, ImagePtr<float> outGradX,

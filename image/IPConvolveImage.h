@@ -61,6 +61,13 @@ void ComputeSmoothedBytes(const unsigned char* inBytes, int inCols, int inRows, 
 void ComputeSmoothedSamples(ImagePtr<float> inImage, float inSigma, int inStep,
                             ImagePtr<float> outSamples);
 
+/// Both in one pass over rows: `ComputeSmoothedBytes` with `inSigma` into an image of the size
+/// of the frame, and `ComputeSmoothedSamples` of it with `inSampleSigma`. The outputs have
+/// pixels.
+void ComputeSmoothedBytesAndSamples(const unsigned char* inBytes, float inSigma,
+                                    ImagePtr<float> outSmoothImage, float inSampleSigma,
+                                    int inStep, ImagePtr<float> outSamples);
+
 /// The derivatives along x (to the right) and y (downward): that of the Gaussian in one
 /// direction, the Gaussian itself in the other. A ramp of slope 1 gives 1.
 void ComputeGradients(ImagePtr<float> inImage, float inSigma, ImagePtr<float> outGradX,

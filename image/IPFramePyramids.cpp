@@ -19,11 +19,8 @@ FramePyramids ComputeFramePyramids(const FrameView& inFrame,
     };
     const FramePyramids result{makePyramid(LevelZero::kAllocated), makePyramid(gradients),
                                makePyramid(gradients)};
-    const ImagePtr<float> smoothed = inSettings.mLevelCount < 1
-                                         ? TVK::MakeObject<Image<float>>(cols, rows)
-                                         : result.mSmoothed->GetLevel(0);
-    ComputeSmoothedBytes(inFrame.mPixels, cols, rows, inSettings.mSmoothSigma, smoothed);
-    result.mSmoothed->ComputePyramidInPlace(inSettings.mPyramidSigmaFactor);
+    result.mSmoothed->ComputePyramidOfBytes(inFrame.mPixels, inSettings.mSmoothSigma,
+                                            inSettings.mPyramidSigmaFactor);
     for (int level = leavesOut ? 1 : 0; level < inSettings.mLevelCount; ++level)
         ComputeGradients(result.mSmoothed->GetLevel(level), inSettings.mGradientSigma,
                          result.mGradientX->GetLevel(level),

@@ -47,26 +47,50 @@ void ImagePyramidImpl<float>::ComputePyramid(ImagePtr<float> inImage, float inSi
     mLevels[0]->CopyPixelsFrom(inImage);
     if (inImage == NULL || inImage->GetColumns() != mCols || inImage->GetRows() != mRows)
         return;  // reported above, and the host's own ThrowError came back
-    ComputeHigherLevels(inSigmaFactor);
+    ComputeLevelsFrom(1, inSigmaFactor);
 }
 
-void ImagePyramidImpl<float>::ComputePyramidInPlace(float inSigmaFactor) {
+// The first two levels in one pass, unless something is to be reported on the way.
+void ImagePyramidImpl<float>::ComputePyramidOfBytes(const unsigned char* inBytes,
+                                                    float inSmoothSigma, float inSigmaFactor) {
+    const auto hasPixels = [&](int inLevel) {
+        return mLevels[inLevel]->GetData() != nullptr && mLevels[inLevel]->GetColumns() > 0 &&
+               mLevels[inLevel]->GetRows() > 0;
+    };
+    if (mLevelCount > 1 && HasKnownSubsampling() && hasPixels(0) && hasPixels(1)) {
+        ComputeSmoothedBytesAndSamples(inBytes, inSmoothSigma, mLevels[0],
+                                       SigmaBetweenLevels(inSigmaFactor), mSubsampling,
+                                       mLevels[1]);
+        return ComputeLevelsFrom(2, inSigmaFactor);
+    }
+    const ImagePtr<float> smoothed =
+        mLevelCount < 1 ? TVK::MakeObject<Image<float>>(mCols, mRows) : mLevels[0];
+    ComputeSmoothedBytes(inBytes, mCols, mRows, inSmoothSigma, smoothed);
     ReportSubsampling();
-    ComputeHigherLevels(inSigmaFactor);
+    ComputeLevelsFrom(1, inSigmaFactor);
+}
+
+bool ImagePyramidImpl<float>::HasKnownSubsampling() const {
+    for (const int known : {2, 4, 8, 16, 32})
+        if (mSubsampling == known) return true;
+    return false;
 }
 
 void ImagePyramidImpl<float>::ReportSubsampling() const {
-    for (const int known : {2, 4, 8, 16, 32})
-        if (mSubsampling == known) return;
+    if (HasKnownSubsampling()) return;
     AssertWithMessage(
         "IP::ImagePyramidImpl<float>::ComputePyramid",
         "(ComputePyramid)  Pyramid's subsampling must be either 2, 4, 8, 16, or 32");
 }
 
-void ImagePyramidImpl<float>::ComputeHigherLevels(float inSigmaFactor) {
-    const float sigma = inSigmaFactor * static_cast<float>(mSubsampling);
-    for (int level = 1; level < mLevelCount; ++level)
-        ComputeSmoothedSamples(mLevels[level - 1], sigma, mSubsampling, mLevels[level]);
+float ImagePyramidImpl<float>::SigmaBetweenLevels(float inSigmaFactor) const {
+    return inSigmaFactor * static_cast<float>(mSubsampling);
+}
+
+void ImagePyramidImpl<float>::ComputeLevelsFrom(int inFirst, float inSigmaFactor) {
+    for (int level = inFirst; level < mLevelCount; ++level)
+        ComputeSmoothedSamples(mLevels[level - 1], SigmaBetweenLevels(inSigmaFactor),
+                               mSubsampling, mLevels[level]);
 }
 
 }  // namespace IP

@@ -58,12 +58,16 @@ public:
     /// A subsampling other than 2, 4, 8, 16 or 32 is reported and used as it is.
     void ComputePyramid(ImagePtr<float> inImage, float inSigmaFactor);
 
-    /// The same with what level 0 holds already.
-    void ComputePyramidInPlace(float inSigmaFactor);
+    /// The same with the smoothed frame as level 0, by a Gaussian of `inSmoothSigma`, without
+    /// an image between. `inBytes` holds the pixels of the frame without gaps.
+    void ComputePyramidOfBytes(const unsigned char* inBytes, float inSmoothSigma,
+                               float inSigmaFactor);
 
 private:
+    bool HasKnownSubsampling() const;
     void ReportSubsampling() const;
-    void ComputeHigherLevels(float inSigmaFactor);
+    float SigmaBetweenLevels(float inSigmaFactor) const;
+    void ComputeLevelsFrom(int inFirst, float inSigmaFactor);
 
     int mCols = 0;
     int mRows = 0;

@@ -31,6 +31,14 @@ struct RowKernels {
                       float* const* inRows, const float* inVerticalTaps, int inTapCount,
                       long inCount, float* outSums);
 
+    /// The same for two kernels of seven taps, the derivative along one axis and the Gaussian
+    /// along the other, from one visit of the source: `inRowsX` holds the derivatives along
+    /// x, which are smoothed down, `inRowsY` the smoothed rows, which are derived down.
+    bool (*mBothGradients)(const float* inSource, const float* inGaussTaps,
+                           const float* inDerivativeTaps, float* const* inRowsX,
+                           float* const* inRowsY, int inTapCount, long inCount, float* outX,
+                           float* outY);
+
     /// outPhases[p][j] = inRow[j * inStep + p], for each phase below `inStep` that is not
     /// null, `inCount` of each.
     void (*mSplitPhases)(const float* inRow, int inStep, long inCount, float* const* outPhases);

@@ -74,40 +74,44 @@ TEST(MemoryRecycler, ImpossibleSizesGiveANullBlock) {
     EXPECT_EQ(recycler.GetUnusedBytes(), 0u);
 }
 
-TEST(MemoryRecycler, UnusedBytesStayBelowTheBoundAndTheOldestGoFirst) {
+constexpr std::int64_t kMiB = 1 << 20;
+
+TEST(MemoryRecycler, HoldsWhatWasInUseAtOnceAndTheOldestGoFirst) {
     MemoryRecycler recycler;
-    constexpr std::int64_t kOld = std::int64_t{64} << 20;
-    constexpr std::int64_t kNew = std::int64_t{96} << 20;
     std::vector<MemoryBuffer> buffers;
-    for (int i = 0; i < 4; ++i)
-        buffers.push_back(recycler.AllocateBuffer(kOld));
-    for (int i = 0; i < 5; ++i)
-        buffers.push_back(recycler.AllocateBuffer(kNew));
-    for (auto& buffer : buffers)
-        recycler.RecycleBuffer(buffer);
-    EXPECT_LE(recycler.GetUnusedBytes(), MemoryRecycler::kMaxUnusedBytes);
+    const auto take = [&](int inCount, std::int64_t inSize) {
+        for (int i = 0; i < inCount; ++i)
+            buffers.push_back(recycler.AllocateBuffer(inSize));
+    };
+    const auto giveBack = [&] {
+        for (auto& buffer : buffers)
+            recycler.RecycleBuffer(buffer);
+        buffers.clear();
+    };
+    take(2, 16 * kMiB);
+    take(3, 32 * kMiB);
+    giveBack();
+    EXPECT_EQ(recycler.GetUnusedBytes(), std::size_t(128 * kMiB)) << "all of it was in use";
+    EXPECT_EQ(recycler.GetMostUsedBytes(), std::size_t(128 * kMiB));
 
-    // Of 4 * 64 + 5 * 96 = 736 MiB the four old ones had to go; the five new ones fit.
-    EXPECT_EQ(recycler.GetUnusedBytes(), 5 * std::size_t{kNew});
-}
+    // Another size: the two old blocks of 16 MiB and one of 32 make room for two of 40, of
+    // which the spare bytes hold a part.
+    take(2, 40 * kMiB);
+    EXPECT_EQ(recycler.GetUsedBytes(), std::size_t(80 * kMiB));
+    EXPECT_LE(recycler.GetUsedBytes() + recycler.GetUnusedBytes(),
+              recycler.GetMostUsedBytes() + MemoryRecycler::kSpareBytes);
+    EXPECT_EQ(recycler.GetUnusedBytes(), std::size_t(32 * kMiB));
+    take(4, 40 * kMiB);  // more than ever
+    EXPECT_EQ(recycler.GetMostUsedBytes(), std::size_t(240 * kMiB));
+    EXPECT_EQ(recycler.GetUnusedBytes(), 0u);
+    giveBack();
 
-TEST(MemoryRecycler, ABlockBeyondTheBoundPushesNothingOut) {
-    MemoryRecycler recycler;
-    MemoryBuffer small = recycler.AllocateBuffer(1 << 20);
-    MemoryBuffer huge = recycler.AllocateBuffer(std::int64_t{MemoryRecycler::kMaxUnusedBytes} +
-                                                (std::int64_t{1} << 20));
-    recycler.RecycleBuffer(small);
-    recycler.RecycleBuffer(huge);
-    EXPECT_EQ(recycler.GetUnusedBytes(), std::size_t{1} << 20);
-    EXPECT_EQ(recycler.GetUsedBytes(), 0u);
-}
-
-TEST(MemoryRecycler, ABlockAsLargeAsTheBoundIsKept) {
-    MemoryRecycler recycler;
-    MemoryBuffer buffer =
-        recycler.AllocateBuffer(std::int64_t{MemoryRecycler::kMaxUnusedBytes});
-    recycler.RecycleBuffer(buffer);
-    EXPECT_EQ(recycler.GetUnusedBytes(), MemoryRecycler::kMaxUnusedBytes);
+    recycler.Trim();
+    take(1, 16 * kMiB);
+    giveBack();
+    take(1, 32 * kMiB);
+    EXPECT_EQ(recycler.GetUnusedBytes(), 0u) << "what was in use before Trim does not count";
+    giveBack();
 }
 
 // 64 TiB is a size that there is a class for; no system is known to have it.

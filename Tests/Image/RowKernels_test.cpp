@@ -67,6 +67,37 @@ TEST(RowKernels, BothPassesAtOnceGiveTheBitsOfOneAfterTheOther) {
             }
 }
 
+TEST(RowKernels, GradientsFromOneVisitHaveTheBitsOfTwo) {
+    for (const IP::RowKernels* const form : IP::GetRowKernelTargets().All())
+        for (const long count : {0, 3, 4, 8, 15, 16, 17, 31, 33, 100}) {
+            SCOPED_TRACE(testing::Message() << form->mName << ", " << count << " sums");
+            const auto source = Testing::NoiseFrame(int(count) + 7, 1, 5);
+            const auto gauss = Testing::NoiseFrame(7, 1, 6);
+            const auto derivative = Testing::NoiseFrame(7, 1, 7);
+            auto rowsX = Testing::NoiseFrame(7, int(count), 8), expectedX = rowsX;
+            auto rowsY = Testing::NoiseFrame(7, int(count), 9), expectedY = rowsY;
+            const auto sumsX = SumsOfBoth(source, derivative, gauss, count, expectedX);
+            const auto sumsY = SumsOfBoth(source, gauss, derivative, count, expectedY);
+            std::vector<float*> linesX, linesY;
+            for (int m = 0; m < 7; ++m) {
+                linesX.push_back(rowsX.data() + m * count);
+                linesY.push_back(rowsY.data() + m * count);
+            }
+            std::vector<float> x(count + 1, -1.0f), y(x);
+            if (!form->mBothGradients(source.data(), gauss.data(), derivative.data(),
+                                      linesX.data(), linesY.data(), 7, count, x.data(),
+                                      y.data())) {
+                EXPECT_LT(count, 16);
+                continue;
+            }
+            EXPECT_TRUE(SameBits(x.data(), sumsX.data(), count, 1000));
+            EXPECT_TRUE(SameBits(y.data(), sumsY.data(), count, 1000));
+            EXPECT_EQ(x[count] + y[count], -2.0f);
+            EXPECT_EQ(rowsX, expectedX);
+            EXPECT_EQ(rowsY, expectedY);
+        }
+}
+
 TEST(RowKernels, EveryFormGivesTheBitsOfTheDefinition) {
     const auto forms = IP::GetRowKernelTargets().All();
     EXPECT_EQ(&IP::GetRowKernels(), forms.back());

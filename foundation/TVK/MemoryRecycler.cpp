@@ -6,9 +6,15 @@
 //     class 2  6 KiB   [block]
 //     ...                                  all classes: one chain by age, oldest first, for
 //                                          the bound
+//
+// Pages. The system gives memory page by page, as each is first touched, and a plane has
+// thousands of small ones; walking a column of it costs a look into the page tables a pixel.
+// So large blocks lie on huge pages, where the system has them for who asks, and the pages of
+// a block are asked for all at once.
 
 #include "TVK/MemoryRecycler.h"
 
+#include <algorithm>
 #include <bit>
 #include <cstdlib>
 #include <mutex>
@@ -16,6 +22,10 @@
 #include <utility>
 
 #include "quillet/ThreadAnnotations.h"
+
+#if defined(__linux__)
+#include <sys/mman.h>
+#endif
 
 #if defined(__SANITIZE_ADDRESS__)
 #define TVK_POISONS_BLOCKS 1
@@ -40,6 +50,33 @@ void AllowBytes([[maybe_unused]] void* inBlock, [[maybe_unused]] std::size_t inA
     ASAN_POISON_MEMORY_REGION(static_cast<char*>(inBlock) + inAllowed, inBlockSize - inAllowed);
 #endif
 }
+
+#if defined(__linux__) && defined(MADV_HUGEPAGE) && defined(MADV_POPULATE_WRITE)
+
+// A new block, or null, with its pages there already if it is no larger than a frame: whoever
+// asks for more may mean to use a corner of it. What the system does not know it refuses,
+// and nothing is lost.
+void* AllocateFromSystem(std::size_t inSize) {
+    constexpr std::size_t kPage = 4096;
+    constexpr std::size_t kHugePage = std::size_t{2} << 20;
+    constexpr std::size_t kLeastFilled = std::size_t{64} << 10;
+    constexpr std::size_t kMostFilled = std::size_t{64} << 20;
+    const bool isHuge = inSize >= kHugePage / 2;
+    const std::size_t size = isHuge ? std::max(inSize, kHugePage) : inSize;
+    void* const block = std::aligned_alloc(isHuge ? kHugePage : kPage, size);
+    if (block && isHuge) madvise(block, size / kHugePage * kHugePage, MADV_HUGEPAGE);
+    if (block && size >= kLeastFilled && size <= kMostFilled)
+        madvise(block, size / kPage * kPage, MADV_POPULATE_WRITE);
+    return block;
+}
+
+#else
+
+void* AllocateFromSystem(std::size_t inSize) {
+    return std::aligned_alloc(MemoryRecycler::kAlignment, inSize);
+}
+
+#endif
 
 constexpr int kSmallestShift = 12;  // 4 KiB
 constexpr int kLargestShift = 46;   // 64 TiB: beyond every machine's address space
@@ -103,6 +140,7 @@ struct MemoryRecycler::Pool {
     UnusedBlock* mNewest DP_GUARDED_BY(mMutex) = nullptr;
     std::size_t mUnusedBytes DP_GUARDED_BY(mMutex) = 0;
     std::size_t mUsedBytes DP_GUARDED_BY(mMutex) = 0;
+    std::size_t mMostUsedBytes DP_GUARDED_BY(mMutex) = 0;  // since the last Trim
 
     void Insert(void* inBlock, int inClass) DP_REQUIRES(mMutex) {
         AllowBytes(inBlock, sizeof(UnusedBlock), ClassSize(inClass));
@@ -121,6 +159,12 @@ struct MemoryRecycler::Pool {
         (inBlock->mAbove ? inBlock->mAbove->mBelow : mTop[inBlock->mClass]) = inBlock->mBelow;
         if (inBlock->mBelow) inBlock->mBelow->mAbove = inBlock->mAbove;
         mUnusedBytes -= ClassSize(inBlock->mClass);
+    }
+
+    // A block has come from the system: what is held in all stays within the bound.
+    void KeepWithinBound() DP_REQUIRES(mMutex) {
+        mMostUsedBytes = std::max(mMostUsedBytes, mUsedBytes);
+        FreeOldestDownTo(mMostUsedBytes + kSpareBytes - mUsedBytes);
     }
 
     void FreeOldestDownTo(std::size_t inUnusedBytes) DP_REQUIRES(mMutex) {
@@ -173,14 +217,18 @@ MemoryBuffer MemoryRecycler::AllocateBuffer(std::int64_t inSize) noexcept {
         mPool->mUsedBytes += ClassSize(sizeClass);
         if (Pool::UnusedBlock* const unused = mPool->mTop[sizeClass]) {
             mPool->Remove(unused);
+            mPool->mMostUsedBytes = std::max(mPool->mMostUsedBytes, mPool->mUsedBytes);
             block = unused;
         }
     }
-    if (!block) block = std::aligned_alloc(kAlignment, ClassSize(sizeClass));
     if (!block) {
+        block = AllocateFromSystem(ClassSize(sizeClass));
         const PoolLock lock(mPool->mMutex);
-        mPool->mUsedBytes -= ClassSize(sizeClass);
-        return {};
+        if (!block) {
+            mPool->mUsedBytes -= ClassSize(sizeClass);
+            return {};
+        }
+        mPool->KeepWithinBound();
     }
     AllowBytes(block, static_cast<std::size_t>(inSize), ClassSize(sizeClass));
     return {block, static_cast<std::uintptr_t>(sizeClass)};
@@ -191,13 +239,7 @@ void MemoryRecycler::RecycleBuffer(MemoryBuffer& ioBuffer) noexcept {
     const auto sizeClass = static_cast<int>(ioBuffer.mTag);
     const PoolLock lock(mPool->mMutex);
     mPool->mUsedBytes -= ClassSize(sizeClass);
-    if (ClassSize(sizeClass) > kMaxUnusedBytes) {
-        AllowBytes(ioBuffer.mBlock, ClassSize(sizeClass), ClassSize(sizeClass));
-        std::free(ioBuffer.mBlock);  // would push everything else out, and then itself
-    } else {
-        mPool->Insert(ioBuffer.mBlock, sizeClass);
-        mPool->FreeOldestDownTo(kMaxUnusedBytes);
-    }
+    mPool->Insert(ioBuffer.mBlock, sizeClass);
     ioBuffer = {};
 }
 
@@ -205,12 +247,19 @@ void MemoryRecycler::Trim() noexcept {
     if (!mPool) return;
     const PoolLock lock(mPool->mMutex);
     mPool->FreeOldestDownTo(0);
+    mPool->mMostUsedBytes = mPool->mUsedBytes;
 }
 
 std::size_t MemoryRecycler::GetUnusedBytes() noexcept {
     if (!mPool) return 0;
     const PoolLock lock(mPool->mMutex);
     return mPool->mUnusedBytes;
+}
+
+std::size_t MemoryRecycler::GetMostUsedBytes() noexcept {
+    if (!mPool) return 0;
+    const PoolLock lock(mPool->mMutex);
+    return std::max(mPool->mMostUsedBytes, mPool->mUsedBytes);
 }
 
 std::size_t MemoryRecycler::GetUsedBytes() noexcept {

@@ -21,12 +21,16 @@ struct MemoryBuffer {
 /// frame. **A block comes with whatever its last user left in it.**
 ///
 /// Blocks are kept by size class: four classes to the power of two, from 4 KiB up, so at
-/// most a quarter of a block is waste. Each is aligned to 64 bytes.
+/// most a quarter of a block is waste. Each is aligned to 64 bytes. Blocks from 1 MiB up lie
+/// on huge pages where the system has them for who asks (on Linux: `madvise` or `always` in
+/// /sys/kernel/mm/transparent_hugepage/enabled); one below 2 MiB then takes a whole one.
 ///
-/// Bound: unused blocks sum up to at most `kMaxUnusedBytes`. A block given back beyond
-/// that pushes out those that have lain unused the longest; so old sizes make room for
-/// new ones when a host changes from one frame size to another. A single block beyond the
-/// bound is freed at once.
+/// Bound: used and unused blocks together take no more than what was in use at once since
+/// the last `Trim`, and `kSpareBytes`. So a run that needs as much as before asks the system
+/// for nothing; where a new block would pass the bound, those that have lain unused the
+/// longest are freed, and old sizes make room for new ones when a host changes from one
+/// frame size to another. **A host that is done with a large job calls `Trim`**: nothing
+/// else lowers the bound.
 ///
 /// Ownership: `Instance` keeps one reference for as long as the foundation library is
 ///   loaded; that is what holds the blocks between frames. An owner of a block holds a
@@ -38,8 +42,8 @@ struct MemoryBuffer {
 /// Frozen: the operations and the layout of `MemoryBuffer`.
 class TVK_API MemoryRecycler {
 public:
-    /// 512 MiB: a dozen float frames of 3840x2160 with their pyramids.
-    static constexpr std::size_t kMaxUnusedBytes = std::size_t{512} << 20;
+    /// Room beyond the bound for short-lived working memory of all sizes.
+    static constexpr std::size_t kSpareBytes = std::size_t{8} << 20;
     static constexpr std::size_t kAlignment = 64;  ///< of every block, in bytes
 
     /// The recycler that the host and the libraries share.
@@ -57,13 +61,16 @@ public:
     /// Takes a block back and empties the buffer. An empty buffer is allowed.
     void RecycleBuffer(MemoryBuffer& ioBuffer) noexcept;
 
-    /// Frees every unused block. Blocks that are out stay good.
+    /// Frees every unused block, and counts anew what is in use at once. Blocks that are out
+    /// stay good.
     void Trim() noexcept;
 
-    /// Bytes in unused blocks, and in blocks that are out.
+    /// Bytes in unused blocks, in blocks that are out, and in those that were out at once
+    /// since the last `Trim`.
     /// @{
     std::size_t GetUnusedBytes() noexcept;
     std::size_t GetUsedBytes() noexcept;
+    std::size_t GetMostUsedBytes() noexcept;
     /// @}
 
 private:
