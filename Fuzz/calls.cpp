@@ -4,6 +4,7 @@
 // images of a tracker have one size.
 
 #include <array>
+#include <iterator>
 #include <memory>
 
 #include "DP/DescriptorFactory.h"
@@ -73,7 +74,8 @@ private:
     }
     DescriptorDataType Kind() {
         const int kind = mInput.Byte();
-        return static_cast<DescriptorDataType>(kind < 0xf8 ? kind % 8 : mInput.Whole<int>());
+        return static_cast<DescriptorDataType>(kind < 0xf8 ? kind % kDescriptorDataTypeCount
+                                                           : mInput.Whole<int>());
     }
     quillet::WideString Name() {
         return quillet::WideString(static_cast<std::size_t>(mInput.Byte() % 3 * 9), u's');
@@ -97,7 +99,7 @@ private:
         const float limit = mInput.Float();
         const quillet::WideString name = Name();
         Ref<IDescriptorProperty>& property = In(mProperties);
-        switch (mInput.Byte() < 0xf0 ? int{kind} : mInput.Byte() % 8) {
+        switch (mInput.Byte() < 0xf0 ? int{kind} : mInput.Byte() % kDescriptorDataTypeCount) {
             case kDescriptorDataTypeKLT:
                 property = CreateKLTDescriptorProperty(most, tag, distance, least, name, kind);
                 break;
@@ -181,33 +183,64 @@ private:
         inItem->SetInputImage(isNull ? nullptr : mFrame.data(), rows, cols, rowBytes);
     }
 
+    // What an item may be given: the pixels, and what three bytes of the input choose.
+    struct Choice {
+        int mFirst, mSecond, mThird;
+        const Ref<IDescriptorData>& mData;
+    };
+    IP::ImagePtr<unsigned char> Bytes(int inSlot) {
+        return mBytes[std::size_t(inSlot % kSlots)];
+    }
+    IP::ImagePtr<float> Floats(int inSlot) { return mFloats[std::size_t(inSlot % kSlots)]; }
+    unsigned int Cols() const { return static_cast<unsigned int>(mSize.mCols); }
+    unsigned int Rows() const { return static_cast<unsigned int>(mSize.mRows); }
+
+    void SetKLT(const Ref<IDescriptorWorkerItem>& inItem, const Choice& inChoice) {
+        if (const Ref<IKLTDescriptorWorkerItem> klt(inItem); klt != NULL)
+            klt->SetInputImages(Bytes(inChoice.mFirst), Bytes(inChoice.mSecond),
+                                inChoice.mData);
+    }
+    void SetAPT(const Ref<IDescriptorWorkerItem>& inItem, const Choice& inChoice) {
+        if (const Ref<IAPTDescriptorWorkerItem> apt(inItem); apt != NULL)
+            apt->SetInputs(Floats(inChoice.mFirst), Floats(inChoice.mSecond), inChoice.mData,
+                           Cols(), Rows());
+    }
+    void SetRegion(const Ref<IDescriptorWorkerItem>& inItem, const Choice& inChoice) {
+        if (const Ref<IRegionTrackerDescriptorWorkerItem> region(inItem); region != NULL)
+            region->SetInputs(Floats(inChoice.mFirst), Floats(inChoice.mSecond), inChoice.mData,
+                              Cols(), Rows());
+    }
+    void SetGraphCut(const Ref<IDescriptorWorkerItem>& inItem, const Choice& inChoice) {
+        if (const Ref<IGraphCutDescriptorWorkerItem> cut(inItem); cut != NULL) {
+            sHasForeignFrame = true;
+            cut->SetInputs(mFrame.data(), 4 * Cols(), Bytes(inChoice.mFirst),
+                           Bytes(inChoice.mSecond), Bytes(inChoice.mThird));
+        }
+    }
+    void SetGrey(const Ref<IDescriptorWorkerItem>& inItem, const Choice&) {
+        SetFrame(Ref<IGreyImageDescriptorWorkerItem>(inItem));
+    }
+    void SetFloatGrey(const Ref<IDescriptorWorkerItem>& inItem, const Choice&) {
+        SetFrame(Ref<IFloatGreyImageDescriptorWorkerItem>(inItem));
+    }
+    // The pyramids' items have no interface of their own.
+    void SetNothing(const Ref<IDescriptorWorkerItem>&, const Choice&) {}
+
     void SetInputs() {
         const Ref<IDescriptorWorkerItem>& item = In(mItems);
         if (item == NULL) return;
         item->SetDataKey(In(mKeys));
-        const auto cols = static_cast<unsigned int>(mSize.mCols);
-        const auto rows = static_cast<unsigned int>(mSize.mRows);
         const Ref<IDescriptorData>& data = In(mData);
         const int first = mInput.Byte(), second = mInput.Byte(), third = mInput.Byte();
-        const auto bytes = [&](int inSlot) {
-            return mBytes[std::size_t(inSlot % kSlots)];
-        };
-        const auto floats = [&](int inSlot) {
-            return mFloats[std::size_t(inSlot % kSlots)];
-        };
 
-        SetFrame(Ref<IGreyImageDescriptorWorkerItem>(item));
-        SetFrame(Ref<IFloatGreyImageDescriptorWorkerItem>(item));
-        if (const Ref<IKLTDescriptorWorkerItem> klt(item); klt != NULL)
-            klt->SetInputImages(bytes(first), bytes(second), data);
-        if (const Ref<IAPTDescriptorWorkerItem> apt(item); apt != NULL)
-            apt->SetInputs(floats(first), floats(second), data, cols, rows);
-        if (const Ref<IRegionTrackerDescriptorWorkerItem> region(item); region != NULL)
-            region->SetInputs(floats(first), floats(second), data, cols, rows);
-        if (const Ref<IGraphCutDescriptorWorkerItem> cut(item); cut != NULL) {
-            sHasForeignFrame = true;
-            cut->SetInputs(mFrame.data(), 4 * cols, bytes(first), bytes(second), bytes(third));
-        }
+        // In the order of the kinds; each looks whether the item is one of its own.
+        using Setter = void (Host::*)(const Ref<IDescriptorWorkerItem>&, const Choice&);
+        static constexpr Setter kSetters[] = {
+            &Host::SetKLT,      &Host::SetAPT,     &Host::SetGrey,    &Host::SetFloatGrey,
+            &Host::SetGraphCut, &Host::SetNothing, &Host::SetNothing, &Host::SetRegion};
+        static_assert(std::size(kSetters) == kDescriptorDataTypeCount);
+        for (const Setter setter : kSetters)
+            (this->*setter)(item, {first, second, third, data});
     }
 
     void Compute() {

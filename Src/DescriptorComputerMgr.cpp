@@ -4,7 +4,7 @@
 
 #include "DP/DescriptorFactory.h"
 #include "DescriptorComputer.h"
-#include "KindFactories.h"
+#include "Kinds.h"
 #include "TVK/ContractCheck.h"
 #include "quillet/ScopeLock.h"
 
@@ -15,24 +15,11 @@ constinit TVK::KeptRef<IDescriptorComputerMgr> sComputerMgr;
 
 // A new computer set up from its property, or null for a kind that there is not.
 Ref<IDescriptorComputer> MakeComputer(const Ref<IDescriptorProperty>& inProperty) {
-    switch (inProperty->GetDescriptorDataType()) {
-        case kDescriptorDataTypeKLT:
-            return MakeKLTDescriptorComputer(inProperty);
-        case kDescriptorDataTypeAPT:
-            return MakeAPTDescriptorComputer(inProperty);
-        case kDescriptorDataTypeGreyImage:
-        case kDescriptorDataTypeFloatGreyImage:
-        case kDescriptorDataTypeGraphCut:
-        case kDescriptorDataTypeImagePyramid:
-        case kDescriptorDataTypeColourPyramid:
-            return DescriptorComputer::Create();
-        case kDescriptorDataTypeRegionTracker:
-            return MakeRegionTrackerDescriptorComputer(inProperty);
-        default:
-            AssertWithMessage("DP::DescriptorComputerMgr::GetDescriptorComputer",
-                              "Unsupported Descriptor Type !!!");
-            return {};
-    }
+    if (const Kind* const kind = FindKind(inProperty->GetDescriptorDataType()))
+        return kind->mMakeComputer(inProperty);
+    AssertWithMessage("DP::DescriptorComputerMgr::GetDescriptorComputer",
+                      "Unsupported Descriptor Type !!!");
+    return {};
 }
 
 }  // namespace

@@ -21,9 +21,9 @@ public:
     void RemoveAllDescriptorComputers() override;
 
 private:
-    quillet::threads::RecursiveMutex mMutex;
     std::vector<Ref<IDescriptorComputer>> mComputers  // in order of creation
         DP_GUARDED_BY(mMutex);
+    quillet::threads::RecursiveMutex mMutex;
 };
 
 /// Lets the reference go that keeps the manager between calls.

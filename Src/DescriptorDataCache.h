@@ -36,14 +36,15 @@ private:
 
     using DataMap = std::map<Ref<IDescriptorDataKey>, Ref<IDescriptorData>, DataKeyLess>;
 
-    quillet::threads::RecursiveMutex mDataMutex;
+    // The order is part of the layout: a mutex dies before the map that it guards.
     DataMap mDataMap DP_GUARDED_BY(mDataMutex);
-    DescriptorStopwatch mStopwatch DP_GUARDED_BY(mDataMutex);
+    quillet::threads::RecursiveMutex mDataMutex;
     int mMaxEntries = 0;
     std::atomic<unsigned int> mTotalDataSize{0};  // written under mDataMutex, read without
-    quillet::threads::RecursiveMutex mInFlightMutex;
     std::map<Ref<IDescriptorDataKey>, RecursiveMutexPtr, DataKeyLess> mInFlightMap
         DP_GUARDED_BY(mInFlightMutex);
+    quillet::threads::RecursiveMutex mInFlightMutex;
+    DescriptorStopwatch mStopwatch DP_GUARDED_BY(mDataMutex);
 };
 
 }  // namespace DP

@@ -2,6 +2,7 @@
 
 #include "DP/DescriptorFactory.h"
 #include "DescriptorDataCache.h"
+#include "Kinds.h"
 #include "TVK/ContractCheck.h"
 #include "quillet/ScopeLock.h"
 
@@ -9,21 +10,6 @@ namespace DP {
 namespace {
 
 constinit TVK::KeptRef<IDescriptorDataCacheMgr> sDataCacheMgr;
-
-constexpr unsigned int kMaxEntries[kDescriptorDataTypeCount] = {
-    500,  // KLT
-    500,  // APT
-    60,   // grey image
-    60,   // float grey image
-    500,  // graph cut
-    15,   // image pyramid
-    15,   // colour pyramid
-    500,  // region tracker
-};
-
-bool IsKnown(DescriptorDataType inType) {
-    return inType >= 0 && inType < kDescriptorDataTypeCount;
-}
 
 }  // namespace
 
@@ -36,8 +22,8 @@ Ref<IDescriptorDataCache> DescriptorDataCacheMgr::GetDescriptorDataCache(
     if (entry != mCaches.end()) return entry->second;
 
     const Ref<DescriptorDataCache> cache = DescriptorDataCache::Create();
-    if (IsKnown(inType)) {
-        cache->SetMaxEntries(kMaxEntries[inType]);
+    if (const Kind* const kind = FindKind(inType)) {
+        cache->SetMaxEntries(kind->mMaxCachedResults);
     } else {
         AssertWithMessage("DP::DescriptorDataCacheMgr::GetDescriptorDataCache",
                           "Invalid Descriptor Data Type");

@@ -16,6 +16,7 @@
 #include "DP/IDescriptorProperty.h"
 #include "DP/IDescriptorWorkerItem.h"
 #include "TVK/Object.h"
+#include "TVK/ObjectPtr.h"
 
 namespace DP {
 
@@ -104,6 +105,19 @@ void FillNewData(DescriptorDataType inType, Ref<IDescriptorData>& outResult, Fil
     if (outResult == NULL) return;
     const Ref<Data> data(outResult);
     inFill(*data.operator->());
+}
+
+/// The bytes of a list's elements; 0 for no list.
+template <class List>
+unsigned int SizeOfList(const TVK::ObjectPtr<List>& inList) {
+    if (inList == NULL) return 0;
+    return static_cast<unsigned int>(inList->size() * sizeof(typename List::value_type));
+}
+
+/// A copy of an object that is shared; null for none.
+template <class T>
+TVK::ObjectPtr<T> CopyOf(const TVK::ObjectPtr<T>& inObject) {
+    return inObject != NULL ? TVK::MakeObject<T>(*inObject) : TVK::ObjectPtr<T>();
 }
 
 /// Formats a line of progress with the key's frame number, for a developer to see in the

@@ -115,7 +115,7 @@ FeatureOverlay::FeatureOverlay(const unsigned char* inImage, int inCols, int inR
 
 bool FeatureOverlay::HasPlanes() const {
     return std::all_of(std::begin(mPlanes), std::end(mPlanes),
-                       [](const auto& inPlane) { return inPlane->GetData() != NULL; });
+                       [](const auto& inPlane) { return inPlane->GetData() != nullptr; });
 }
 
 // Bytes that wrap, taken once more modulo 255: no plane of a mark is ever pure 255.

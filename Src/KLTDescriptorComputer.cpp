@@ -2,7 +2,6 @@
 
 #include "KLTDescriptorProperty.h"
 #include "KLTDescriptorWorkerItem.h"
-#include "KindFactories.h"
 #include "TVK/ContractCheck.h"
 
 namespace DP {
@@ -36,7 +35,8 @@ void KLTDescriptorComputer::SetMinDist(int inMinDist) {
     if (mTracker != NULL) mTracker->SetMinDist(inMinDist);
 }
 
-Ref<IDescriptorComputer> MakeKLTDescriptorComputer(const Ref<IDescriptorProperty>& inProperty) {
+Ref<IDescriptorComputer> KLTDescriptorComputer::CreateFor(
+    const Ref<IDescriptorProperty>& inProperty) {
     const Ref<KLTDescriptorProperty> property(inProperty);
     const auto computer = KLTDescriptorComputer::Create();
     computer->SetMaxFeatures(property->GetMaxFeatures());

@@ -11,6 +11,10 @@ namespace DP {
 /// lives as long as the computer and takes settings from one property only.
 class KLTDescriptorComputer : public TVK::Object<KLTDescriptorComputer, DescriptorComputer> {
 public:
+    /// A computer whose tracker has the settings of a KLT property.
+    /// @throws TVK::NullInterfaceException for a property of another class.
+    static Ref<IDescriptorComputer> CreateFor(const Ref<IDescriptorProperty>& inProperty);
+
     /// With a tracker for lists of length 0, until it is set up.
     KLTDescriptorComputer();
 

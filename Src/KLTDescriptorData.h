@@ -14,10 +14,16 @@ public:
     void SetFeatureList(KLTFeatureListPtr inFeatureList) { mFeatureList = inFeatureList; }
 
     /// All records, live or lost.
-    unsigned int GetDataSize() override;
+    unsigned int GetDataSize() override { return SizeOfList(mFeatureList); }
 
     /// The clone has a list of its own, or none if this has none.
-    Ref<IDescriptorData> CloneData() override;
+    Ref<IDescriptorData> CloneData() override {
+        Ref<IDescriptorData> clone;
+        FillNewData<KLTDescriptorData>(kDescriptorDataTypeKLT, clone, [&](auto& outClone) {
+            outClone.SetFeatureList(CopyOf(mFeatureList));
+        });
+        return clone;
+    }
 
 private:
     KLTFeatureListPtr mFeatureList;

@@ -2,15 +2,17 @@
 
 #pragma once
 
+#include <tuple>
+
 #include "DescriptorObjects.h"
+#include "KLTParameters.h"
 
 namespace DP {
 
 class KLTDescriptorDataKey : public TVK::Object<KLTDescriptorDataKey, DescriptorDataKey> {
 public:
-    void Init(quillet::WideString inSourceID, long long inFrameNumber, int inFrameStep,
-              unsigned int inMaxFeatures, int inRows, int inCols,
-              unsigned int inMinFeatureDistance, unsigned int inMinFeatures);
+    void Init(quillet::WideString inSourceID, long long inFrameNumber, int inRows, int inCols,
+              const KLTParameters& inParameters);
 
     int GetFrameStep() const { return mFrameStep; }
     unsigned int GetMaxFeatures() const { return mMaxFeatures; }
@@ -21,6 +23,10 @@ public:
     bool IsLessThan(Ref<IDescriptorDataKey> inDataKey) override;
 
 private:
+    auto OrderedMembers() const {
+        return std::tie(mMaxFeatures, mFrameStep, mMinFeatureDistance, mMinFeatures);
+    }
+
     int mFrameStep = 0;
     unsigned int mMaxFeatures = 0;
     unsigned int mMinFeatureDistance = 0;

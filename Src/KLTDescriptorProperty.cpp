@@ -1,24 +1,34 @@
 #include "KLTDescriptorProperty.h"
 
+#include <utility>
+
 namespace DP {
 
-void KLTDescriptorProperty::Init(unsigned int inMaxFeatures, int inFrameStep,
-                                 unsigned int inMinFeatureDistance, unsigned int inMinFeatures,
-                                 quillet::WideString inSourceID, DescriptorDataType inType) {
-    DescriptorProperty::Init(inSourceID, inType);
-    mMaxFeatures = inMaxFeatures;
-    mFrameStep = inFrameStep;
-    mMinFeatureDistance = inMinFeatureDistance;
-    mMinFeatures = inMinFeatures;
+void KLTDescriptorProperty::Init(quillet::WideString inSourceID, DescriptorDataType inType,
+                                 const KLTParameters& inParameters) {
+    DescriptorProperty::Init(std::move(inSourceID), inType);
+    mMaxFeatures = inParameters.mMaxFeatures;
+    mFrameStep = inParameters.mFrameStep;
+    mMinFeatureDistance = inParameters.mMinFeatureDistance;
+    mMinFeatures = inParameters.mMinFeatures;
 }
 
 bool KLTDescriptorProperty::IsEqual(Ref<IDescriptorProperty> inOther) {
     if (GetDescriptorDataType() != inOther->GetDescriptorDataType()) return false;
     const Ref<KLTDescriptorProperty> other(inOther);
     return other != NULL && DescriptorProperty::IsEqual(inOther) &&
-           mMaxFeatures == other->mMaxFeatures && mFrameStep == other->mFrameStep &&
-           mMinFeatureDistance == other->mMinFeatureDistance &&
-           mMinFeatures == other->mMinFeatures;
+           Members() == other->Members();
+}
+
+Ref<IDescriptorProperty> CreateKLTDescriptorProperty(
+    unsigned int inMaxFeatures, int inFrameStep, unsigned int inMinFeatureDistance,
+    unsigned int inMinFeatures, quillet::WideString inSourceID, DescriptorDataType inType) {
+    return MakeInitialised<KLTDescriptorProperty>(
+        inSourceID, inType,
+        KLTParameters{.mMaxFeatures = inMaxFeatures,
+                      .mFrameStep = inFrameStep,
+                      .mMinFeatureDistance = inMinFeatureDistance,
+                      .mMinFeatures = inMinFeatures});
 }
 
 }  // namespace DP

@@ -2,15 +2,17 @@
 
 #pragma once
 
+#include <tuple>
+
 #include "DescriptorObjects.h"
+#include "KLTParameters.h"
 
 namespace DP {
 
 class KLTDescriptorProperty : public TVK::Object<KLTDescriptorProperty, DescriptorProperty> {
 public:
-    void Init(unsigned int inMaxFeatures, int inFrameStep, unsigned int inMinFeatureDistance,
-              unsigned int inMinFeatures, quillet::WideString inSourceID,
-              DescriptorDataType inType);
+    void Init(quillet::WideString inSourceID, DescriptorDataType inType,
+              const KLTParameters& inParameters);
 
     unsigned int GetMaxFeatures() const { return mMaxFeatures; }
     int GetFrameStep() const { return mFrameStep; }
@@ -20,6 +22,10 @@ public:
     bool IsEqual(Ref<IDescriptorProperty> inOther) override;
 
 private:
+    auto Members() const {
+        return std::tie(mMaxFeatures, mFrameStep, mMinFeatureDistance, mMinFeatures);
+    }
+
     unsigned int mMaxFeatures = 0;
     int mFrameStep = 0;
     unsigned int mMinFeatureDistance = 0;  // only compared: the tracker keeps its own

@@ -3,7 +3,6 @@
 #include <cstdint>
 
 #include "KLTDescriptorData.h"
-#include "KindFactories.h"
 #include "TVK/ContractCheck.h"
 
 namespace DP {
@@ -18,7 +17,8 @@ std::int64_t PixelCount(const BytesPtr& inImage) {
 // The tracker reads as many pixels of the previous image as the current one has, whatever
 // its size. An image that has fewer counts as none.
 const unsigned char* PreviousPixels(const BytesPtr& inPrevImage, const BytesPtr& inCurrImage) {
-    if (inPrevImage == NULL || PixelCount(inPrevImage) < PixelCount(inCurrImage)) return NULL;
+    if (inPrevImage == NULL || PixelCount(inPrevImage) < PixelCount(inCurrImage))
+        return nullptr;
     return inPrevImage->GetData();
 }
 
@@ -49,10 +49,6 @@ Ref<IDescriptorData> KLTDescriptorWorkerItem::ComputeData() {
             kDescriptorDataTypeKLT, mData,
             [&](KLTDescriptorData& outData) { outData.SetFeatureList(features); });
     return mData;
-}
-
-Ref<IDescriptorWorkerItem> MakeKLTDescriptorWorkerItem() {
-    return KLTDescriptorWorkerItem::Create();
 }
 
 }  // namespace DP

@@ -13,7 +13,7 @@ KLTWrapper::KLTWrapper(int inRows, int inCols, KLTTrackerPtr inTracker)
     : mTracker(inTracker), mCols(inCols), mRows(inRows) {}
 
 // Regions count y upward from the bottom; the whole frame is the same either way.
-KLTTracker::Regions KLTWrapper::WholeFrame() const {
+KLTTracker::Rects KLTWrapper::WholeFrame() const {
     return {{0.0f, 0.0f, static_cast<float>(mCols), static_cast<float>(mRows)}};
 }
 

@@ -41,7 +41,7 @@ public:
                                const char* inPath, KLTFeatureListPtr inFeatureList);
 
 private:
-    KLTTracker::Regions WholeFrame() const;
+    KLTTracker::Rects WholeFrame() const;
 
     KLTTrackerPtr mTracker;
     std::int32_t mCols;

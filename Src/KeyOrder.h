@@ -2,6 +2,10 @@
 
 #pragma once
 
+#include <cstddef>
+#include <tuple>
+#include <utility>
+
 namespace DP {
 
 constexpr int Order() { return 0; }
@@ -14,6 +18,17 @@ constexpr int Order(const T& inMine, const T& inOther, const Rest&... inRest) {
     if (inMine < inOther) return -1;
     if (inOther < inMine) return 1;
     return Order(inRest...);
+}
+
+/// The same over two lists of members, as `std::tie` makes them.
+template <class... T>
+constexpr int OrderOfMembers(const std::tuple<T...>& inMine, const std::tuple<T...>& inOther) {
+    int order = 0;
+    const auto compare = [&]<std::size_t... kAt>(std::index_sequence<kAt...>) {
+        (void)((order = Order(std::get<kAt>(inMine), std::get<kAt>(inOther))) || ...);
+    };
+    compare(std::index_sequence_for<T...>());
+    return order;
 }
 
 }  // namespace DP

@@ -51,7 +51,7 @@ void TrackerImpl::TrackFromLastFrame(const IP::ImagePtr<float>& inCurrentFloatGr
     ContractCheck(inCurrentFloatGrayImage != NULL);
     const int width = static_cast<int>(mWidth);
     const int height = static_cast<int>(mHeight);
-    const APTFeatureListPtrVec output{outFeatures};
+    const APTTracker::Lists output{outFeatures};
     mTracker->TrackFeatures(mPrevImage->GetData(), inCurrentFloatGrayImage->GetData(), width,
                             height, inFrameNumber, {mPrevFeatures}, output);
     if (CountLiveFeatures(*outFeatures) >= kAPTTrackerMinFeatures) return;

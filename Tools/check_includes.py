@@ -16,8 +16,9 @@ TABLE = [
     (r"image/", 1, "image", ()),
     (r"Src/Image\.", 1, "diagnostics", ("image",)),
     (r"API/Inc/DP/", 2, "api", ()),
+    (r"Src/Kinds\.cpp", 6, "top", ()),
     (r"Src/(ClassIDs|KeyOrder|DescriptorObjects|ImageKind|DescriptorComputer|DescriptorDataCache"
-     r"|DescriptorStopwatch|KindFactories)\.", 3, "core", ()),
+     r"|DescriptorStopwatch|Kinds)\.", 3, "core", ()),
     (r"Src/Lapack/", 4, "lapack", ()),
     (r"Src/ColourPyramid/(ColourPyramidData|ReduceByTwo)\.", 4, "colour data", ()),
     (r"Src/APT/(APTTracker|APTCorner|APTImagePyramid|APTLevelDescent|APTPatchAlignment|APTReferenceVerification"
@@ -30,11 +31,9 @@ TABLE = [
     (r"Src/KLT", 5, "klt", ("pyramid",)),
     (r"Src/APT/", 5, "apt", ()),
     (r"Src/RegionTracker/", 5, "region tracker", ("apt",)),
-    (r"Src/GraphCut/", 5, "graph cut", ()),
-    (r"Src/GreyImage/", 5, "grey", ()),
-    (r"Src/FloatGreyImage/", 5, "float grey", ()),
     (r"Src/(DescriptorFactory|DescriptorComputerMgr|DescriptorDataCacheMgr|TrackerImpl)\.",
      6, "top", ()),
+    (r"Src/\w+/", 5, "of its folder", ()),  # any other folder is a kind's
 ]
 FOLDERS = ["foundation", "image", "API/Inc", "Src", "External"]
 SEARCH = ["", "foundation", "API/Inc", "Src", "External/graphcut", "External"]
@@ -42,8 +41,9 @@ SEARCH = ["", "foundation", "API/Inc", "Src", "External/graphcut", "External"]
 
 def row_of(path):
     for pattern, layer, group, allowed in TABLE:
-        if re.match(pattern, path):
-            return layer, group, allowed
+        match = re.match(pattern, path)
+        if match:
+            return layer, match.group() if group == "of its folder" else group, allowed
     return None
 
 

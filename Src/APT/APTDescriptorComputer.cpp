@@ -2,7 +2,6 @@
 
 #include "APT/APTDescriptorProperty.h"
 #include "APT/APTDescriptorWorkerItem.h"
-#include "KindFactories.h"
 #include "TVK/ContractCheck.h"
 
 namespace DP {
@@ -53,7 +52,8 @@ void APTDescriptorComputer::SetVerifyAgainstReference(unsigned int inVerifyAgain
         mTracker->mParams.mVerifyAgainstReference = inVerifyAgainstReference >= 1;
 }
 
-Ref<IDescriptorComputer> MakeAPTDescriptorComputer(const Ref<IDescriptorProperty>& inProperty) {
+Ref<IDescriptorComputer> APTDescriptorComputer::CreateFor(
+    const Ref<IDescriptorProperty>& inProperty) {
     const Ref<APTDescriptorProperty> property(inProperty);
     auto computer = APTDescriptorComputer::Create();
     computer->Configure(property->GetMaxFeatures(), property->GetTrackerTag(),

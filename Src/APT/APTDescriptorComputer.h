@@ -11,6 +11,10 @@ namespace DP {
 /// computer one after the other.
 class APTDescriptorComputer : public TVK::Object<APTDescriptorComputer, DescriptorComputer> {
 public:
+    /// A computer whose engine has the settings of an APT property.
+    /// @throws TVK::NullInterfaceException for a property of another class.
+    static Ref<IDescriptorComputer> CreateFor(const Ref<IDescriptorProperty>& inProperty);
+
     APTDescriptorComputer();
 
     /// Hands the engine to an APT item. An item of another kind stays without one.

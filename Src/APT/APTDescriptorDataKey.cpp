@@ -1,33 +1,44 @@
 #include "APT/APTDescriptorDataKey.h"
 
+#include <utility>
+
 #include "KeyOrder.h"
 #include "TVK/ContractCheck.h"
 
 namespace DP {
 
 void APTDescriptorDataKey::Init(quillet::WideString inSourceID, long long inFrameNumber,
-                                int inTrackerTag, unsigned int inMaxFeatures, int inRows,
-                                int inCols, unsigned int inMinFeatureDistance,
-                                unsigned int inMinFeatures, float inStationaryLimit,
-                                unsigned int inVerifyAgainstReference) {
-    DescriptorDataKey::Init(inSourceID, inFrameNumber, inRows, inCols);
-    mTrackerTag = inTrackerTag;
-    mMaxFeatures = inMaxFeatures;
-    mMinFeatureDistance = inMinFeatureDistance;
-    mMinFeatures = inMinFeatures;
-    mStationaryLimit = inStationaryLimit;
-    mVerifyAgainstReference = inVerifyAgainstReference;
+                                int inRows, int inCols, const APTParameters& inParameters) {
+    DescriptorDataKey::Init(std::move(inSourceID), inFrameNumber, inRows, inCols);
+    mTrackerTag = inParameters.mTrackerTag;
+    mMaxFeatures = inParameters.mMaxFeatures;
+    mMinFeatureDistance = inParameters.mMinFeatureDistance;
+    mMinFeatures = inParameters.mMinFeatures;
+    mStationaryLimit = inParameters.mStationaryLimit;
+    mVerifyAgainstReference = inParameters.mVerifyAgainstReference;
 }
 
 bool APTDescriptorDataKey::IsLessThan(Ref<IDescriptorDataKey> inDataKey) {
     ContractCheck(inDataKey != NULL, false);
     const Ref<APTDescriptorDataKey> other(inDataKey);
     if (other == NULL) return false;
-    const int order = Order(mMaxFeatures, other->mMaxFeatures,                //
-                            mTrackerTag, other->mTrackerTag,                  //
-                            mMinFeatureDistance, other->mMinFeatureDistance,  //
-                            mMinFeatures, other->mMinFeatures);
+    const int order = OrderOfMembers(OrderedMembers(), other->OrderedMembers());
     return order != 0 ? order < 0 : DescriptorDataKey::IsLessThan(inDataKey);
+}
+
+Ref<IDescriptorDataKey> CreateAPTDescriptorDataKey(
+    quillet::WideString inSourceID, long long inFrameNumber, int inTrackerTag,
+    unsigned int inMaxFeatures, int inRows, int inColumns, unsigned int inMinFeatureDistance,
+    unsigned int inMinFeatures, float inStationaryLimit,
+    unsigned int inVerifyAgainstReference) {
+    return MakeInitialised<APTDescriptorDataKey>(
+        inSourceID, inFrameNumber, inRows, inColumns,
+        APTParameters{.mMaxFeatures = inMaxFeatures,
+                      .mTrackerTag = inTrackerTag,
+                      .mMinFeatureDistance = inMinFeatureDistance,
+                      .mMinFeatures = inMinFeatures,
+                      .mStationaryLimit = inStationaryLimit,
+                      .mVerifyAgainstReference = inVerifyAgainstReference});
 }
 
 }  // namespace DP

@@ -2,16 +2,17 @@
 
 #pragma once
 
+#include <tuple>
+
+#include "APT/APTParameters.h"
 #include "DescriptorObjects.h"
 
 namespace DP {
 
 class APTDescriptorDataKey : public TVK::Object<APTDescriptorDataKey, DescriptorDataKey> {
 public:
-    void Init(quillet::WideString inSourceID, long long inFrameNumber, int inTrackerTag,
-              unsigned int inMaxFeatures, int inRows, int inCols,
-              unsigned int inMinFeatureDistance, unsigned int inMinFeatures,
-              float inStationaryLimit, unsigned int inVerifyAgainstReference);
+    void Init(quillet::WideString inSourceID, long long inFrameNumber, int inRows, int inCols,
+              const APTParameters& inParameters);
 
     int GetTrackerTag() const { return mTrackerTag; }
     unsigned int GetMaxFeatures() const { return mMaxFeatures; }
@@ -25,6 +26,10 @@ public:
     bool IsLessThan(Ref<IDescriptorDataKey> inDataKey) override;
 
 private:
+    auto OrderedMembers() const {
+        return std::tie(mMaxFeatures, mTrackerTag, mMinFeatureDistance, mMinFeatures);
+    }
+
     int mTrackerTag = 0;
     unsigned int mMaxFeatures = 0;
     unsigned int mMinFeatureDistance = 0;

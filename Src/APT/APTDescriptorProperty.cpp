@@ -1,29 +1,39 @@
 #include "APT/APTDescriptorProperty.h"
 
+#include <utility>
+
 namespace DP {
 
-void APTDescriptorProperty::Init(unsigned int inMaxFeatures, int inTrackerTag,
-                                 unsigned int inMinFeatureDistance, unsigned int inMinFeatures,
-                                 quillet::WideString inSourceID, DescriptorDataType inType,
-                                 float inStationaryLimit,
-                                 unsigned int inVerifyAgainstReference) {
-    DescriptorProperty::Init(inSourceID, inType);
-    mMaxFeatures = inMaxFeatures;
-    mTrackerTag = inTrackerTag;
-    mMinFeatureDistance = inMinFeatureDistance;
-    mMinFeatures = inMinFeatures;
-    mStationaryLimit = inStationaryLimit;
-    mVerifyAgainstReference = inVerifyAgainstReference;
+void APTDescriptorProperty::Init(quillet::WideString inSourceID, DescriptorDataType inType,
+                                 const APTParameters& inParameters) {
+    DescriptorProperty::Init(std::move(inSourceID), inType);
+    mMaxFeatures = inParameters.mMaxFeatures;
+    mTrackerTag = inParameters.mTrackerTag;
+    mMinFeatureDistance = inParameters.mMinFeatureDistance;
+    mMinFeatures = inParameters.mMinFeatures;
+    mStationaryLimit = inParameters.mStationaryLimit;
+    mVerifyAgainstReference = inParameters.mVerifyAgainstReference;
 }
 
 bool APTDescriptorProperty::IsEqual(Ref<IDescriptorProperty> inOther) {
     if (GetDescriptorDataType() != inOther->GetDescriptorDataType()) return false;
     const Ref<APTDescriptorProperty> other(inOther);
     return other != NULL && DescriptorProperty::IsEqual(inOther) &&
-           mMaxFeatures == other->mMaxFeatures && mTrackerTag == other->mTrackerTag &&
-           mMinFeatureDistance == other->mMinFeatureDistance &&
-           mMinFeatures == other->mMinFeatures && mStationaryLimit == other->mStationaryLimit &&
-           mVerifyAgainstReference == other->mVerifyAgainstReference;
+           Members() == other->Members();
+}
+
+Ref<IDescriptorProperty> CreateAPTDescriptorProperty(
+    unsigned int inMaxFeatures, int inTrackerTag, unsigned int inMinFeatureDistance,
+    unsigned int inMinFeatures, quillet::WideString inSourceID, DescriptorDataType inType,
+    float inStationaryLimit, unsigned int inVerifyAgainstReference) {
+    return MakeInitialised<APTDescriptorProperty>(
+        inSourceID, inType,
+        APTParameters{.mMaxFeatures = inMaxFeatures,
+                      .mTrackerTag = inTrackerTag,
+                      .mMinFeatureDistance = inMinFeatureDistance,
+                      .mMinFeatures = inMinFeatures,
+                      .mStationaryLimit = inStationaryLimit,
+                      .mVerifyAgainstReference = inVerifyAgainstReference});
 }
 
 }  // namespace DP

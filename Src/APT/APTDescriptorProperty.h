@@ -2,16 +2,17 @@
 
 #pragma once
 
+#include <tuple>
+
+#include "APT/APTParameters.h"
 #include "DescriptorObjects.h"
 
 namespace DP {
 
 class APTDescriptorProperty : public TVK::Object<APTDescriptorProperty, DescriptorProperty> {
 public:
-    void Init(unsigned int inMaxFeatures, int inTrackerTag, unsigned int inMinFeatureDistance,
-              unsigned int inMinFeatures, quillet::WideString inSourceID,
-              DescriptorDataType inType, float inStationaryLimit,
-              unsigned int inVerifyAgainstReference);
+    void Init(quillet::WideString inSourceID, DescriptorDataType inType,
+              const APTParameters& inParameters);
 
     unsigned int GetMaxFeatures() const { return mMaxFeatures; }
     int GetTrackerTag() const { return mTrackerTag; }
@@ -23,6 +24,11 @@ public:
     bool IsEqual(Ref<IDescriptorProperty> inOther) override;
 
 private:
+    auto Members() const {
+        return std::tie(mMaxFeatures, mTrackerTag, mMinFeatureDistance, mMinFeatures,
+                        mStationaryLimit, mVerifyAgainstReference);
+    }
+
     unsigned int mMaxFeatures = 0;
     int mTrackerTag = 0;
     unsigned int mMinFeatureDistance = 0;

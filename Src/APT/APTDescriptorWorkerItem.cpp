@@ -2,7 +2,6 @@
 
 #include "APT/APTDescriptorData.h"
 #include "APT/APTWrapper.h"
-#include "KindFactories.h"
 #include "TVK/ContractCheck.h"
 
 namespace DP {
@@ -36,10 +35,6 @@ Ref<IDescriptorData> APTDescriptorWorkerItem::ComputeData() {
                 [&](APTDescriptorData& outData) { outData.SetFeatures(features); });
     }
     return mResult;
-}
-
-Ref<IDescriptorWorkerItem> MakeAPTDescriptorWorkerItem() {
-    return APTDescriptorWorkerItem::Create();
 }
 
 }  // namespace DP

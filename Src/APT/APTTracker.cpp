@@ -15,7 +15,7 @@ void RequireImage(const float* inImage) {
     if (!inImage) throw TVK::NullInterfaceException();
 }
 
-void RequireLists(const APTFeatureListPtrVec& inLists) {
+void RequireLists(const APTTracker::Lists& inLists) {
     for (const auto& list : inLists)
         if (list == NULL) throw TVK::NullInterfaceException();
 }
@@ -64,8 +64,8 @@ TVK::ParamRect<float> APTTracker::NormaliseRect(const TVK::ParamRect<float>& inR
 }
 
 void APTTracker::SelectFeatures(const float* inImage, int inWidth, int inHeight,
-                                unsigned int inFrame, const APTRectList& inROIRects,
-                                const APTFeatureListPtrVec& outFeatureListPtrVec) {
+                                unsigned int inFrame, const Rects& inROIRects,
+                                const Lists& outFeatureListPtrVec) {
     ContractCheck(inROIRects.size() == outFeatureListPtrVec.size());
     if (inROIRects.empty()) return;
     RequireImage(inImage);
@@ -87,8 +87,8 @@ void APTTracker::SelectFeatures(const float* inImage, int inWidth, int inHeight,
 }
 
 void APTTracker::ReplenishFeatures(const float* inImage, int inWidth, int inHeight,
-                                   unsigned int inFrame, const APTRectList& inROIRects,
-                                   const APTFeatureListPtrVec& ioFeatureListPtrVec) {
+                                   unsigned int inFrame, const Rects& inROIRects,
+                                   const Lists& ioFeatureListPtrVec) {
     if (inROIRects.empty()) return;
     RequireImage(inImage);
     RequireLists(ioFeatureListPtrVec);
@@ -115,9 +115,8 @@ void APTTracker::ReplenishFeatures(const float* inImage, int inWidth, int inHeig
 // ---- Tracking ------------------------------------------------------------------------
 
 void APTTracker::TrackFeatures(const float* inPrevImage, const float* inCurrImage, int inWidth,
-                               int inHeight, unsigned int,
-                               const APTFeatureListPtrVec& inFeatureListPtrVec,
-                               const APTFeatureListPtrVec& outFeatureListPtrVec) {
+                               int inHeight, unsigned int, const Lists& inFeatureListPtrVec,
+                               const Lists& outFeatureListPtrVec) {
     RequireImage(inPrevImage);
     RequireImage(inCurrImage);
     RequireLists(inFeatureListPtrVec);

@@ -23,12 +23,6 @@
 
 namespace DP {
 
-/// Rectangles of interest; list i of a call belongs to rectangle i. A rectangle as wide and
-/// as high as the image is used as it stands, **any other has y counted upward from the
-/// bottom of the image**.
-using APTRectList = std::vector<TVK::ParamRect<float>>;
-using APTFeatureListPtrVec = std::vector<APTFeatureListPtr>;
-
 /// Images are dense planes of floats, row 0 the top row; feature positions count y downward.
 /// A width or height below 1 stands for an image without pixels.
 ///
@@ -47,6 +41,12 @@ using APTFeatureListPtrVec = std::vector<APTFeatureListPtr>;
 ///   have one size. Sizes may change from call to call: the planes follow.
 class APTTracker {
 public:
+    /// Rectangles of interest; list i of a call belongs to rectangle i. A rectangle as wide
+    /// and as high as the image is used as it stands, **any other has y counted upward from
+    /// the bottom of the image**.
+    using Rects = std::vector<TVK::ParamRect<float>>;
+    using Lists = std::vector<APTFeatureListPtr>;
+
     /// Parameters. Selection works on copies that `ApplyParams` takes, the length of the
     /// lists among them; the stationary limit and the numbers of the alignment are read
     /// where they are used. Switching the verification on takes effect with `ApplyParams`.
@@ -67,21 +67,19 @@ public:
     /// Each list gets the full number of slots, the first ones holding new points, stamped
     /// with the frame number + 1, the others inactive.
     void SelectFeatures(const float* inImage, int inWidth, int inHeight, unsigned int inFrame,
-                        const APTRectList& inROIRects,
-                        const APTFeatureListPtrVec& outFeatureListPtrVec);
+                        const Rects& inROIRects, const Lists& outFeatureListPtrVec);
 
     /// Free slots get new points, as far as there are any. Lists keep their length. As many
     /// rectangles as lists: nothing checks that, and what has no counterpart is left out.
     void ReplenishFeatures(const float* inImage, int inWidth, int inHeight,
-                           unsigned int inFrame, const APTRectList& inROIRects,
-                           const APTFeatureListPtrVec& ioFeatureListPtrVec);
+                           unsigned int inFrame, const Rects& inROIRects,
+                           const Lists& ioFeatureListPtrVec);
 
     /// Output list i becomes the step of input list i, slot by slot. A list that is given
     /// as both is not supported.
     void TrackFeatures(const float* inPrevImage, const float* inCurrImage, int inWidth,
-                       int inHeight, unsigned int inFrame,
-                       const APTFeatureListPtrVec& inFeatureListPtrVec,
-                       const APTFeatureListPtrVec& outFeatureListPtrVec);
+                       int inHeight, unsigned int inFrame, const Lists& inFeatureListPtrVec,
+                       const Lists& outFeatureListPtrVec);
 
 private:
     TVK::ParamRect<float> NormaliseRect(const TVK::ParamRect<float>& inRect, int inWidth,

@@ -8,12 +8,12 @@ namespace DP {
 APTWrapper::APTWrapper(unsigned int inHeight, unsigned int inWidth, APTTrackerPtr inTracker)
     : mTracker(inTracker), mWidth(inWidth), mHeight(inHeight) {}
 
-unsigned int APTWrapper::CountLive(APTFeatureListPtr inFeatures) {
+unsigned int APTWrapper::CountLiveFeatures(APTFeatureListPtr inFeatures) {
     if (inFeatures == NULL) return 0;
-    return CountLiveFeatures(*inFeatures);
+    return DP::CountLiveFeatures(*inFeatures);
 }
 
-TVK::ParamRect<float> APTWrapper::GetFullFrame() const {
+TVK::ParamRect<float> APTWrapper::WholeFrame() const {
     return {0.0f, 0.0f, static_cast<float>(mWidth), static_cast<float>(mHeight)};
 }
 
@@ -26,24 +26,23 @@ APTFeatureListPtr APTWrapper::ComputeFeatures(const float* inPrevImage,
     const int width = static_cast<int>(mWidth);
     const int height = static_cast<int>(mHeight);
     const auto result = TVK::MakeObject<APTFeatureList>();
-    const APTFeatureListPtrVec output{result};
+    const APTTracker::Lists output{result};
 
     if (inPrevData == NULL) {
         const long long frame = inDataKey->GetFrameNumber();
         mTracker->mStartFrame = static_cast<std::uint64_t>(frame);
         mTracker->SelectFeatures(inCurrImage, width, height, static_cast<unsigned int>(frame),
-                                 {GetFullFrame()}, output);
+                                 {WholeFrame()}, output);
         return result;
     }
 
     // The engine turns a null image or list down before it reads anything.
-    const APTFeatureListPtrVec input{inPrevData->GetFeatures()};
+    const APTTracker::Lists input{inPrevData->GetFeatures()};
     const auto frame = static_cast<unsigned int>(inDataKey->GetFrameNumber());
     mTracker->TrackFeatures(inPrevImage, inCurrImage, width, height, frame, input, output);
     const Ref<APTDescriptorDataKey> key(inDataKey);
-    if (CountLive(result) < key->GetMinFeatures())
-        mTracker->ReplenishFeatures(inCurrImage, width, height, frame, {GetFullFrame()},
-                                    output);
+    if (CountLiveFeatures(result) < key->GetMinFeatures())
+        mTracker->ReplenishFeatures(inCurrImage, width, height, frame, {WholeFrame()}, output);
     return result;
 }
 

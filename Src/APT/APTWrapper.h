@@ -27,10 +27,10 @@ public:
                                       Ref<IDescriptorDataKey> inDataKey);
 
     /// Number of live records; 0 for no list.
-    static unsigned int CountLive(APTFeatureListPtr inFeatures);
+    static unsigned int CountLiveFeatures(APTFeatureListPtr inFeatures);
 
 private:
-    TVK::ParamRect<float> GetFullFrame() const;
+    TVK::ParamRect<float> WholeFrame() const;
 
     APTTrackerPtr mTracker;
     unsigned int mWidth;

@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <new>
 
-#include "KindFactories.h"
-
 namespace DP {
 
 ColourPyramidDescriptorData::~ColourPyramidDescriptorData() {
@@ -30,10 +28,6 @@ void ColourPyramidDescriptorData::InitPyramid(std::uint32_t inWidth, std::uint32
 
 unsigned int ColourPyramidDescriptorData::GetDataSize() {
     return static_cast<unsigned int>(mShape.TotalFloats() * sizeof(float));
-}
-
-Ref<IDescriptorData> MakeColourPyramidDescriptorData() {
-    return ColourPyramidDescriptorData::Create();
 }
 
 }  // namespace DP

@@ -7,7 +7,6 @@
 
 #include "ColourPyramid/ColourPyramidDescriptorData.h"
 #include "ColourPyramid/ColourPyramidDescriptorDataKey.h"
-#include "KindFactories.h"
 
 namespace DP {
 namespace {
@@ -41,10 +40,6 @@ Ref<IDescriptorData> ColourPyramidDescriptorWorkerItem::ComputeData() {
             outData.BuildLevels(scratch.get());
         });
     return mCurrImage ? result : Ref<IDescriptorData>();
-}
-
-Ref<IDescriptorWorkerItem> MakeColourPyramidDescriptorWorkerItem() {
-    return ColourPyramidDescriptorWorkerItem::Create();
 }
 
 }  // namespace DP

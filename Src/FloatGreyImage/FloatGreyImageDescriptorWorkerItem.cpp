@@ -1,7 +1,6 @@
 #include "FloatGreyImage/FloatGreyImageDescriptorWorkerItem.h"
 
 #include "FloatGreyImage/FloatGreyImageDescriptorData.h"
-#include "KindFactories.h"
 #include "TVK/ContractCheck.h"
 #include "image/PixelOps.h"
 
@@ -18,14 +17,6 @@ Ref<IDescriptorData> FloatGreyImageDescriptorWorkerItem::ComputeData() {
     ConvertFrame<FloatGreyImageDescriptorData, float>(mFrame, kDescriptorDataTypeFloatGreyImage,
                                                       IP::GetFloatGreyImage, mResult);
     return mResult;
-}
-
-Ref<IDescriptorData> MakeFloatGreyImageDescriptorData() {
-    return FloatGreyImageDescriptorData::Create();
-}
-
-Ref<IDescriptorWorkerItem> MakeFloatGreyImageDescriptorWorkerItem() {
-    return FloatGreyImageDescriptorWorkerItem::Create();
 }
 
 }  // namespace DP

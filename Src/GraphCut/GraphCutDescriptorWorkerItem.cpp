@@ -4,7 +4,6 @@
 
 #include "GraphCut/GraphCutDescriptorData.h"
 #include "GraphCut/GraphCutWrapper.h"
-#include "KindFactories.h"
 #include "platform/Debugger.h"
 
 namespace DP {
@@ -35,12 +34,6 @@ Ref<IDescriptorData> GraphCutDescriptorWorkerItem::ComputeData() {
         kDescriptorDataTypeGraphCut, mResult,
         [&](GraphCutDescriptorData& outData) { outData.SetLabelImage(labels); });
     return mResult;
-}
-
-Ref<IDescriptorData> MakeGraphCutDescriptorData() { return GraphCutDescriptorData::Create(); }
-
-Ref<IDescriptorWorkerItem> MakeGraphCutDescriptorWorkerItem() {
-    return GraphCutDescriptorWorkerItem::Create();
 }
 
 }  // namespace DP

@@ -1,7 +1,6 @@
 #include "GreyImage/GreyImageDescriptorWorkerItem.h"
 
 #include "GreyImage/GreyImageDescriptorData.h"
-#include "KindFactories.h"
 #include "TVK/ContractCheck.h"
 #include "image/PixelOps.h"
 
@@ -18,12 +17,6 @@ Ref<IDescriptorData> GreyImageDescriptorWorkerItem::ComputeData() {
     ConvertFrame<GreyImageDescriptorData, unsigned char>(mFrame, kDescriptorDataTypeGreyImage,
                                                          IP::GetGreyImage, mResult);
     return mResult;
-}
-
-Ref<IDescriptorData> MakeGreyImageDescriptorData() { return GreyImageDescriptorData::Create(); }
-
-Ref<IDescriptorWorkerItem> MakeGreyImageDescriptorWorkerItem() {
-    return GreyImageDescriptorWorkerItem::Create();
 }
 
 }  // namespace DP

@@ -139,7 +139,7 @@ KLTTracker::KLTTracker(unsigned int inMaxFeatures) : mMaxFeatures(inMaxFeatures)
 }
 
 void KLTTracker::SelectGoodFeatures(const unsigned char* inImage, int inCols, int inRows,
-                                    long long inFrame, const Regions& inROIRects,
+                                    long long inFrame, const Rects& inROIRects,
                                     Lists& outFeatureListPtrVec) {
     mCurrentFrame = inFrame;
     SelectGoodFeaturesWithMode(inImage, inCols, inRows, kSelectAll, inROIRects, {},
@@ -147,7 +147,7 @@ void KLTTracker::SelectGoodFeatures(const unsigned char* inImage, int inCols, in
 }
 
 void KLTTracker::ReplaceLostFeatures(const unsigned char* inImage, int inCols, int inRows,
-                                     const Regions& inROIRects, Lists inFeatureListPtrVec,
+                                     const Rects& inROIRects, Lists inFeatureListPtrVec,
                                      Lists& outFeatureListPtrVec,
                                      const FloatImage& inSmoothed) {
     SelectGoodFeaturesWithMode(inImage, inCols, inRows, kReplaceLost, inROIRects,
@@ -155,7 +155,7 @@ void KLTTracker::ReplaceLostFeatures(const unsigned char* inImage, int inCols, i
 }
 
 void KLTTracker::SelectGoodFeaturesWithMode(const unsigned char* inImage, int inCols,
-                                            int inRows, int inMode, const Regions& inROIRects,
+                                            int inRows, int inMode, const Rects& inROIRects,
                                             Lists inFeatureListPtrVec,
                                             Lists& outFeatureListPtrVec,
                                             const FloatImage& inSmoothed) {

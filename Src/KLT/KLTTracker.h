@@ -27,7 +27,7 @@ namespace DP {
 class KLTTracker {
 public:
     using Lists = std::vector<KLTFeatureListPtr>;
-    using Regions = std::vector<TVK::ParamRect<float>>;
+    using Rects = std::vector<TVK::ParamRect<float>>;
 
     enum SelectionMode : std::int32_t { kSelectAll = 0, kReplaceLost = 1 };
 
@@ -49,7 +49,7 @@ public:
 
     /// Fills each list from its region, best points first, whatever it held.
     void SelectGoodFeatures(const unsigned char* inImage, int inCols, int inRows,
-                            long long inFrame, const Regions& inROIRects,
+                            long long inFrame, const Rects& inROIRects,
                             Lists& outFeatureListPtrVec);
 
     /// Keeps the live features of each input list and fills the other slots.
@@ -57,12 +57,12 @@ public:
     /// @param inSmoothed  the frame after smoothing, as `TrackFeatures` returns it for this
     ///        very image; null to smooth it here.
     void ReplaceLostFeatures(const unsigned char* inImage, int inCols, int inRows,
-                             const Regions& inROIRects, Lists inFeatureListPtrVec,
+                             const Rects& inROIRects, Lists inFeatureListPtrVec,
                              Lists& outFeatureListPtrVec,
                              const IP::ImagePtr<float>& inSmoothed = {});
 
     void SelectGoodFeaturesWithMode(const unsigned char* inImage, int inCols, int inRows,
-                                    int inMode, const Regions& inROIRects,
+                                    int inMode, const Rects& inROIRects,
                                     Lists inFeatureListPtrVec, Lists& outFeatureListPtrVec,
                                     const IP::ImagePtr<float>& inSmoothed = {});
 

@@ -1,7 +1,5 @@
 #include "Pyramid/ImagePyramidDescriptorData.h"
 
-#include "KindFactories.h"
-
 namespace DP {
 
 void ImagePyramidDescriptorData::SetPyramids(IP::PyramidPtr<float> inSmoothed,
@@ -50,10 +48,6 @@ unsigned int ImagePyramidDescriptorData::GetDataSize() {
         }
     }
     return size;
-}
-
-Ref<IDescriptorData> MakeImagePyramidDescriptorData() {
-    return ImagePyramidDescriptorData::Create();
 }
 
 }  // namespace DP

@@ -1,6 +1,5 @@
 #include "Pyramid/ImagePyramidDescriptorWorkerItem.h"
 
-#include "KindFactories.h"
 #include "Pyramid/ImagePyramidDescriptorData.h"
 #include "Pyramid/ImagePyramidDescriptorDataKey.h"
 #include "image/IPFramePyramids.h"
@@ -21,10 +20,6 @@ Ref<IDescriptorData> ImagePyramidDescriptorWorkerItem::ComputeData() {
                                                               key->GetGradientSigma());
     mHasComputed = true;
     return result;
-}
-
-Ref<IDescriptorWorkerItem> MakeImagePyramidDescriptorWorkerItem() {
-    return ImagePyramidDescriptorWorkerItem::Create();
 }
 
 }  // namespace DP

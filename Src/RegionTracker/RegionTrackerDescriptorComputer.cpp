@@ -1,6 +1,5 @@
 #include "RegionTracker/RegionTrackerDescriptorComputer.h"
 
-#include "KindFactories.h"
 #include "RegionTracker/RegionTrackerDescriptorProperty.h"
 #include "RegionTracker/RegionTrackerDescriptorWorkerItem.h"
 #include "TVK/ContractCheck.h"
@@ -25,7 +24,7 @@ Ref<IDescriptorData> RegionTrackerDescriptorComputer::GetDescriptorData(
     return DescriptorComputer::GetDescriptorData(inDescriptorWorkerItem, inStoreInCache);
 }
 
-Ref<IDescriptorComputer> MakeRegionTrackerDescriptorComputer(
+Ref<IDescriptorComputer> RegionTrackerDescriptorComputer::CreateFor(
     const Ref<IDescriptorProperty>& inProperty) {
     const Ref<RegionTrackerDescriptorProperty> property(inProperty);
     const auto computer = RegionTrackerDescriptorComputer::Create();

@@ -11,6 +11,10 @@ namespace DP {
 class RegionTrackerDescriptorComputer
     : public TVK::Object<RegionTrackerDescriptorComputer, DescriptorComputer> {
 public:
+    /// A computer whose engine has the settings of a region tracker property.
+    /// @throws TVK::NullInterfaceException for a property of another class.
+    static Ref<IDescriptorComputer> CreateFor(const Ref<IDescriptorProperty>& inProperty);
+
     /// Gives the engine its parameters, once, before the first request. All others keep
     /// their defaults.
     void Configure(unsigned int inMaxFeatures, int inTrackerTag, quillet::WideString inSourceID,

@@ -1,7 +1,5 @@
 #include "RegionTracker/RegionTrackerDescriptorData.h"
 
-#include "KindFactories.h"
-
 namespace DP {
 
 unsigned int RegionTrackerDescriptorData::GetDataSize() {
@@ -13,13 +11,8 @@ unsigned int RegionTrackerDescriptorData::GetDataSize() {
 Ref<IDescriptorData> RegionTrackerDescriptorData::CloneData() {
     Ref<IDescriptorData> clone;
     FillNewData<RegionTrackerDescriptorData>(
-        kDescriptorDataTypeRegionTracker, clone, [&](RegionTrackerDescriptorData& outClone) {
-            RegionPtr region;
-            APTFeatureListPtr features;
-            if (mRegion != NULL) region = TVK::MakeObject<TVK::ParamRect<float>>(*mRegion);
-            if (GetFeatures() != NULL)
-                features = TVK::MakeObject<APTFeatureList>(*GetFeatures());
-            outClone.SetRegionAndFeatures(region, features);
+        kDescriptorDataTypeRegionTracker, clone, [&](auto& outClone) {
+            outClone.SetRegionAndFeatures(CopyOf(mRegion), CopyOf(GetFeatures()));
         });
     return clone;
 }
@@ -30,8 +23,10 @@ void RegionTrackerDescriptorData::SetRegionAndFeatures(RegionPtr inRegion,
     SetFeatures(inFeatures);
 }
 
-Ref<IDescriptorData> MakeRegionTrackerDescriptorData() {
-    return RegionTrackerDescriptorData::Create();
+Ref<IRegionTrackerDescriptorData> CreateRegionDescriptorData(RegionPtr inRegion) {
+    const auto data = RegionTrackerDescriptorData::Create();
+    data->SetRegionAndFeatures(inRegion, {});
+    return data;
 }
 
 }  // namespace DP

@@ -1,5 +1,7 @@
 #include "RegionTracker/RegionTrackerDescriptorDataKey.h"
 
+#include <utility>
+
 #include "KeyOrder.h"
 #include "RegionTracker/RegionOf.h"
 #include "TVK/ContractCheck.h"
@@ -7,13 +9,11 @@
 namespace DP {
 
 void RegionTrackerDescriptorDataKey::Init(quillet::WideString inSourceID,
-                                          long long inFrameNumber, int inTrackerTag,
-                                          unsigned int inMaxFeatures, int inRows, int inCols,
-                                          RegionPtr inRegion, int inRegionTag,
-                                          unsigned int inMinFeatureDistance,
-                                          unsigned int inMinFeatures) {
-    APTDescriptorDataKey::Init(inSourceID, inFrameNumber, inTrackerTag, inMaxFeatures, inRows,
-                               inCols, inMinFeatureDistance, inMinFeatures, 0.0f, 0);
+                                          long long inFrameNumber, int inRows, int inCols,
+                                          const APTParameters& inParameters, RegionPtr inRegion,
+                                          int inRegionTag) {
+    APTDescriptorDataKey::Init(std::move(inSourceID), inFrameNumber, inRows, inCols,
+                               inParameters);
     mRegion = inRegion;
     mRegionTag = inRegionTag;
 }
@@ -38,6 +38,19 @@ TVK::TVKResult RegionTrackerDescriptorDataKey::QueryInterfaceNoAddRef(
         return TVK::kTVKErrorNoInterface;
     }
     return Object::QueryInterfaceNoAddRef(inID, outObject);
+}
+
+Ref<IDescriptorDataKey> CreateRegionTrackerDescriptorDataKey(
+    quillet::WideString inSourceID, long long inFrameNumber, int inTrackerTag,
+    unsigned int inMaxFeatures, int inRows, int inColumns, RegionPtr inRegion, int inRegionTag,
+    unsigned int inMinFeatureDistance, unsigned int inMinFeatures) {
+    return MakeInitialised<RegionTrackerDescriptorDataKey>(
+        inSourceID, inFrameNumber, inRows, inColumns,
+        APTParameters{.mMaxFeatures = inMaxFeatures,
+                      .mTrackerTag = inTrackerTag,
+                      .mMinFeatureDistance = inMinFeatureDistance,
+                      .mMinFeatures = inMinFeatures},
+        inRegion, inRegionTag);
 }
 
 }  // namespace DP

@@ -9,9 +9,8 @@ namespace DP {
 class RegionTrackerDescriptorDataKey
     : public TVK::Object<RegionTrackerDescriptorDataKey, APTDescriptorDataKey> {
 public:
-    void Init(quillet::WideString inSourceID, long long inFrameNumber, int inTrackerTag,
-              unsigned int inMaxFeatures, int inRows, int inCols, RegionPtr inRegion,
-              int inRegionTag, unsigned int inMinFeatureDistance, unsigned int inMinFeatures);
+    void Init(quillet::WideString inSourceID, long long inFrameNumber, int inRows, int inCols,
+              const APTParameters& inParameters, RegionPtr inRegion, int inRegionTag);
 
     RegionPtr GetRegion() const { return mRegion; }
     int GetRegionTag() const { return mRegionTag; }

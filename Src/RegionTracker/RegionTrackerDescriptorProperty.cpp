@@ -1,16 +1,16 @@
 #include "RegionTracker/RegionTrackerDescriptorProperty.h"
 
+#include <utility>
+
 #include "RegionTracker/RegionOf.h"
 
 namespace DP {
 
-void RegionTrackerDescriptorProperty::Init(unsigned int inMaxFeatures, int inTrackerTag,
-                                           unsigned int inMinFeatureDistance,
-                                           unsigned int inMinFeatures,
-                                           quillet::WideString inSourceID, RegionPtr inRegion,
-                                           int inRegionTag, DescriptorDataType inType) {
-    APTDescriptorProperty::Init(inMaxFeatures, inTrackerTag, inMinFeatureDistance,
-                                inMinFeatures, inSourceID, inType, 0.0f, 0);
+void RegionTrackerDescriptorProperty::Init(quillet::WideString inSourceID,
+                                           DescriptorDataType inType,
+                                           const APTParameters& inParameters,
+                                           RegionPtr inRegion, int inRegionTag) {
+    APTDescriptorProperty::Init(std::move(inSourceID), inType, inParameters);
     mRegion = inRegion;
     mRegionTag = inRegionTag;
 }
@@ -33,6 +33,19 @@ TVK::TVKResult RegionTrackerDescriptorProperty::QueryInterfaceNoAddRef(
         return TVK::kTVKErrorNoInterface;
     }
     return Object::QueryInterfaceNoAddRef(inID, outObject);
+}
+
+Ref<IDescriptorProperty> CreateRegionTrackerDescriptorProperty(
+    unsigned int inMaxFeatures, int inTrackerTag, unsigned int inMinFeatureDistance,
+    unsigned int inMinFeatures, quillet::WideString inSourceID, RegionPtr inRegion,
+    int inRegionTag, DescriptorDataType inType) {
+    return MakeInitialised<RegionTrackerDescriptorProperty>(
+        inSourceID, inType,
+        APTParameters{.mMaxFeatures = inMaxFeatures,
+                      .mTrackerTag = inTrackerTag,
+                      .mMinFeatureDistance = inMinFeatureDistance,
+                      .mMinFeatures = inMinFeatures},
+        inRegion, inRegionTag);
 }
 
 }  // namespace DP

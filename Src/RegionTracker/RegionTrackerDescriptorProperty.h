@@ -9,9 +9,8 @@ namespace DP {
 class RegionTrackerDescriptorProperty
     : public TVK::Object<RegionTrackerDescriptorProperty, APTDescriptorProperty> {
 public:
-    void Init(unsigned int inMaxFeatures, int inTrackerTag, unsigned int inMinFeatureDistance,
-              unsigned int inMinFeatures, quillet::WideString inSourceID, RegionPtr inRegion,
-              int inRegionTag, DescriptorDataType inType);
+    void Init(quillet::WideString inSourceID, DescriptorDataType inType,
+              const APTParameters& inParameters, RegionPtr inRegion, int inRegionTag);
 
     RegionPtr GetRegion() const { return mRegion; }
     int GetRegionTag() const { return mRegionTag; }

@@ -1,6 +1,5 @@
 #include "RegionTracker/RegionTrackerDescriptorWorkerItem.h"
 
-#include "KindFactories.h"
 #include "RegionTracker/RegionTrackerDescriptorData.h"
 #include "RegionTracker/RegionTrackerWrapper.h"
 #include "TVK/ContractCheck.h"
@@ -38,10 +37,6 @@ Ref<IDescriptorData> RegionTrackerDescriptorWorkerItem::ComputeData() {
             kDescriptorDataTypeRegionTracker, mResult,
             [&](auto& outData) { outData.SetRegionAndFeatures(region, features); });
     return mResult;
-}
-
-Ref<IDescriptorWorkerItem> MakeRegionTrackerDescriptorWorkerItem() {
-    return RegionTrackerDescriptorWorkerItem::Create();
 }
 
 }  // namespace DP

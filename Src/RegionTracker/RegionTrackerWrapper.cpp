@@ -12,8 +12,8 @@
 namespace DP {
 namespace {
 
-using Rects = std::vector<TVK::ParamRect<float>>;
-using FeatureLists = std::vector<APTFeatureListPtr>;
+using Lists = APTTracker::Lists;
+using Rects = APTTracker::Rects;
 
 /// The frame number as the engine takes it.
 /// @throws TVK::NullInterfaceException for a null key.
@@ -89,7 +89,7 @@ void RegionTrackerWrapper::UpdateRegion(const float* inPrevImage, const float* i
     }
     mTracker->mStartFrame = static_cast<std::uint64_t>(inDataKey->GetFrameNumber());
     const Rects rects{RegionOf(prevRegion)};
-    FeatureLists lists{outFeatures};
+    Lists lists{outFeatures};
     mTracker->SelectFeatures(inCurrImage, mCols, mRows, FrameOf(inDataKey), rects, lists);
     outRegion = prevRegion;
 }
@@ -98,7 +98,7 @@ void RegionTrackerWrapper::TrackRegion(APTFeatureListPtr inPrevFeatures, RegionP
                                        const float* inPrevImage, const float* inCurrImage,
                                        Ref<IDescriptorDataKey> inDataKey,
                                        APTFeatureListPtr& outFeatures, RegionPtr& outRegion) {
-    FeatureLists lists{outFeatures};
+    Lists lists{outFeatures};
     const unsigned int frame = FrameOf(inDataKey);
     mTracker->TrackFeatures(inPrevImage, inCurrImage, mCols, mRows, frame, {inPrevFeatures},
                             lists);

@@ -408,8 +408,8 @@ TEST(BadInput, NullImagesAndListsAreTurnedDownBeforeAnythingIsRead) {
     const auto output = EmptyList();
     const auto input = ListOf({NewPoint(80.0f, 60.0f)});
     const auto track = [&](const float* inFrom, const float* inTo,
-                           const DP::APTFeatureListPtrVec& inIn,
-                           const DP::APTFeatureListPtrVec& inOut) {
+                           const DP::APTTracker::Lists& inIn,
+                           const DP::APTTracker::Lists& inOut) {
         engine->TrackFeatures(inFrom, inTo, clip.mCols, clip.mRows, 1, inIn, inOut);
     };
     EXPECT_THROW(track(nullptr, frame.data(), {input}, {output}), TVK::NullInterfaceException);

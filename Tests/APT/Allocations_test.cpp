@@ -26,11 +26,11 @@ TEST(Allocations, AnEngineStepTakesTheOutputListAlone) {
         DP::APTTrackerParams params;
         params.mVerifyAgainstReference = isVerified;
         const auto engine = Testing::MakeEngine(params);
-        const DP::APTRectList rects{Testing::FullFrame(clip.mCols, clip.mRows)};
+        const DP::APTTracker::Rects rects{Testing::FullFrame(clip.mCols, clip.mRows)};
         std::vector<std::vector<float>> frames;
         for (int i = 0; i < 6; ++i)
             frames.push_back(clip.Frame(i));
-        DP::APTFeatureListPtrVec lists[2] = {{Testing::EmptyList()}, {Testing::EmptyList()}};
+        DP::APTTracker::Lists lists[2] = {{Testing::EmptyList()}, {Testing::EmptyList()}};
         engine->SelectFeatures(frames[0].data(), clip.mCols, clip.mRows, 0, rects, lists[0]);
         lists[1][0]->resize(500);
         const auto step = [&](std::size_t inFrame) {
@@ -123,8 +123,8 @@ private:
 
     const std::vector<std::vector<float>>& mFrames;
     DP::APTTrackerPtr mEngine = TVK::MakeObject<DP::APTTracker>();
-    const DP::APTRectList mRects{Testing::FullFrame(kCols, kRows)};
-    const DP::APTFeatureListPtrVec mLists[3] = {
+    const DP::APTTracker::Rects mRects{Testing::FullFrame(kCols, kRows)};
+    const DP::APTTracker::Lists mLists[3] = {
         {Testing::EmptyList()}, {Testing::EmptyList()}, {Testing::EmptyList()}};
     bool mHasFailed = false;
 };

@@ -25,7 +25,7 @@ using Testing::Wide;
 // the process.
 TEST(Factory, AnImpossibleKindIsReportedOnceAndGivesNull) {
     const RecordedReports reports;
-    for (int kind : {8, -1, 8}) {
+    for (int kind : {DP::kDescriptorDataTypeCount, -1, DP::kDescriptorDataTypeCount}) {
         const auto type = static_cast<DescriptorDataType>(kind);
         EXPECT_TRUE(DP::CreateDescriptorData(type) == NULL);
         EXPECT_TRUE(DP::CreateDescriptorWorkerItem(type) == NULL);

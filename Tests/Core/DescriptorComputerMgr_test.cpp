@@ -73,7 +73,7 @@ TEST_F(ComputerMgr, NullPropertyBreaksTheContractAndAnUnknownKindIsReported) {
     EXPECT_THROW(CreateDescriptorComputer(nullptr), quillet::config::ReportedError);
     EXPECT_EQ(reports.Contracts()[0].mText, "inDescriptorProperty != NULL");
     EXPECT_EQ(reports.Contracts()[0].mFile, "Src/DescriptorComputerMgr.cpp");
-    for (int kind : {8, -1}) {
+    for (int kind : {DP::kDescriptorDataTypeCount, -1}) {
         const auto property =
             CreateDescriptorProperty(Wide("a"), static_cast<DP::DescriptorDataType>(kind));
         EXPECT_TRUE(CreateDescriptorComputer(property) == NULL);
@@ -88,7 +88,8 @@ TEST_F(ComputerMgr, NullPropertyBreaksTheContractAndAnUnknownKindIsReported) {
 
 TEST_F(ComputerMgr, APlainPropertyOfATrackersKindThrowsAndLeavesNothingBehind) {
     const auto grey = Grey("a");
-    for (const auto kind : {DP::kDescriptorDataTypeKLT, DP::kDescriptorDataTypeAPT}) {
+    for (const auto kind : {DP::kDescriptorDataTypeKLT, DP::kDescriptorDataTypeAPT,
+                            DP::kDescriptorDataTypeRegionTracker}) {
         const auto property = CreateDescriptorProperty(Wide("a"), kind);
         EXPECT_THROW(CreateDescriptorComputer(property), TVK::NullInterfaceException);
         EXPECT_THROW(CreateDescriptorComputer(property), TVK::NullInterfaceException)

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <cstdint>
 #include <latch>
 #include <limits>
 #include <thread>
@@ -16,7 +17,37 @@
 #include "Support/Items.h"
 #include "Support/Reports.h"
 #include "Support/WideStrings.h"
+#include "platform/Clock.h"
 #include "quillet/Error.h"
+
+namespace {
+
+// The clocks of this program, in place of the foundation's: they stand still while there is
+// a `StoppedClock`, and go on when the test says so.
+bool sIsStopped = false;
+std::int64_t sNanoseconds = 0;
+
+struct StoppedClock {
+    StoppedClock() { sIsStopped = true; }
+    ~StoppedClock() { sIsStopped = false; }
+};
+
+std::int64_t Now() {
+    return sIsStopped ? sNanoseconds
+                      : std::chrono::steady_clock::now().time_since_epoch().count();
+}
+
+}  // namespace
+
+bool platform::QueryPerformanceCounter(std::int64_t& outCounter) {
+    outCounter = Now();
+    return true;
+}
+bool platform::QueryPerformanceFrequency(std::int64_t& outCountsPerSecond) {
+    outCountsPerSecond = 1'000'000'000;
+    return true;
+}
+std::uint32_t platform::GetTickCount() { return static_cast<std::uint32_t>(Now() / 1'000'000); }
 
 namespace {
 
@@ -102,31 +133,29 @@ TEST_F(Cache, AKeyKeepsItsMutexUntilAResultIsStored) {
     EXPECT_EQ(MutexOf(1), after);
 }
 
-// Milliseconds since the cache was built: not less than what has passed before, not more
-// than what has passed after.
+// Milliseconds since the cache was built, the rest cut off.
 TEST_F(Cache, StoreAndHitStampTheDataInMilliseconds) {
-    using Clock = std::chrono::steady_clock;
-    using std::chrono::milliseconds;
-    const auto before = Clock::now();
+    const StoppedClock clock;
     const auto cache = DescriptorDataCache::Create();
     cache->SetMaxEntries(15);
-    const auto built = Clock::now();
-    const auto expectStampOf = [&](const Ref<IDescriptorData>& inData, auto inWork) {
-        const auto least = std::chrono::floor<milliseconds>(Clock::now() - built).count();
-        inWork();
-        const auto most = std::chrono::ceil<milliseconds>(Clock::now() - before).count();
-        unsigned int stamp = 0;
-        inData->GetTimeStamp(stamp);
-        EXPECT_GE(stamp, least);
-        EXPECT_LE(stamp, most);
-    };
     const auto data = CountedData::Make();
-    std::this_thread::sleep_for(milliseconds(5));
-    expectStampOf(data, [&] { cache->StoreData(KeyOf(1), data); });
-    std::this_thread::sleep_for(milliseconds(5));
+    const auto stamp = [&] {
+        unsigned int time = 0;
+        data->GetTimeStamp(time);
+        return time;
+    };
+    sNanoseconds += 5'999'999;
+    cache->StoreData(KeyOf(1), data);
+    EXPECT_EQ(stamp(), 5u);
+    sNanoseconds += 2;
     Ref<IDescriptorData> hit;
     RecursiveMutexPtr mutex;
-    expectStampOf(data, [&] { cache->GetCachedData(KeyOf(1), hit, mutex); });
+    cache->GetCachedData(KeyOf(1), hit, mutex);
+    EXPECT_EQ(stamp(), 6u);
+    cache->GetCachedData(KeyOf(2), hit, mutex);
+    sNanoseconds += 1'000'000;
+    cache->StoreData(KeyOf(1), CountedData::Make());
+    EXPECT_EQ(stamp(), 6u) << "a miss and a second result stamp nothing";
 }
 
 // A NaN is equal to every number, so a key with one stands for many; a store under it may

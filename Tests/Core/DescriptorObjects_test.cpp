@@ -4,9 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include "APT/APTDescriptorDataKey.h"
-#include "RegionTracker/RegionTrackerDescriptorDataKey.h"
-#include "RegionTracker/RegionTrackerDescriptorProperty.h"
 #include "Support/Items.h"
 #include "Support/WideStrings.h"
 
@@ -87,22 +84,6 @@ TEST(FillNewData, ADataObjectOfAnotherClassThrows) {
     EXPECT_THROW(DP::FillNewData<CountedData>(DP::kDescriptorDataTypeGreyImage, result,
                                               [](CountedData&) {}),
                  TVK::NullInterfaceException);
-}
-
-// The region tracker's property and key answer to the interface, to the APT row and to
-// their own, but not to the plain base's.
-TEST(RegionTrackerIdentity, LeavesOutThePlainBase) {
-    const Ref<DP::IDescriptorProperty> property = DP::RegionTrackerDescriptorProperty::Create();
-    EXPECT_TRUE(Ref<DP::APTDescriptorProperty>(property) != NULL);
-    EXPECT_TRUE(Ref<DP::RegionTrackerDescriptorProperty>(property) != NULL);
-    EXPECT_TRUE(Ref<TVK::TVKUnknown>(property) != NULL);
-    EXPECT_TRUE(Ref<DP::DescriptorProperty>(property) == NULL);
-
-    const Ref<DP::IDescriptorDataKey> key = DP::RegionTrackerDescriptorDataKey::Create();
-    EXPECT_TRUE(Ref<DP::APTDescriptorDataKey>(key) != NULL);
-    EXPECT_TRUE(Ref<DP::RegionTrackerDescriptorDataKey>(key) != NULL);
-    EXPECT_TRUE(Ref<TVK::TVKUnknown>(key) != NULL);
-    EXPECT_TRUE(Ref<DP::DescriptorDataKey>(key) == NULL);
 }
 
 }  // namespace

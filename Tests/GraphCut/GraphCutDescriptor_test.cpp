@@ -3,14 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <vector>
 
-#include "ClassIDs.h"
 #include "DP/DescriptorFactory.h"
-#include "DP/IDescriptorComputer.h"
 #include "DP/IGraphCutDescriptor.h"
-#include "DP/IGreyImageDescriptor.h"
-#include "GraphCut/GraphCutDescriptorData.h"
 #include "GraphCut/GraphCutDescriptorWorkerItem.h"
 #include "Scene.h"
 #include "Support/WideStrings.h"
@@ -20,10 +15,7 @@
 namespace {
 
 using namespace DP;
-using Testing::FlatImage;
-using Testing::PixelsOf;
-using Testing::Scene;
-using Testing::Wide;
+using namespace Testing;
 
 constexpr auto kKind = kDescriptorDataTypeGraphCut;
 
@@ -40,9 +32,8 @@ struct RecordedDebugText {
 };
 
 Ref<IDescriptorWorkerItem> MakeItem(long long inFrame, const Scene& inScene,
-                                    Testing::ByteImage inForeground,
-                                    Testing::ByteImage inBackground,
-                                    Testing::ByteImage inLabels) {
+                                    ByteImage inForeground, ByteImage inBackground,
+                                    ByteImage inLabels) {
     const auto item = CreateDescriptorWorkerItem(kKind);
     item->SetDataKey(
         CreateDescriptorDataKey(Wide("clip"), inFrame, inScene.mRows, inScene.mColumns));
@@ -65,7 +56,7 @@ TEST_F(GraphCutKind, SelectionRunsThroughTheFactoriesAndItsLabelsStartTheNextStr
     EXPECT_GT(mScene.Agreement(labels), 0.95);
 
     const auto background = FlatImage(64, 48, 0);
-    Testing::PaintDab(background, 32, 24, 30);
+    PaintDab(background, 32, 24, 30);
     const auto second = computer->GetDescriptorData(
         MakeItem(4, mScene, FlatImage(64, 48, 0), background, labels), true);
     const auto shrunk = Ref<IGraphCutDescriptorData>(second)->GetLabelImage();
@@ -88,30 +79,6 @@ TEST_F(GraphCutKind, ItemWithoutAKeyThrowsBeforeAnythingIsSaid) {
     const Ref<DescriptorWorkerItem> item(CreateDescriptorWorkerItem(kKind));
     EXPECT_THROW(item->ComputeData(), TVK::NullInterfaceException);
     EXPECT_EQ(sDebugText, "");
-}
-
-TEST_F(GraphCutKind, ItemIsItsInterfaceAndDataIsItsInterface) {
-    const auto item = CreateDescriptorWorkerItem(kKind);
-    EXPECT_TRUE(Ref<GraphCutDescriptorWorkerItem>(item) != NULL);
-    EXPECT_TRUE(Ref<IGraphCutDescriptorWorkerItem>(item) != NULL);
-    EXPECT_TRUE(Ref<IGreyImageDescriptorWorkerItem>(item) == NULL);
-    const auto data = CreateDescriptorData(kKind);
-    EXPECT_TRUE(Ref<GraphCutDescriptorData>(data) != NULL);
-    EXPECT_TRUE(Ref<IGraphCutDescriptorData>(data) != NULL);
-    EXPECT_TRUE(Ref<IGraphCutDescriptorData>(data)->GetLabelImage() == NULL);
-}
-
-TEST_F(GraphCutKind, DataCountsItsPixelsAndItsCloneHasItsOwn) {
-    const auto data = CreateDescriptorData(kKind);
-    EXPECT_EQ(data->GetDataSize(), 0u);
-    EXPECT_TRUE(Ref<IGraphCutDescriptorData>(data->CloneData())->GetLabelImage() == NULL);
-    const auto labels = FlatImage(7, 5, 255);
-    Ref<GraphCutDescriptorData>(data)->SetLabelImage(labels);
-    EXPECT_EQ(data->GetDataSize(), 35u);
-    EXPECT_EQ(Ref<IGraphCutDescriptorData>(data)->GetLabelImage(), labels);
-    const auto clone = Ref<IGraphCutDescriptorData>(data->CloneData())->GetLabelImage();
-    EXPECT_NE(clone, labels);
-    EXPECT_EQ(PixelsOf(clone), PixelsOf(labels));
 }
 
 }  // namespace

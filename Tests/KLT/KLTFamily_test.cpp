@@ -1,5 +1,5 @@
-// The KLT kind from end to end: wrapper, data, item and computer, through the exported
-// functions where a host would use them.
+// What is special about the KLT kind: when its list is filled up, what it needs of earlier
+// frames, and its dump. What it shares with the other trackers is tested in Tests/Kinds.
 
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -11,31 +11,18 @@
 #include <string>
 
 #include "DP/DescriptorFactory.h"
-#include "DP/IGreyImageDescriptor.h"
 #include "DP/IKLTDescriptor.h"
 #include "KLT/KLTSupport.h"
 #include "KLTDescriptorComputer.h"
 #include "KLTDescriptorData.h"
-#include "KLTDescriptorWorkerItem.h"
 #include "KLTWrapper.h"
 #include "Support/Images.h"
 #include "Support/Reports.h"
 
 namespace {
 
-using DP::IDescriptorData;
-using DP::IKLTDescriptorData;
-using DP::IKLTDescriptorWorkerItem;
-using DP::KLTFeatureList;
-using DP::Ref;
-using Testing::CountLive;
-using Testing::FeatureAt;
-using Testing::ImageOf;
-using Testing::ListOf;
-using Testing::RecordedReports;
-using Testing::SameFeatures;
-using Testing::TexturedBytes;
-using Testing::Wide;
+using namespace DP;
+using namespace Testing;
 
 constexpr int kCols = 200, kRows = 150;
 constexpr unsigned int kFeatures = 40;
@@ -48,21 +35,20 @@ GreyPtr Frame(double inX, double inY, int inSeed = 1) {
 
 class KLTFamily : public testing::Test {
 protected:
-    ~KLTFamily() override { DP::FlushAllDescriptorResources(); }
+    ~KLTFamily() override { FlushAllDescriptorResources(); }
 
-    static Ref<DP::IDescriptorComputer> Computer(unsigned int inFeatures = kFeatures,
-                                                 int inStep = 1) {
-        return DP::CreateDescriptorComputer(DP::CreateKLTDescriptorProperty(
-            inFeatures, inStep, 10, 20, Wide("clip"), DP::kDescriptorDataTypeKLT));
+    static Ref<IDescriptorComputer> Computer(unsigned int inFeatures = kFeatures,
+                                             int inStep = 1) {
+        return CreateDescriptorComputer(CreateKLTDescriptorProperty(
+            inFeatures, inStep, 10, 20, Wide("clip"), kDescriptorDataTypeKLT));
     }
-    static Ref<DP::IDescriptorDataKey> Key(long long inFrame, unsigned int inMinimum = 20) {
-        return DP::CreateKLTDescriptorDataKey(Wide("clip"), inFrame, 1, kFeatures, kRows, kCols,
-                                              10, inMinimum);
+    static Ref<IDescriptorDataKey> Key(long long inFrame, unsigned int inMinimum = 20) {
+        return CreateKLTDescriptorDataKey(Wide("clip"), inFrame, 1, kFeatures, kRows, kCols, 10,
+                                          inMinimum);
     }
-    static Ref<DP::IDescriptorWorkerItem> Item(Ref<DP::IDescriptorDataKey> inKey,
-                                               GreyPtr inPrevious, GreyPtr inCurrent,
-                                               Ref<IDescriptorData> inPrevData) {
-        const auto item = DP::CreateDescriptorWorkerItem(DP::kDescriptorDataTypeKLT);
+    static Ref<IDescriptorWorkerItem> Item(Ref<IDescriptorDataKey> inKey, GreyPtr inPrevious,
+                                           GreyPtr inCurrent, Ref<IDescriptorData> inPrevData) {
+        const auto item = CreateDescriptorWorkerItem(kDescriptorDataTypeKLT);
         item->SetDataKey(inKey);
         Ref<IKLTDescriptorWorkerItem>(item)->SetInputImages(inPrevious, inCurrent, inPrevData);
         return item;
@@ -71,51 +57,19 @@ protected:
         return *Ref<IKLTDescriptorData>(inData)->GetFeatureList();
     }
     static Ref<IDescriptorData> DataOf(KLTFeatureList inList) {
-        const auto data = DP::CreateDescriptorData(DP::kDescriptorDataTypeKLT);
-        Ref<DP::KLTDescriptorData>(data)->SetFeatureList(ListOf(inList));
+        const auto data = CreateDescriptorData(kDescriptorDataTypeKLT);
+        Ref<KLTDescriptorData>(data)->SetFeatureList(ListOf(inList));
         return data;
     }
 };
 
 // ---- A run ---------------------------------------------------------------------------
 
-TEST_F(KLTFamily, FeaturesAreSelectedTrackedLostAndReplaced) {
-    const auto computer = Computer();
-    Ref<IDescriptorData> data;
-    GreyPtr previous;
-    int replaced = 0;
-    for (int frame = 0; frame < 12; ++frame) {
-        const GreyPtr current = Frame(-5.0 * frame, 2.0 * frame);
-        const auto next =
-            computer->GetDescriptorData(Item(Key(frame), previous, current, data), true);
-        const auto features = FeaturesOf(next);
-        ASSERT_EQ(features.size(), kFeatures);
-        EXPECT_GE(CountLive(features), 20) << "frame " << frame;
-        if (frame > 0) {
-            const auto before = FeaturesOf(data);
-            for (std::size_t i = 0; i < kFeatures; ++i) {
-                if (features[i].mValue != 0) continue;
-                EXPECT_EQ(features[i].mAge, before[i].mAge + 1);
-                EXPECT_EQ(features[i].mX, before[i].mX + features[i].mDeltaX);
-            }
-            for (const auto& feature : features)
-                replaced += feature.mValue > 0;
-        }
-        data = next;
-        previous = current;
-    }
-    EXPECT_GT(replaced, 0);
-    EXPECT_EQ(DP::CreateDescriptorDataCacheMgr()
-                  ->GetDescriptorDataCache(DP::kDescriptorDataTypeKLT)
-                  ->GetTotalDataSize(),
-              12 * kFeatures * 40);
-}
-
 TEST_F(KLTFamily, TopUpHappensBelowTheMinimumOfAKLTKeyOnly) {
     // One good feature and one that the border loses.
-    const auto run = [&](Ref<DP::IDescriptorDataKey> inKey) {
+    const auto run = [&](Ref<IDescriptorDataKey> inKey) {
         const auto frame = Frame(0, 0);
-        DP::FlushAllDescriptorResources();
+        FlushAllDescriptorResources();
         return FeaturesOf(Computer(4)->GetDescriptorData(
             Item(inKey, frame, frame,
                  DataOf({FeatureAt(100, 75), FeatureAt(5, 5), FeatureAt(-1, -1, -3),
@@ -124,15 +78,15 @@ TEST_F(KLTFamily, TopUpHappensBelowTheMinimumOfAKLTKeyOnly) {
     };
     const auto exact = run(Key(1, 1));
     EXPECT_EQ(CountLive(exact), 1) << "as many as the minimum is enough";
-    EXPECT_EQ(exact[1].mValue, DP::kKLTOutOfBounds);
-    EXPECT_EQ(exact[2].mValue, DP::kKLTMaxIterations);
+    EXPECT_EQ(exact[1].mValue, kKLTOutOfBounds);
+    EXPECT_EQ(exact[2].mValue, kKLTMaxIterations);
     const auto filled = run(Key(1, 2));
     EXPECT_EQ(CountLive(filled), 4);
     EXPECT_EQ(filled[0].mAge, 1) << "the live feature keeps its slot";
     EXPECT_GT(filled[1].mValue, 0);
     EXPECT_EQ(filled[1].mAge, 0);
     EXPECT_EQ(filled[1].mId, 1);
-    EXPECT_EQ(CountLive(run(DP::CreateDescriptorDataKey(Wide("clip"), 1, kRows, kCols))), 1);
+    EXPECT_EQ(CountLive(run(CreateDescriptorDataKey(Wide("clip"), 1, kRows, kCols))), 1);
 }
 
 TEST_F(KLTFamily, TopUpWithoutCandidatesEmptiesTheLostSlots) {
@@ -141,11 +95,11 @@ TEST_F(KLTFamily, TopUpWithoutCandidatesEmptiesTheLostSlots) {
         Item(Key(1), black, black, DataOf(KLTFeatureList(kFeatures, FeatureAt(100, 75)))),
         true));
     for (const auto& feature : features)
-        EXPECT_EQ(feature.mValue, DP::kKLTNotFound);
+        EXPECT_EQ(feature.mValue, kKLTNotFound);
 }
 
 TEST_F(KLTFamily, FirstFrameTakesAKeyOfAnyKindAndNoMinimum) {
-    const auto key = DP::CreateDescriptorDataKey(Wide("clip"), 7, kRows, kCols);
+    const auto key = CreateDescriptorDataKey(Wide("clip"), 7, kRows, kCols);
     const auto data =
         Computer()->GetDescriptorData(Item(key, nullptr, Frame(0, 0), nullptr), true);
     EXPECT_GT(CountLive(FeaturesOf(data)), 20);
@@ -153,44 +107,8 @@ TEST_F(KLTFamily, FirstFrameTakesAKeyOfAnyKindAndNoMinimum) {
 
 // ---- Computers -----------------------------------------------------------------------
 
-TEST_F(KLTFamily, EqualPropertiesShareAComputerAndEachMemberTellsThemApart) {
-    const auto make = [](unsigned a, int b, unsigned c, unsigned d, const char* inSource) {
-        return DP::CreateDescriptorComputer(DP::CreateKLTDescriptorProperty(
-            a, b, c, d, Wide(inSource), DP::kDescriptorDataTypeKLT));
-    };
-    const auto computer = make(5, 1, 10, 3, "a");
-    EXPECT_TRUE(computer == make(5, 1, 10, 3, "a"));
-    EXPECT_FALSE(computer == make(6, 1, 10, 3, "a"));
-    EXPECT_FALSE(computer == make(5, 2, 10, 3, "a"));
-    EXPECT_FALSE(computer == make(5, 1, 11, 3, "a"));
-    EXPECT_FALSE(computer == make(5, 1, 10, 4, "a"));
-    EXPECT_FALSE(computer == make(5, 1, 10, 3, "b"));
-    // The distance and the minimum of the property do not reach the tracker.
-    const auto data = make(3, 1, 100, 3, "a")
-                          ->GetDescriptorData(Item(Key(1), nullptr, Frame(0, 0), {}), true);
-    EXPECT_EQ(FeaturesOf(data).size(), 3u);
-    EXPECT_EQ(CountLive(FeaturesOf(data)), 3) << "they lie 10 and not 100 apart";
-}
-
-TEST_F(KLTFamily, PropertyOfAnotherClassThrows) {
-    EXPECT_THROW(DP::CreateDescriptorComputer(
-                     DP::CreateDescriptorProperty(Wide("clip"), DP::kDescriptorDataTypeKLT)),
-                 TVK::NullInterfaceException);
-}
-
-// The grey item answers to the class identifier of the KLT item. It must not be taken for
-// one: it is smaller.
-TEST_F(KLTFamily, GreyItemOnAKLTComputerIsComputedAsGrey) {
-    const auto item = DP::CreateDescriptorWorkerItem(DP::kDescriptorDataTypeGreyImage);
-    item->SetDataKey(DP::CreateDescriptorDataKey(Wide("clip"), 1, 2, 2));
-    const unsigned char pixels[16] = {};
-    Ref<DP::IGreyImageDescriptorWorkerItem>(item)->SetInputImage(pixels, 2, 2, 8);
-    const auto data = Computer()->GetDescriptorData(item, false);
-    EXPECT_TRUE(Ref<DP::IGreyImageDescriptorData>(data) != NULL);
-}
-
 TEST_F(KLTFamily, SettersReachTheTrackerAndOneComputerKeepsOneTracker) {
-    const auto computer = DP::KLTDescriptorComputer::Create();
+    const auto computer = KLTDescriptorComputer::Create();
     const auto tracker = computer->GetTracker();
     EXPECT_EQ(tracker->GetContext().mMinDist, 10);
     computer->SetMinDist(4);
@@ -209,75 +127,7 @@ TEST_F(KLTFamily, StepOfThePropertyLeadsToThePreviousFrame) {
                  TVK::NullInterfaceException);
 }
 
-// ---- Data ----------------------------------------------------------------------------
-
-TEST_F(KLTFamily, SizeCountsAllRecordsAndTheCloneSharesNone) {
-    const auto data = DataOf({FeatureAt(1, 2, 3), FeatureAt(-1, -1, -1)});
-    EXPECT_EQ(data->GetDataSize(), 80u);
-    const auto clone = data->CloneData();
-    EXPECT_TRUE(SameFeatures(FeaturesOf(clone), FeaturesOf(data)));
-    EXPECT_FALSE(Ref<IKLTDescriptorData>(clone)->GetFeatureList() ==
-                 Ref<IKLTDescriptorData>(data)->GetFeatureList());
-    const auto empty = DP::CreateDescriptorData(DP::kDescriptorDataTypeKLT);
-    EXPECT_TRUE(Ref<IKLTDescriptorData>(empty->CloneData())->GetFeatureList() == NULL);
-}
-
-TEST_F(KLTFamily, PreviousDataIsNotChangedByTheNextFrame) {
-    const auto frame = Frame(0, 0);
-    const auto computer = Computer();
-    const auto first = computer->GetDescriptorData(Item(Key(0), nullptr, frame, nullptr), true);
-    const auto before = FeaturesOf(first);
-    computer->GetDescriptorData(Item(Key(1), frame, Frame(-9, 4), first), true);
-    EXPECT_TRUE(SameFeatures(FeaturesOf(first), before));
-}
-
 // ---- Bad input -----------------------------------------------------------------------
-
-TEST_F(KLTFamily, NullImagesTrackersAndKeysAreToldApart) {
-    const RecordedReports reports;
-    const auto frame = Frame(0, 0);
-    const auto item = DP::CreateDescriptorWorkerItem(DP::kDescriptorDataTypeKLT);
-    EXPECT_ANY_THROW(
-        Ref<IKLTDescriptorWorkerItem>(item)->SetInputImages(frame, nullptr, nullptr));
-    EXPECT_ANY_THROW(Ref<DP::KLTDescriptorWorkerItem>(item)->SetTracker(nullptr));
-    EXPECT_ANY_THROW(Computer()->GetDescriptorData(nullptr, true));
-    DP::KLTWrapper wrapper(kRows, kCols, TVK::MakeObject<DP::KLTTracker>(5u));
-    EXPECT_ANY_THROW(wrapper.UpdateTracking(nullptr, nullptr, nullptr, Key(1)));
-    DP::KLTWrapper trackerless(kRows, kCols, nullptr);
-    EXPECT_ANY_THROW(trackerless.UpdateTracking(nullptr, frame->GetData(), nullptr, Key(1)));
-    std::vector<std::string> texts;
-    for (const auto& report : reports.Contracts())
-        texts.push_back(report.mFile + ": " + report.mText);
-    EXPECT_EQ(texts, (std::vector<std::string>{
-                         "Src/KLTDescriptorWorkerItem.cpp: inCurrImage != NULL",
-                         "Src/KLTDescriptorWorkerItem.cpp: inKLTTracker != NULL",
-                         "Src/KLTDescriptorComputer.cpp: inDescriptorWorkerItem != NULL",
-                         "Src/KLTWrapper.cpp: inCurrImage != NULL",
-                         "Src/KLTWrapper.cpp: mTracker != NULL"}));
-
-    EXPECT_THROW(wrapper.UpdateTracking(nullptr, frame->GetData(), nullptr, nullptr),
-                 TVK::NullInterfaceException);
-    EXPECT_THROW(wrapper.UpdateTracking(nullptr, frame->GetData(), DataOf({}), nullptr),
-                 TVK::NullInterfaceException);
-    const Ref<DP::DescriptorWorkerItem> keyless(item);
-    EXPECT_THROW(keyless->ComputeData(), TVK::NullInterfaceException);
-}
-
-TEST_F(KLTFamily, ItemWithoutTrackerOrImageGivesNull) {
-    const auto item = Item(Key(1), nullptr, Frame(0, 0), nullptr);
-    EXPECT_TRUE(Ref<DP::DescriptorWorkerItem>(item)->ComputeData() == NULL);
-    const auto imageless = DP::CreateDescriptorWorkerItem(DP::kDescriptorDataTypeKLT);
-    imageless->SetDataKey(Key(1));
-    EXPECT_TRUE(Computer()->GetDescriptorData(imageless, true) == NULL);
-}
-
-TEST_F(KLTFamily, PreviousDataOfAnotherKindOrWithoutAListThrows) {
-    const auto frame = Frame(0, 0);
-    for (const auto type : {DP::kDescriptorDataTypeGreyImage, DP::kDescriptorDataTypeKLT})
-        EXPECT_THROW(Computer()->GetDescriptorData(
-                         Item(Key(1), frame, frame, DP::CreateDescriptorData(type)), true),
-                     TVK::NullInterfaceException);
-}
 
 TEST_F(KLTFamily, MissingPreviousFrameIsCachedUntilTheCachesAreFlushed) {
     const auto frame = Frame(0, 0);
@@ -287,17 +137,17 @@ TEST_F(KLTFamily, MissingPreviousFrameIsCachedUntilTheCachesAreFlushed) {
     EXPECT_THROW(Computer()->GetDescriptorData(Item(Key(1), frame, frame, live), true),
                  TVK::NullInterfaceException)
         << "with the right image too";
-    DP::FlushAllDescriptorResources();
+    FlushAllDescriptorResources();
     const auto data = Computer()->GetDescriptorData(Item(Key(1), frame, frame, live), true);
     EXPECT_GE(FeaturesOf(data).at(0).mValue, 0);
 }
 
 TEST_F(KLTFamily, PreviousImageOfAnotherSizeIsNeverReadOutside) {
-    const auto small = ImageOf(20, 20, Testing::NoiseBytes(400, 1));
+    const auto small = ImageOf(20, 20, NoiseBytes(400, 1));
     const auto live = DataOf({FeatureAt(100, 75)});
     EXPECT_THROW(Computer()->GetDescriptorData(Item(Key(1), small, Frame(0, 0), live), true),
                  TVK::NullInterfaceException);
-    const auto large = ImageOf(300, 300, Testing::NoiseBytes(90000, 1));
+    const auto large = ImageOf(300, 300, NoiseBytes(90000, 1));
     EXPECT_NO_THROW(
         Computer()->GetDescriptorData(Item(Key(5), large, Frame(0, 0), live), true));
 }
@@ -317,8 +167,8 @@ TEST_F(KLTFamily, StrangeListsAreCarriedThrough) {
 // ---- The dump ------------------------------------------------------------------------
 
 TEST(KLTDump, AnOverlayWithoutPixelsIsReportedAndThrows) {
-    const Testing::RecordedReports reports;
-    DP::KLTWrapper wrapper(6, 8, nullptr);
+    const RecordedReports reports;
+    KLTWrapper wrapper(6, 8, nullptr);
     EXPECT_ANY_THROW(wrapper.WriteFeatureListToPPM(
         nullptr, -1, 6, (testing::TempDir() + "klt_dump_none.ppm").c_str(),
         ListOf({FeatureAt(3, 2)})));
@@ -330,7 +180,7 @@ TEST(KLTDump, DrawsTheLiveFeaturesInTheColoursOfTheirSlots) {
     const std::string path =
         testing::TempDir() + "klt_dump_" + std::to_string(::getpid()) + ".ppm";
     const std::vector<unsigned char> grey(8 * 6, 7);
-    DP::KLTWrapper wrapper(6, 8, nullptr);
+    KLTWrapper wrapper(6, 8, nullptr);
     wrapper.WriteFeatureListToPPM(
         grey.data(), 8, 6, path.c_str(),
         ListOf({FeatureAt(3.6f, 2.4f), FeatureAt(6, 4, -1), FeatureAt(0, 5, 30)}));

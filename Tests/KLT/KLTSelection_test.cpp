@@ -214,7 +214,7 @@ protected:
     static constexpr int kCols = 131, kRows = 97;
     const std::vector<unsigned char> mFrame = TexturedBytes(kCols, kRows, 0, 0);
 
-    std::vector<KLTFeatureList> SelectIn(const KLTTracker::Regions& inRegions, int inMode = 0,
+    std::vector<KLTFeatureList> SelectIn(const KLTTracker::Rects& inRegions, int inMode = 0,
                                          const std::vector<KLTFeatureList>& inLists = {}) {
         KLTTracker::Lists inputs, outputs;
         for (const auto& list : inLists)
@@ -228,7 +228,7 @@ protected:
             results.push_back(*list);
         return results;
     }
-    void ExpectPlain(const KLTTracker::Regions& inRegions,
+    void ExpectPlain(const KLTTracker::Rects& inRegions,
                      const std::vector<KLTFeatureList>& inReplace = {}) {
         const auto actual = SelectIn(inRegions, inReplace.empty() ? 0 : 1, inReplace);
         const auto expected = Testing::PlainSelect(mTracker.GetContext(), 60, mFrame.data(),

@@ -3,211 +3,30 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
-#include <ostream>
+#include <algorithm>
 #include <string>
 #include <vector>
 
-#include "ClassIDs.h"
-#include "ColourPyramid/ColourPyramidDescriptorDataKey.h"
-#include "ColourPyramid/ColourPyramidDescriptorWorkerItem.h"
-#include "DP/DescriptorFactory.h"
-#include "DP/IAPTDescriptor.h"
-#include "DP/IFloatGreyImageDescriptor.h"
-#include "DP/IGraphCutDescriptor.h"
-#include "DP/IGreyImageDescriptor.h"
-#include "DP/IKLTDescriptor.h"
 #include "DescriptorObjects.h"
-#include "Pyramid/ImagePyramidDescriptorDataKey.h"
-#include "Pyramid/ImagePyramidDescriptorWorkerItem.h"
-#include "Support/Images.h"
+#include "Kinds.h"
+#include "Support/KindTable.h"
 #include "Support/Reports.h"
-#include "Support/Textures.h"
-#include "Support/WideStrings.h"
-#include "TVK/Object.h"
 
 namespace {
 
-using DP::DescriptorDataType;
 using DP::IDescriptorData;
 using DP::IDescriptorWorkerItem;
 using DP::Ref;
+using Testing::ColourFrame;
+using Testing::KindRow;
+using Testing::kKindCols;
+using Testing::kKindRows;
+using Testing::PlainKey;
 using Testing::RecordedReports;
-using Testing::Wide;
 using TVK::InterfaceID;
 using TVK::kIdentifierOf;
 
-constexpr int kCols = 64;
-constexpr int kRows = 48;
-
-struct Kind {
-    std::string mName;
-    DescriptorDataType mType;
-    InterfaceID mDataInterface;  // all zero for a kind without an interface of its own
-    InterfaceID mDataClass;
-    InterfaceID mItemInterface;
-    InterfaceID mItemClass;
-    std::function<Ref<DP::IDescriptorProperty>()> mMakeProperty;
-    std::function<Ref<DP::IDescriptorDataKey>(long long)> mMakeKey;
-    // Gives the inputs of one frame to an item of the kind.
-    std::function<void(const Ref<IDescriptorWorkerItem>&)> mSetInputs;
-    bool mClones;
-};
-
-void PrintTo(const Kind& inKind, std::ostream* outStream) { *outStream << inKind.mName; }
-
-// ---- The inputs ----------------------------------------------------------------------
-
-const std::vector<unsigned char>& ColourFrame() {
-    static const auto sFrame = Testing::NoiseBytes(kCols * kRows * 4 + 1, 21);
-    return sFrame;
-}
-
-template <class Interface>
-void SetColourFrame(const Ref<IDescriptorWorkerItem>& inItem) {
-    Ref<Interface>(inItem)->SetInputImage(ColourFrame().data(), kRows, kCols, kCols * 4);
-}
-
-const std::vector<unsigned char>& GreyBytes() {
-    static const auto sFrame = Testing::TexturedBytes(kCols, kRows, 0, 0);
-    return sFrame;
-}
-
-const std::vector<float>& GreyFloats() {
-    static const auto sFrame = Testing::TexturedFrame(kCols, kRows, 0, 0);
-    return sFrame;
-}
-
-// One stroke pixel in the corner named.
-IP::ImagePtr<unsigned char> Stroke(int inX, int inY) {
-    std::vector<unsigned char> pixels(std::size_t(kCols * kRows), 0);
-    pixels[std::size_t(inY * kCols + inX)] = 255;
-    return Testing::ImageOf(kCols, kRows, pixels);
-}
-
-void SetKLTInputs(const Ref<IDescriptorWorkerItem>& inItem) {
-    Ref<DP::IKLTDescriptorWorkerItem>(inItem)->SetInputImages(
-        nullptr, Testing::ImageOf(kCols, kRows, GreyBytes()), nullptr);
-}
-
-void SetAPTInputs(const Ref<IDescriptorWorkerItem>& inItem) {
-    Ref<DP::IAPTDescriptorWorkerItem>(inItem)->SetInputs(
-        nullptr, Testing::ImageOf(kCols, kRows, GreyFloats()), nullptr, kCols, kRows);
-}
-
-void SetGraphCutInputs(const Ref<IDescriptorWorkerItem>& inItem) {
-    Ref<DP::IGraphCutDescriptorWorkerItem>(inItem)->SetInputs(
-        ColourFrame().data(), kCols * 4, Stroke(10, 10), Stroke(50, 40), nullptr);
-}
-
-void SetImagePyramidInputs(const Ref<IDescriptorWorkerItem>& inItem) {
-    Ref<DP::ImagePyramidDescriptorWorkerItem>(inItem)->SetPyramidImage(GreyBytes().data());
-}
-
-void SetColourPyramidInputs(const Ref<IDescriptorWorkerItem>& inItem) {
-    Ref<DP::ColourPyramidDescriptorWorkerItem>(inItem)->SetCurrImage(GreyFloats().data());
-}
-
-DP::RegionPtr Region() {
-    return TVK::MakeObject<TVK::ParamRect<float>>(TVK::ParamRect<float>{8, 8, 56, 40});
-}
-
-void SetRegionTrackerInputs(const Ref<IDescriptorWorkerItem>& inItem) {
-    Ref<DP::IRegionTrackerDescriptorWorkerItem>(inItem)->SetInputs(
-        nullptr, Testing::ImageOf(kCols, kRows, GreyFloats()),
-        DP::CreateRegionDescriptorData(Region()), kCols, kRows);
-}
-
-Ref<DP::IDescriptorDataKey> PlainKey(long long inFrame) {
-    return DP::CreateDescriptorDataKey(Wide("clip"), inFrame, kRows, kCols);
-}
-
-std::function<Ref<DP::IDescriptorProperty>()> PlainProperty(DescriptorDataType inType) {
-    return [inType] {
-        return DP::CreateDescriptorProperty(Wide("clip"), inType);
-    };
-}
-
-// ---- The table -----------------------------------------------------------------------
-
 constexpr InterfaceID kNone{};
-
-const Kind kKinds[] = {
-    {"GreyImage", DP::kDescriptorDataTypeGreyImage, kIdentifierOf<DP::IGreyImageDescriptorData>,
-     kIdentifierOf<DP::GreyImageDescriptorData>,
-     kIdentifierOf<DP::IGreyImageDescriptorWorkerItem>,
-     kIdentifierOf<DP::GreyImageDescriptorWorkerItem>,
-     PlainProperty(DP::kDescriptorDataTypeGreyImage), PlainKey,
-     SetColourFrame<DP::IGreyImageDescriptorWorkerItem>, true},
-    {"FloatGreyImage", DP::kDescriptorDataTypeFloatGreyImage,
-     kIdentifierOf<DP::IFloatGreyImageDescriptorData>,
-     kIdentifierOf<DP::FloatGreyImageDescriptorData>,
-     kIdentifierOf<DP::IFloatGreyImageDescriptorWorkerItem>,
-     kIdentifierOf<DP::FloatGreyImageDescriptorWorkerItem>,
-     PlainProperty(DP::kDescriptorDataTypeFloatGreyImage), PlainKey,
-     SetColourFrame<DP::IFloatGreyImageDescriptorWorkerItem>, true},
-    {"KLT", DP::kDescriptorDataTypeKLT, kIdentifierOf<DP::IKLTDescriptorData>,
-     kIdentifierOf<DP::KLTDescriptorData>, kIdentifierOf<DP::IKLTDescriptorWorkerItem>,
-     kIdentifierOf<DP::KLTDescriptorWorkerItem>,
-     [] {
-         return DP::CreateKLTDescriptorProperty(20, 1, 10, 10, Wide("clip"),
-                                                DP::kDescriptorDataTypeKLT);
-     },
-     [](long long inFrame) {
-         return DP::CreateKLTDescriptorDataKey(Wide("clip"), inFrame, 1, 20, kRows, kCols, 10,
-                                               10);
-     },
-     SetKLTInputs, true},
-    {"APT", DP::kDescriptorDataTypeAPT, kIdentifierOf<DP::IAPTDescriptorData>,
-     kIdentifierOf<DP::APTDescriptorData>, kIdentifierOf<DP::IAPTDescriptorWorkerItem>,
-     kIdentifierOf<DP::APTDescriptorWorkerItem>,
-     [] {
-         return DP::CreateAPTDescriptorProperty(20, 0, 5, 10, Wide("clip"),
-                                                DP::kDescriptorDataTypeAPT, 0.0f, 0);
-     },
-     [](long long inFrame) {
-         return DP::CreateAPTDescriptorDataKey(Wide("clip"), inFrame, 0, 20, kRows, kCols, 5,
-                                               10, 0.0f, 0);
-     },
-     SetAPTInputs, true},
-    {"GraphCut", DP::kDescriptorDataTypeGraphCut, kIdentifierOf<DP::IGraphCutDescriptorData>,
-     kIdentifierOf<DP::GraphCutDescriptorData>,
-     kIdentifierOf<DP::IGraphCutDescriptorWorkerItem>,
-     kIdentifierOf<DP::GraphCutDescriptorWorkerItem>,
-     PlainProperty(DP::kDescriptorDataTypeGraphCut), PlainKey, SetGraphCutInputs, true},
-    {"ImagePyramid", DP::kDescriptorDataTypeImagePyramid, kNone,
-     kIdentifierOf<DP::ImagePyramidDescriptorData>, kNone,
-     kIdentifierOf<DP::ImagePyramidDescriptorWorkerItem>,
-     PlainProperty(DP::kDescriptorDataTypeImagePyramid),
-     [](long long inFrame) {
-         return DP::CreateImagePyramidDescriptorDataKey(Wide("clip"), inFrame, 1.0f, 0.7f, 0.9f,
-                                                        4, 2, kCols, kRows);
-     },
-     SetImagePyramidInputs, false},
-    {"ColourPyramid", DP::kDescriptorDataTypeColourPyramid, kNone,
-     kIdentifierOf<DP::ColourPyramidDescriptorData>, kNone,
-     kIdentifierOf<DP::ColourPyramidDescriptorWorkerItem>,
-     PlainProperty(DP::kDescriptorDataTypeColourPyramid),
-     [](long long inFrame) {
-         return DP::CreateColourPyramidDescriptorDataKey(Wide("clip"), inFrame, kRows, kCols, 0,
-                                                         2, 1);
-     },
-     SetColourPyramidInputs, false},
-    {"RegionTracker", DP::kDescriptorDataTypeRegionTracker,
-     kIdentifierOf<DP::IRegionTrackerDescriptorData>,
-     kIdentifierOf<DP::RegionTrackerDescriptorData>,
-     kIdentifierOf<DP::IRegionTrackerDescriptorWorkerItem>,
-     kIdentifierOf<DP::RegionTrackerDescriptorWorkerItem>,
-     [] {
-         return DP::CreateRegionTrackerDescriptorProperty(
-             20, 0, 5, 10, Wide("clip"), Region(), 0, DP::kDescriptorDataTypeRegionTracker);
-     },
-     [](long long inFrame) {
-         return DP::CreateRegionTrackerDescriptorDataKey(Wide("clip"), inFrame, 0, 20, kRows,
-                                                         kCols, Region(), 0, 5, 10);
-     },
-     SetRegionTrackerInputs, true},
-};
 
 template <class I>
 void* Find(const Ref<I>& inObject, const InterfaceID& inID) {
@@ -216,7 +35,7 @@ void* Find(const Ref<I>& inObject, const InterfaceID& inID) {
     return found;
 }
 
-class Kinds : public testing::TestWithParam<Kind> {
+class Kinds : public testing::TestWithParam<KindRow> {
 protected:
     ~Kinds() override { DP::FlushAllDescriptorResources(); }
 
@@ -236,7 +55,7 @@ protected:
     }
 };
 
-INSTANTIATE_TEST_SUITE_P(All, Kinds, testing::ValuesIn(kKinds),
+INSTANTIATE_TEST_SUITE_P(All, Kinds, testing::ValuesIn(Testing::KindTable()),
                          [](const auto& inInfo) { return inInfo.param.mName; });
 
 // ---- Identity ------------------------------------------------------------------------
@@ -246,12 +65,12 @@ TEST_P(Kinds, DataIsItsInterfaceAndAnswersToEveryName) {
     ASSERT_TRUE(data != NULL);
     void* const root = Find(data, kIdentifierOf<TVK::TVKUnknown>);
     EXPECT_NE(Find(data, kIdentifierOf<DP::DescriptorData>), nullptr);
-    EXPECT_NE(Find(data, GetParam().mDataClass), nullptr);
-    if (GetParam().mDataInterface == kNone) {
+    EXPECT_NE(Find(data, GetParam().mData.mClass), nullptr);
+    if (GetParam().mData.mInterface == kNone) {
         EXPECT_EQ(root, Find(data, kIdentifierOf<IDescriptorData>));
     } else {
-        EXPECT_EQ(root, Find(data, GetParam().mDataInterface));
-        EXPECT_EQ(root, Find(data, GetParam().mDataClass)) << "the primary base";
+        EXPECT_EQ(root, Find(data, GetParam().mData.mInterface));
+        EXPECT_EQ(root, Find(data, GetParam().mData.mClass)) << "the primary base";
         EXPECT_NE(root, Find(data, kIdentifierOf<IDescriptorData>));
     }
     EXPECT_EQ(Find(data, kIdentifierOf<DP::IDescriptorProperty>), nullptr);
@@ -263,11 +82,11 @@ TEST_P(Kinds, ItemIsItsInterfaceAndItsClassIsThePrimaryBase) {
     void* const root = Find(item, kIdentifierOf<TVK::TVKUnknown>);
     void* const primary = Find(item, kIdentifierOf<IDescriptorWorkerItem>);
     EXPECT_EQ(primary, Find(item, kIdentifierOf<DP::DescriptorWorkerItem>));
-    EXPECT_EQ(primary, Find(item, GetParam().mItemClass));
-    if (GetParam().mItemInterface == kNone) {
+    EXPECT_EQ(primary, Find(item, GetParam().mItem.mClass));
+    if (GetParam().mItem.mInterface == kNone) {
         EXPECT_EQ(root, primary);
     } else {
-        EXPECT_EQ(root, Find(item, GetParam().mItemInterface));
+        EXPECT_EQ(root, Find(item, GetParam().mItem.mInterface));
         EXPECT_NE(root, primary);
     }
 }
@@ -296,10 +115,17 @@ TEST_P(Kinds, ResultOutlivesCacheComputerAndItem) {
     data = nullptr;
 }
 
-TEST_P(Kinds, CloneIsAnotherObjectOfTheSameSizeOrNull) {
+std::vector<std::vector<std::byte>> CopyOf(const Testing::Payload& inPayload) {
+    std::vector<std::vector<std::byte>> copy;
+    for (const auto& block : inPayload)
+        copy.emplace_back(block.begin(), block.end());
+    return copy;
+}
+
+TEST_P(Kinds, ACloneHoldsTheSameInMemoryOfItsOwnOrIsNull) {
     const auto data = Computer()->GetDescriptorData(MakeItemWithInputs(1), true);
     const auto clone = data->CloneData();
-    if (!GetParam().mClones) {
+    if (!GetParam().mPayloadOf) {
         EXPECT_TRUE(clone == NULL);
         return;
     }
@@ -309,65 +135,84 @@ TEST_P(Kinds, CloneIsAnotherObjectOfTheSameSizeOrNull) {
     unsigned int stamp = 1;
     clone->GetTimeStamp(stamp);
     EXPECT_EQ(stamp, 0u);
+
+    const auto mine = GetParam().mPayloadOf(data);
+    const auto its = GetParam().mPayloadOf(clone);
+    const auto before = CopyOf(mine);
+    ASSERT_FALSE(before.empty());
+    EXPECT_EQ(CopyOf(its), before);
+    for (const auto& block : its)
+        std::ranges::fill(block, std::byte{0xA5});
+    EXPECT_EQ(CopyOf(mine), before) << "the clone shares what it holds";
+}
+
+TEST_P(Kinds, SizeIsThatOfTheWholePayload) {
+    if (!GetParam().mPayloadOf) return;
+    const auto data = Computer()->GetDescriptorData(MakeItemWithInputs(1), true);
+    std::size_t bytes = 0;
+    for (const auto& block : GetParam().mPayloadOf(data))
+        bytes += block.size();
+    EXPECT_EQ(data->GetDataSize(), bytes);
 }
 
 TEST_P(Kinds, EmptyDataHasNoSizeAndItsCloneIsEmpty) {
     const auto data = MakeData();
     EXPECT_EQ(data->GetDataSize(), 0u);
     const auto clone = data->CloneData();
-    EXPECT_TRUE(clone == NULL || clone->GetDataSize() == 0u);
+    if (!GetParam().mPayloadOf) return;
+    EXPECT_TRUE(GetParam().mPayloadOf(data).empty());
+    ASSERT_TRUE(clone != NULL);
+    EXPECT_TRUE(GetParam().mPayloadOf(clone).empty());
+    EXPECT_EQ(clone->GetDataSize(), 0u);
+}
+
+TEST(KindTable, ANumberThatIsNoKindHasNoRow) {
+    EXPECT_EQ(DP::FindKind(static_cast<DP::DescriptorDataType>(-1)), nullptr);
+    EXPECT_EQ(DP::FindKind(DP::DescriptorDataType{DP::kDescriptorDataTypeCount}), nullptr);
 }
 
 // ---- What is special about the grey kinds --------------------------------------------
 
-TEST(GreyKinds, ImagesHoldTheLumaOfTheFrameAndClonesHaveTheirOwnPixels) {
-    for (std::size_t i = 0; i < 2; ++i) {
-        const Kind& kind = kKinds[i];
+std::vector<KindRow> GreyRows() {
+    return {Testing::GreyImageRow(), Testing::FloatGreyImageRow()};
+}
+
+TEST(GreyKinds, ImagesHoldTheLumaOfTheFrame) {
+    for (const KindRow& kind : GreyRows()) {
         SCOPED_TRACE(kind.mName);
         const auto item = DP::CreateDescriptorWorkerItem(kind.mType);
         item->SetDataKey(PlainKey(1));
         kind.mSetInputs(item);
         const auto data =
             DP::CreateDescriptorComputer(kind.mMakeProperty())->GetDescriptorData(item, true);
-        const auto clone = data->CloneData();
-        const unsigned char* const p = ColourFrame().data() + (5 * kCols + 7) * 4;
-        const std::size_t at = 5 * kCols + 7;
+        const unsigned char* const p = ColourFrame().data() + (5 * kKindCols + 7) * 4;
+        const std::size_t at = 5 * kKindCols + 7;
         if (const Ref<DP::IGreyImageDescriptorData> grey(data); grey != NULL) {
             const auto image = grey->GetGreyImageData();
-            const auto copy = Ref<DP::IGreyImageDescriptorData>(clone)->GetGreyImageData();
-            EXPECT_EQ(image->GetColumns(), kCols);
-            EXPECT_EQ(image->GetRows(), kRows);
+            EXPECT_EQ(image->GetColumns(), kKindCols);
+            EXPECT_EQ(image->GetRows(), kKindRows);
             EXPECT_EQ(image->GetData()[at],
                       (3735 * p[0] + 19235 * p[1] + 9798 * p[2] + 16384) >> 15);
-            EXPECT_NE(copy->GetData(), image->GetData());
-            EXPECT_EQ(copy->GetData()[at], image->GetData()[at]);
-            EXPECT_EQ(data->GetDataSize(), unsigned(kCols * kRows));
         } else {
             const Ref<DP::IFloatGreyImageDescriptorData> floats(data);
             const auto image = floats->GetFloatGreyImageData();
-            const auto copy =
-                Ref<DP::IFloatGreyImageDescriptorData>(clone)->GetFloatGreyImageData();
             EXPECT_NEAR(image->GetData()[at], 0.114 * p[0] + 0.587 * p[1] + 0.299 * p[2], 1e-4);
-            EXPECT_NE(copy->GetData(), image->GetData());
-            EXPECT_EQ(copy->GetData()[at], image->GetData()[at]);
-            EXPECT_EQ(data->GetDataSize(), unsigned(kCols * kRows * 4));
         }
         DP::FlushAllDescriptorResources();
     }
 }
 
 TEST(GreyKinds, AFrameThatCannotBeConvertedGivesNullAndStoresNothing) {
-    for (std::size_t i = 0; i < 2; ++i) {
-        const Kind& kind = kKinds[i];
+    for (const KindRow& kind : GreyRows()) {
         SCOPED_TRACE(kind.mName);
         const auto computer = DP::CreateDescriptorComputer(kind.mMakeProperty());
         const auto item = DP::CreateDescriptorWorkerItem(kind.mType);
         item->SetDataKey(PlainKey(1));
         if (const Ref<DP::IGreyImageDescriptorWorkerItem> grey(item); grey != NULL)
-            grey->SetInputImage(ColourFrame().data(), kRows, kCols, kCols * 4 - 1);
+            grey->SetInputImage(ColourFrame().data(), kKindRows, kKindCols, kKindCols * 4 - 1);
         else
             Ref<DP::IFloatGreyImageDescriptorWorkerItem>(item)->SetInputImage(
-                ColourFrame().data(), kRows, kCols, kCols * 4 - 1);
+                ColourFrame().data(), kKindRows, kKindCols, kKindCols * 4 - 1);
         EXPECT_TRUE(computer->GetDescriptorData(item, true) == NULL);
         kind.mSetInputs(item);
         EXPECT_TRUE(computer->GetDescriptorData(item, true) != NULL);
@@ -376,11 +221,11 @@ TEST(GreyKinds, AFrameThatCannotBeConvertedGivesNullAndStoresNothing) {
 }
 
 TEST(GreyKinds, TheGreyItemReadsItsKeyAndTheFloatGreyItemDoesNot) {
-    for (std::size_t i = 0; i < 2; ++i) {
-        const auto item = DP::CreateDescriptorWorkerItem(kKinds[i].mType);
-        kKinds[i].mSetInputs(item);
+    for (const KindRow& kind : GreyRows()) {
+        const auto item = DP::CreateDescriptorWorkerItem(kind.mType);
+        kind.mSetInputs(item);
         const Ref<DP::DescriptorWorkerItem> computing(item);
-        if (kKinds[i].mType == DP::kDescriptorDataTypeGreyImage)
+        if (kind.mType == DP::kDescriptorDataTypeGreyImage)
             EXPECT_THROW(computing->ComputeData(), TVK::NullInterfaceException);
         else
             EXPECT_TRUE(computing->ComputeData() != NULL);
@@ -392,9 +237,9 @@ TEST(GreyKinds, AnItemKeepsItsEarlierResultWhenALaterConversionFails) {
     item->SetDataKey(PlainKey(1));
     const Ref<DP::DescriptorWorkerItem> computing(item);
     const Ref<DP::IGreyImageDescriptorWorkerItem> grey(item);
-    grey->SetInputImage(ColourFrame().data(), kRows, kCols, kCols * 4);
+    grey->SetInputImage(ColourFrame().data(), kKindRows, kKindCols, kKindCols * 4);
     const auto first = computing->ComputeData();
-    grey->SetInputImage(ColourFrame().data(), kRows, kCols, 1);
+    grey->SetInputImage(ColourFrame().data(), kKindRows, kKindCols, 1);
     EXPECT_EQ(computing->ComputeData(), first);
     EXPECT_TRUE(first != NULL);
 }

@@ -3,16 +3,19 @@
 
 #include <gtest/gtest.h>
 
-#include <array>
+#include <algorithm>
 #include <atomic>
 #include <barrier>
+#include <deque>
 #include <stdexcept>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "DP/DescriptorFactory.h"
+#include "Kinds.h"
 #include "Support/Items.h"
+#include "Support/KindTable.h"
 #include "Support/Textures.h"
 #include "Support/WideStrings.h"
 
@@ -32,26 +35,16 @@ constexpr int kRequests = 50'000;
 constexpr int kRequests = 1'000'000;  // over all threads and rounds
 #endif
 
-struct KindShare {
-    DP::DescriptorDataType mType;
-    int mKeys;  // below the limit of the kind's cache
-};
-constexpr KindShare kShares[] = {
-    {DP::kDescriptorDataTypeGreyImage, 50},    {DP::kDescriptorDataTypeFloatGreyImage, 50},
-    {DP::kDescriptorDataTypeImagePyramid, 12}, {DP::kDescriptorDataTypeColourPyramid, 12},
-    {DP::kDescriptorDataTypeGraphCut, 438},    {DP::kDescriptorDataTypeKLT, 438}};
-constexpr int kKeys = 1000;
-
-Ref<DP::IDescriptorProperty> PropertyOf(DP::DescriptorDataType inType) {
-    return inType == DP::kDescriptorDataTypeKLT
-               ? DP::CreateKLTDescriptorProperty(20, 1, 10, 10, Wide("clip"), inType)
-               : DP::CreateDescriptorProperty(Wide("clip"), inType);
+// As many keys of each kind as fit into its cache, and about a thousand in all.
+int KeysOf(const Testing::KindRow& inRow) {
+    const int limit = int(DP::FindKind(inRow.mType)->mMaxCachedResults);
+    return std::min(limit - limit / 6, 219);
 }
 
 class ManyThreads : public testing::Test {
 protected:
     struct Key {
-        DP::DescriptorDataType mType{};
+        const Testing::KindRow* mKind = nullptr;
         int mFrame = 0;
         std::atomic<int> mTries{0};
         std::atomic<int> mSuccesses{0};
@@ -59,13 +52,12 @@ protected:
     };
 
     ManyThreads() {
-        std::size_t next = 0;
-        for (const KindShare& share : kShares)
-            for (int frame = 0; frame < share.mKeys; ++frame) {
-                mKeys[next].mType = share.mType;
-                mKeys[next++].mFrame = frame;
+        for (const Testing::KindRow& row : Testing::KindTable())
+            for (int frame = 0; frame < KeysOf(row); ++frame) {
+                Key& key = mKeys.emplace_back();
+                key.mKind = &row;
+                key.mFrame = frame;
             }
-        EXPECT_EQ(next, std::size_t{kKeys});
     }
 
     // The first two computations of a key in a round throw.
@@ -79,7 +71,7 @@ protected:
         const auto item =
             ScriptedItem::Make(DP::CreateDescriptorDataKey(Wide("clip"), ioKey.mFrame, 1, 1),
                                [&] { return Compute(ioKey); });
-        const auto computer = DP::CreateDescriptorComputer(PropertyOf(ioKey.mType));
+        const auto computer = DP::CreateDescriptorComputer(ioKey.mKind->mMakeProperty());
         try {
             const auto data = computer->GetDescriptorData(item, true);
             IDescriptorData* const now = data.operator->();
@@ -91,17 +83,17 @@ protected:
 
     void CheckAndFlush() {
         for (Key& key : mKeys) {
-            EXPECT_EQ(key.mSuccesses.exchange(0), 1) << key.mType << " " << key.mFrame;
+            EXPECT_EQ(key.mSuccesses.exchange(0), 1) << key.mKind->mName << " " << key.mFrame;
             EXPECT_EQ(key.mTries.exchange(0), 3);
             key.mResult = nullptr;
         }
-        EXPECT_EQ(CountedData::Alive(), kKeys);
+        EXPECT_EQ(CountedData::Alive(), int(mKeys.size()));
         DP::FlushAllDescriptorResources();
         EXPECT_EQ(CountedData::Alive(), 0);
         EXPECT_EQ(ScriptedItem::Alive(), 0);
     }
 
-    std::array<Key, kKeys> mKeys;
+    std::deque<Key> mKeys;
     std::atomic<int> mOthers{0};  // results that were not the key's first one
 };
 
@@ -113,7 +105,7 @@ TEST_F(ManyThreads, EveryKeySucceedsExactlyOnceBetweenFlushes) {
             Testing::Random random(thread + 1);
             for (int round = 0; round < kRounds; ++round) {
                 for (int i = 0; i < kRequests / kThreads / kRounds; ++i)
-                    Request(mKeys[std::size_t(random.Integer(0, kKeys - 1))]);
+                    Request(mKeys[std::size_t(random.Integer(0, int(mKeys.size()) - 1))]);
                 all_done.arrive_and_wait();
             }
         });

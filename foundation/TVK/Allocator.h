@@ -18,6 +18,7 @@ namespace TVK {
 /// Ownership: the caller owns a block until `Dispose`.
 /// Threads: any thread may allocate, and dispose of any thread's block.
 /// Errors: no memory, or an impossible size, gives null. Nothing throws.
+/// Frozen: both signatures.
 class TVK_API Allocator {
 public:
     /// Returns a block of `inSize` bytes, aligned for every fundamental type, or null. A

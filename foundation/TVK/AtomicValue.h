@@ -10,6 +10,15 @@
 namespace TVK {
 
 /// A 32-bit count that changes only by atomic addition and subtraction.
+///
+/// Both are sequentially consistent, the default. Less would do on paper (a relaxed addition,
+/// and a subtraction that releases, with an acquire before the object dies), but on x86-64 the
+/// instructions are the same, and a full barrier is what holders of a reference are promised.
+///
+/// Ownership: none; `ObjectPtr` places it in a block of its own.
+/// Threads: any number at once.
+/// Errors: none.
+/// Frozen: one 32-bit word.
 class AtomicValue {
 public:
     /// A count that starts at `inValue`.

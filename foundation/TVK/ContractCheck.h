@@ -1,6 +1,12 @@
 /// @file
 /// The two reporting patterns. They are macros because only a macro sees the text of a
 /// condition and can give each place a flag of its own; what they do is in functions.
+///
+/// Ownership: none.
+/// Threads: any number at once; the flag of a place is atomic.
+/// Errors: a broken contract throws what `ThrowError` throws; see quillet/Error.h. An
+///   impossible value throws nothing.
+/// Frozen: nothing; the macros are compiled into their users.
 
 #pragma once
 

@@ -10,6 +10,11 @@
 namespace TVK {
 
 /// The base of the exceptions that are thrown by type and not as a reported error.
+///
+/// Ownership: a plain value.
+/// Threads: as for any value.
+/// Errors: copying throws nothing.
+/// Frozen: both classes, without data, and their virtual operations.
 class TVK_API Exception : public std::exception {
 public:
     Exception();

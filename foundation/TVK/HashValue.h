@@ -9,6 +9,11 @@
 namespace TVK {
 
 /// Three 32-bit words with no meaning of their own.
+///
+/// Ownership: a plain value.
+/// Threads: as for any value.
+/// Errors: none.
+/// Frozen: the three words.
 struct HashValue {
     std::uint32_t mWords[3] = {};  ///< in no order
 

@@ -9,6 +9,11 @@
 namespace TVK {
 
 /// Two 64-bit words with no meaning of their own, compared word by word.
+///
+/// Ownership: a plain value.
+/// Threads: as for any value.
+/// Errors: none.
+/// Frozen: the two words.
 struct InterfaceID {
     std::uint64_t mFirst = 0;   ///< the word written first
     std::uint64_t mSecond = 0;  ///< the word after it

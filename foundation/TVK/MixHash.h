@@ -15,6 +15,11 @@ namespace TVK {
 
 /// Private to the one class that hashes: the value is not promised from version to
 /// version, and nobody else is to come to depend on it.
+///
+/// Ownership: none.
+/// Threads: any number at once, on hashes of their own.
+/// Errors: none.
+/// Frozen: the signature; not the values.
 class MixHash {
     friend class DP::DescriptorDataKey;
 

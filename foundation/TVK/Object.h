@@ -49,7 +49,14 @@ struct IdentityOf<First, Second> {
 
 }  // namespace detail
 
-/// Answers queries for `Self` and its bases. `Object` and `Singleton` add the count.
+/// Answers queries for `Self` and its bases. Not installed; for the library's own classes.
+///
+/// Ownership: the class's count; see `TVKUnknown`.
+/// Threads: the count is atomic; the rest is the class's.
+/// Errors: an unknown identifier gives `kTVKErrorNoInterface`.
+/// Frozen: nothing here; the slots are those of the bases, then `GetUnknown`.
+///
+///  `Object` and `Singleton` add the count.
 template <class Self, class... Bases>
 class Answering : public Bases... {
     using Identity = typename detail::IdentityOf<Bases...>::Type;

@@ -13,6 +13,11 @@ namespace TVK {
 /// number and the edge nearer the foot, `mBottom` the larger and the edge nearer row 0,
 /// and the whole picture is (0, 0, columns, rows). Feature positions and pixel addresses
 /// count y downward from the top row.
+///
+/// Ownership: a plain value; shared through `ObjectPtr`, it is read-only.
+/// Threads: as for any value.
+/// Errors: none; nothing is checked, no side need be smaller than another.
+/// Frozen: the four members in this order.
 template <class T>
 struct ParamRect {
     T mLeft{};    ///< the smaller x

@@ -37,6 +37,12 @@ private:
 
 /// One word that says whether the object is built and, if so, how many hold it: negative
 /// is not built, zero and more is the reference count.
+///
+/// Ownership: the object lies in static storage; those who hold references keep it built.
+/// Threads: any number at once; building and tearing down exclude each other. The object's
+///   destructor must run no code of a host's: it would find the object half gone.
+/// Errors: a constructor that throws leaves the word as it was.
+/// Frozen: nothing; it is inside the library.
 template <class T>
 class SingletonGuard {
 public:

@@ -15,8 +15,7 @@ namespace TVK {
 ///   atomic with full barriers.
 /// Errors: a query for an identifier that the object does not answer to returns
 ///   `kTVKErrorNoInterface` and never throws.
-///
-/// The order of the virtual operations is binary interface and frozen.
+/// Frozen: the order of the virtual operations is binary interface.
 class TVKUnknown {
 public:
     /// Adds one to the count.

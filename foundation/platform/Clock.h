@@ -1,4 +1,10 @@
-// The two clocks of the stopwatch.
+/// @file
+/// The two clocks of the stopwatch.
+///
+/// Ownership: none.
+/// Threads: any number at once.
+/// Errors: a clock that the system does not have says so by its result.
+/// Frozen: the signatures.
 
 #pragma once
 

@@ -1,4 +1,10 @@
-// What the library tells and asks a debugger.
+/// @file
+/// What the library tells and asks a debugger.
+///
+/// Ownership: texts are the caller's and are read before the call returns.
+/// Threads: any number at once; a receiver is called on the thread that has the text.
+/// Errors: none.
+/// Frozen: the signatures.
 
 #pragma once
 

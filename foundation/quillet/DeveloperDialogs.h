@@ -1,4 +1,11 @@
-// What a developer is shown when a contract is broken or the impossible has happened.
+/// @file
+/// What a developer is shown when a contract is broken or the impossible has happened.
+///
+/// Ownership: texts belong to whoever reports and are good for the call only.
+/// Threads: any number at once; a dialog is called on the thread that reports, which may hold
+///   locks of the library.
+/// Errors: what a dialog throws passes through the operation that reported.
+/// Frozen: the signatures.
 
 #pragma once
 

@@ -1,4 +1,10 @@
-// Raising a reported error, and what is raised.
+/// @file
+/// Raising a reported error, and what is raised.
+///
+/// Ownership: an error copies its message.
+/// Threads: any number at once; a host's procedure is called on the thread that reports.
+/// Errors: this is where they come from.
+/// Frozen: the signatures and the class.
 
 #pragma once
 

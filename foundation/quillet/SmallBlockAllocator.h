@@ -10,6 +10,12 @@
 namespace quillet::utility {
 
 /// The name under which the host's strings know the allocator.
+///
+/// Ownership: a block belongs to the container that asked for it; host and libraries may give
+///   back each other's.
+/// Threads: any number at once.
+/// Errors: std::bad_alloc.
+/// Frozen: the names, which are part of the exported functions' names; no state.
 class SmallBlockAllocator {
 public:
     /// The standard allocator interface over `TVK::Allocator`. Without state and always

@@ -10,6 +10,8 @@
 
 #pragma once
 
+#include "TVK/LanguageCheck.h"
+
 #if defined(__clang__)
 #define DP_THREAD_ATTRIBUTE(inAttribute) __attribute__((inAttribute))
 #else

@@ -11,6 +11,11 @@ namespace quillet {
 
 /// A string of UTF-16 code units. Short strings lie inside the object; longer ones come
 /// from the small-block allocator, which the host and the libraries share.
+///
+/// Ownership: a value.
+/// Threads: as for any string.
+/// Errors: std::bad_alloc.
+/// Frozen: the type, which is part of the exported functions' names.
 using WideString = std::basic_string<char16_t, std::char_traits<char16_t>,
                                      utility::SmallBlockAllocator::STLAllocator<char16_t>>;
 

@@ -26,8 +26,9 @@ enum KLTStatus : std::int32_t {
 /// Positions are in pixels, x to the right, **y downward from the top row**; the middle of
 /// a pixel is a whole number.
 ///
-/// Ownership, threads: a plain record; the list that holds it is read-only once a request
-///   has returned it.
+/// Ownership: a plain record; the list that holds it is read-only once a request has
+///   returned it.
+/// Threads: none of its own.
 /// Errors: a lost slot says why in `mValue`. **A new record is all zeros, which reads as
 ///   live.**
 /// Frozen: the order and the size of the members are binary interface.
