@@ -1,88 +1,95 @@
 #!/usr/bin/env python3
-"""Checks that includes run down the layers only.
+"""Checks that every file includes only what its module may see.
 
-usage: check_includes.py REPOSITORY
+usage: check_includes.py REPOSITORY TABLE
 
-A file belongs to the first row of the table that its path matches. It may include files
-of a lower layer, of its own group, and of the groups that its row allows besides.
+TABLE is what the build writes of its modules (cmake/Targets.cmake, `dp_add_module`): a line
+`name|modules that it uses|its files`, lists parted by semicolons. A header belongs to the
+module of the source beside it that has its name, or to the one that lists it, by name or by
+pattern. A module sees its own files, those of the modules that it uses, and of those that
+they use; what it does not include it may not claim to use.
 """
+import collections
+import fnmatch
 import pathlib
 import re
 import sys
 
-# (pattern of the path, layer, group, further groups that it may include)
-TABLE = [
-    (r"foundation/", 0, "foundation", ()),
-    (r"image/", 1, "image", ()),
-    (r"Src/Image\.", 1, "diagnostics", ("image",)),
-    (r"API/Inc/DP/", 2, "api", ()),
-    (r"Src/Kinds\.cpp", 6, "top", ()),
-    (r"Src/(ClassIDs|KeyOrder|DescriptorObjects|ImageKind|DescriptorComputer|DescriptorDataCache"
-     r"|DescriptorStopwatch|Kinds)\.", 3, "core", ()),
-    (r"Src/Lapack/", 4, "lapack", ()),
-    (r"Src/ColourPyramid/(ColourPyramidData|ReduceByTwo)\.", 4, "colour data", ()),
-    (r"Src/APT/(APTTracker|APTCorner|APTImagePyramid|APTLevelDescent|APTPatchAlignment|APTReferenceVerification"
-     r"|APTMotion|APTPatch|APTTrackerParams)", 4, "apt engine", ("lapack", "colour data")),
-    (r"Src/KLT/KLTFramePyramids", 4, "klt engine", ("pyramid",)),
-    (r"Src/KLT/", 4, "klt engine", ()),
-    (r"External/graphcut/", 4, "graphcut engine", ()),
-    (r"Src/Pyramid/", 5, "pyramid", ()),
-    (r"Src/ColourPyramid/", 5, "colour pyramid", ()),
-    (r"Src/KLT", 5, "klt", ("pyramid",)),
-    (r"Src/APT/", 5, "apt", ()),
-    (r"Src/RegionTracker/", 5, "region tracker", ("apt",)),
-    (r"Src/(DescriptorFactory|DescriptorComputerMgr|DescriptorDataCacheMgr|TrackerImpl)\.",
-     6, "top", ()),
-    (r"Src/\w+/", 5, "of its folder", ()),  # any other folder is a kind's
-]
 FOLDERS = ["foundation", "image", "API/Inc", "Src", "External"]
-SEARCH = ["", "foundation", "API/Inc", "Src", "External/graphcut", "External"]
+SUFFIXES = {".h", ".cpp", ".inc", ".inl"}
+SEARCH = ["", "foundation", "API/Inc", "Src"]
 
 
-def row_of(path):
-    for pattern, layer, group, allowed in TABLE:
-        match = re.match(pattern, path)
-        if match:
-            return layer, match.group() if group == "of its folder" else group, allowed
-    return None
+def stem(path):
+    return path.rsplit(".", 1)[0]
 
 
-def resolve(root, including, name):
-    candidates = [including.parent / name] + [root / folder / name for folder in SEARCH]
-    for candidate in candidates:
-        if candidate.is_file():
-            return candidate.resolve().relative_to(root).as_posix()
-    return None
+class Modules:
+    def __init__(self, table):
+        self.uses, self.files = {}, {}
+        for line in table.read_text("utf-8").splitlines():
+            name, uses, files = line.split("|")
+            self.uses[name] = set(filter(None, uses.split(";")))
+            self.files[name] = list(filter(None, files.split(";")))
+
+    def owners(self, path):
+        for test in (lambda file: file == path,
+                     lambda file: file.endswith(".cpp") and stem(file) == stem(path),
+                     lambda file: "*" in file and fnmatch.fnmatchcase(path, file)):
+            found = [name for name, files in self.files.items() if any(map(test, files))]
+            if found:
+                return found
+        return []
+
+    def seen_by(self, name):
+        seen, left = set(), [name, "foundation"]  # which is everybody's
+        while left:
+            module = left.pop()
+            if module not in seen:
+                seen.add(module)
+                left += self.uses[module]
+        return seen
 
 
-def breaches(root):
+def included(root, path):
+    """The names that a file includes in quotes, each with the file that is found, or None."""
+    for name in re.findall(r'^\s*#\s*include "([^"]+)"', path.read_text("utf-8"), re.M):
+        candidates = [path.parent / name] + [root / folder / name for folder in SEARCH]
+        found = next((file for file in candidates if file.is_file()), None)
+        yield name, found and found.resolve().relative_to(root).as_posix()
+
+
+def breaches(root, modules):
+    owner, used = {}, collections.defaultdict(set)
     for folder in FOLDERS:
         for path in sorted((root / folder).rglob("*")):
-            if path.suffix not in (".h", ".cpp", ".inl"):
+            if path.suffix in SUFFIXES:
+                name = path.relative_to(root).as_posix()
+                owners = modules.owners(name)
+                if len(owners) == 1:
+                    owner[name] = owners[0]
+                else:
+                    yield f"{name}: belongs to {' and '.join(owners) or 'no module'}"
+    for file, module in owner.items():
+        for name, target in included(root, root / file):
+            other = owner.get(target)
+            if other is None:
+                yield f"{file}: includes {name}, which belongs to no module"
                 continue
-            mine = path.relative_to(root).as_posix()
-            row = row_of(mine)
-            if row is None:
-                yield f"{mine}: belongs to no layer"
-                continue
-            for name in re.findall(r'^#include "([^"]+)"', path.read_text("utf-8"), re.M):
-                target = resolve(root, path, name)
-                if target is None:
-                    yield f"{mine}: includes {name}, which is nowhere"
-                    continue
-                other = row_of(target)
-                if other is None:
-                    yield f"{mine}: includes {target}, which belongs to no layer"
-                elif not (other[0] < row[0] or other[1] == row[1] or other[1] in row[2]):
-                    yield f"{mine}: layer {row[0]} ({row[1]}) includes {target}, " \
-                          f"layer {other[0]} ({other[1]})"
+            used[module].add(other)
+            if other not in modules.seen_by(module):
+                yield f"{file}: includes {target}, but {module} does not use {other}"
+    for module, uses in modules.uses.items():
+        for claimed in sorted(uses - used[module]):
+            yield f"{module}: says that it uses {claimed}, and includes nothing of it"
 
 
 def main():
-    if len(sys.argv) != 2:
+    if len(sys.argv) != 3:
         sys.exit(__doc__)
-    found = list(breaches(pathlib.Path(sys.argv[1]).resolve()))
-    print("\n".join(found) if found else "includes run down the layers")
+    found = list(breaches(pathlib.Path(sys.argv[1]).resolve(),
+                          Modules(pathlib.Path(sys.argv[2]))))
+    print("\n".join(found) if found else "every file includes what its module may see")
     sys.exit(bool(found))
 
 

@@ -1,17 +1,60 @@
 # The only helpers of the build.
 
-# dp_add_module(NAME SOURCES ...)
+# dp_add_module(NAME [USES MODULE ...] [HEADERS FILE ...] [SOURCES ...])
 #   One folder of a layer as object files, compiled once: the shared library `descriptor`
 #   and the static `descriptor_internal` (for tests and benchmarks of what is inside) are
-#   made from the same objects.
+#   made from the same objects. Without SOURCES it is headers alone.
+#
+#   USES is the one table of the layers. A module sees the headers of the modules that it
+#   uses, and of those that they use; foundation is everybody's. The include paths come of
+#   it, and the test `includes` holds every file to it. A header belongs to the source of its
+#   name; HEADERS lists the others, by name or pattern.
 set_property(GLOBAL PROPERTY DP_MODULES "")
 function(dp_add_module name)
-    cmake_parse_arguments(arg "" "" "SOURCES" ${ARGN})
-    add_library(${name} OBJECT ${arg_SOURCES})
-    target_link_libraries(${name} PRIVATE dp_flags PUBLIC foundation)
-    target_include_directories(${name} PUBLIC
-        ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/API/Inc)
-    set_property(GLOBAL APPEND PROPERTY DP_MODULES ${name})
+    cmake_parse_arguments(arg "" "" "USES;HEADERS;SOURCES" ${ARGN})
+    dp_enter_module(${name} USES ${arg_USES} FILES ${arg_HEADERS} ${arg_SOURCES})
+    if(arg_SOURCES)
+        add_library(${name} OBJECT ${arg_SOURCES})
+        target_link_libraries(${name} PRIVATE dp_flags)
+        set_property(GLOBAL APPEND PROPERTY DP_MODULES ${name})
+        set(scope PUBLIC)
+    else()
+        add_library(${name} INTERFACE)
+        set(scope INTERFACE)
+    endif()
+    target_link_libraries(${name} ${scope} foundation ${arg_USES})
+    target_include_directories(${name} ${scope} ${PROJECT_SOURCE_DIR})
+    cmake_path(GET CMAKE_CURRENT_SOURCE_DIR FILENAME folder)
+    if(folder MATCHES "^(Src|Inc)$")  # others are named by their path from the top
+        target_include_directories(${name} ${scope} ${CMAKE_CURRENT_SOURCE_DIR})
+    endif()
+endfunction()
+
+# dp_enter_module(NAME [USES MODULE ...] FILES ...)
+#   Enters a module into the table alone, or further files of one that is there.
+#   dp_write_modules(FILE) writes the table.
+set_property(GLOBAL PROPERTY DP_TABLE "")
+function(dp_enter_module name)
+    cmake_parse_arguments(arg "" "" "USES;FILES" ${ARGN})
+    cmake_path(RELATIVE_PATH CMAKE_CURRENT_SOURCE_DIR BASE_DIRECTORY ${PROJECT_SOURCE_DIR}
+        OUTPUT_VARIABLE folder)
+    list(TRANSFORM arg_FILES PREPEND ${folder}/)
+    get_property(names GLOBAL PROPERTY DP_TABLE)
+    if(NOT name IN_LIST names)
+        set_property(GLOBAL APPEND PROPERTY DP_TABLE ${name})
+    endif()
+    set_property(GLOBAL APPEND PROPERTY DP_USES_${name} ${arg_USES})
+    set_property(GLOBAL APPEND PROPERTY DP_FILES_${name} ${arg_FILES})
+endfunction()
+function(dp_write_modules file)
+    get_property(names GLOBAL PROPERTY DP_TABLE)
+    set(lines "")
+    foreach(name IN LISTS names)
+        get_property(uses GLOBAL PROPERTY DP_USES_${name})
+        get_property(files GLOBAL PROPERTY DP_FILES_${name})
+        string(APPEND lines "${name}|${uses}|${files}\n")
+    endforeach()
+    file(WRITE ${file} "${lines}")
 endfunction()
 
 # dp_add_x86(MODULE NAME FLAGS SOURCES)
@@ -21,6 +64,7 @@ endfunction()
 function(dp_add_x86 module name flags)
     if(CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|AMD64|amd64)$")
         target_sources(${module} PRIVATE ${ARGN})
+        dp_enter_module(${module} FILES ${ARGN})
         set_source_files_properties(${ARGN} PROPERTIES COMPILE_OPTIONS "${flags}")
         target_compile_definitions(${module} PRIVATE DP_HAVE_${name})
     endif()
