@@ -138,7 +138,7 @@ Image GraphCutWrapper::ComputeLabelImage(const unsigned char* inRGBImage,
     const Image result = NewClearedImage(columns, rows);
     if (isNewFrame) {
         if (mImageGraph != NULL) mImageGraph->ReleaseGraph();
-        mImageGraph = NULL;
+        mImageGraph = nullptr;
         BuildImageGraph(inRGBImage, bounds, inRowBytes);
         if (!KeepsFrame(columns, rows)) return {};
         inCurrentLabelImage = NewImage(columns, rows);
@@ -159,7 +159,7 @@ Image GraphCutWrapper::ComputeLabelImage(const unsigned char* inRGBImage,
     SetEnergies(inForegroundStrokeImage, inBackgroundStrokeImage, inCurrentLabelImage, fit);
     constexpr double kNoTimeLimit = -1.0;
     RunMaxFlow(*mImageGraph->mFlowGraph, mImageGraph->mSourceNode, mImageGraph->mSinkNode,
-               *mImageGraph->mSegments, kNoTimeLimit, NULL);
+               *mImageGraph->mSegments, kNoTimeLimit, nullptr);
     mImageGraph->mValid = true;
     mImageGraph->ExtractLabels(result->GetData(), rows, columns, 0, 0, columns, false);
     return result;
@@ -194,8 +194,8 @@ void GraphCutWrapper::BuildImageGraph(const unsigned char* inRGBImage,
     const int width = static_cast<int>(inRGBImageBounds.Width());
 
     mImageGraph = TVK::MakeObject<ImageGraph>();
-    mImageGraph->Initialize(GraphRect{0, 0, height, width}, NULL, kGraphCutNeighborhood, NULL,
-                            0, 1);
+    mImageGraph->Initialize(GraphRect{0, 0, height, width}, nullptr, kGraphCutNeighborhood,
+                            nullptr, 0, 1);
     if (!mImageGraph->mValid) return;
 
     const Image red = NewImage(width, height);
@@ -208,11 +208,11 @@ void GraphCutWrapper::BuildImageGraph(const unsigned char* inRGBImage,
     IP::WriteImageToPPM(*green, AsciiToUTF16(DP_FRAME_FOLDER "GreenComOriginalImage.ppm"));
     IP::WriteImageToPPM(*blue, AsciiToUTF16(DP_FRAME_FOLDER "BlueComOriginalImage.ppm"));
 
-    mImageGraph->BuildRegionGraph(red->GetData(), green->GetData(), blue->GetData(), NULL,
+    mImageGraph->BuildRegionGraph(red->GetData(), green->GetData(), blue->GetData(), nullptr,
                                   height, width, 0, 0, width, kGraphCutPlaneCount,
                                   kGraphCutBitDepth, kRegionColourTolerance, kRegionRadius);
     mImageGraph->SetNeighborEnergies(
-        red->GetData(), green->GetData(), blue->GetData(), NULL, height, width, 0, 0, width,
+        red->GetData(), green->GetData(), blue->GetData(), nullptr, height, width, 0, 0, width,
         kGraphCutPlaneCount, kGraphCutBitDepth, double{kNeighborEnergyScale},
         double{kNeighborEnergySigma}, double{kNeighborEnergyExponent}, true);
 }
