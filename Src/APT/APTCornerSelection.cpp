@@ -13,12 +13,10 @@
 //
 // so for a rectangle that is a part of the image mostly the rectangle alone is looked at.
 // The rest of the image matters only when the corner whose turn it is lies between floor and
-// limit. It is ruled out by any corner that is strong enough, and that is mostly still where
-// it was in the last call: so that place is looked at first, and the whole image only if
-// nothing there decides. A clip in which such a corner was good enough, which nothing less
-// than the whole image proves, will mostly need that again: the next call then walks the
-// image in one go, and leaves what is outside the rectangle as soon as a corner beyond the
-// clamp, which none can raise further, is found.
+// limit, and only until one is found that is strong enough to rule it out. A clip that needed
+// the whole image once will mostly need it again: the next call then walks the image in one go,
+// and leaves what is outside the rectangle as soon as a corner beyond the clamp, which none can
+// raise further, is found.
 //
 // Cornerness is twice the smaller eigenvalue of the gradient matrix: Shi and Tomasi, "Good
 // Features to Track" (1994).
@@ -35,7 +33,6 @@ namespace DP {
 namespace {
 
 constexpr float kNoCorner = -100000.0f;
-constexpr int kNearBy = 24;  // pixels: how far the corner that decides may have moved
 constexpr float kEverything = std::numeric_limits<float>::infinity();
 
 // The first and the end of the whole numbers in [inBegin, inEnd) that are strictly above,
@@ -112,7 +109,6 @@ float APTCornerSelection::CollectCorners(const APTPixelRange& inRange,
                                          const APTPixelRange& inKept, float inDropped) {
     float largest = kNoCorner;
     APTPixelRange range = inRange;
-    APTPixelRange strongest;
     mColumns.resize(static_cast<std::size_t>(mWidth));
     mStream.Start(mImage, mWidth, mHeight, range);
     while (!(GetThreshold(largest) > inDropped) && mStream.NextRow()) {
@@ -125,10 +121,7 @@ float APTCornerSelection::CollectCorners(const APTPixelRange& inRange,
         const bool isKeptRow = y >= inKept.mTop && y < inKept.mBottom;
         for (int i = 0; i < count; ++i) {
             const int x = mColumns[static_cast<std::size_t>(i)];
-            if (row[x] > largest) {
-                largest = row[x];
-                strongest = {x, y, x + 1, y + 1};
-            }
+            largest = std::max(largest, row[x]);
             if (isKeptRow && x >= inKept.mLeft && x < inKept.mRight)
                 mCorners.push_back({row[x], static_cast<std::uint64_t>(y) *
                                                     static_cast<std::uint64_t>(mWidth) +
@@ -139,7 +132,6 @@ float APTCornerSelection::CollectCorners(const APTPixelRange& inRange,
             mStream.Narrow(range);
         }
     }
-    if (!strongest.IsEmpty()) mStrongest = strongest;
     return largest;
 }
 
@@ -155,26 +147,13 @@ float APTCornerSelection::GetThreshold(float inLargest) const {
 // of the largest corner known; a larger one never lowers the threshold.
 bool APTCornerSelection::IsGoodEnough(const Corner& inCorner) {
     if (inCorner.mScore >= GetThreshold(kEverything)) return true;
+    mNeededLargest = true;
     if (!mKnowsLargest) {
-        if (IsRuledOutNearBy(inCorner)) return false;
-        mLargest = CollectCorners(mStream.GetScanRange(mWidth, mHeight), {}, inCorner.mScore);
+        const APTPixelRange scan = mStream.GetScanRange(mWidth, mHeight);
+        mLargest = CollectCorners(scan, {}, inCorner.mScore);
         mKnowsLargest = true;
-        mNeededLargest = true;
     }
-    const bool isGood = inCorner.mScore >= GetThreshold(mLargest);
-    if (isGood) mNeededLargest = true;
-    return isGood;
-}
-
-// Whether a corner near the place of the strongest one seen last is too strong for it.
-bool APTCornerSelection::IsRuledOutNearBy(const Corner& inCorner) {
-    const APTPixelRange scan = mStream.GetScanRange(mWidth, mHeight);
-    const APTPixelRange nearBy{std::max(mStrongest.mLeft - kNearBy, scan.mLeft),
-                               std::max(mStrongest.mTop - kNearBy, scan.mTop),
-                               std::min(mStrongest.mRight + kNearBy, scan.mRight),
-                               std::min(mStrongest.mBottom + kNearBy, scan.mBottom)};
-    if (mStrongest.IsEmpty() || nearBy.IsEmpty()) return false;
-    return inCorner.mScore < GetThreshold(CollectCorners(nearBy, {}, inCorner.mScore));
+    return inCorner.mScore >= GetThreshold(mLargest);
 }
 
 // Best first, without sorting more corners than are looked at.

@@ -65,7 +65,6 @@ private:
                          float inDropped);
     float GetThreshold(float inLargest) const;
     bool IsGoodEnough(const Corner& inCorner);
-    bool IsRuledOutNearBy(const Corner& inCorner);
     void SelectBest(std::size_t inLimit);
     void MakeMask(const APTFeature* inFirst, const APTFeature* inLast);
     void ClearDisc(int inX, int inY);
@@ -79,7 +78,6 @@ private:
     float mLargest = 0.0f;        // of the corners that were looked at
     bool mKnowsLargest = false;   // these are all of the image's
     bool mNeededLargest = false;  // the last call could not do without
-    APTPixelRange mStrongest;     // the place of the largest one in the last walk
     std::vector<int> mColumns;    // maxima of a row
     std::vector<Corner> mCorners;
     std::vector<std::uint8_t> mMask;  // 0 in the discs
