@@ -89,6 +89,9 @@ This package has the two shared libraries.")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME ${development})
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "${runtime} (= ${debian_version})")
+# For descriptor/strokes_json.h, opencv.h and ffmpeg.h, each alone.
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SUGGESTS
+    "nlohmann-json3-dev, libopencv-dev, libavutil-dev")
 set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION "${about}
 This package has the headers, and the files for CMake and pkg-config.")
 

@@ -99,8 +99,9 @@ private:
     // of another run.
     detail::RunName new_run() const {
         return {mSource,
-                "limit " + std::to_string(mSettings.stationary_limit) + " verify " +
-                    std::to_string(mSettings.verify),
+                std::string("limit ")
+                    .append(std::to_string(mSettings.stationary_limit))
+                    .append(mSettings.verify ? " verified" : ""),
                 !mSettings.verify};
     }
 

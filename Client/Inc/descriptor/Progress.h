@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <functional>
 #include <ranges>
+#include <string>
 #include <utility>
 
 #include "descriptor/Error.h"
@@ -23,9 +24,11 @@ using ProgressCallback = std::function<bool(const Progress&)>;
 /// @throws Cancelled if the callback says stop. An empty callback never does.
 inline void report_progress(const ProgressCallback& inCallback, std::int64_t inDone,
                             std::int64_t inTotal) {
-    if (inCallback && !inCallback({inDone, inTotal}))
-        throw Cancelled("stopped after " + std::to_string(inDone) +
-                        (inTotal < 0 ? "" : " of " + std::to_string(inTotal)));
+    if (!inCallback || inCallback({inDone, inTotal})) return;
+    std::string text("stopped after ");
+    text.append(std::to_string(inDone));
+    if (inTotal >= 0) text.append(" of ").append(std::to_string(inTotal));
+    throw Cancelled(text);
 }
 
 /// Calls `inStep` with each of the frames (any range of them), and the callback before each.

@@ -41,7 +41,7 @@ inline void check(const Strokes& inStrokes) {
     if (inStrokes.empty()) throw ArgumentError("strokes", "there are none");
     for (std::size_t i = 0; i < inStrokes.size(); ++i) {
         const Stroke& stroke = inStrokes[i];
-        const std::string name = "strokes[" + std::to_string(i) + "].";
+        const std::string name = std::string("strokes[").append(std::to_string(i)).append("].");
         if (stroke.path.empty()) throw ArgumentError(name + "path", "it has no points");
         for (const Position& point : stroke.path)
             if (!(std::fabs(point.x) <= 1e6) || !(std::fabs(point.y) <= 1e6))
