@@ -1,5 +1,6 @@
 #include "Canvas.h"
 
+#include <cmath>
 #include <vector>
 
 #include "OutputFile.h"
@@ -53,9 +54,32 @@ void Canvas::DrawPixels(const std::uint8_t* inPixels, int inWidth, int inHeight,
     cairo_restore(Cairo());
 }
 
-void Canvas::DrawFrame(const Frame& inFrame, const Box& inWhere) {
-    DrawPixels(inFrame.mPixels.data(), inFrame.mWidth, inFrame.mHeight, inFrame.RowBytes(),
-               inWhere);
+void Canvas::DrawFrame(const Frame& inFrame, const Box& inWhere, double inShade) {
+    const bool isOwnSize =
+        inWhere.mWidth == inFrame.mWidth && inWhere.mHeight == inFrame.mHeight;
+    const int left = int(inWhere.mX), top = int(inWhere.mY);
+    if (!isOwnSize || left + inFrame.mWidth > mWidth || top + inFrame.mHeight > mHeight) {
+        DrawPixels(inFrame.mPixels.data(), inFrame.mWidth, inFrame.mHeight, inFrame.RowBytes(),
+                   inWhere);
+        SetColour({}, 1.0 - inShade);
+        cairo_rectangle(Cairo(), inWhere.mX, inWhere.mY, inWhere.mWidth, inWhere.mHeight);
+        cairo_fill(Cairo());
+        return;
+    }
+    const unsigned factor = unsigned(inShade * 256.0 + 0.5);
+    for (int y = 0; y < inFrame.mHeight; ++y) {
+        const std::uint8_t* const from = inFrame.Pixel(0, y);
+        std::uint8_t* const to =
+            MutablePixels() + std::ptrdiff_t(top + y) * Stride() + left * 4;
+        for (int i = 0; i < inFrame.RowBytes(); ++i)
+            to[i] = std::uint8_t((from[i] * factor) >> 8);
+    }
+    cairo_surface_mark_dirty(mSurface.get());
+}
+
+std::uint8_t* Canvas::MutablePixels() {
+    cairo_surface_flush(mSurface.get());
+    return cairo_image_surface_get_data(mSurface.get());
 }
 
 void Canvas::DrawGrey(const std::uint8_t* inGrey, int inWidth, int inHeight,
@@ -66,14 +90,19 @@ void Canvas::DrawGrey(const std::uint8_t* inGrey, int inWidth, int inHeight,
     DrawPixels(pixels.data(), inWidth, inHeight, inWidth * 4, inWhere);
 }
 
-void Canvas::Label(double inX, double inY, const std::string& inText, double inSize) {
+void Canvas::Label(double inX, double inY, const std::string& inText, double inSize,
+                   double inMostWidth) {
     cairo_select_font_face(Cairo(), "sans-serif", CAIRO_FONT_SLANT_NORMAL,
                            CAIRO_FONT_WEIGHT_NORMAL);
-    cairo_set_font_size(Cairo(), inSize);
-    cairo_text_extents_t extents;
-    cairo_text_extents(Cairo(), inText.c_str(), &extents);
+    const auto width = [&] {
+        cairo_set_font_size(Cairo(), inSize);
+        cairo_text_extents_t extents;
+        cairo_text_extents(Cairo(), inText.c_str(), &extents);
+        return extents.x_advance + inSize;
+    };
+    if (width() > inMostWidth) inSize *= inMostWidth / width();
     SetColour({16.0, 20.0, 24.0}, 0.72);
-    cairo_rectangle(Cairo(), inX, inY, extents.x_advance + inSize, inSize * 1.6);
+    cairo_rectangle(Cairo(), inX, inY, width(), inSize * 1.6);
     cairo_fill(Cairo());
     SetColour({255.0, 255.0, 255.0});
     cairo_move_to(Cairo(), inX + inSize * 0.5, inY + inSize * 1.15);
@@ -83,18 +112,49 @@ void Canvas::Label(double inX, double inY, const std::string& inText, double inS
 void Canvas::Outline(const Box& inBox, const Colour& inColour, double inWidth) {
     for (const bool rim : {true, false}) {
         SetColour(rim ? Colour{} : inColour, rim ? 0.6 : 1.0);
-        cairo_set_line_width(Cairo(), rim ? inWidth + 2.0 : inWidth);
+        cairo_set_line_width(Cairo(), rim ? inWidth * 2.0 : inWidth);
         cairo_rectangle(Cairo(), inBox.mX, inBox.mY, inBox.mWidth, inBox.mHeight);
         cairo_stroke(Cairo());
     }
 }
 
-void Canvas::Dot(double inX, double inY, double inRadius, const Colour& inColour) {
-    for (const bool rim : {true, false}) {
-        SetColour(rim ? Colour{} : inColour, rim ? 0.6 : 1.0);
-        cairo_arc(Cairo(), inX, inY, rim ? inRadius + 1.0 : inRadius, 0.0, 6.2831853);
-        cairo_fill(Cairo());
+// A pixel is covered as far as its centre is nearer to the line than half of the width.
+void Canvas::Line(const Point& inFrom, const Point& inTo, double inWidth,
+                  const Colour& inColour, double inAlpha, const Box& inClip) {
+    const double reach = inWidth / 2 + 0.5;
+    const int left = int(std::max({inClip.mX, 0.0, std::min(inFrom.mX, inTo.mX) - reach}));
+    const int top = int(std::max({inClip.mY, 0.0, std::min(inFrom.mY, inTo.mY) - reach}));
+    const int right = int(
+        std::min({inClip.Right(), double(mWidth), std::max(inFrom.mX, inTo.mX) + reach + 1.0}));
+    const int bottom = int(std::min(
+        {inClip.Bottom(), double(mHeight), std::max(inFrom.mY, inTo.mY) + reach + 1.0}));
+    const float alongX = float(inTo.mX - inFrom.mX), alongY = float(inTo.mY - inFrom.mY);
+    const float square = std::max(1e-6f, alongX * alongX + alongY * alongY);
+    const float colour[] = {float(inColour.mBlue), float(inColour.mGreen),
+                            float(inColour.mRed)};
+    std::uint8_t* const pixels = MutablePixels();
+    for (int y = top; y < bottom; ++y) {
+        std::uint8_t* pixel = pixels + std::ptrdiff_t(y) * Stride() + left * 4;
+        const float dy = float(y + 0.5 - inFrom.mY);
+        for (int x = left; x < right; ++x, pixel += 4) {
+            const float dx = float(x + 0.5 - inFrom.mX);
+            const float share = std::clamp((dx * alongX + dy * alongY) / square, 0.0f, 1.0f);
+            const float awayX = dx - share * alongX, awayY = dy - share * alongY;
+            const float away = std::sqrt(awayX * awayX + awayY * awayY);
+            const float cover = std::clamp(float(reach) - away, 0.0f, 1.0f) * float(inAlpha);
+            if (cover <= 0.0f) continue;
+            for (int i = 0; i < 3; ++i)
+                pixel[i] = std::uint8_t(float(pixel[i]) +
+                                        (colour[i] - float(pixel[i])) * cover + 0.5f);
+        }
     }
+    cairo_surface_mark_dirty(mSurface.get());
+}
+
+void Canvas::Dot(const Point& inCentre, double inRadius, const Colour& inColour,
+                 const Box& inClip) {
+    Line(inCentre, inCentre, inRadius * 3.0, {}, 0.6, inClip);
+    Line(inCentre, inCentre, inRadius * 2.0, inColour, 1.0, inClip);
 }
 
 void Canvas::WritePng(const std::string& inFile) const {

@@ -2,8 +2,9 @@
 
 namespace Host {
 
-JsonFile::JsonFile(const std::string& inName, const Json& inHead, const std::string& inArray)
-    : mFile(inName, Links::kFollowed) {
+JsonFile::JsonFile(const std::string& inName, const Json& inHead, const std::string& inArray,
+                   Links inLinks)
+    : mFile(inName, inLinks) {
     mFile.Print("{\n");
     Members(inHead);
     mFile.Print(JsonText(inArray) + ": [");

@@ -27,7 +27,8 @@ inline std::string JsonText(const Json& inValue) {
 class JsonFile {
 public:
     /// @param inHead  an object; @param inArray  the array's name.
-    JsonFile(const std::string& inName, const Json& inHead, const std::string& inArray);
+    JsonFile(const std::string& inName, const Json& inHead, const std::string& inArray,
+             Links inLinks = Links::kFollowed);
     ~JsonFile();
     JsonFile(const JsonFile&) = delete;
     JsonFile& operator=(const JsonFile&) = delete;

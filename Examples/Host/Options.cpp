@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <filesystem>
 
+#include "EditorFiles.h"
 #include "FrameReader.h"
 #include "Help.h"
 #include "RawReader.h"
@@ -72,6 +73,16 @@ void InputOptions::AddTo(CLI::App& ioCommand) {
         ->type_name("N");
 }
 
+void OutputOptions::AddEditorsTo(CLI::App& ioCommand, const std::string& inWhat) {
+    ioCommand
+        .add_option("--editors", mEditors,
+                    Wrapped(inWhat + " as other programs read it: blender, ae, nuke (and "
+                                     "Natron), mlt, webvtt; several with commas."))
+        ->delimiter(',')
+        ->check(CLI::IsMember(EditorForms()).description(""))
+        ->type_name("FORM");
+}
+
 std::vector<std::string> InputOptions::Files() const {
     if (mInput.empty()) return {};
     if (mInput == "-" || !mRawSize.empty()) return {mInput};
@@ -117,6 +128,12 @@ void OutputOptions::AddFolderTo(CLI::App& ioCommand) {
 void OutputOptions::AddTo(CLI::App& ioCommand) {
     AddFolderTo(ioCommand);
     ioCommand.add_flag("--no-video", mWithoutVideo, "Write pictures only.");
+    ioCommand
+        .add_option("--progress", mProgress,
+                    Wrapped("How far the run is, on standard error: text (the default), json "
+                            "(an object a line) or none."))
+        ->check(CLI::IsMember({"text", "json", "none"}).description(""))
+        ->type_name("FORM");
 }
 
 void OutputOptions::AddJsonTo(CLI::App& ioCommand) {

@@ -48,11 +48,14 @@ struct OutputOptions {
     bool mWithoutVideo = false;
     std::string mJsonFile;
     std::string mPlotFolder;
+    std::string mProgress = "text";
+    std::vector<std::string> mEditors;
 
     void AddTo(CLI::App& ioCommand);
     void AddFolderTo(CLI::App& ioCommand);
     void AddJsonTo(CLI::App& ioCommand);
     void AddPlotsTo(CLI::App& ioCommand, const std::string& inWhat);
+    void AddEditorsTo(CLI::App& ioCommand, const std::string& inWhat);
     /// Refuses to write what is read, before anything is opened. `inFiles` and `inPlots` are
     /// names in the two folders.
     void Check(const std::vector<std::string>& inInputs, const Outputs& inFiles,

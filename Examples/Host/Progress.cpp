@@ -1,10 +1,13 @@
 #include "Progress.h"
 
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <cmath>
 #include <cstdio>
 #include <utility>
+
+#include "JsonFile.h"
 
 namespace Host {
 namespace {
@@ -19,25 +22,51 @@ std::string TimeText(double inSeconds) {
     return std::to_string(seconds / 60) + " min " + std::to_string(seconds % 60) + " s";
 }
 
+std::size_t TerminalWidth() {
+    winsize size{};
+    const bool known = ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 1;
+    return known ? size.ws_col : 80;
+}
+
 }  // namespace
 
-Progress::Progress(std::string inWhat, long long inTotal)
-    : mWhat(std::move(inWhat)), mTotal(inTotal), mTerminal(isatty(STDERR_FILENO) != 0) {}
+Progress::Progress(std::string inWhat, long long inTotal, const std::string& inForm)
+    : mWhat(std::move(inWhat)),
+      mForm(inForm),
+      mTotal(inTotal),
+      mTerminal(isatty(STDERR_FILENO) != 0) {}
 
 Progress::~Progress() {
     if (mLineOpen) std::fputs("\r\033[K", stderr);
+    if (mForm == "json") ShowJson(Seconds());
 }
 
 void Progress::Advance() {
     ++mDone;
     const double seconds = Seconds();
-    if (mTerminal && seconds - mLastShown >= kRedrawSeconds) {
-        std::fprintf(stderr, "\r\033[K%s", Text(seconds).c_str());
+    if (mForm == "text") ShowText(seconds);
+    if (mForm != "json" || seconds - mLastShown < kRedrawSeconds) return;
+    ShowJson(seconds);
+    mLastShown = seconds;
+}
+
+void Progress::ShowJson(double inSeconds) const {
+    Json line{{"progress", mWhat}, {"frames", mDone}, {"seconds", inSeconds}};
+    if (mTotal > 0) line["total"] = mTotal;
+    std::fprintf(stderr, "%s\n", JsonText(line).c_str());
+}
+
+void Progress::ShowText(double inSeconds) {
+    if (mTerminal && inSeconds - mLastShown >= kRedrawSeconds) {
+        // A line that is wider than the terminal could not be written over.
+        const std::string text = Text(inSeconds);
+        const std::string fitting = text.substr(0, TerminalWidth() - 1);
+        std::fprintf(stderr, "\r\033[K%s", fitting.c_str());
         std::fflush(stderr);
         mLineOpen = true;
-        mLastShown = seconds;
-    } else if (!mTerminal && seconds >= kQuietSeconds && IsStep()) {
-        std::fprintf(stderr, "%s\n", Text(seconds).c_str());
+        mLastShown = inSeconds;
+    } else if (!mTerminal && inSeconds >= kQuietSeconds && IsStep()) {
+        std::fprintf(stderr, "%s\n", Text(inSeconds).c_str());
     }
 }
 

@@ -96,33 +96,40 @@ std::optional<Point> RenderedClip::Move(const Point& inPoint, int inFrom, int in
 
 void RenderedClip::Render(int inFrame, Frame& outFrame) const {
     outFrame.Resize(mShape.mWidth, mShape.mHeight);
+    mGround->StartFrame();
+    for (int y = 0; y < mShape.mHeight; ++y)
+        RenderRow(inFrame, y, outFrame);
+    outFrame.Finish();
+}
+
+void RenderedClip::RenderRow(int inFrame, int inY, Frame& outFrame) const {
     const Camera camera = CameraAt(inFrame);
     const Box box = ObjectBox(inFrame);
+    const double coverY = Covered(inY + 0.5, box.mY, box.Bottom());
     // The grain is one of the panel: it grows with it.
     const double grain = 0.26 * mShape.mWidth / 8.0;
-    for (int y = 0; y < mShape.mHeight; ++y) {
-        const double coverY = Covered(y + 0.5, box.mY, box.Bottom());
-        for (int x = 0; x < mShape.mWidth; ++x) {
-            const double cover = coverY * Covered(x + 0.5, box.mX, box.Right());
-            Colour colour;
-            if (cover < 1.0) {
-                const Point ground = ToGround(camera, {double(x), double(y)});
-                colour = GroundTexture(ground.mX, ground.mY, mShape.mSeed);
-            }
-            if (cover > 0.0) {
-                const double u = std::clamp((x + 0.5 - box.mX) / box.mWidth, 0.0, 1.0);
-                const double v = std::clamp((y + 0.5 - box.mY) / box.mHeight, 0.0, 1.0);
-                colour = Mix(colour, PanelTexture(u, v, grain, mShape.mSeed + 7), cover);
-            }
-            const double noise = mShape.mNoise * PixelNoise(x, y, inFrame, mShape.mSeed + 3);
-            std::uint8_t* const pixel = outFrame.Pixel(x, y);
-            pixel[0] = ToByte(colour.mBlue + noise);
-            pixel[1] = ToByte(colour.mGreen + noise);
-            pixel[2] = ToByte(colour.mRed + noise);
-            pixel[3] = 255;
+    // The ground goes by in even steps along a row.
+    const Point first = ToGround(camera, {0.0, double(inY)});
+    const Point second = ToGround(camera, {1.0, double(inY)});
+    NoiseRow noises(inY, inFrame, mShape.mSeed + 3);
+    for (int x = 0; x < mShape.mWidth; ++x) {
+        const double cover = coverY * Covered(x + 0.5, box.mX, box.Right());
+        Colour colour;
+        if (cover < 1.0)
+            colour = mGround->At(first.mX + x * (second.mX - first.mX),
+                                 first.mY + x * (second.mY - first.mY));
+        if (cover > 0.0) {
+            const double u = std::clamp((x + 0.5 - box.mX) / box.mWidth, 0.0, 1.0);
+            const double v = std::clamp((inY + 0.5 - box.mY) / box.mHeight, 0.0, 1.0);
+            colour = Mix(colour, PanelTexture(u, v, grain, mShape.mSeed + 7), cover);
         }
+        const double noise = mShape.mNoise * noises.Next();
+        std::uint8_t* const pixel = outFrame.Pixel(x, inY);
+        pixel[0] = ToByte(colour.mBlue + noise);
+        pixel[1] = ToByte(colour.mGreen + noise);
+        pixel[2] = ToByte(colour.mRed + noise);
+        pixel[3] = 255;
     }
-    outFrame.Finish();
 }
 
 bool RenderedSource::Read(Frame& outFrame) {

@@ -3,11 +3,13 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 
 #include "Frame.h"
 #include "FrameSource.h"
 #include "Geometry.h"
+#include "GroundTiles.h"
 
 namespace Host {
 
@@ -28,7 +30,7 @@ namespace Host {
 /// Points count whole numbers as pixel centres; boxes go by edges; y runs downward.
 ///
 /// Ownership: a plain value.
-/// Threads: immutable; any thread may call any operation.
+/// Threads: any thread may call any operation but `Render`.
 /// Errors: none. Frame numbers may be any, also outside 0 to `mFrames`.
 class RenderedClip {
 public:
@@ -40,10 +42,12 @@ public:
         double mNoise = 1.0;  ///< standard deviation of a pixel's noise, in grey levels
     };
 
-    explicit RenderedClip(const Shape& inShape) : mShape(inShape) {}
+    explicit RenderedClip(const Shape& inShape)
+        : mShape(inShape), mGround(std::make_shared<GroundTiles>(inShape.mSeed)) {}
 
     const Shape& GetShape() const { return mShape; }
 
+    /// One thread at a time: the ground that was seen is kept, by copies of the clip too.
     void Render(int inFrame, Frame& outFrame) const;
 
     /// The true rectangle of the panel.
@@ -67,8 +71,10 @@ private:
     Camera CameraAt(int inFrame) const;
     Point ToGround(const Camera& inCamera, const Point& inPoint) const;
     Point FromGround(const Camera& inCamera, const Point& inGround) const;
+    void RenderRow(int inFrame, int inY, Frame& outFrame) const;
 
     Shape mShape;
+    std::shared_ptr<GroundTiles> mGround;
 };
 
 /// The frames of a rendered clip, one after the other.

@@ -136,13 +136,14 @@ RenderedScene RenderScene(int inWidth, int inHeight) {
     scene.mTruth = Mask(inWidth, inHeight);
     const double unit = std::min(inWidth, inHeight);
     const Bird bird(unit);
-    for (int y = 0; y < inHeight; ++y)
+    for (int y = 0; y < inHeight; ++y) {
+        NoiseRow noises(y, 0, kSeed);
         for (int x = 0; x < inWidth; ++x) {
             const Paint paint =
                 bird.At((x + 0.5 - inWidth * 0.5) / unit, (y + 0.5 - inHeight * 0.5) / unit);
             const Colour ground = GroundTexture(x, y, kSeed);
             const Colour colour = Mix(ground, paint.mColour, paint.mCover);
-            const double noise = PixelNoise(x, y, 0, kSeed);
+            const double noise = noises.Next();
             std::uint8_t* const pixel = scene.mPicture.Pixel(x, y);
             pixel[0] = ToByte(colour.mBlue + noise);
             pixel[1] = ToByte(colour.mGreen + noise);
@@ -150,6 +151,7 @@ RenderedScene RenderScene(int inWidth, int inHeight) {
             pixel[3] = 255;
             scene.mTruth.At(x, y) = paint.mCover > 0.5 ? 255 : 0;
         }
+    }
     scene.mPicture.Finish();
     AddStrokes(scene, kFirstLines);
     AddStrokes(scene, kSecondLines);

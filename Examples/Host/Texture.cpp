@@ -160,11 +160,4 @@ Colour PanelTexture(double inU, double inV, double inGrain, std::uint32_t inSeed
     return colour;
 }
 
-double PixelNoise(int inX, int inY, std::int32_t inFrame, std::uint32_t inSeed) {
-    const std::uint32_t bits = Hash(inX, inY, inSeed + 0x632be5abu * std::uint32_t(inFrame));
-    const double sum = double(bits & 0xff) + double((bits >> 8) & 0xff) +
-                       double((bits >> 16) & 0xff) + double(bits >> 24);
-    return (sum / 255.0 - 2.0) * 1.7320508075688772;  // four even spreads: variance 1/3
-}
-
 }  // namespace Host

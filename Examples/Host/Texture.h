@@ -40,7 +40,23 @@ Colour GroundTexture(double inX, double inY, std::uint32_t inSeed);
 /// `inGrain` cycles from side to side.
 Colour PanelTexture(double inU, double inV, double inGrain, std::uint32_t inSeed);
 
-/// Noise of one pixel of one frame, with a standard deviation of 1.
-double PixelNoise(int inX, int inY, std::int32_t inFrame, std::uint32_t inSeed);
+/// The noise of one row of one frame, pixel by pixel, with a standard deviation of 1.
+class NoiseRow {
+public:
+    NoiseRow(int inRow, std::int32_t inFrame, std::uint32_t inSeed)
+        : mBits(Hash(inRow, inFrame, inSeed) | 1u) {}
+
+    double Next() {
+        mBits ^= mBits << 13;  // Marsaglia's xorshift
+        mBits ^= mBits >> 17;
+        mBits ^= mBits << 5;
+        const std::uint32_t pairs = (mBits & 0xff00ff) + ((mBits >> 8) & 0xff00ff);
+        const double sum = double((pairs & 0xffff) + (pairs >> 16));
+        return (sum / 255.0 - 2.0) * 1.7320508075688772;  // four even spreads: variance 1/3
+    }
+
+private:
+    std::uint32_t mBits;
+};
 
 }  // namespace Host

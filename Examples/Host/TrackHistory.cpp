@@ -57,7 +57,7 @@ void TrackHistory::Add(const std::vector<TrackedPoint>& inPoints, long long inFr
         ++trail.mSeen;
         trail.mAge = point.mAge;
         trail.mPlaces.push_back(place);
-        if (trail.mPlaces.size() > kTrailLength) trail.mPlaces.pop_front();
+        if (trail.mPlaces.size() > kTrailLength) trail.mPlaces.erase(trail.mPlaces.begin());
     }
     if (liveBefore >= kCutLeast && lost > kCutShare * liveBefore) mCuts.push_back(inFrame);
     NoteFrame(inFrame, lost);

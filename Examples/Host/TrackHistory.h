@@ -2,7 +2,6 @@
 
 #pragma once
 
-#include <deque>
 #include <vector>
 
 #include "Geometry.h"
@@ -28,7 +27,7 @@ class TrackHistory {
 public:
     /// The last places of a slot's point, the newest last; empty for a free slot.
     struct Trail {
-        std::deque<Point> mPlaces;
+        std::vector<Point> mPlaces;
         unsigned mAge = 0;
         Point mStart;
         long long mStartFrame = 0;

@@ -8,33 +8,45 @@ namespace {
 
 constexpr double kOldAge = 100.0;
 
-// The trail fades toward its old end: each piece is drawn for itself.
-void DrawTrail(Canvas& ioCanvas, const TrackHistory::Trail& inTrail) {
+// The trail fades toward its old end. Places that are nearly one are drawn as one.
+void DrawTrail(Canvas& ioCanvas, const Box& inWhere, double inScaleX, double inScaleY,
+               const TrackHistory::Trail& inTrail) {
     const Colour colour = AgeColour(inTrail.mAge);
+    const double unit = UnitOf(inWhere);
     const auto& places = inTrail.mPlaces;
-    cairo_t* const cairo = ioCanvas.Cairo();
-    cairo_set_line_width(cairo, 1.6);
+    const auto place = [&](std::size_t inIndex) {
+        return Point{inWhere.mX + (places[inIndex].mX + 0.5) * inScaleX,
+                     inWhere.mY + (places[inIndex].mY + 0.5) * inScaleY};
+    };
+    Point from = place(0);
     for (std::size_t i = 1; i < places.size(); ++i) {
-        ioCanvas.SetColour(colour, 0.15 + 0.75 * double(i) / double(places.size()));
-        cairo_move_to(cairo, places[i - 1].mX + 0.5, places[i - 1].mY + 0.5);
-        cairo_line_to(cairo, places[i].mX + 0.5, places[i].mY + 0.5);
-        cairo_stroke(cairo);
+        const Point to = place(i);
+        const bool isLast = i + 1 == places.size();
+        if (!isLast && std::hypot(to.mX - from.mX, to.mY - from.mY) < unit) continue;
+        const double alpha = 0.15 + 0.75 * double(i) / double(places.size());
+        ioCanvas.Line(from, to, 1.6 * unit, colour, alpha, inWhere);
+        from = to;
     }
-    ioCanvas.Dot(places.back().mX + 0.5, places.back().mY + 0.5, 1.9, colour);
+    ioCanvas.Dot(place(places.size() - 1), 2.0 * unit, colour, inWhere);
 }
 
 // A bar of the colours with the ages that they stand for.
 void DrawKey(Canvas& ioCanvas, const Box& inWhere) {
-    constexpr double kWidth = 120.0;
-    const double x = inWhere.mX + 8.0;
-    const double y = inWhere.Bottom() - 14.0;
-    for (int i = 0; i < 60; ++i) {
-        ioCanvas.SetColour(AgeColour(unsigned(i * kOldAge / 60.0)));
-        cairo_rectangle(ioCanvas.Cairo(), x + i * kWidth / 60.0, y, kWidth / 60.0 + 0.5, 6.0);
+    constexpr unsigned kAges[] = {0, 3, 10, 30, 100};
+    const double unit = UnitOf(inWhere);
+    const double cell = 46.0 * unit, x = inWhere.mX + 8.0 * unit;
+    const double y = inWhere.Bottom() - 14.0 * unit;
+    for (int i = 0; i < 5; ++i) {
+        ioCanvas.SetColour(AgeColour(kAges[i]));
+        cairo_rectangle(ioCanvas.Cairo(), x + i * cell, y, cell - 2.0 * unit, 6.0 * unit);
         cairo_fill(ioCanvas.Cairo());
+        const std::string age = std::to_string(kAges[i]);
+        ioCanvas.Label(x + i * cell, y - 20.0 * unit,
+                       i == 0   ? "new"
+                       : i == 4 ? age + " frames"
+                                : age,
+                       11.0 * unit);
     }
-    ioCanvas.Label(x, y - 20.0, "new", 11.0);
-    ioCanvas.Label(x + kWidth - 62.0, y - 20.0, "100 frames", 11.0);
 }
 
 }  // namespace
@@ -45,29 +57,22 @@ Colour AgeColour(unsigned inAge) {
                                  {150.0, 240.0, 70.0},
                                  {255.0, 214.0, 48.0},
                                  {255.0, 96.0, 214.0}};
-    const double at = std::min(double(inAge) / kOldAge, 1.0) * 4.0;
+    const double share = std::log(1.0 + inAge) / std::log(1.0 + kOldAge);
+    const double at = std::min(share, 1.0) * 4.0;
     const int stop = std::min(int(at), 3);
     return Mix(kStops[stop], kStops[stop + 1], at - stop);
 }
 
 void DrawTracks(Canvas& ioCanvas, const Box& inWhere, const Frame& inFrame,
-                const TrackHistory& inHistory, const std::string& inTitle) {
-    cairo_t* const cairo = ioCanvas.Cairo();
-    ioCanvas.DrawFrame(inFrame, inWhere);
-    ioCanvas.SetColour({0.0, 0.0, 0.0}, 0.38);  // so that the points stand out
-    cairo_rectangle(cairo, inWhere.mX, inWhere.mY, inWhere.mWidth, inWhere.mHeight);
-    cairo_fill(cairo);
-
-    cairo_save(cairo);
-    cairo_rectangle(cairo, inWhere.mX, inWhere.mY, inWhere.mWidth, inWhere.mHeight);
-    cairo_clip(cairo);
-    cairo_translate(cairo, inWhere.mX, inWhere.mY);
-    cairo_scale(cairo, inWhere.mWidth / inFrame.mWidth, inWhere.mHeight / inFrame.mHeight);
-    for (const TrackHistory::Trail& trail : inHistory.Trails())
-        if (!trail.mPlaces.empty()) DrawTrail(ioCanvas, trail);
-    cairo_restore(cairo);
-
-    ioCanvas.Label(inWhere.mX + 8.0, inWhere.mY + 8.0, inTitle);
+                const TrackView& inView) {
+    ioCanvas.DrawFrame(inFrame, inWhere, 0.62);  // so that the points stand out
+    const double scaleX = inWhere.mWidth / inFrame.mWidth;
+    const double scaleY = inWhere.mHeight / inFrame.mHeight;
+    for (const TrackHistory::Trail& trail : inView.mTrails)
+        if (!trail.mPlaces.empty()) DrawTrail(ioCanvas, inWhere, scaleX, scaleY, trail);
+    const double unit = UnitOf(inWhere);
+    ioCanvas.Label(inWhere.mX + 8.0 * unit, inWhere.mY + 8.0 * unit, inView.mTitle, 14.0 * unit,
+                   inWhere.mWidth - 16.0 * unit);
     DrawKey(ioCanvas, inWhere);
 }
 

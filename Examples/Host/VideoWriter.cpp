@@ -93,8 +93,8 @@ void VideoWriter::OpenFile() {
     mFrame->height = mCodec->height;
     Check(av_frame_get_buffer(mFrame.get(), 0));
     mScaler.reset(sws_getContext(mShape.mWidth, mShape.mHeight, AV_PIX_FMT_BGRA, mCodec->width,
-                                 mCodec->height, AV_PIX_FMT_YUV420P,
-                                 SWS_BICUBIC | SWS_ACCURATE_RND, nullptr, nullptr, nullptr));
+                                 mCodec->height, AV_PIX_FMT_YUV420P, SWS_BILINEAR, nullptr,
+                                 nullptr, nullptr));
     if (!mScaler) Check(AVERROR(ENOMEM));
     sws_setColorspaceDetails(mScaler.get(), sws_getCoefficients(SWS_CS_DEFAULT), 1,
                              sws_getCoefficients(SWS_CS_ITU709), 0, 0, 1 << 16, 1 << 16);

@@ -382,12 +382,77 @@ END
     runs region cut --raw 240x160 --format gray8 --rect 90,50,80,60 --no-video --json out.json
     holds out.json '[f["state"][0] for f in d["frames"]] == list("ttttthhhhhrhhh")'
     ;;
+editors)
+    # Each form, read back as its program would, says what the table says.
+    runs region -o out --size 320x240 --frames 8 --no-video \
+        --editors blender,ae,nuke,mlt,webvtt
+    runs track -o out --size 320x240 --frames 8 --no-video --editors nuke
+    [ "$(wc -l <out/track-1.nuke.txt)" -eq 8 ] || fail "the longest track"
+    python3 - <<'END' || fail "what editors read"
+import csv, json, re, sys, types
+rows = [{k: v if k == "state" else float(v) for k, v in r.items()}
+        for r in csv.DictReader(open("out/region.csv"))]
+boxes = [(r["left"], r["top"], r["right"] - r["left"], r["bottom"] - r["top"]) for r in rows]
+centres = [(x + w / 2, y + h / 2) for x, y, w, h in boxes]
+def check(found, expected, tolerance):
+    assert len(found) == len(expected) == 8, found
+    for f, e in zip(found, expected):
+        assert all(abs(float(a) - b) <= tolerance for a, b in zip(f, e)), (f, e)
+lines = open("out/region.nuke.txt").read().splitlines()
+check([l.split() for l in lines], [(n, x, 240 - y) for n, (x, y) in enumerate(centres)], 1e-3)
+keys = [re.fullmatch(r"(\d+)=(.*) 1", k) for k in open("out/region.mlt.txt").read().strip().split(";")]
+check([k[2].split() for k in keys], boxes, 0.006)
+assert [int(k[1]) for k in keys] == list(range(8))
+text = open("out/region.ae.txt").read()
+assert text.startswith("Adobe After Effects 8.0 Keyframe Data\n")
+assert text.endswith("End of Keyframe Data\n") and "Units Per Second\t25\n" in text
+position, scale = [[l.split("\t")[2:4] for l in re.findall(r"^\t\d+\t.*$", part, re.M)]
+                   for part in text.split("Transform\t")[1:]]
+check(position, centres, 1e-3)
+check(scale, [(100 * w / boxes[0][2], 100 * h / boxes[0][3]) for _, _, w, h in boxes], 1e-3)
+cues = open("out/region.vtt").read().split("\n\n")
+assert cues[0] == "WEBVTT"
+values = [json.loads(c.splitlines()[1]) for c in cues[1:]]
+check([(v["x"], v["y"], v["width"], v["height"]) for v in values], boxes, 1e-3)
+assert cues[3].startswith("00:00:00.080 --> 00:00:00.120\n"), cues[3]
+made = {}
+class Empty:
+    def keyframe_insert(self, what, frame):
+        made.setdefault(frame, {})[what] = getattr(self, what)
+bpy = types.ModuleType("bpy")
+bpy.data = types.SimpleNamespace(objects=types.SimpleNamespace(new=lambda name, data: Empty()))
+bpy.context = types.SimpleNamespace(collection=types.SimpleNamespace(
+    objects=types.SimpleNamespace(link=lambda made: None)))
+sys.modules["bpy"] = bpy
+exec(open("out/region.blender.py").read())
+assert sorted(made) == list(range(1, 9))
+check([made[n + 1]["location"] for n in range(8)],
+      [(x / 320 - 0.5, (120 - y) / 320) for x, y in centres], 1e-5)
+check([made[n + 1]["scale"] for n in range(8)], [(w / 320, h / 320) for _, _, w, h in boxes], 1e-5)
+END
+    refuses 2 region --editors flame
+    ;;
+progress)
+    "$host" grey --frames 5 --size 64x48 --no-video --progress json >output 2>errors || fail
+    python3 -c "
+import json
+lines = [json.loads(line) for line in open('errors')]
+assert lines[-1]['frames'] == lines[-1]['total'] == 5 and lines[0]['progress'] == 'grey'" ||
+        fail "progress"
+    ;;
 window)
     runs select --interactive --demo -o out --size 320x240
     for name in window labels cutout; do
         written out/$name.png 700
     done
     [ "$(grep -c "cut in" output)" -eq 11 ] || fail "not a cut for each stroke"
+    # The library takes nothing back: the strokes that remain are made again.
+    says "undo changed the selection: yes; redo brought it back: yes"
+    holds out/strokes.json 'len(d["strokes"]) == 11 and len(d["strokes"][0]) == 21'
+    # Saved strokes are made again, and with the same ones on top nothing changes.
+    runs select --interactive --demo -o out --size 320x240
+    says "made 11 saved strokes again"
+    holds out/strokes.json 'd["strokes"][:11] == d["strokes"][11:]'
     ;;
 bad_input)
     refuses 2

@@ -69,18 +69,24 @@ DP::Ref<DP::IDescriptorData> AskTwice(const Request& inRequest, const Frame& inF
     return first;
 }
 
-// The float image as bytes to look at, and how far the 8-bit image is from it.
-std::vector<std::uint8_t> ShownAsBytes(const IP::Image<float>& inFloat,
-                                       const IP::Image<unsigned char>& inGrey,
-                                       GreyFigures& ioFigures) {
+// How far the 8-bit image is from the float image.
+void NoteDifference(const IP::Image<float>& inFloat, const IP::Image<unsigned char>& inGrey,
+                    GreyFigures& ioFigures) {
+    const std::size_t pixels =
+        std::size_t(inFloat.GetColumns()) * std::size_t(inFloat.GetRows());
+    float largest = 0.0f;
+    for (std::size_t i = 0; i < pixels; ++i)
+        largest =
+            std::max(largest, std::abs(inFloat.GetData()[i] - float(inGrey.GetData()[i])));
+    ioFigures.mLargestDifference = std::max(ioFigures.mLargestDifference, double(largest));
+}
+
+// The float image as bytes to look at.
+std::vector<std::uint8_t> ShownAsBytes(const IP::Image<float>& inFloat) {
     std::vector<std::uint8_t> bytes(std::size_t(inFloat.GetColumns()) *
                                     std::size_t(inFloat.GetRows()));
-    for (std::size_t i = 0; i < bytes.size(); ++i) {
-        const double value = double(inFloat.GetData()[i]);
-        ioFigures.mLargestDifference =
-            std::max(ioFigures.mLargestDifference, std::abs(value - inGrey.GetData()[i]));
-        bytes[i] = std::uint8_t(std::clamp(value + 0.5, 0.0, 255.0));
-    }
+    std::transform(inFloat.GetData(), inFloat.GetData() + bytes.size(), bytes.begin(),
+                   [](float v) { return std::uint8_t(std::clamp(v + 0.5f, 0.0f, 255.0f)); });
     return bytes;
 }
 
@@ -98,9 +104,11 @@ public:
         mCanvas.DrawFrame(inFrame, Panel(0));
         mCanvas.DrawGrey(inGrey.GetData(), inFrame.mWidth, inFrame.mHeight, Panel(1));
         mCanvas.DrawGrey(inFloatGrey.data(), inFrame.mWidth, inFrame.mHeight, Panel(2));
-        mCanvas.Label(8.0, 8.0, "frame " + std::to_string(inNumber));
-        mCanvas.Label(Panel(1).mX + 8.0, 8.0, "grey, 8 bit");
-        mCanvas.Label(Panel(2).mX + 8.0, 8.0, "float grey");
+        const double unit = UnitOf(Panel(0));
+        const std::string names[] = {"frame " + std::to_string(inNumber), "grey, 8 bit",
+                                     "float grey"};
+        for (int i = 0; i < 3; ++i)
+            mCanvas.Label(Panel(i).mX + 8.0 * unit, 8.0 * unit, names[i], 14.0 * unit);
         return mCanvas;
     }
     const Canvas& GetCanvas() const { return mCanvas; }
@@ -182,24 +190,31 @@ int RunGrey(const GreyOptions& inOptions) {
             VideoShape(sheet.GetCanvas().Width(), sheet.GetCanvas().Height(), *source));
 
     GreyFigures figures;
-    const auto step = [&](const Frame& inFrame, long long inNumber) {
+    DrawJob last;
+    const auto step = [&](const FramePtr& inFrame, long long inNumber) -> DrawJob {
         const auto greyImage =
-            GreyImageOf(AskTwice(grey, inFrame, inNumber, figures.mGreySeconds, figures));
+            GreyImageOf(AskTwice(grey, *inFrame, inNumber, figures.mGreySeconds, figures));
         const auto floatImage = FloatGreyImageOf(
-            AskTwice(floatGrey, inFrame, inNumber, figures.mFloatSeconds, figures));
+            AskTwice(floatGrey, *inFrame, inNumber, figures.mFloatSeconds, figures));
         figures.NoteFrame(inNumber);
-        if (!inFrame.mGrey.empty() &&
-            !std::equal(inFrame.mGrey.begin(), inFrame.mGrey.end(), greyImage->GetData()))
+        if (!inFrame->mGrey.empty() &&
+            !std::equal(inFrame->mGrey.begin(), inFrame->mGrey.end(), greyImage->GetData()))
             figures.mGreyBytesKept = false;
-        sheet.Draw(inFrame, *greyImage, ShownAsBytes(*floatImage, *greyImage, figures),
-                   inNumber);
-        if (video) video->Write(sheet.GetCanvas(), inFrame.mTime, inFrame.mDuration);
-        if (json) json->Add(FrameRow(*source, figures, inFrame, inNumber));
+        if (json) json->Add(FrameRow(*source, figures, *inFrame, inNumber));
+        last = [&, inFrame, inNumber, greyImage, floatImage] {
+            sheet.Draw(*inFrame, *greyImage, ShownAsBytes(*floatImage), inNumber);
+        };
+        return [&, inFrame, greyImage, floatImage, draw = last] {
+            NoteDifference(*floatImage, *greyImage, figures);
+            if (!video) return;
+            draw();
+            video->Write(sheet.GetCanvas(), inFrame->mTime, inFrame->mDuration);
+        };
     };
-    const LoopResult result =
-        ForEachFrame(*source, "grey", step, [&](const SoundPackets& inSound) {
-            if (video) video->WriteSound(inSound);
-        });
+    const LoopResult result = ForEachFrame(*source, "grey", inOptions.mOutput, step,
+                                           [&](const SoundPackets& inSound) {
+                                               if (video) video->WriteSound(inSound);
+                                           });
 
     if (video) video->Finish();
     if (json) {
@@ -209,6 +224,7 @@ int RunGrey(const GreyOptions& inOptions) {
     }
     if (result.mFrames == 0) return result.ExitCode();  // stopped before it began
     Report(*source, result, figures);
+    last();
     sheet.GetCanvas().WritePng(inOptions.mOutput.Path("grey.png"));
     std::printf("  wrote %s%s\n", inOptions.mOutput.Path("grey.png").c_str(),
                 video ? (" and " + video->File()).c_str() : "");

@@ -97,8 +97,8 @@ void DrawSheet(Canvas& ioCanvas, const std::vector<PyramidLevel>& inLevels, doub
                                  std::to_string(level.mHeight);
         const char* const kinds[] = {": smoothed", ": gradient in x", ": gradient in y"};
         for (int column = 0; column < 3; ++column)
-            ioCanvas.Label(panel(column).mX + 8.0, panel(column).mY + 8.0,
-                           size + kinds[column]);
+            ioCanvas.Label(panel(column).mX + 8.0, panel(column).mY + 8.0, size + kinds[column],
+                           14.0, inPanelWidth - 16.0);
     }
 }
 

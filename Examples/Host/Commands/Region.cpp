@@ -12,6 +12,7 @@
 #include "BoxFile.h"
 #include "Canvas.h"
 #include "Commands.h"
+#include "EditorFiles.h"
 #include "FrameLoop.h"
 #include "Help.h"
 #include "Options.h"
@@ -89,39 +90,82 @@ struct RegionRun {
     }
 };
 
-void DrawRegion(Canvas& ioCanvas, const Frame& inFrame, const RegionTracker& inTracker,
-                const Box& inBox, const std::optional<Box>& inTruth, const RegionRun& inRun,
-                long long inNumber) {
-    constexpr Colour kRegion{96.0, 255.0, 120.0};
-    constexpr Colour kHeld{255.0, 176.0, 64.0};
-    constexpr Colour kPoint{255.0, 214.0, 48.0};
-    ioCanvas.DrawFrame(inFrame, {0.0, 0.0, double(inFrame.mWidth), double(inFrame.mHeight)});
-    cairo_t* const cairo = ioCanvas.Cairo();
-    if (inTruth) {
-        const double dashes[] = {5.0, 4.0};
-        cairo_set_dash(cairo, dashes, 2, 0.0);
-        ioCanvas.Outline(*inTruth, {255.0, 255.0, 255.0}, 1.0);
-        cairo_set_dash(cairo, nullptr, 0, 0.0);
-    }
-    for (const Point& place : inRun.mPath)
-        cairo_line_to(cairo, place.mX, place.mY);
-    ioCanvas.SetColour(kRegion, 0.8);
-    cairo_set_line_width(cairo, 1.5);
-    cairo_stroke(cairo);
-    for (const Point& point : inTracker.Points())
-        ioCanvas.Dot(point.mX + 0.5, point.mY + 0.5, 1.7, kPoint);
+// What is drawn of one frame: a copy, so that the run may go on meanwhile.
+struct RegionView {
+    RegionView(const RegionTracker& inTracker, const RegionRun& inRun,
+               const std::optional<Box>& inTruth)
+        : mNumber(inRun.mBoxes.size() - 1),
+          mBox(inRun.mBoxes.back()),
+          mTruth(inTruth),
+          mState(inTracker.State()),
+          mPoints(inTracker.Points()),
+          mPath(inRun.mPath) {}
 
-    const bool isHeld = inTracker.State() == RegionState::kHeld;
-    ioCanvas.Outline(inBox, isHeld ? kHeld : kRegion, 2.0);
-    std::string title = "region, frame " + std::to_string(inNumber) + ": ";
-    if (inTracker.State() != RegionState::kTracked)
-        title += std::string(RegionStateName(inTracker.State())) + ", ";
-    title += std::to_string(inTracker.Points().size()) + " points";
-    char overlap[32];
-    std::snprintf(overlap, sizeof overlap, ", overlap %.2f",
-                  inRun.mOverlaps.empty() ? 0.0 : inRun.mOverlaps.back());
-    if (inTruth) title += overlap;
-    ioCanvas.Label(8.0, 8.0, title);
+    std::string Title() const {
+        std::string title = "region, frame " + std::to_string(mNumber) + ": ";
+        if (mState != RegionState::kTracked)
+            title += std::string(RegionStateName(mState)) + ", ";
+        title += std::to_string(mPoints.size()) + " points";
+        char overlap[32];
+        std::snprintf(overlap, sizeof overlap, ", overlap %.2f",
+                      mTruth ? Overlap(mBox, *mTruth) : 0.0);
+        return mTruth ? title + overlap : title;
+    }
+
+    std::size_t mNumber;
+    Box mBox;
+    std::optional<Box> mTruth;
+    RegionState mState;
+    std::vector<Point> mPoints, mPath;
+};
+
+constexpr Colour kRegionColour{96.0, 255.0, 120.0};
+constexpr Colour kHeldColour{255.0, 150.0, 40.0};
+constexpr Colour kPointColour{255.0, 214.0, 48.0};
+
+// White and black in turns, so that it shows on any ground.
+void DrawTruth(Canvas& ioCanvas, const Box& inBox, double inUnit) {
+    const double dashes[] = {9.0 * inUnit, 9.0 * inUnit};
+    cairo_set_line_width(ioCanvas.Cairo(), 1.2 * inUnit);
+    for (const bool isWhite : {false, true}) {
+        cairo_set_dash(ioCanvas.Cairo(), dashes, 2, isWhite ? 0.0 : dashes[0]);
+        ioCanvas.SetColour(isWhite ? Colour{255.0, 255.0, 255.0} : Colour{});
+        cairo_rectangle(ioCanvas.Cairo(), inBox.mX, inBox.mY, inBox.mWidth, inBox.mHeight);
+        cairo_stroke(ioCanvas.Cairo());
+    }
+    cairo_set_dash(ioCanvas.Cairo(), nullptr, 0, 0.0);
+}
+
+// The names of the lines, each behind a piece of its line.
+void DrawRegionKey(Canvas& ioCanvas, const RegionView& inView, double inUnit) {
+    const double y = ioCanvas.Height() - 28.0 * inUnit;
+    double x = 8.0 * inUnit;
+    const auto name = [&](const std::string& inName, double inWidth) {
+        ioCanvas.Label(x, y, "       " + inName, 12.0 * inUnit);
+        x += inWidth * inUnit;
+        return Box{x - (inWidth - 8.0) * inUnit, y + 5.0 * inUnit, 16.0 * inUnit, 9.0 * inUnit};
+    };
+    ioCanvas.Outline(name("region", 84.0), kRegionColour, 2.0 * inUnit);
+    if (inView.mTruth) DrawTruth(ioCanvas, name("truth", 74.0), inUnit);
+    if (inView.mState == RegionState::kHeld)
+        ioCanvas.Outline(name("held", 74.0), kHeldColour, 2.0 * inUnit);
+}
+
+void DrawRegion(Canvas& ioCanvas, const Frame& inFrame, const RegionView& inView) {
+    const Box whole{0.0, 0.0, double(inFrame.mWidth), double(inFrame.mHeight)};
+    const double unit = UnitOf(whole);
+    ioCanvas.DrawFrame(inFrame, whole);
+    for (std::size_t i = 1; i < inView.mPath.size(); ++i)
+        ioCanvas.Line(inView.mPath[i - 1], inView.mPath[i], 1.6 * unit, kRegionColour, 0.8,
+                      whole);
+    for (const Point& point : inView.mPoints)
+        ioCanvas.Dot({point.mX + 0.5, point.mY + 0.5}, 1.8 * unit, kPointColour, whole);
+    const bool isHeld = inView.mState == RegionState::kHeld;
+    ioCanvas.Outline(inView.mBox, isHeld ? kHeldColour : kRegionColour, 2.5 * unit);
+    if (inView.mTruth) DrawTruth(ioCanvas, *inView.mTruth, unit);
+    ioCanvas.Label(8.0 * unit, 8.0 * unit, inView.Title(), 14.0 * unit,
+                   inFrame.mWidth - 16.0 * unit);
+    DrawRegionKey(ioCanvas, inView, unit);
 }
 
 Columns RegionColumns(bool inHasTruth) {
@@ -235,6 +279,8 @@ void CheckOutputs(const RegionOptions& inOptions) {
     if (!inOptions.mTruthFile.empty()) inputs.push_back(inOptions.mTruthFile);
     Outputs files{"region.mp4", "region.png", "region.csv"};
     if (inOptions.mPngEvery > 0) files.push_back("region-*.png");
+    for (const std::string& form : inOptions.mOutput.mEditors)
+        files.push_back(EditorFileName("region", form));
     inOptions.mOutput.Check(inputs, files, {"path.png", "size.png", "milliseconds.png"});
 }
 
@@ -256,31 +302,43 @@ int RunRegion(const RegionOptions& inOptions) {
                       VideoShape(canvas.Width(), canvas.Height(), *source));
 
     RegionRun run;
-    const auto step = [&](const Frame& inFrame, long long inNumber) {
+    Motion motion{source->Width(), source->Height(), source->FrameRate(), {}};
+    FramePtr last;
+    std::optional<RegionView> lastView;
+    const auto step = [&](const FramePtr& inFrame, long long inNumber) -> DrawJob {
         const double before = tracker.LibrarySeconds();
-        const Box& box = tracker.Track(inFrame, inNumber);
+        const Box& box = tracker.Track(*inFrame, inNumber);
         const std::optional<Box> trueBox = truth.At(inNumber);
         run.mMilliseconds.push_back((tracker.LibrarySeconds() - before) * 1e3);
         run.Add(tracker, box, trueBox);
-        const Row row = FrameRow(run, tracker, source->GetTimeBase().Seconds(inFrame.mTime),
-                                 trueBox, hasTruth);
+        const double time = source->GetTimeBase().Seconds(inFrame->mTime);
+        motion.mKeys.push_back({inNumber, time, box});
+        const Row row = FrameRow(run, tracker, time, trueBox, hasTruth);
         file.Add(row);
         if (json) json->Add(RowObject(columns, row));
-        DrawRegion(canvas, inFrame, tracker, box, trueBox, run, inNumber);
-        if (video) video->Write(canvas, inFrame.mTime, inFrame.mDuration);
-        if (inOptions.mPngEvery > 0 && inNumber % inOptions.mPngEvery == 0)
-            canvas.WritePng(inOptions.mOutput.NumberedPath("region", inNumber, ".png"));
+        last = inFrame;
+        lastView.emplace(tracker, run, trueBox);
+        const bool isPicture = inOptions.mPngEvery > 0 && inNumber % inOptions.mPngEvery == 0;
+        if (!video && !isPicture) return {};
+        return [&, inFrame, inNumber, isPicture, view = *lastView] {
+            DrawRegion(canvas, *inFrame, view);
+            if (video) video->Write(canvas, inFrame->mTime, inFrame->mDuration);
+            if (isPicture)
+                canvas.WritePng(inOptions.mOutput.NumberedPath("region", inNumber, ".png"));
+        };
     };
-    const LoopResult result =
-        ForEachFrame(*source, "region", step, [&](const SoundPackets& inSound) {
-            if (video) video->WriteSound(inSound);
-        });
+    const LoopResult result = ForEachFrame(*source, "region", inOptions.mOutput, step,
+                                           [&](const SoundPackets& inSound) {
+                                               if (video) video->WriteSound(inSound);
+                                           });
 
     if (video) video->Finish();
     file.Finish();
     if (json) json->Finish(result.Ending());
+    WriteEditorFiles(motion, inOptions.mOutput.mEditors, inOptions.mOutput.Path("region"));
     if (result.mFrames == 0) return result.ExitCode();  // stopped before it began
     Report(*source, result, run, tracker.LibrarySeconds());
+    DrawRegion(canvas, *last, *lastView);
     canvas.WritePng(inOptions.mOutput.Path("region.png"));
     std::printf("  wrote region.png, region.csv%s in %s\n", video ? " and region.mp4" : "",
                 inOptions.mOutput.mFolder.c_str());
@@ -318,6 +376,7 @@ void AddRegionCommand(CLI::App& ioProgram, Run& outRun) {
         ->type_name("N");
     options->mOutput.AddTo(*command);
     options->mOutput.AddJsonTo(*command);
+    options->mOutput.AddEditorsTo(*command, "The rectangle's motion");
     options->mOutput.AddPlotsTo(*command, "the region's path and size, time a frame.");
     command
         ->add_option("--png-every", options->mPngEvery,

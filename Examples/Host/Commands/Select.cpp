@@ -181,7 +181,7 @@ void CheckOutputs(const SelectOptions& inOptions) {
     inputs.push_back(inOptions.mTruth);
     Outputs files{"labels.png", "cutout.png"};
     if (inOptions.mInteractive)
-        files.push_back("window.png");
+        files.insert(files.end(), {"window.png", "strokes.json"});
     else
         files.insert(files.end(), {"select.png", "regions.png"});
     inOptions.mOutput.Check(inputs, files);

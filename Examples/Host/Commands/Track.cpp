@@ -8,6 +8,7 @@
 
 #include "Canvas.h"
 #include "Commands.h"
+#include "EditorFiles.h"
 #include "FrameLoop.h"
 #include "Help.h"
 #include "Options.h"
@@ -96,6 +97,7 @@ struct TrackRun {
     CsvFile mFile;
     std::vector<double> mMilliseconds;  // of each frame
     long long mHeldFrames = 0;
+    PointPaths mPaths;
 };
 
 using TrackRuns = std::vector<std::unique_ptr<TrackRun>>;
@@ -118,6 +120,16 @@ TrackRuns MakeRuns(const TrackOptions& inOptions, const FrameSource& inSource) {
     return runs;
 }
 
+std::vector<TrackView> ViewsOf(const TrackRuns& inRuns, long long inNumber) {
+    std::vector<TrackView> views;
+    for (const auto& run : inRuns)
+        views.push_back({run->mTracker->Name() + ", frame " + std::to_string(inNumber) + ": " +
+                             std::to_string(run->mHistory.LiveNow()) + " points" +
+                             (run->mTracker->IsHeld() ? ", held" : ""),
+                         run->mHistory.Trails()});
+    return views;
+}
+
 // One panel for each tracker.
 class TrackSheet {
 public:
@@ -126,14 +138,10 @@ public:
         mCanvas.Fill({255.0, 255.0, 255.0});
     }
 
-    void Draw(const Frame& inFrame, long long inNumber, const TrackRuns& inRuns) {
-        for (std::size_t i = 0; i < inRuns.size(); ++i) {
-            const TrackRun& run = *inRuns[i];
-            const Box box{double(Left(int(i))), 0.0, double(mWidth), double(mHeight)};
-            DrawTracks(mCanvas, box, inFrame, run.mHistory,
-                       run.mTracker->Name() + ", frame " + std::to_string(inNumber) + ": " +
-                           std::to_string(run.mHistory.LiveNow()) + " points");
-        }
+    void Draw(const Frame& inFrame, const std::vector<TrackView>& inViews) {
+        for (std::size_t i = 0; i < inViews.size(); ++i)
+            DrawTracks(mCanvas, {double(Left(int(i))), 0.0, double(mWidth), double(mHeight)},
+                       inFrame, inViews[i]);
     }
     const Canvas& GetCanvas() const { return mCanvas; }
 
@@ -208,12 +216,29 @@ void PlotRuns(const TrackOptions& inOptions, const TrackRuns& inRuns) {
     std::printf("  wrote plots in %s\n", inOptions.mOutput.mPlotFolder.c_str());
 }
 
+// As "track-1.vtt", or "track-klt-1.vtt" where both trackers run.
+void WriteEditors(const TrackOptions& inOptions, const FrameSource& inSource,
+                  const TrackRuns& inRuns) {
+    for (const auto& run : inRuns) {
+        const std::string stem =
+            inRuns.size() > 1 ? "track-" + run->mTracker->Name() + "-" : "track-";
+        int number = 0;
+        for (PointPaths::Path& path : run->mPaths.Longest())
+            WriteEditorFiles(
+                {inSource.Width(), inSource.Height(), inSource.FrameRate(), std::move(path)},
+                inOptions.mOutput.mEditors,
+                inOptions.mOutput.Path(stem + std::to_string(++number)));
+    }
+}
+
 void CheckOutputs(const TrackOptions& inOptions) {
     Outputs files{"track.mp4", "track.png"}, plots;
     if (inOptions.mPngEvery > 0) files.push_back("track-*.png");
     for (const char* name :
          {"track.csv", "track-apt.csv", "track-apt-exported.csv", "track-klt.csv"})
         files.push_back(name);
+    for (const std::string& form : inOptions.mOutput.mEditors)
+        files.push_back(EditorFileName("track-*", form));
     for (const char* tracker : {"", "apt-", "apt-exported-", "klt-"})
         for (const char* plot : {"points.png", "lengths.png", "milliseconds.png"})
             plots.push_back(std::string(tracker) + plot);
@@ -233,33 +258,44 @@ int RunTrack(const TrackOptions& inOptions) {
                       VideoShape(canvas.Width(), canvas.Height(), *source));
 
     const auto json = OpenJson(inOptions, *source, runs);
-    long long tracked = 0;
-    const auto step = [&](const Frame& inFrame, long long inNumber) {
-        if (inNumber % inOptions.mSettings.mStep != 0) return;
-        const double time = source->GetTimeBase().Seconds(inFrame.mTime);
+    long long tracked = 0, lastNumber = 0;
+    FramePtr last;
+    const auto step = [&](const FramePtr& inFrame, long long inNumber) -> DrawJob {
+        if (inNumber % inOptions.mSettings.mStep != 0) return {};
+        const double time = source->GetTimeBase().Seconds(inFrame->mTime);
         Json row{{"frame", inNumber}, {"time", time}, {"trackers", Json::array()}};
         for (const auto& run : runs) {
-            run->Track(inFrame, inNumber);
+            run->Track(*inFrame, inNumber);
+            if (!inOptions.mOutput.mEditors.empty())
+                run->mPaths.Add(run->mTracker->Points(), inNumber, time);
             row["trackers"].push_back(run->Write(inNumber, time, json != nullptr));
         }
         if (json) json->Add(row);
         ++tracked;
-        sheet.Draw(inFrame, inNumber, runs);
-        if (video) video->Write(canvas, inFrame.mTime, inFrame.mDuration);
-        if (inOptions.mPngEvery > 0 && inNumber % inOptions.mPngEvery == 0)
-            canvas.WritePng(inOptions.mOutput.NumberedPath("track", inNumber, ".png"));
+        last = inFrame;
+        lastNumber = inNumber;
+        const bool isPicture = inOptions.mPngEvery > 0 && inNumber % inOptions.mPngEvery == 0;
+        if (!video && !isPicture) return {};
+        return [&, inFrame, inNumber, isPicture, views = ViewsOf(runs, inNumber)] {
+            sheet.Draw(*inFrame, views);
+            if (video) video->Write(canvas, inFrame->mTime, inFrame->mDuration);
+            if (isPicture)
+                canvas.WritePng(inOptions.mOutput.NumberedPath("track", inNumber, ".png"));
+        };
     };
-    const LoopResult result =
-        ForEachFrame(*source, "track", step, [&](const SoundPackets& inSound) {
-            if (video) video->WriteSound(inSound);
-        });
+    const LoopResult result = ForEachFrame(*source, "track", inOptions.mOutput, step,
+                                           [&](const SoundPackets& inSound) {
+                                               if (video) video->WriteSound(inSound);
+                                           });
 
     if (video) video->Finish();
     for (const auto& run : runs)
         run->mFile.Finish();
     if (json) json->Finish(JsonTail(result, runs));
+    WriteEditors(inOptions, *source, runs);
     if (tracked == 0) return result.ExitCode();  // stopped before it began
     Report(*source, result, runs, tracked);
+    sheet.Draw(*last, ViewsOf(runs, lastNumber));
     canvas.WritePng(inOptions.mOutput.Path("track.png"));
     std::printf("  wrote track.png, the tables (csv)%s in %s\n", video ? " and track.mp4" : "",
                 inOptions.mOutput.mFolder.c_str());
@@ -331,6 +367,7 @@ void AddTrackCommand(CLI::App& ioProgram, Run& outRun) {
     AddTrackerOptions(*command, *options);
     options->mOutput.AddTo(*command);
     options->mOutput.AddJsonTo(*command);
+    options->mOutput.AddEditorsTo(*command, "The four points that were followed longest,");
     options->mOutput.AddPlotsTo(
         *command, "live points and their ages, lengths of the tracks, time a frame.");
     command
