@@ -77,7 +77,7 @@ public:
         const auto to = static_cast<unsigned int>(ioInput.Between(0, int(mNodes)));
         if (from == to)
             SetTerminals(ioInput, from);
-        else if (mGraph.FindArc(from, to) && from > 1 && to > 1)
+        else if (mGraph.GetArc(from, to) && from > 1 && to > 1)
             SetLink(ioInput, from, to);
         else
             mGraph.UpdateLinkCapacities(from, to, 1, 1, 0, 1);  // a missing arc: nothing
@@ -95,10 +95,10 @@ public:
         Require(CutOf(MaxFlowSolver::kSinkTree) == flow, "a minimum cut, free to the sink");
         for (unsigned int node = 0; node < mNodes; ++node) {
             float leaving = 0;
-            for (const FlowArc* arc = mGraph.mFirstArcs[node]; arc; arc = arc->mNext) {
-                Require(arc->mResidual >= 0, "a residual is not negative");
-                leaving += arc->mCapacity - arc->mResidual;
-            }
+            mGraph.VisitArcs(node, [&](const FlowGraph::ArcState& inArc) {
+                Require(inArc.mResidual >= 0, "a residual is not negative");
+                leaving += inArc.mCapacity - inArc.mResidual;
+            });
             if (node > 1) Require(leaving == 0, "a node passes on what it gets");
         }
     }

@@ -13,7 +13,7 @@
 #include "ColourPyramid/ColourPyramidDescriptorDataKey.h"
 #include "ColourPyramid/ColourPyramidDescriptorWorkerItem.h"
 #include "DP/DescriptorFactory.h"
-#include "External/graphcut/FlowGraph.h"
+#include "External/graphcut/MaxFlowSolver.h"
 #include "External/graphcut/imgraphcut.h"
 #include "Pyramid/ImagePyramidDescriptorData.h"
 #include "Pyramid/ImagePyramidDescriptorDataKey.h"

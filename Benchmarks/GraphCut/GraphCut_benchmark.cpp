@@ -127,28 +127,27 @@ GraphList ListOf(const FlowGraph& inGraph) {
         return std::min(inCapacity, 1e6f);
     };
     for (unsigned int node = 2; node < inGraph.mNodeCount; ++node) {
-        list.mFromSource.push_back(capped(inGraph.FindArc(0, node)->mCapacity));
-        list.mToSink.push_back(capped(inGraph.FindArc(node, 1)->mCapacity));
+        list.mFromSource.push_back(capped(inGraph.GetArc(0, node)->mCapacity));
+        list.mToSink.push_back(capped(inGraph.GetArc(node, 1)->mCapacity));
     }
     for (unsigned int node = 2; node < inGraph.mNodeCount; ++node)
-        for (const FlowArc* arc = inGraph.mFirstArcs[node]; arc; arc = arc->mNext)
-            if (arc->mHead >= 2 && arc->mHead < node)
-                list.mLinks.push_back({int(node) - 2, int(arc->mHead) - 2, arc->mCapacity});
+        inGraph.VisitArcs(node, [&](const FlowGraph::ArcState& inArc) {
+            if (inArc.mHead >= 2 && inArc.mHead < node)
+                list.mLinks.push_back({node, inArc.mHead, inArc.mCapacity});
+        });
     return list;
 }
 
 double SolveByOurs(const GraphList& inList) {
     FlowGraph graph;
     graph.mDynamic = graph.mPersistent = true;
-    graph.ReserveNodes(inList.mFromSource.size() + 2);
     graph.AddNode();
     graph.AddNode();
+    graph.AddNodesWithTerminals(inList.mFromSource.size(), 0, 1);
     for (std::size_t i = 0; i < inList.mFromSource.size(); ++i)
-        graph.SetTerminalCapacities(graph.AddNodeWithTerminals(0, 1), inList.mFromSource[i],
-                                    inList.mToSink[i], 0, 1);
-    for (const auto& link : inList.mLinks)
-        graph.AddLinkPair(unsigned(link.mFrom) + 2, unsigned(link.mTo) + 2, link.mCapacity,
-                          link.mCapacity);
+        graph.SetTerminalCapacities(unsigned(i) + 2, inList.mFromSource[i], inList.mToSink[i],
+                                    0, 1);
+    graph.AddLinks(inList.mLinks);
     std::vector<unsigned char> segments;
     RunMaxFlow(graph, 0, 1, segments, -1.0, NULL);
     return graph.mSolver->GetFlow();

@@ -22,7 +22,8 @@ double SolveByGCGraph(const GraphList& inGraph) {
         graph.addTermWeights(graph.addVtx(), inGraph.mFromSource[std::size_t(i)],
                              inGraph.mToSink[std::size_t(i)]);
     for (const auto& link : inGraph.mLinks)
-        graph.addEdges(link.mFrom, link.mTo, link.mCapacity, link.mCapacity);
+        graph.addEdges(GraphList::Index(link.mFrom), GraphList::Index(link.mTo), link.mCapacity,
+                       link.mCapacity);
     return graph.maxFlow();
 }
 
@@ -100,7 +101,8 @@ double SolveByBoost(const GraphList& inGraph) {
         if (inGraph.mToSink[i] > 0) addPair(i, nodes + 1, inGraph.mToSink[i], 0);
     }
     for (const auto& link : inGraph.mLinks)
-        addPair(std::size_t(link.mFrom), std::size_t(link.mTo), link.mCapacity, link.mCapacity);
+        addPair(std::size_t(GraphList::Index(link.mFrom)),
+                std::size_t(GraphList::Index(link.mTo)), link.mCapacity, link.mCapacity);
     return boykov_kolmogorov_max_flow(graph, nodes, nodes + 1);
 }
 

@@ -4,20 +4,19 @@
 
 #include <vector>
 
+#include "External/graphcut/FlowGraph.h"
 #include "Frames.h"
 
 namespace Bench {
 
 /// A graph as a list, for whoever builds it.
 struct GraphList {
-    struct Link {
-        int mFrom;
-        int mTo;
-        float mCapacity;
-    };
+    static constexpr int kFirstNode = 2;  // behind source and sink
     std::vector<float> mFromSource;
     std::vector<float> mToSink;
-    std::vector<Link> mLinks;  // the same both ways
+    std::vector<FlowGraph::Link> mLinks;
+
+    static int Index(unsigned int inNode) { return static_cast<int>(inNode) - kFirstNode; }
 };
 
 /// Build and solve; return the flow, or a negative number where the peer is not there.

@@ -4,12 +4,11 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
+#include <span>
 #include <vector>
 
-#include "External/graphcut/FlowArcPool.h"
 #include "image/RecycledAllocator.h"
-
-class MaxFlowSolver;
 
 /// Asked after each augmentation of a solve.
 ///
@@ -26,38 +25,104 @@ protected:
     ~AbortCallback() = default;
 };
 
+/// One directed arc in a table of arcs. Arcs exist in pairs: the reverse of arc i is arc
+/// i ^ 1, and so the tail of an arc is the head of its reverse.
+struct FlowArc {
+    unsigned int mHead;
+    unsigned int mNext;  // the next arc with the same tail, or FlowGraph::kNoArc
+    float mResidual;     // the capacity minus the flow
+};
+
+/// The two terminal arcs of a node: from the source, and to the sink.
+struct TerminalValues {
+    float mFromSource = 0;
+    float mToSink = 0;
+};
+
+/// Where the numbers of an arc and of its reverse lie. The reverse of a terminal arc may
+/// have none: nothing ever flows into the source or out of the sink.
+struct ArcNumbers {
+    float* mCapacity = nullptr;
+    float* mResidual = nullptr;
+    float* mReverseCapacity = nullptr;
+    float* mReverseResidual = nullptr;
+};
+
+/// The terminal arcs of one node, for whoever changes them. The two indices are those of the
+/// arcs that leave the node, and so what a solver keeps as the parent of a node next to its
+/// terminal.
+struct TerminalArcs {
+    unsigned int mNode = 0;
+    unsigned int mToSourceArc = 0;
+    unsigned int mToSinkArc = 0;
+    ArcNumbers mFromSource;
+    ArcNumbers mToSink;
+};
+
+/// Who has solved a persistent graph, and hears of each change of its capacities after that.
+///
+/// Ownership: the graph's. Threads: those of the graph. Errors: those of the solver.
+class FlowSolver {
+public:
+    virtual ~FlowSolver() = default;
+
+    /// The first solve, and any later one. Both return the flow that has been pushed.
+    virtual float Solve(double inTimeLimit, AbortCallback* inAbort) = 0;
+    virtual float Resume(double inTimeLimit, AbortCallback* inAbort) = 0;
+    virtual float GetFlow() const = 0;
+
+    virtual void TerminalCapacitiesChanged(const TerminalArcs& inArcs) = 0;
+    /// The arc from `inFrom` to `inTo`.
+    virtual void LinkChanged(unsigned int inArc, unsigned int inFrom, unsigned int inTo) = 0;
+};
+
 /// Nodes, numbered from 0 in the order in which they were added, and pairs of arcs.
 ///
-///          mFirstArcs[n] --> newest arc of n --> ... --> oldest arc of n --> null
+///          mFirstArcs[n] --> newest arc of n --> ... --> oldest arc of n --> kNoArc
 ///
 /// A pair between two nodes is a link; a pair with the source or the sink is a terminal
 /// link. An arc goes to the front of its tail's list, and the order of the lists decides
 /// which of several minimum cuts a solve finds: it is behaviour.
 ///
 /// Source and sink are nodes like others and are named by whoever solves. The builders of
-/// this module add the source first and the sink second, so they are 0 and 1, and the
-/// terminal arcs of a node with these two are found without a walk of its list.
+/// this module add the source first and the sink second, so they are 0 and 1, and then only
+/// nodes by `AddNodeWithTerminals`. As long as a graph is made like that, its terminal arcs
+/// are **home**: no arcs, but two numbers a node, which stand for the last two arcs of its
+/// list, that to the sink in front of that to the source. Where a client does otherwise the
+/// terminal arcs become arcs like others, at the places in the lists where they stood.
 ///
-/// Ownership: owns the arcs and the solver. Arcs are never removed one at a time.
-/// Threads: one thread at a time, and one solver at a time in the process: see
-///   MaxFlowSolver.
-/// Errors: `std::bad_alloc` and `std::length_error` pass through. An update that names a
-///   missing arc, or the source or sink as its node, does nothing.
-/// Frozen: the order of the first nine members.
+/// Ownership: owns the solver.
+/// Threads: one thread at a time.
+/// Errors: `std::bad_alloc` passes through. More arcs or nodes than 32-bit indices reach are
+///   a `std::length_error`. An update that names a missing arc, or the source or sink as its
+///   node, does nothing; nor does one that names other terminals than a living solver has.
+/// Frozen: the order of `mNodeCount`, `mSolved`, `mDynamic`, `mPersistent`, `mSolver`.
 class FlowGraph {
 public:
-    static constexpr unsigned int kHomeTerminals = 2;
+    /// @name Indices that are no arc's
+    /// @{
+    static constexpr unsigned int kNoArc = ~0u;
+    static constexpr unsigned int kHomeToSource = ~0u - 1;  ///< a node's home arcs
+    static constexpr unsigned int kHomeToSink = ~0u - 2;
+    /// @}
+
+    static constexpr unsigned int kHomeSource = 0;
+    static constexpr unsigned int kHomeSink = 1;
+    static constexpr unsigned int kFirstHomeNode = 2;
 
     FlowGraph() = default;
     ~FlowGraph();
     FlowGraph(const FlowGraph&) = delete;
     FlowGraph& operator=(const FlowGraph&) = delete;
 
+    // ---- Building --------------------------------------------------------------------
+
     /// Returns the number of the new node.
     unsigned int AddNode();
 
-    /// Makes room for further nodes; many small steps of it still grow by doubling.
+    /// Makes room for further nodes, or links; many small steps of it still grow by doubling.
     void ReserveNodes(std::size_t inCount);
+    void ReserveLinks(std::size_t inCount);
 
     /// Two arcs, each with its residual equal to its capacity. A second pair between the
     /// same nodes is not noticed.
@@ -67,8 +132,42 @@ public:
     /// A node with its two terminal links of capacity 0, that with the source first.
     unsigned int AddNodeWithTerminals(unsigned int inSource, unsigned int inSink);
 
-    /// The newest arc from `inFrom` to `inTo`, or null.
-    FlowArc* FindArc(unsigned int inFrom, unsigned int inTo) const;
+    /// So many of them.
+    void AddNodesWithTerminals(std::size_t inCount, unsigned int inSource, unsigned int inSink);
+
+    /// A link whose capacity is the same both ways.
+    struct Link {
+        unsigned int mFrom;
+        unsigned int mTo;
+        float mCapacity;
+    };
+    /// As `AddLinkPair` for one after the other. No end may be node 0 or 1.
+    void AddLinks(std::span<const Link> inLinks);
+
+    // ---- Looking up ------------------------------------------------------------------
+
+    /// What can be said of an arc.
+    struct ArcState {
+        unsigned int mHead;
+        float mCapacity;
+        float mResidual;
+    };
+
+    /// The newest arc from `inFrom` to `inTo`, if there is one.
+    std::optional<ArcState> GetArc(unsigned int inFrom, unsigned int inTo) const;
+
+    /// Calls `inVisit(ArcState)` for the arcs that leave a node, in list order.
+    template <class Visit>
+    void VisitArcs(unsigned int inNode, Visit inVisit) const;
+
+    /// 0 where an arc is missing.
+    TerminalValues GetTerminalCapacities(unsigned int inNode, unsigned int inSource,
+                                         unsigned int inSink) const;
+
+    /// The index of the newest arc, or `kNoArc`; home arcs have none.
+    unsigned int FindArc(unsigned int inFrom, unsigned int inTo) const;
+
+    // ---- Capacities ------------------------------------------------------------------
 
     /// @name Capacities
     ///
@@ -83,8 +182,8 @@ public:
     void SetLinkCapacities(unsigned int inFrom, unsigned int inTo, float inCapacity,
                            float inReverseCapacity);
     /// For an arc that has been found.
-    void SetLinkCapacities(FlowArc& ioArc, float inCapacity, float inReverseCapacity,
-                           unsigned int inSource, unsigned int inSink);
+    void SetArcCapacities(unsigned int inArc, float inCapacity, float inReverseCapacity,
+                          unsigned int inSource, unsigned int inSink);
     void SetTerminalCapacities(unsigned int inNode, float inSourceCapacity,
                                float inSinkCapacity, unsigned int inSource,
                                unsigned int inSink);
@@ -99,43 +198,54 @@ public:
     /// Whether a change of capacity must preserve the flow.
     bool IsDynamicAndSolved() const { return mDynamic && mSolved; }
 
+    /// Whether terminal arcs are home arcs of nodes 0 and 1.
+    bool HasHomeTerminals() const { return mHasHomeTerminals; }
+
+    /// Makes home arcs arcs like others, where no solver lives; says whether none are left.
+    bool SpreadHomeTerminals();
+
+    // ---- State -----------------------------------------------------------------------
+
     /// The members are open to the solver and the builders; clients leave them alone, but
     /// for the two switches.
     unsigned int mNodeCount = 0;
-    IP::RecycledVector<FlowArc*> mFirstArcs;
-    FlowArcPool mArcPool;      // two members: the chain of free arcs, the blocks
-    bool mSolved = false;      // a solve has run
+    IP::RecycledVector<unsigned int> mFirstArcs;  // one index a node
+    IP::RecycledVector<FlowArc> mArcs;
+    IP::RecycledVector<float> mCapacities;                 // one an arc
+    IP::RecycledVector<TerminalValues> mHomeResiduals;     // one a node; 0 where spread
+    IP::RecycledVector<TerminalValues> mHomeCapacities;    // the same
+    bool mSolved = false;                                  // a solve has run
     bool mDynamic = false;     // changes of capacity after a solve preserve the flow
     bool mPersistent = false;  // the solver lives on between solves
-    MaxFlowSolver* mSolver = nullptr;
-
-    /// For each node its arcs to nodes 0 and 1, or null: the index behind `FindArc`.
-    struct TerminalArcs {
-        FlowArc* mTo[kHomeTerminals] = {};
-    };
-    IP::RecycledVector<TerminalArcs> mTerminalArcs;
-
-    /// Whether a node has two arcs to node 0, or two to node 1.
-    bool mHasDoubleTerminals = false;
+    FlowSolver* mSolver = nullptr;
 
     /// Pairs with neither end at node 0 or 1.
     std::size_t mLinkPairs = 0;
 
 private:
-    struct Terminals;
+    unsigned int AppendNode();
+    void AppendPair(unsigned int inFrom, unsigned int inTo, float inCapacity,
+                    float inReverseCapacity);
+    bool AreHome(unsigned int inSource, unsigned int inSink) const {
+        return mHasHomeTerminals && inSource == kHomeSource && inSink == kHomeSink;
+    }
+    ArcNumbers NumbersOf(unsigned int inArc);
     bool FindTerminals(unsigned int inNode, unsigned int inSource, unsigned int inSink,
-                       Terminals& outTerminals) const;
-    void PushFront(unsigned int inNode, FlowArc* inArc);
+                       TerminalArcs& outTerminals);
+
+    bool mHasHomeTerminals = true;
 };
 
-/// Finds the minimum cut between `inSource` and `inSink`, or improves on the one that a
-/// persistent graph's solver has. `ioSegments` gets the side of each node: 0 the source's,
-/// 1 the sink's, 2 neither (no arc with residual leads there from either side).
-///
-/// @param ioSegments  grown to one byte per node. On a persistent graph it must live as
-///        long as the graph: the solver keeps pointing at it.
-/// @param inTimeLimit  in seconds, negative for none. A solve that ran out of time, or was
-///        aborted, leaves valid trees, but no minimum cut; the next call goes on from there.
-void RunMaxFlow(FlowGraph& inGraph, unsigned int inSource, unsigned int inSink,
-                std::vector<unsigned char>& ioSegments, double inTimeLimit,
-                AbortCallback* inAbort);
+template <class Visit>
+void FlowGraph::VisitArcs(unsigned int inNode, Visit inVisit) const {
+    for (unsigned int arc = mFirstArcs[inNode]; arc != kNoArc; arc = mArcs[arc].mNext)
+        inVisit(ArcState{mArcs[arc].mHead, mCapacities[arc], mArcs[arc].mResidual});
+    if (!mHasHomeTerminals) return;
+    if (inNode >= kFirstHomeNode) {
+        inVisit(*GetArc(inNode, kHomeSink));
+        inVisit(*GetArc(inNode, kHomeSource));
+    } else {
+        for (unsigned int node = mNodeCount; node-- > kFirstHomeNode;)
+            inVisit(*GetArc(inNode, node));
+    }
+}

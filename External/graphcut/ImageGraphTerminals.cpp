@@ -103,9 +103,8 @@ Energies Moved(const Energies& inCapacities, float inSourceBy, float inSinkBy) {
 }
 
 Energies CapacitiesOf(const FlowGraph& inGraph, unsigned int inNode) {
-    const FlowArc* const toSource = inGraph.FindArc(inNode, kSource);
-    const FlowArc* const toSink = inGraph.FindArc(inNode, kSink);
-    return {toSource ? toSource->mReverse->mCapacity : 0.0f, toSink ? toSink->mCapacity : 0.0f};
+    const TerminalValues capacities = inGraph.GetTerminalCapacities(inNode, kSource, kSink);
+    return {capacities.mFromSource, capacities.mToSink};
 }
 
 }  // namespace

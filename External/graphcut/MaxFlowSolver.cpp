@@ -1,4 +1,7 @@
-// Maximum flow by two search trees that are kept from path to path.
+// Maximum flow by two search trees that are kept from path to path: Boykov and Kolmogorov,
+// "An Experimental Comparison of Min-Cut/Max-Flow Algorithms for Energy Minimization in
+// Vision" (2004). It is made for graphs like those of pictures, shallow and with terminal
+// arcs everywhere, where the trees change little from one path to the next.
 //
 //     source          s ----> t           sink          One tree grows from each terminal
 //       o--->o--->o---o       o---o--->o--->o            along arcs that can take more flow.
@@ -8,17 +11,22 @@
 //   such an arc look for a new parent in their tree or become free. Solving ends when the
 //   trees can no longer grow: then the source tree is the source's side of a minimum cut.
 //
-// Two things differ from the textbook. All paths source-node-sink are filled at once before
+// Two things differ from the paper. All paths source-node-sink are filled at once before
 // anything grows, so that in a picture, where nearly each node has a terminal arc, the
 // trees cover everything from the start. And a node that became free goes straight back
 // to a terminal whose arc still has residual, the source being preferred.
 //
-// The trees, the times and the distances outlive a solve. A changed capacity touches the
-// nodes concerned and a resumed solve looks only there.
+// The trees, the times and the distances outlive a solve (Kohli and Torr: FlowGraph.cpp). A
+// changed capacity touches the nodes concerned and a resumed solve looks only there.
 //
 // Which of several minimum cuts comes out depends on every order in this file: of the arc
-// lists, of the active nodes, of the orphans, and on the first of equals winning. Equality
-// with 0 is exact: a full arc is one whose residual is exactly 0.
+// lists, of the active nodes, of the orphans, and on the rule that of several parents at
+// the same distance the first in the list is taken. Equality with 0 is exact: a full arc is
+// one whose residual is exactly 0.
+//
+// Home arcs (see FlowGraph) stand at the end of their node's list, and only two of the four
+// matter: no residual towards the source or out of the sink ever lets a tree grow, meet or
+// adopt.
 
 #include "External/graphcut/MaxFlowSolver.h"
 
@@ -30,25 +38,16 @@
 
 namespace {
 
-// Lists are longer than the caches: the next arc is asked for before this one is looked at.
-void Prefetch([[maybe_unused]] const void* inAddress) {
-#if defined(__GNUC__)
-    __builtin_prefetch(inAddress);
-#endif
-}
-
-void Push(FlowArc& ioArc, float inFlow) {
-    ioArc.mResidual -= inFlow;
-    ioArc.mReverse->mResidual += inFlow;
-}
+constexpr unsigned int kNoArc = FlowGraph::kNoArc;
 
 // The residual of an arc seen along the flow of a tree: away from the source, or towards
 // the sink for an arc that leaves its node towards the leaves.
-float AwayFromRoot(const FlowArc& inArc, unsigned char inTree) {
-    return inTree == MaxFlowSolver::kSourceTree ? inArc.mResidual : inArc.mReverse->mResidual;
+float AwayFromRoot(const FlowArc* inArcs, unsigned int inArc, unsigned char inTree) {
+    static_assert(MaxFlowSolver::kSourceTree == 0 && MaxFlowSolver::kSinkTree == 1);
+    return inArcs[inArc ^ inTree].mResidual;
 }
-float TowardsTail(const FlowArc& inArc, unsigned char inTree) {
-    return inTree == MaxFlowSolver::kSourceTree ? inArc.mReverse->mResidual : inArc.mResidual;
+float TowardsTail(const FlowArc* inArcs, unsigned int inArc, unsigned char inTree) {
+    return inArcs[inArc ^ inTree ^ 1].mResidual;
 }
 
 }  // namespace
@@ -79,23 +78,39 @@ MaxFlowSolver::MaxFlowSolver(FlowGraph& inGraph, unsigned int inSource, unsigned
       mSource(inSource),
       mSink(inSink),
       mNodeCount(inGraph.mNodeCount),
-      mActive(NodeCellPool::Instance()),
+      mActive(mNodeCount),
       mSegments(&ioSegments),
-      mParents(mNodeCount, nullptr),
-      mOrphans(NodeCellPool::Instance()),
-      mChildOrphans(NodeCellPool::Instance()),
-      mDistances(mNodeCount, Distance{0, 0, kNoNode}),
-      mIsSettled(mNodeCount, 0) {
-    mActivePosition.assign(mNodeCount, mActive.End());
+      mNodes(mNodeCount, kUnreached),
+      mNextOrphans(mNodeCount),
+      mMarks(mNodeCount),
+      mPlaces(mNodeCount) {
     std::fill(ioSegments.begin(), ioSegments.end(), kFree);
     MakeActive(mSink);
     MakeActive(mSource);
     ioSegments[mSource] = kSourceTree;
     ioSegments[mSink] = kSinkTree;
-    mDistances[mSource] = mDistances[mSink] = {0, mTime, kNoNode};
+    mNodes[mSource].mTime = mNodes[mSink].mTime = mTime;
 }
 
 // ---- The course of a solve -----------------------------------------------------------
+
+void RunMaxFlow(FlowGraph& inGraph, unsigned int inSource, unsigned int inSink,
+                std::vector<unsigned char>& ioSegments, double inTimeLimit,
+                AbortCallback* inAbort) {
+    if (ioSegments.size() < inGraph.mNodeCount) ioSegments.resize(inGraph.mNodeCount);
+    if (inSource != FlowGraph::kHomeSource || inSink != FlowGraph::kHomeSink)
+        inGraph.SpreadHomeTerminals();
+
+    if (!inGraph.mPersistent) {
+        MaxFlowSolver(inGraph, inSource, inSink, ioSegments).Solve(inTimeLimit, inAbort);
+    } else if (!inGraph.mSolver) {
+        inGraph.mSolver = new MaxFlowSolver(inGraph, inSource, inSink, ioSegments);
+        inGraph.mSolver->Solve(inTimeLimit, inAbort);
+    } else {
+        inGraph.mSolver->Resume(inTimeLimit, inAbort);
+    }
+    inGraph.mSolved = true;
+}
 
 float MaxFlowSolver::Solve(double inTimeLimit, AbortCallback* inAbort) {
     const Deadline deadline(inTimeLimit);
@@ -108,7 +123,7 @@ float MaxFlowSolver::Solve(double inTimeLimit, AbortCallback* inAbort) {
 float MaxFlowSolver::Resume(double inTimeLimit, AbortCallback* inAbort) {
     const Deadline deadline(inTimeLimit);
     if (std::exchange(mHasSettledNodes, false))
-        std::fill(mIsSettled.begin(), mIsSettled.end(), static_cast<unsigned char>(0));
+        std::fill(mMarks.begin(), mMarks.end(), static_cast<unsigned char>(0));
     ++mTime;
     Adopt();
     return AugmentLoop(deadline, inAbort);
@@ -137,49 +152,63 @@ float MaxFlowSolver::AugmentLoop(const Deadline& inDeadline, AbortCallback* inAb
 
 // ---- Paths of two arcs ---------------------------------------------------------------
 
+// In the order of the source's list.
 void MaxFlowSolver::PushDirectPaths() {
-    for (FlowArc* arc = mGraph->mFirstArcs[mSource]; arc; arc = arc->mNext)
-        if (FlowArc* const toSink = mGraph->FindArc(arc->mHead, mSink))
-            PushDirectPath(*arc, *toSink);
+    if (mGraph->HasHomeTerminals()) {
+        TerminalValues* const home = mGraph->mHomeResiduals.data();
+        for (unsigned int node = mNodeCount; node-- > FlowGraph::kFirstHomeNode;)
+            PushDirectPath(node, FlowGraph::kHomeToSource, FlowGraph::kHomeToSink,
+                           home[node].mFromSource, home[node].mToSink);
+    } else {
+        auto& arcs = mGraph->mArcs;
+        for (unsigned int arc = mGraph->mFirstArcs[mSource]; arc != kNoArc;
+             arc = arcs[arc].mNext) {
+            const unsigned int toSink = mGraph->FindArc(arcs[arc].mHead, mSink);
+            if (toSink == kNoArc) continue;
+            const float pushed = PushDirectPath(arcs[arc].mHead, arc ^ 1, toSink,
+                                                arcs[arc].mResidual, arcs[toSink].mResidual);
+            arcs[arc ^ 1].mResidual += pushed;
+            arcs[toSink ^ 1].mResidual += pushed;
+        }
+    }
     MakePassive(mSource);
     MakePassive(mSink);
 }
 
-void MaxFlowSolver::PushDirectPath(FlowArc& ioFromSource, FlowArc& ioToSink) {
-    const unsigned int node = ioToSink.mTail;
-    const float in = ioFromSource.mResidual;
-    const float out = ioToSink.mResidual;
+// Fills the path over the two terminal arcs of a node with the residuals `ioIn` and `ioOut`
+// as far as both allow; returns how far.
+float MaxFlowSolver::PushDirectPath(unsigned int inNode, unsigned int inToSourceArc,
+                                    unsigned int inToSinkArc, float& ioIn, float& ioOut) {
+    const float in = ioIn, out = ioOut;
+    float pushed = 0;
     if (in > out) {
-        ioToSink.mResidual = 0;
-        ioToSink.mReverse->mResidual += out;
-        Push(ioFromSource, out);
-        mFlow += out;
-        JoinAtTerminal(node, kSourceTree, ioFromSource.mReverse);
+        pushed = out;
+        ioOut = 0;
+        ioIn -= pushed;
+        JoinAtTerminal(inNode, kSourceTree, inToSourceArc);
     } else if (out > in) {
-        ioFromSource.mResidual = 0;
-        ioFromSource.mReverse->mResidual += in;
-        Push(ioToSink, in);
-        mFlow += in;
-        JoinAtTerminal(node, kSinkTree, &ioToSink);
+        pushed = in;
+        ioIn = 0;
+        ioOut -= pushed;
+        JoinAtTerminal(inNode, kSinkTree, inToSinkArc);
     } else if (in == out) {  // not so where one is no number: nothing is pushed then
-        ioFromSource.mResidual = ioToSink.mResidual = 0;
-        ioFromSource.mReverse->mResidual += in;
-        ioToSink.mReverse->mResidual += in;
-        mFlow += in;
+        pushed = in;
+        ioIn = ioOut = 0;
     }
+    mFlow += pushed;
+    return pushed;
 }
 
 // A node is settled while it stands next to the source in its tree, as do all its neighbours:
 // growth from it finds nothing and need not look. After the direct paths of a picture that is
 // nearly every node; elsewhere it is not worth finding out. A node leaves its place in the
-// tree only as an orphan, and who looks for an orphan's parent unsettles its neighbours.
+// tree only as an orphan, and the first search for an orphan's parent unsettles all its
+// neighbours for the rest of the solve.
 void MaxFlowSolver::FindSettledNodes() {
-    const bool isHome =
-        mSource < FlowGraph::kHomeTerminals && mSink < FlowGraph::kHomeTerminals;
-    // The direct paths leave such a node no residual to the sink, but through a second arc.
-    if (!isHome || mGraph->mHasDoubleTerminals) return;
+    // The direct paths leave such a node no residual to the sink where there is one arc.
+    if (!mGraph->HasHomeTerminals()) return;
     const auto isAtSource = [this](unsigned int inNode) {
-        return (*mSegments)[inNode] == kSourceTree && mDistances[inNode].mSteps <= 1;
+        return (*mSegments)[inNode] == kSourceTree && mNodes[inNode].mSteps <= 1;
     };
     unsigned int others = 0;
     for (unsigned int node = 0; node < mNodeCount; ++node)
@@ -187,11 +216,12 @@ void MaxFlowSolver::FindSettledNodes() {
     if (others > mNodeCount / 4) return;
     mHasSettledNodes = true;
     for (unsigned int node = 0; node < mNodeCount; ++node)
-        mIsSettled[node] = isAtSource(node) ? 1 : 0;
-    for (unsigned int node = FlowGraph::kHomeTerminals; node < mNodeCount; ++node)
+        mMarks[node] = isAtSource(node) ? kSettled : 0;
+    for (unsigned int node = FlowGraph::kFirstHomeNode; node < mNodeCount; ++node)
         if (!isAtSource(node))
-            for (const FlowArc* arc = mGraph->mFirstArcs[node]; arc; arc = arc->mNext)
-                mIsSettled[arc->mHead] = 0;
+            for (unsigned int arc = mGraph->mFirstArcs[node]; arc != kNoArc;
+                 arc = mGraph->mArcs[arc].mNext)
+                mMarks[mGraph->mArcs[arc].mHead] = 0;
 }
 
 // ---- Growth --------------------------------------------------------------------------
@@ -199,10 +229,9 @@ void MaxFlowSolver::FindSettledNodes() {
 // True with `mMeetingArc` set if the trees touch; the node that they touched at stays at
 // the front of the active list.
 bool MaxFlowSolver::Grow() {
-    mMeetingArc = mNoParent;
     while (!mActive.IsEmpty()) {
         const unsigned int node = mActive.Front();
-        if (!mIsSettled[node] && GrowFrom(node)) return true;
+        if (!(mMarks[node] & kSettled) && GrowFrom(node)) return true;
         MakePassive(node);
     }
     return false;
@@ -210,42 +239,55 @@ bool MaxFlowSolver::Grow() {
 
 bool MaxFlowSolver::GrowFrom(unsigned int inNode) {
     unsigned char* const segments = mSegments->data();
+    const FlowArc* const arcs = mGraph->mArcs.data();
     const unsigned char tree = segments[inNode];
-    const Distance own = mDistances[inNode];
-    FlowArc* next = nullptr;
-    for (FlowArc* arc = mGraph->mFirstArcs[inNode]; arc; arc = next) {
-        next = arc->mNext;
-        Prefetch(next);
-        if (!(AwayFromRoot(*arc, tree) > 0)) continue;
-        const unsigned int head = arc->mHead;
+    const Node own = mNodes[inNode];
+    for (unsigned int arc = mGraph->mFirstArcs[inNode]; arc != kNoArc; arc = arcs[arc].mNext) {
+        if (!(AwayFromRoot(arcs, arc, tree) > 0)) continue;
+        const unsigned int head = arcs[arc].mHead;
         if (segments[head] == kFree) {
             segments[head] = tree;
             MakeActive(head);
         } else if (segments[head] != tree) {
-            mMeetingArc = arc;
+            MeetOn(segments[head] == kSourceTree ? arc ^ 1 : arc);
             return true;
-        } else if (mDistances[head].mTime > own.mTime ||
-                   mDistances[head].mSteps <= own.mSteps) {
+        } else if (mNodes[head].mTime > own.mTime || mNodes[head].mSteps <= own.mSteps) {
             continue;
         }
         // New in the tree, or nearer to the root by this way than by its own.
-        SetParent(head, arc->mReverse, own.mSteps + 1, own.mTime);
+        SetParent(head, {arc ^ 1, inNode, own.mSteps + 1, own.mTime});
     }
-    return false;
+    return MeetsTerminal(inNode, tree);
+}
+
+void MaxFlowSolver::MeetOn(unsigned int inArc) {
+    FlowArc* const arcs = mGraph->mArcs.data();
+    mMeetingArc = {arcs[inArc ^ 1].mHead, arcs[inArc].mHead, &arcs[inArc].mResidual,
+                   &arcs[inArc ^ 1].mResidual};
+}
+
+// Whether the node's home arc with the other tree's root has residual.
+bool MaxFlowSolver::MeetsTerminal(unsigned int inNode, unsigned char inTree) {
+    TerminalValues& home = mGraph->mHomeResiduals[inNode];
+    if (inTree == kSourceTree && home.mToSink > 0)
+        mMeetingArc = {inNode, mSink, &home.mToSink, nullptr};
+    else if (inTree == kSinkTree && home.mFromSource > 0)
+        mMeetingArc = {mSource, inNode, &home.mFromSource, nullptr};
+    else
+        return false;
+    return true;
 }
 
 // ---- Augmentation --------------------------------------------------------------------
 
 void MaxFlowSolver::Augment() {
-    FlowArc* const meeting =
-        (*mSegments)[mMeetingArc->mHead] == kSourceTree ? mMeetingArc->mReverse : mMeetingArc;
-
-    FollowToRoot(meeting->mTail, kSourceTree);
-    FollowToRoot(meeting->mHead, kSinkTree);
+    FollowToRoot(mMeetingArc.mTail, kSourceTree);
+    FollowToRoot(mMeetingArc.mHead, kSinkTree);
     const float flow =
-        mPaths[kSinkTree].Bottleneck(mPaths[kSourceTree].Bottleneck(meeting->mResidual));
+        mPaths[kSinkTree].Bottleneck(mPaths[kSourceTree].Bottleneck(*mMeetingArc.mResidual));
 
-    Push(*meeting, flow);
+    *mMeetingArc.mResidual -= flow;
+    if (mMeetingArc.mReverseResidual) *mMeetingArc.mReverseResidual += flow;
     PushTowardsRoot(kSourceTree, flow);
     PushTowardsRoot(kSinkTree, flow);
     mFlow += flow;
@@ -262,12 +304,10 @@ void MaxFlowSolver::FollowToRoot(unsigned int inLeaf, unsigned char inTree) {
     const unsigned int root = Root(inTree);
     mFresh.clear();
     unsigned int node = inLeaf;
-    for (; node != root && mDistances[node].mPlace == TreePath::kNoPlace;
-         node = mDistances[node].mParentNode)
+    for (; node != root && !(mMarks[node] & kOnPath); node = mNodes[node].mParentNode)
         mFresh.push_back(node);
 
-    const std::size_t passed =
-        node == root ? path.GetSize() : path.IndexOf(mDistances[node].mPlace);
+    const std::size_t passed = node == root ? path.GetSize() : path.IndexOf(mPlaces[node]);
     path.MakeRoom(path.GetSize() - passed + mFresh.size());
     for (std::size_t i = 0; i < passed; ++i)
         GiveBackStep(path.StepAt(i), inTree);
@@ -276,11 +316,13 @@ void MaxFlowSolver::FollowToRoot(unsigned int inLeaf, unsigned char inTree) {
         path.SetStep(i, TakeStep(mFresh[i], inTree, path.PlaceOf(i)));
 
     if (path.IsEmpty()) return;
-    node = mDistances[path.LastStep().mNode].mParentNode;
-    for (; node != root; node = mDistances[node].mParentNode) {
-        path.MakeRoom(path.GetSize() + 1);
-        path.Append(TakeStep(node, inTree, path.PlaceOf(path.GetSize())));
-    }
+    mFresh.clear();
+    for (node = mNodes[path.LastStep().mNode].mParentNode; node != root;
+         node = mNodes[node].mParentNode)
+        mFresh.push_back(node);
+    path.MakeRoom(path.GetSize() + mFresh.size());
+    for (const unsigned int onward : mFresh)
+        path.Append(TakeStep(onward, inTree, path.PlaceOf(path.GetSize())));
 }
 
 // Here alone orphans enter at the front: the one nearest its terminal comes out first.
@@ -296,28 +338,32 @@ void MaxFlowSolver::PushTowardsRoot(unsigned char inTree, float inFlow) {
 
 // ---- The path's residuals ------------------------------------------------------------
 
-// The parent arc, or its reverse: in the direction of the tree's flow.
-FlowArc& MaxFlowSolver::CarryingArc(unsigned int inNode, unsigned char inTree) const {
-    FlowArc* const parent = mParents[inNode];
-    return inTree == kSourceTree ? *parent->mReverse : *parent;
+MaxFlowSolver::TreeArc MaxFlowSolver::ParentArcOf(unsigned int inNode, unsigned char inTree) {
+    const unsigned int parent = mNodes[inNode].mParent;
+    TerminalValues& home = mGraph->mHomeResiduals[inNode];
+    if (parent == FlowGraph::kHomeToSource) return {&home.mFromSource, nullptr};
+    if (parent == FlowGraph::kHomeToSink) return {&home.mToSink, nullptr};
+    FlowArc* const arcs = mGraph->mArcs.data();
+    return {&arcs[parent ^ inTree ^ 1].mResidual, &arcs[parent ^ inTree].mResidual};
 }
 
 // While a step is on the path, its arcs' own residuals say no more than whether there is
 // any. That of the reverse will be above 0 as soon as the path is filled.
 TreePath::Step MaxFlowSolver::TakeStep(unsigned int inNode, unsigned char inTree,
                                        unsigned int inPlace) {
-    mDistances[inNode].mPlace = inPlace;
-    const FlowArc& arc = CarryingArc(inNode, inTree);
-    const TreePath::Step step{inNode, arc.mResidual, arc.mReverse->mResidual};
-    if (step.mBack == 0) arc.mReverse->mResidual = step.mAlong;
+    mPlaces[inNode] = inPlace;
+    mMarks[inNode] |= kOnPath;
+    const TreeArc arc = ParentArcOf(inNode, inTree);
+    const TreePath::Step step{inNode, *arc.mAlong, arc.mBack ? *arc.mBack : 0};
+    if (arc.mBack && step.mBack == 0) *arc.mBack = step.mAlong;
     return step;
 }
 
 void MaxFlowSolver::GiveBackStep(const TreePath::Step& inStep, unsigned char inTree) {
-    mDistances[inStep.mNode].mPlace = TreePath::kNoPlace;
-    FlowArc& arc = CarryingArc(inStep.mNode, inTree);
-    arc.mResidual = inStep.mAlong;
-    arc.mReverse->mResidual = inStep.mBack;
+    mMarks[inStep.mNode] &= static_cast<unsigned char>(~kOnPath);
+    const TreeArc arc = ParentArcOf(inStep.mNode, inTree);
+    *arc.mAlong = inStep.mAlong;
+    if (arc.mBack) *arc.mBack = inStep.mBack;
 }
 
 void MaxFlowSolver::ShortenPath(unsigned char inTree, std::size_t inSize) {
@@ -330,16 +376,15 @@ void MaxFlowSolver::ShortenPath(unsigned char inTree, std::size_t inSize) {
 
 // The node and all between it and the root, before it lets go of its parent.
 void MaxFlowSolver::LeavePath(unsigned int inNode) {
-    const unsigned int place = mDistances[inNode].mPlace;
-    if (place == TreePath::kNoPlace) return;
+    if (!(mMarks[inNode] & kOnPath)) return;
     const unsigned char tree = (*mSegments)[inNode];
-    ShortenPath(tree, mPaths[tree].IndexOf(place));
+    ShortenPath(tree, mPaths[tree].IndexOf(mPlaces[inNode]));
 }
 
 // ---- Adoption ------------------------------------------------------------------------
 
 void MaxFlowSolver::Adopt() {
-    NodeList freed(NodeCellPool::Instance());
+    NodeQueue freed(mNextOrphans);
     while (!mOrphans.IsEmpty()) {
         ProcessOrphan(mOrphans.PopFront(), freed);
         while (!mChildOrphans.IsEmpty())
@@ -348,45 +393,58 @@ void MaxFlowSolver::Adopt() {
     RejoinByTerminalArcs(freed);
 }
 
-void MaxFlowSolver::ProcessOrphan(unsigned int inNode, NodeList& ioFreed) {
+void MaxFlowSolver::ProcessOrphan(unsigned int inNode, NodeQueue& ioFreed) {
     const unsigned char tree = (*mSegments)[inNode];
-    if (FlowArc* const parent = FindParent(inNode, tree)) {
-        SetParent(inNode, parent, mDistances[parent->mHead].mSteps + 1, mTime);
-    } else {
+    const Node parent = FindParent(inNode, tree);
+    if (parent.mParent == kNoParent)
         Free(inNode, tree, ioFreed);
-    }
+    else
+        SetParent(inNode, parent);
 }
 
 // The arc to the neighbour in the same tree that is nearest to the root, if any of them is
 // still connected to it. Looking marks the ways that were walked: no arc is left out.
-FlowArc* MaxFlowSolver::FindParent(unsigned int inNode, unsigned char inTree) {
+MaxFlowSolver::Node MaxFlowSolver::FindParent(unsigned int inNode, unsigned char inTree) {
     const unsigned char* const segments = mSegments->data();
+    const FlowArc* const arcs = mGraph->mArcs.data();
+    const unsigned int root = Root(inTree);
+    if (mHasSettledNodes && !(mMarks[inNode] & kUnsettler)) UnsettleNeighbors(inNode);
     unsigned int bestSteps = std::numeric_limits<unsigned int>::max();
-    FlowArc* best = mNoParent;
-    FlowArc* next = nullptr;
-    for (FlowArc* arc = mGraph->mFirstArcs[inNode]; arc; arc = next) {
-        next = arc->mNext;
-        Prefetch(next);
-        mIsSettled[arc->mHead] = 0;
-        if (!(TowardsTail(*arc, inTree) > 0) || segments[arc->mHead] != inTree) continue;
+    unsigned int best = kNoParent, bestNode = kNoNode;
+    for (unsigned int arc = mGraph->mFirstArcs[inNode]; arc != kNoArc; arc = arcs[arc].mNext) {
+        const unsigned int head = arcs[arc].mHead;
+        if (!(TowardsTail(arcs, arc, inTree) > 0) || segments[head] != inTree) continue;
         unsigned int steps = 0;
-        if (!HasTerminalOrigin(arc->mHead, Root(inTree), steps)) continue;
-        if (steps < bestSteps) {
-            bestSteps = steps;
-            best = arc;
-        }
+        if (!HasTerminalOrigin(head, root, steps) || steps >= bestSteps) continue;
+        bestSteps = steps;
+        best = arc;
+        bestNode = head;
     }
-    return best;
+    const TerminalValues& home = mGraph->mHomeResiduals[inNode];
+    if ((inTree == kSourceTree ? home.mFromSource : home.mToSink) > 0) {
+        HasTerminalOrigin(root, root, bestSteps);
+        best = inTree == kSourceTree ? FlowGraph::kHomeToSource : FlowGraph::kHomeToSink;
+        bestNode = root;
+    }
+    return {best, bestNode, bestSteps + 1, mTime};
+}
+
+void MaxFlowSolver::UnsettleNeighbors(unsigned int inNode) {
+    const FlowArc* const arcs = mGraph->mArcs.data();
+    for (unsigned int arc = mGraph->mFirstArcs[inNode]; arc != kNoArc; arc = arcs[arc].mNext)
+        mMarks[arcs[arc].mHead] &= static_cast<unsigned char>(~kSettled);
+    mMarks[inNode] |= kUnsettler;
 }
 
 // Neighbours that could reach the node become active again; its children are orphans.
-void MaxFlowSolver::Free(unsigned int inNode, unsigned char inTree, NodeList& ioFreed) {
+void MaxFlowSolver::Free(unsigned int inNode, unsigned char inTree, NodeQueue& ioFreed) {
     unsigned char* const segments = mSegments->data();
-    for (FlowArc* arc = mGraph->mFirstArcs[inNode]; arc; arc = arc->mNext) {
-        const unsigned int head = arc->mHead;
+    const FlowArc* const arcs = mGraph->mArcs.data();
+    for (unsigned int arc = mGraph->mFirstArcs[inNode]; arc != kNoArc; arc = arcs[arc].mNext) {
+        const unsigned int head = arcs[arc].mHead;
         if (segments[head] != inTree) continue;
-        if (TowardsTail(*arc, inTree) > 0) MakeActive(head);
-        if (mDistances[head].mParentNode == inNode) {
+        if (TowardsTail(arcs, arc, inTree) > 0) MakeActive(head);
+        if (mNodes[head].mParentNode == inNode) {
             DropParent(head);
             mChildOrphans.PushBack(head);
         }
@@ -397,14 +455,23 @@ void MaxFlowSolver::Free(unsigned int inNode, unsigned char inTree, NodeList& io
     ioFreed.PushBack(inNode);
 }
 
-void MaxFlowSolver::RejoinByTerminalArcs(NodeList& ioFreed) {
+void MaxFlowSolver::RejoinByTerminalArcs(NodeQueue& ioFreed) {
+    const auto residual = [this](unsigned int inArc) {
+        return inArc == kNoArc ? 0.0f : mGraph->mArcs[inArc].mResidual;
+    };
     while (!ioFreed.IsEmpty()) {
         const unsigned int node = ioFreed.PopFront();
-        FlowArc* const toSource = mGraph->FindArc(node, mSource);
-        FlowArc* const toSink = mGraph->FindArc(node, mSink);
-        if (toSource && toSource->mReverse->mResidual > 0)
+        unsigned int toSource = FlowGraph::kHomeToSource, toSink = FlowGraph::kHomeToSink;
+        TerminalValues residuals = mGraph->mHomeResiduals[node];
+        if (!mGraph->HasHomeTerminals()) {
+            toSource = mGraph->FindArc(node, mSource);
+            toSink = mGraph->FindArc(node, mSink);
+            residuals = {residual(toSource == kNoArc ? kNoArc : toSource ^ 1),
+                         residual(toSink)};
+        }
+        if (residuals.mFromSource > 0)
             JoinAtTerminal(node, kSourceTree, toSource);
-        else if (toSink && toSink->mResidual > 0)
+        else if (residuals.mToSink > 0)
             JoinAtTerminal(node, kSinkTree, toSink);
     }
 }
@@ -413,97 +480,84 @@ void MaxFlowSolver::RejoinByTerminalArcs(NodeList& ioFreed) {
 // marked with the present time, so that the next one who asks goes no further than here.
 bool MaxFlowSolver::HasTerminalOrigin(unsigned int inNode, unsigned int inRoot,
                                       unsigned int& outSteps) {
+    Node* const nodes = mNodes.data();
+    const unsigned int time = mTime;
     unsigned int steps = 0;
     unsigned int last = inNode;
-    while (last != inRoot && mDistances[last].mTime != mTime) {
-        if (mDistances[last].mParentNode == kNoNode) return false;
-        last = mDistances[last].mParentNode;
+    while (last != inRoot && nodes[last].mTime != time) {
+        if (nodes[last].mParentNode == kNoNode) return false;
+        last = nodes[last].mParentNode;
         ++steps;
     }
-    if (last == inRoot) mDistances[inRoot] = {0, mTime, kNoNode};
-    outSteps = steps + mDistances[last].mSteps;
+    if (last == inRoot) nodes[inRoot] = {kNoParent, kNoNode, 0, time};
+    outSteps = steps + nodes[last].mSteps;
 
     unsigned int remaining = outSteps;
-    for (unsigned int node = inNode; node != last; node = mDistances[node].mParentNode) {
-        mDistances[node].mSteps = remaining--;
-        mDistances[node].mTime = mTime;
+    for (unsigned int node = inNode; node != last; node = nodes[node].mParentNode) {
+        nodes[node].mSteps = remaining--;
+        nodes[node].mTime = time;
     }
     return true;
 }
 
 // ---- Changed capacities --------------------------------------------------------------
 
-void MaxFlowSolver::TerminalCapacitiesChanged(FlowArc& ioFromSource, FlowArc& ioToSink) {
-    const unsigned int node = ioToSink.mTail;
-    const float through = std::min(ioFromSource.mResidual, ioToSink.mResidual);
+void MaxFlowSolver::TerminalCapacitiesChanged(const TerminalArcs& inArcs) {
+    const unsigned int node = inArcs.mNode;
+    float& in = *inArcs.mFromSource.mResidual;
+    float& out = *inArcs.mToSink.mResidual;
+    const float through = std::min(in, out);
     if (through > 0) {
-        Push(ioFromSource, through);
-        Push(ioToSink, through);
+        for (const ArcNumbers* const arc : {&inArcs.mFromSource, &inArcs.mToSink}) {
+            *arc->mResidual -= through;
+            if (arc->mReverseResidual) *arc->mReverseResidual += through;
+        }
         mFlow += through;
     }
-    const FlowArc* const parent = mParents[node];
-    if ((parent == ioFromSource.mReverse && ioFromSource.mResidual == 0) ||
-        (parent == &ioToSink && ioToSink.mResidual == 0))
+    const unsigned int parent = mNodes[node].mParent;
+    if ((parent == inArcs.mToSourceArc && in == 0) || (parent == inArcs.mToSinkArc && out == 0))
         MakeOrphan(node);
 
-    const bool hasIn = ioFromSource.mResidual > 0;
-    const bool hasOut = ioToSink.mResidual > 0;
     const unsigned char segment = (*mSegments)[node];
-    if ((segment == kSourceTree && hasOut) || (segment == kSinkTree && hasIn)) {
+    if ((segment == kSourceTree && out > 0) || (segment == kSinkTree && in > 0)) {
         MakeActive(node);
-    } else if (segment == kFree && hasIn) {
-        JoinAtTerminal(node, kSourceTree, ioFromSource.mReverse);
-    } else if (segment == kFree && hasOut) {
-        JoinAtTerminal(node, kSinkTree, &ioToSink);
+    } else if (segment == kFree && in > 0) {
+        JoinAtTerminal(node, kSourceTree, inArcs.mToSourceArc);
+    } else if (segment == kFree && out > 0) {
+        JoinAtTerminal(node, kSinkTree, inArcs.mToSinkArc);
     }
 }
 
-void MaxFlowSolver::LinkChanged(FlowArc& inArc) {
-    const unsigned int tail = inArc.mTail;
-    const unsigned int head = inArc.mHead;
-    const bool tailInSinkTree = (*mSegments)[tail] == kSinkTree;
-    const bool headInSourceTree = (*mSegments)[head] == kSourceTree;
-    if (inArc.mResidual > 0) {
-        if ((*mSegments)[tail] == kSourceTree) MakeActive(tail);
-        if ((*mSegments)[head] == kSinkTree) MakeActive(head);
-    } else if (tailInSinkTree && mParents[tail] == &inArc) {
-        MakeOrphan(tail);
-    } else if (headInSourceTree && mParents[head] == inArc.mReverse) {
-        MakeOrphan(head);
+void MaxFlowSolver::LinkChanged(unsigned int inArc, unsigned int inFrom, unsigned int inTo) {
+    const unsigned char fromTree = (*mSegments)[inFrom], toTree = (*mSegments)[inTo];
+    if (mGraph->mArcs[inArc].mResidual > 0) {
+        if (fromTree == kSourceTree) MakeActive(inFrom);
+        if (toTree == kSinkTree) MakeActive(inTo);
+    } else if (fromTree == kSinkTree && mNodes[inFrom].mParent == inArc) {
+        MakeOrphan(inFrom);
+    } else if (toTree == kSourceTree && mNodes[inTo].mParent == (inArc ^ 1)) {
+        MakeOrphan(inTo);
     }
 }
 
 // ---- Small steps ---------------------------------------------------------------------
 
-void MaxFlowSolver::MakeActive(unsigned int inNode) {
-    if (mActivePosition[inNode] == mActive.End())
-        mActivePosition[inNode] = mActive.PushBack(inNode);
-}
-
-void MaxFlowSolver::MakePassive(unsigned int inNode) {
-    if (mActivePosition[inNode] == mActive.End()) return;
-    mActive.Erase(mActivePosition[inNode]);
-    mActivePosition[inNode] = mActive.End();
-}
-
 void MaxFlowSolver::JoinAtTerminal(unsigned int inNode, unsigned char inTree,
-                                   FlowArc* inParent) {
+                                   unsigned int inParent) {
     (*mSegments)[inNode] = inTree;
-    SetParent(inNode, inParent, 1, mTime);
+    SetParent(inNode, {inParent, Root(inTree), 1, mTime});
     MakeActive(inNode);
 }
 
-void MaxFlowSolver::SetParent(unsigned int inNode, FlowArc* inParent, unsigned int inSteps,
-                              unsigned int inTime) {
+void MaxFlowSolver::SetParent(unsigned int inNode, const Node& inParent) {
     LeavePath(inNode);
-    mParents[inNode] = inParent;
-    mDistances[inNode] = {inSteps, inTime, inParent->mHead};
+    mNodes[inNode] = inParent;
 }
 
 void MaxFlowSolver::DropParent(unsigned int inNode) {
     LeavePath(inNode);
-    mParents[inNode] = mNoParent;
-    mDistances[inNode].mParentNode = kNoNode;
+    mNodes[inNode].mParent = kNoParent;
+    mNodes[inNode].mParentNode = kNoNode;
 }
 
 void MaxFlowSolver::MakeOrphan(unsigned int inNode) {

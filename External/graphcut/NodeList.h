@@ -1,111 +1,82 @@
-// NodeList: a doubly linked list of node numbers whose cells come from one pool for all
-// solvers of the process.
+// Lists of nodes that lie in tables with an entry for each node: a node is in a list once or
+// not at all, and putting it there takes no memory.
 
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
-#include <stdexcept>
 
-/// A cell of a list: three words.
-struct NodeCell {
-    NodeCell* mNext;
-    NodeCell* mPrevious;
-    std::uintptr_t mNode;
-};
+#include "image/RecycledAllocator.h"
 
-/// Cells that are in no list, in a chain through `mNext`.
+/// A doubly linked list: first in, first out, and any node may leave.
 ///
-/// Ownership: blocks of 256 cells are the pool's and are given back when the library is
-///   unloaded, and not before.
-/// Threads: one thread at a time, in the whole process. There is no lock.
-/// Errors: `std::bad_alloc` passes through.
-class NodeCellPool {
+/// Ownership: of its own. Threads: one thread at a time.
+/// Errors: the constructor passes `std::bad_alloc` through; nothing else throws.
+class ActiveNodes {
 public:
-    /// The pool of the process. It is built on first use and outlives whoever asked for it
-    /// before being built itself.
-    static NodeCellPool& Instance();
-
-    NodeCell* Take() {
-        if (!mFreeCells) AddBlock();
-        NodeCell* const cell = mFreeCells;
-        mFreeCells = cell->mNext;
-        return cell;
-    }
-    void GiveBack(NodeCell* inCell) {
-        inCell->mNext = mFreeCells;
-        mFreeCells = inCell;
+    explicit ActiveNodes(unsigned int inNodeCount)
+        : mEnd(inNodeCount), mCells(std::size_t{inNodeCount} + 1, Cell{kOut, kOut}) {
+        mCells[mEnd] = {mEnd, mEnd};
     }
 
-    NodeCellPool(const NodeCellPool&) = delete;
-    NodeCellPool& operator=(const NodeCellPool&) = delete;
+    bool IsEmpty() const { return mCells[mEnd].mNext == mEnd; }
+    unsigned int Front() const { return mCells[mEnd].mNext; }
+
+    /// Nothing happens where it is in the list, or is not.
+    void PushBack(unsigned int inNode) {
+        Cell& cell = mCells[inNode];
+        if (cell.mNext != kOut) return;
+        const unsigned int last = mCells[mEnd].mPrevious;
+        cell = {mEnd, last};
+        mCells[last].mNext = inNode;
+        mCells[mEnd].mPrevious = inNode;
+    }
+    void Remove(unsigned int inNode) {
+        const Cell cell = mCells[inNode];
+        if (cell.mNext == kOut) return;
+        mCells[cell.mPrevious].mNext = cell.mNext;
+        mCells[cell.mNext].mPrevious = cell.mPrevious;
+        mCells[inNode].mNext = kOut;
+    }
 
 private:
-    static constexpr int kCellsPerBlock = 256;
-    struct Block;
-
-    NodeCellPool() = default;
-    ~NodeCellPool();
-    void AddBlock();
-
-    NodeCell* mFreeCells = nullptr;
-    Block* mBlocks = nullptr;
+    static constexpr unsigned int kOut = ~0u;
+    struct Cell {
+        unsigned int mNext;
+        unsigned int mPrevious;
+    };
+    unsigned int mEnd;  // the index of the end marker's cell, behind those of the nodes
+    IP::RecycledVector<Cell> mCells;
 };
 
-/// Ownership: the cells are the list's; its end gives them back to the pool.
-/// Threads: as the pool.
-/// Errors: a list at its maximum size throws `std::length_error`.
-class NodeList {
+/// A singly linked queue. Queues that no node is in two of share one table.
+///
+/// Ownership: the table is the caller's, an entry for each node. Threads: one at a time.
+/// Errors: none.
+class NodeQueue {
 public:
-    explicit NodeList(NodeCellPool& inPool) : mPool(inPool) {
-        mEnd.mNext = mEnd.mPrevious = &mEnd;
-        mEnd.mNode = 0;
+    explicit NodeQueue(IP::RecycledVector<unsigned int>& ioNext) : mNext(ioNext) {}
+
+    bool IsEmpty() const { return mFront == kNone; }
+
+    void PushFront(unsigned int inNode) {
+        if (IsEmpty()) mBack = inNode;
+        mNext[inNode] = mFront;
+        mFront = inNode;
     }
-    ~NodeList() {
-        while (!IsEmpty())
-            PopFront();
+    void PushBack(unsigned int inNode) {
+        mNext[inNode] = kNone;
+        (IsEmpty() ? mFront : mNext[mBack]) = inNode;
+        mBack = inNode;
     }
-    NodeList(const NodeList&) = delete;
-    NodeList& operator=(const NodeList&) = delete;
-
-    bool IsEmpty() const { return mEnd.mNext == &mEnd; }
-
-    /// The end marker, which is no cell of any node.
-    NodeCell* End() { return &mEnd; }
-
-    unsigned int Front() const { return static_cast<unsigned int>(mEnd.mNext->mNode); }
-
-    NodeCell* PushFront(unsigned int inNode) { return Insert(inNode, mEnd.mNext); }
-    NodeCell* PushBack(unsigned int inNode) { return Insert(inNode, &mEnd); }
-
     unsigned int PopFront() {
-        const unsigned int node = Front();
-        Erase(mEnd.mNext);
+        const unsigned int node = mFront;
+        mFront = mNext[node];
         return node;
     }
-    void Erase(NodeCell* inCell) {
-        inCell->mPrevious->mNext = inCell->mNext;
-        inCell->mNext->mPrevious = inCell->mPrevious;
-        mPool.GiveBack(inCell);
-        --mSize;
-    }
 
 private:
-    static constexpr std::size_t kMaxSize = SIZE_MAX / sizeof(NodeCell);
-
-    NodeCell* Insert(unsigned int inNode, NodeCell* inBefore) {
-        if (mSize == kMaxSize) throw std::length_error("list<T> too long");
-        NodeCell* const cell = mPool.Take();
-        cell->mNode = inNode;
-        cell->mNext = inBefore;
-        cell->mPrevious = inBefore->mPrevious;
-        inBefore->mPrevious->mNext = cell;
-        inBefore->mPrevious = cell;
-        ++mSize;
-        return cell;
-    }
-
-    NodeCellPool& mPool;
-    NodeCell mEnd;
-    std::size_t mSize = 0;
+    static constexpr unsigned int kNone = ~0u;
+    IP::RecycledVector<unsigned int>& mNext;
+    unsigned int mFront = kNone;
+    unsigned int mBack = kNone;
 };

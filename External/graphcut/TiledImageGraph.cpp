@@ -208,12 +208,12 @@ void TiledImageGraph::SetTileEnergies(const TileRecord& inTile, const Energies& 
 void TiledImageGraph::SetPairEnergy(unsigned int inNode, unsigned int inNeighbor,
                                     float inEnergy, unsigned int* ioLinkCount,
                                     bool inBuildLinks) {
-    FlowArc* const arc = mFlowGraph->FindArc(inNode, inNeighbor);
-    if (!arc) {
+    const unsigned int arc = mFlowGraph->FindArc(inNode, inNeighbor);
+    if (arc == FlowGraph::kNoArc) {
         if (!inBuildLinks) return;
         mFlowGraph->AddLinkPair(inNode, inNeighbor, inEnergy, inEnergy);
         if (ioLinkCount) ++*ioLinkCount;
         return;
     }
-    mFlowGraph->SetLinkCapacities(*arc, inEnergy, inEnergy, mSourceNode, mSinkNode);
+    mFlowGraph->SetArcCapacities(arc, inEnergy, inEnergy, mSourceNode, mSinkNode);
 }

@@ -27,24 +27,6 @@ void TreePath::MakeRoom(std::size_t inSteps) {
     Reserve(mBack, inSteps);
 }
 
-void TreePath::SetStep(std::size_t inIndex, const Step& inStep) {
-    mNodes[inIndex] = inStep.mNode;
-    mAlong[inIndex] = inStep.mAlong;
-    mBack[inIndex] = inStep.mBack;
-}
-
-void TreePath::Append(const Step& inStep) {
-    mNodes.push_back(inStep.mNode);
-    mAlong.push_back(inStep.mAlong);
-    mBack.push_back(inStep.mBack);
-}
-
-void TreePath::RemoveLast() {
-    mNodes.pop_back();
-    mAlong.pop_back();
-    mBack.pop_back();
-}
-
 void TreePath::ReplaceFront(std::size_t inOld, std::size_t inNew) {
     ResizeFront(mNodes, inOld, inNew);
     ResizeFront(mAlong, inOld, inNew);

@@ -52,9 +52,21 @@ public:
     /// room first, so that none is lost half way.
     void MakeRoom(std::size_t inSteps);
 
-    void SetStep(std::size_t inIndex, const Step& inStep);
-    void Append(const Step& inStep);
-    void RemoveLast();
+    void SetStep(std::size_t inIndex, const Step& inStep) {
+        mNodes[inIndex] = inStep.mNode;
+        mAlong[inIndex] = inStep.mAlong;
+        mBack[inIndex] = inStep.mBack;
+    }
+    void Append(const Step& inStep) {
+        mNodes.push_back(inStep.mNode);
+        mAlong.push_back(inStep.mAlong);
+        mBack.push_back(inStep.mBack);
+    }
+    void RemoveLast() {
+        mNodes.pop_back();
+        mAlong.pop_back();
+        mBack.pop_back();
+    }
 
     /// Puts `inNew` steps, which are still to be set, in the place of the first `inOld`.
     void ReplaceFront(std::size_t inOld, std::size_t inNew);

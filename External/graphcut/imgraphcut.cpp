@@ -124,9 +124,7 @@ void ImageGraph::BuildRegionGraph(const void* inPlane0, const void* inPlane1,
               mNodeImage.get(), inRowStride, mColumns, inPlanes, inBitDepth, inTolerance,
               inRadius, &mRegionCount);
 
-    mFlowGraph->ReserveNodes(mRegionCount);
-    for (unsigned int region = 0; region < mRegionCount; ++region)
-        mFlowGraph->AddNodeWithTerminals(mSourceNode, mSinkNode);
+    mFlowGraph->AddNodesWithTerminals(mRegionCount, mSourceNode, mSinkNode);
 
     // One entry for each pixel of the node image, by which they are found.
     const std::size_t pixels =
@@ -148,9 +146,7 @@ void ImageGraph::ResetRegionGraph() {
     mLinksBuilt = false;
     mValid = true;
     mBiasTowardSource = true;
-    mFlowGraph->ReserveNodes(mRegionCount);
-    for (unsigned int region = 0; region < mRegionCount; ++region)
-        mFlowGraph->AddNodeWithTerminals(mSourceNode, mSinkNode);
+    mFlowGraph->AddNodesWithTerminals(mRegionCount, mSourceNode, mSinkNode);
     std::fill(mPixelSourceEnergies.begin(), mPixelSourceEnergies.end(), 0.0f);
     std::fill(mPixelSinkEnergies.begin(), mPixelSinkEnergies.end(), 0.0f);
 }
@@ -297,45 +293,47 @@ namespace {
 
 // The links between regions while they are found: each once, in the order in which they
 // are met, with the sum of its pairs. A link is looked for at its higher-numbered region
-// among that region's lower-numbered neighbours, which are few.
+// among that region's lower-numbered neighbours, which are few, and only where the last
+// pair was not one of its own.
 class RegionLinks {
 public:
-    struct Link {
-        unsigned int mLower;
-        unsigned int mHigher;
-        unsigned int mNext;  // the next older link of mHigher
-        float mEnergy;
-    };
-
     explicit RegionLinks(std::size_t inNodeCount) : mNewest(inNodeCount, kNone) {
         mLinks.reserve(inNodeCount * kUsualLinksOfNode);
+        mOlder.reserve(inNodeCount * kUsualLinksOfNode);
     }
 
     void Add(unsigned int inNode, unsigned int inNeighbor, float inEnergy) {
-        const unsigned int lower = std::min(inNode, inNeighbor);
-        const unsigned int higher = std::max(inNode, inNeighbor);
-        unsigned int at = mNewest[higher];
-        while (at != kNone && mLinks[at].mLower != lower)
-            at = mLinks[at].mNext;
-        if (at == kNone) at = Append(lower, higher);
-        mLinks[at].mEnergy += inEnergy;
+        if (inNode != mLastNode || inNeighbor != mLastNeighbor) {
+            mLast = Find(std::max(inNode, inNeighbor), std::min(inNode, inNeighbor));
+            mLastNode = inNode;
+            mLastNeighbor = inNeighbor;
+        }
+        mLinks[mLast].mCapacity += inEnergy;
     }
 
-    const IP::RecycledVector<Link>& Links() const { return mLinks; }
+    const IP::RecycledVector<FlowGraph::Link>& Links() const { return mLinks; }
 
 private:
     static constexpr unsigned int kNone = std::numeric_limits<unsigned int>::max();
     static constexpr std::size_t kUsualLinksOfNode = 4;
 
-    unsigned int Append(unsigned int inLower, unsigned int inHigher) {
-        const auto at = static_cast<unsigned int>(mLinks.size());
-        mLinks.push_back({inLower, inHigher, mNewest[inHigher], 0});
-        mNewest[inHigher] = at;
+    unsigned int Find(unsigned int inHigher, unsigned int inLower) {
+        unsigned int at = mNewest[inHigher];
+        while (at != kNone && mLinks[at].mTo != inLower)
+            at = mOlder[at];
+        if (at != kNone) return at;
+        at = static_cast<unsigned int>(mLinks.size());
+        mLinks.push_back({inHigher, inLower, 0});
+        mOlder.push_back(std::exchange(mNewest[inHigher], at));
         return at;
     }
 
-    IP::RecycledVector<unsigned int> mNewest;
-    IP::RecycledVector<Link> mLinks;
+    IP::RecycledVector<unsigned int> mNewest;  // of a node as the higher one: a link, or none
+    IP::RecycledVector<FlowGraph::Link> mLinks;
+    IP::RecycledVector<unsigned int> mOlder;  // of a link: the one before it at its node
+    unsigned int mLastNode = 0;
+    unsigned int mLastNeighbor = 0;  // nodes 0 and 0 are no pair
+    unsigned int mLast = 0;
 };
 
 }  // namespace
@@ -350,8 +348,7 @@ void ImageGraph::BuildRegionLinks(const Energies& inEnergies) {
                    std::ptrdiff_t inNeighborAt, double inWeight) {
                    links.Add(inNode, inNeighbor, inEnergies(inAt, inNeighborAt, inWeight));
                });
-    for (const auto& link : links.Links())
-        mFlowGraph->AddLinkPair(link.mHigher, link.mLower, link.mEnergy, link.mEnergy);
+    mFlowGraph->AddLinks(links.Links());
 }
 
 // The sum over the border of two regions.
@@ -365,15 +362,16 @@ void ImageGraph::SetRegionEnergies(const Energies& inEnergies, bool inBuildLinks
                [&](unsigned int inNode, unsigned int inNeighbor, std::ptrdiff_t inAt,
                    std::ptrdiff_t inNeighborAt, double inWeight) {
                    const float energy = inEnergies(inAt, inNeighborAt, inWeight);
-                   FlowArc* const arc = mFlowGraph->FindArc(inNode, inNeighbor);
-                   if (!arc) {
+                   const unsigned int arc = mFlowGraph->FindArc(inNode, inNeighbor);
+                   if (arc == FlowGraph::kNoArc) {
                        if (inBuildLinks)
                            mFlowGraph->AddLinkPair(inNode, inNeighbor, energy, energy);
                        return;
                    }
-                   mFlowGraph->SetLinkCapacities(*arc, arc->mCapacity + energy,
-                                                 arc->mReverse->mCapacity + energy, mSourceNode,
-                                                 mSinkNode);
+                   const auto& capacities = mFlowGraph->mCapacities;
+                   mFlowGraph->SetArcCapacities(arc, capacities[arc] + energy,
+                                                capacities[arc ^ 1] + energy, mSourceNode,
+                                                mSinkNode);
                });
 }
 
@@ -386,10 +384,12 @@ void ImageGraph::SetPixelEnergies(const Energies& inEnergies, bool inBuildLinks)
                    const float energy = inEnergies(inAt, inNeighborAt, inWeight);
                    if (inBuildLinks) {
                        mFlowGraph->AddLinkPair(inNode, inNeighbor, energy, energy);
-                   } else if (FlowArc* const arc = mFlowGraph->FindArc(inNode, inNeighbor)) {
-                       mFlowGraph->SetLinkCapacities(*arc, energy, energy, mSourceNode,
-                                                     mSinkNode);
+                       return;
                    }
+                   const unsigned int arc = mFlowGraph->FindArc(inNode, inNeighbor);
+                   if (arc != FlowGraph::kNoArc)
+                       mFlowGraph->SetArcCapacities(arc, energy, energy, mSourceNode,
+                                                    mSinkNode);
                });
 }
 
@@ -444,9 +444,10 @@ void ImageGraph::StampBorderRegionMask(void* outMask, int inRows, int inColumns,
 template <class Visit>
 void ImageGraph::VisitLinks(unsigned int inNode, Visit inVisit) const {
     if (!mFlowGraph || inNode >= mFlowGraph->mNodeCount) return;
-    for (const FlowArc* arc = mFlowGraph->mFirstArcs[inNode]; arc; arc = arc->mNext)
-        if (arc->mHead != mSourceNode && arc->mHead != mSinkNode)
-            inVisit(double{arc->mCapacity});
+    mFlowGraph->VisitArcs(inNode, [&](const FlowGraph::ArcState& inArc) {
+        if (inArc.mHead != mSourceNode && inArc.mHead != mSinkNode)
+            inVisit(double{inArc.mCapacity});
+    });
 }
 
 int ImageGraph::GetLinkCount(unsigned int inNode) const {
@@ -485,8 +486,7 @@ double ImageGraph::GetMeanLinkCapacity(unsigned int inNode) const {
 
 double ImageGraph::GetTerminalBalance(unsigned int inNode) const {
     if (!mFlowGraph) return 0;
-    const FlowArc* const toSource = mFlowGraph->FindArc(inNode, mSourceNode);
-    const FlowArc* const toSink = mFlowGraph->FindArc(inNode, mSinkNode);
-    return (toSource ? double{toSource->mReverse->mCapacity} : 0.0) -
-           (toSink ? double{toSink->mCapacity} : 0.0);
+    const TerminalValues capacities =
+        mFlowGraph->GetTerminalCapacities(inNode, mSourceNode, mSinkNode);
+    return double{capacities.mFromSource} - double{capacities.mToSink};
 }

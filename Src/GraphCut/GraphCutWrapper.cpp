@@ -6,7 +6,7 @@
 #include <cstring>
 #include <new>
 
-#include "External/graphcut/NodeList.h"
+#include "External/graphcut/MaxFlowSolver.h"
 #include "Image.h"
 #include "TVK/ContractCheck.h"
 
@@ -105,10 +105,6 @@ GraphCutWrapper& GraphCutWrapper::Instance() {
     static GraphCutWrapper sInstance;
     return sInstance;
 }
-
-// The kept solver gives its list cells back when the library is unloaded: their pool must
-// be there before the wrapper, to be there after it.
-GraphCutWrapper::GraphCutWrapper() { NodeCellPool::Instance(); }
 
 // Whether the kept graph has the frame's size and is whole.
 bool GraphCutWrapper::KeepsFrame(int inColumns, int inRows) const {

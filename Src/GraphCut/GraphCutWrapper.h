@@ -42,7 +42,7 @@ public:
     /// The one of the process, which lives as long as the library is loaded.
     static GraphCutWrapper& Instance();
 
-    GraphCutWrapper();
+    GraphCutWrapper() = default;
     GraphCutWrapper(const GraphCutWrapper&) = delete;
     GraphCutWrapper& operator=(const GraphCutWrapper&) = delete;
 

@@ -15,27 +15,16 @@ namespace {
 
 std::vector<unsigned int> HeadsOf(const FlowGraph& inGraph, unsigned int inNode) {
     std::vector<unsigned int> heads;
-    for (const FlowArc* arc = inGraph.mFirstArcs[inNode]; arc; arc = arc->mNext)
-        heads.push_back(arc->mHead);
+    inGraph.VisitArcs(inNode, [&](const auto& inArc) { heads.push_back(inArc.mHead); });
     return heads;
 }
 
 // The plain way to an arc.
-const FlowArc* Walk(const FlowGraph& inGraph, unsigned int inFrom, unsigned int inTo) {
-    const FlowArc* arc = inGraph.mFirstArcs[inFrom];
-    while (arc && arc->mHead != inTo)
-        arc = arc->mNext;
+unsigned int Walk(const FlowGraph& inGraph, unsigned int inFrom, unsigned int inTo) {
+    unsigned int arc = inGraph.mFirstArcs[inFrom];
+    while (arc != FlowGraph::kNoArc && inGraph.mArcs[arc].mHead != inTo)
+        arc = inGraph.mArcs[arc].mNext;
     return arc;
-}
-
-TEST(FlowArcRecord, MembersLieWhereTheyAlwaysLay) {
-    EXPECT_EQ(offsetof(FlowArc, mTail), 0u);
-    EXPECT_EQ(offsetof(FlowArc, mHead), 4u);
-    EXPECT_EQ(offsetof(FlowArc, mCapacity), 8u);
-    EXPECT_EQ(offsetof(FlowArc, mResidual), 12u);
-    EXPECT_EQ(offsetof(FlowArc, mReverse), 16u);
-    EXPECT_EQ(offsetof(FlowArc, mNext), 24u);
-    EXPECT_EQ(sizeof(FlowArc), 32u);
 }
 
 TEST(FlowGraphLists, NewestArcIsFirst) {
@@ -55,17 +44,13 @@ TEST(FlowGraphLists, PairIsEachOthersReverseWithFullResiduals) {
     for (int i = 0; i < 4; ++i)
         graph.AddNode();
     graph.AddLinkPair(2, 3, 5, 7);
-    const FlowArc* const arc = graph.FindArc(2, 3);
-    ASSERT_NE(arc, nullptr);
-    EXPECT_EQ(arc->mTail, 2u);
-    EXPECT_EQ(arc->mReverse, graph.FindArc(3, 2));
-    EXPECT_EQ(arc->mReverse->mReverse, arc);
-    EXPECT_EQ(arc->mCapacity, 5.0f);
-    EXPECT_EQ(arc->mResidual, 5.0f);
-    EXPECT_EQ(arc->mReverse->mCapacity, 7.0f);
-    EXPECT_EQ(arc->mReverse->mResidual, 7.0f);
-    EXPECT_EQ(reinterpret_cast<std::uintptr_t>(arc) / 64,
-              reinterpret_cast<std::uintptr_t>(arc->mReverse) / 64);
+    const unsigned int arc = graph.FindArc(2, 3);
+    ASSERT_NE(arc, FlowGraph::kNoArc);
+    EXPECT_EQ(arc ^ 1, graph.FindArc(3, 2));
+    EXPECT_EQ(graph.mCapacities[arc], 5.0f);
+    EXPECT_EQ(graph.mArcs[arc].mResidual, 5.0f);
+    EXPECT_EQ(graph.mCapacities[arc ^ 1], 7.0f);
+    EXPECT_EQ(graph.mArcs[arc ^ 1].mResidual, 7.0f);
 }
 
 TEST(FlowGraphLists, ArcsAreFoundAsByAWalkAlsoAmongDuplicatesAndAcrossBlocks) {
@@ -98,10 +83,10 @@ TEST(FlowGraphCapacities, UnsolvedTerminalsAreSetWithTheirResiduals) {
     const unsigned int node = graph.AddNodeWithTerminals(0, 1);
     EXPECT_EQ(HeadsOf(graph, node), (std::vector<unsigned int>{1, 0}));
     graph.SetTerminalCapacities(node, 3, 8, 0, 1);
-    EXPECT_EQ(graph.FindArc(0, node)->mResidual, 3.0f);
-    EXPECT_EQ(graph.FindArc(node, 0)->mCapacity, 0.0f);
-    EXPECT_EQ(graph.FindArc(node, 1)->mCapacity, 8.0f);
-    EXPECT_EQ(graph.FindArc(1, node)->mResidual, 0.0f);
+    EXPECT_EQ(graph.GetArc(0, node)->mResidual, 3.0f);
+    EXPECT_EQ(graph.GetArc(node, 0)->mCapacity, 0.0f);
+    EXPECT_EQ(graph.GetArc(node, 1)->mCapacity, 8.0f);
+    EXPECT_EQ(graph.GetArc(1, node)->mResidual, 0.0f);
 }
 
 TEST(FlowGraphCapacities, TerminalsNeedNotBeNodesZeroAndOne) {
@@ -114,7 +99,7 @@ TEST(FlowGraphCapacities, TerminalsNeedNotBeNodesZeroAndOne) {
     std::vector<unsigned char> segments;
     RunMaxFlow(graph, 3, 4, segments, -1.0, nullptr);
     EXPECT_EQ(segments[2], MaxFlowSolver::kSourceTree);
-    EXPECT_EQ(graph.FindArc(2, 4)->mResidual, 0.0f);
+    EXPECT_EQ(graph.GetArc(2, 4)->mResidual, 0.0f);
 }
 
 TEST(FlowGraphCapacities, MissingArcsAndTerminalsAsNodesAreNoErrors) {
@@ -133,9 +118,9 @@ TEST(FlowGraphCapacities, MissingArcsAndTerminalsAsNodesAreNoErrors) {
         graph.SetLinkCapacities(one, two, 3, 3);
         graph.SetLinkCapacities(bare, one, 3, 3);
         graph.SetLinkCapacities(99, one, 3, 3);
-        EXPECT_EQ(graph.FindArc(0, one)->mCapacity, 5.0f);
-        EXPECT_EQ(graph.FindArc(one, 1)->mCapacity, 2.0f);
-        EXPECT_EQ(graph.mFirstArcs[bare], nullptr);
+        EXPECT_EQ(graph.GetArc(0, one)->mCapacity, 5.0f);
+        EXPECT_EQ(graph.GetArc(one, 1)->mCapacity, 2.0f);
+        EXPECT_EQ(graph.mFirstArcs[bare], FlowGraph::kNoArc);
     };
     change();
     std::vector<unsigned char> segments;
@@ -154,8 +139,8 @@ struct SolvedNode {
         mGraph.SetTerminalCapacities(mNode, inFromSource, inToSink, 0, 1);
         RunMaxFlow(mGraph, 0, 1, mSegments, -1.0, nullptr);
     }
-    const FlowArc& FromSource() const { return *mGraph.FindArc(0, mNode); }
-    const FlowArc& ToSink() const { return *mGraph.FindArc(mNode, 1); }
+    FlowGraph::ArcState FromSource() const { return *mGraph.GetArc(0, mNode); }
+    FlowGraph::ArcState ToSink() const { return *mGraph.GetArc(mNode, 1); }
 
     FlowGraph mGraph;
     std::vector<unsigned char> mSegments;

@@ -86,15 +86,17 @@ std::vector<unsigned char> SolveFresh(const FlowModel& inModel, float* outFlow) 
 }
 
 void ExpectValidFlow(const FlowGraph& inGraph) {
+    const auto flow = [&](unsigned int inArc) {
+        return inGraph.mCapacities[inArc] - inGraph.mArcs[inArc].mResidual;
+    };
+    for (unsigned int arc = 0; arc < inGraph.mArcs.size(); arc += 2)
+        ASSERT_EQ(flow(arc), -flow(arc + 1)) << "arc " << arc;
     for (unsigned int node = 0; node < inGraph.mNodeCount; ++node) {
         float leaving = 0;
-        for (const FlowArc* arc = inGraph.mFirstArcs[node]; arc; arc = arc->mNext) {
-            const float flow = arc->mCapacity - arc->mResidual;
-            const float back = arc->mReverse->mCapacity - arc->mReverse->mResidual;
-            ASSERT_GE(arc->mResidual, 0.0f) << node << " to " << arc->mHead;
-            ASSERT_EQ(flow, -back) << node << " to " << arc->mHead;
-            leaving += flow;
-        }
+        inGraph.VisitArcs(node, [&](const FlowGraph::ArcState& inArc) {
+            EXPECT_GE(inArc.mResidual, 0.0f) << node << " to " << inArc.mHead;
+            leaving += inArc.mCapacity - inArc.mResidual;
+        });
         if (node >= 2) {
             ASSERT_EQ(leaving, 0.0f) << "at node " << node;
         }

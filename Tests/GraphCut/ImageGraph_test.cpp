@@ -85,10 +85,10 @@ TEST(ImageGraph, RegionNodesAreTheLabelsWithTerminalLinksSinkFirst) {
     EXPECT_EQ(graph.mFlowGraph->mNodeCount, graph.mRegionCount + 2);
     EXPECT_EQ(graph.mMaxRegionPixels, 121);
     EXPECT_EQ(graph.mPixelSinkEnergies, ImageGraph::PixelEnergies(1200, 0.0f));
-    const FlowArc* const first = graph.mFlowGraph->mFirstArcs[2];
-    EXPECT_EQ(first->mHead, 1u);
-    EXPECT_EQ(first->mNext->mHead, 0u);
-    EXPECT_EQ(first->mNext->mNext, nullptr);
+    const auto arcs = Testing::ArcsOf(*graph.mFlowGraph, 2);
+    ASSERT_EQ(arcs.size(), 2u);
+    EXPECT_EQ(arcs[0].mHead, 1u);
+    EXPECT_EQ(arcs[1].mHead, 0u);
 }
 
 // ---- Link energies, against the literal form -----------------------------------------
@@ -172,7 +172,7 @@ TEST(LinkEnergyLaws, EqualColoursGiveTheScaleOverTheDistance) {
         return unsigned(inY * 5 + inX + 2);
     };
     const auto capacity = [&](int inX, int inY) {
-        return graph.mFlowGraph->FindArc(node(2, 2), node(2 + inX, 2 + inY))->mCapacity;
+        return graph.mFlowGraph->GetArc(node(2, 2), node(2 + inX, 2 + inY))->mCapacity;
     };
     EXPECT_EQ(capacity(-1, 0), 500.0f);
     EXPECT_EQ(capacity(1, 0), 500.0f);
@@ -181,7 +181,7 @@ TEST(LinkEnergyLaws, EqualColoursGiveTheScaleOverTheDistance) {
     EXPECT_EQ(capacity(1, -1), capacity(-1, -1));
     EXPECT_EQ(capacity(-2, 0), 250.0f);
     EXPECT_EQ(capacity(2, -1), float(500 / std::sqrt(5.0)));
-    EXPECT_EQ(graph.mFlowGraph->FindArc(node(2, 2), node(2, 2)), nullptr);
+    EXPECT_FALSE(graph.mFlowGraph->GetArc(node(2, 2), node(2, 2)));
 }
 
 TEST(LinkEnergyLaws, BorderPixelsHaveFewerNeighbours) {

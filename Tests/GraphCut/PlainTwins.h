@@ -13,6 +13,7 @@
 #include <utility>
 #include <vector>
 
+#include "External/graphcut/MaxFlowSolver.h"
 #include "External/graphcut/imgraphcut.h"
 
 namespace Testing {
@@ -83,10 +84,11 @@ std::vector<unsigned int> PlainSegment(const Picture<T>& inPicture, float inTole
 
 // ---- Links ---------------------------------------------------------------------------
 
-inline FlowArc* PlainFind(const FlowGraph& inGraph, unsigned int inFrom, unsigned int inTo) {
-    FlowArc* arc = inGraph.mFirstArcs[inFrom];
-    while (arc && arc->mHead != inTo)
-        arc = arc->mNext;
+inline unsigned int PlainFind(const FlowGraph& inGraph, unsigned int inFrom,
+                              unsigned int inTo) {
+    unsigned int arc = inGraph.mFirstArcs[inFrom];
+    while (arc != FlowGraph::kNoArc && inGraph.mArcs[arc].mHead != inTo)
+        arc = inGraph.mArcs[arc].mNext;
     return arc;
 }
 
@@ -142,19 +144,20 @@ void PlainNeighborEnergies(ImageGraph& ioGraph, const Picture<T>& inPicture, dou
                 if (u == v) continue;
                 const float e =
                     PlainEnergy(inPicture, x, y, offset, inScale, inSigma, inExponent);
-                FlowArc* const arc = PlainFind(graph, u, v);
-                if (inBuildLinks && (!ioGraph.mRegionMode || !arc)) {
+                const unsigned int arc = PlainFind(graph, u, v);
+                const bool isThere = arc != FlowGraph::kNoArc;
+                if (inBuildLinks && (!ioGraph.mRegionMode || !isThere)) {
                     graph.AddLinkPair(u, v, e, e);
                     continue;
                 }
-                const float there = ioGraph.mRegionMode && arc ? arc->mCapacity + e : e;
-                const float back =
-                    ioGraph.mRegionMode && arc ? arc->mReverse->mCapacity + e : e;
+                const bool adds = ioGraph.mRegionMode && isThere;
+                const float there = adds ? graph.mCapacities[arc] + e : e;
+                const float back = adds ? graph.mCapacities[arc ^ 1] + e : e;
                 if (graph.IsDynamicAndSolved()) {
                     graph.UpdateLinkCapacities(u, v, there, back, 0, 1);
-                } else if (arc) {
-                    arc->mCapacity = arc->mResidual = there;
-                    arc->mReverse->mCapacity = arc->mReverse->mResidual = back;
+                } else if (isThere) {
+                    graph.mCapacities[arc] = graph.mArcs[arc].mResidual = there;
+                    graph.mCapacities[arc ^ 1] = graph.mArcs[arc ^ 1].mResidual = back;
                 }
             }
 }
@@ -173,9 +176,8 @@ inline void PlainSetPixel(ImageGraph& ioGraph, std::size_t inPlace, float inSour
         ioGraph.mPixelSourceEnergies[inPlace] = s;
         ioGraph.mPixelSinkEnergies[inPlace] = t;
         if (inStrokeOnly && ds == 0 && dt == 0) return;
-        const FlowArc* const toSource = PlainFind(graph, node, 0);
-        const FlowArc* const toSink = PlainFind(graph, node, 1);
-        s = (toSource ? toSource->mReverse->mCapacity : 0) + ds;
+        const auto fromSource = graph.GetArc(0, node), toSink = graph.GetArc(node, 1);
+        s = (fromSource ? fromSource->mCapacity : 0) + ds;
         t = (toSink ? toSink->mCapacity : 0) + dt;
         if (s < 0) s = 0;
         if (t < 0) t = 0;
@@ -204,6 +206,13 @@ inline void PlainTerminalEnergies(ImageGraph& ioGraph,
 
 // ---- Comparison ----------------------------------------------------------------------
 
+/// The arcs that leave a node, in list order.
+inline std::vector<FlowGraph::ArcState> ArcsOf(const FlowGraph& inGraph, unsigned int inNode) {
+    std::vector<FlowGraph::ArcState> arcs;
+    inGraph.VisitArcs(inNode, [&](const auto& inArc) { arcs.push_back(inArc); });
+    return arcs;
+}
+
 /// Fails the running test unless both have the same lists in the same order with the same
 /// bits.
 inline void ExpectSameGraph(const FlowGraph& inLeft, const FlowGraph& inRight) {
@@ -212,16 +221,13 @@ inline void ExpectSameGraph(const FlowGraph& inLeft, const FlowGraph& inRight) {
         return std::bit_cast<std::uint32_t>(inValue);
     };
     for (unsigned int node = 0; node < inLeft.mNodeCount; ++node) {
-        const FlowArc* left = inLeft.mFirstArcs[node];
-        const FlowArc* right = inRight.mFirstArcs[node];
-        for (int at = 0; left && right; left = left->mNext, right = right->mNext, ++at) {
-            ASSERT_EQ(left->mTail, node);
-            ASSERT_EQ(left->mHead, right->mHead) << "arc " << at << " of node " << node;
-            ASSERT_EQ(bits(left->mCapacity), bits(right->mCapacity)) << node << ":" << at;
-            ASSERT_EQ(bits(left->mResidual), bits(right->mResidual)) << node << ":" << at;
-            ASSERT_EQ(left->mReverse->mReverse, left);
+        const auto left = ArcsOf(inLeft, node), right = ArcsOf(inRight, node);
+        ASSERT_EQ(left.size(), right.size()) << "at node " << node;
+        for (std::size_t at = 0; at < left.size(); ++at) {
+            ASSERT_EQ(left[at].mHead, right[at].mHead) << "arc " << at << " of node " << node;
+            ASSERT_EQ(bits(left[at].mCapacity), bits(right[at].mCapacity)) << node << ":" << at;
+            ASSERT_EQ(bits(left[at].mResidual), bits(right[at].mResidual)) << node << ":" << at;
         }
-        ASSERT_EQ(left == nullptr, right == nullptr) << "at node " << node;
     }
 }
 

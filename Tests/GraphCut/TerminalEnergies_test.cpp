@@ -41,10 +41,10 @@ void SetStrokes(ImageGraph& ioGraph, const std::vector<unsigned char>& inForegro
 }
 
 float SourceOf(const ImageGraph& inGraph, unsigned int inNode) {
-    return inGraph.mFlowGraph->FindArc(0, inNode)->mCapacity;
+    return inGraph.mFlowGraph->GetArc(0, inNode)->mCapacity;
 }
 float SinkOf(const ImageGraph& inGraph, unsigned int inNode) {
-    return inGraph.mFlowGraph->FindArc(inNode, 1)->mCapacity;
+    return inGraph.mFlowGraph->GetArc(inNode, 1)->mCapacity;
 }
 
 // A row of pixels, each a node of its own.

@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "External/graphcut/MaxFlowSolver.h"
 #include "Pictures.h"
 #include "Support/Reports.h"
 
@@ -120,12 +121,12 @@ TEST(TileActivation, StrokesGiveAPixelItsNode) {
     EXPECT_EQ(foreground, 2u);
     EXPECT_EQ(background, 3u);
     const float hard = float(double(std::numeric_limits<float>::max()) / 2);
-    EXPECT_EQ(tiles.mFlowGraph->FindArc(foreground, 1)->mCapacity, hard);
-    EXPECT_EQ(tiles.mFlowGraph->FindArc(0, foreground)->mCapacity, 0.0f);
-    EXPECT_EQ(tiles.mFlowGraph->FindArc(0, background)->mCapacity, hard);
+    EXPECT_EQ(tiles.mFlowGraph->GetArc(foreground, 1)->mCapacity, hard);
+    EXPECT_EQ(tiles.mFlowGraph->GetArc(0, foreground)->mCapacity, 0.0f);
+    EXPECT_EQ(tiles.mFlowGraph->GetArc(0, background)->mCapacity, hard);
     tiles.SetBackgroundPixel(22, 12);
     EXPECT_EQ(*tiles.GetNodeAt(22, 12), foreground);
-    EXPECT_EQ(tiles.mFlowGraph->FindArc(0, foreground)->mCapacity, hard);
+    EXPECT_EQ(tiles.mFlowGraph->GetArc(0, foreground)->mCapacity, hard);
 }
 
 // ---- Energies and seams --------------------------------------------------------------
@@ -140,7 +141,7 @@ Links LinksOf(const FlowGraph& inGraph, NodeAt inNodeAt) {
         for (int q = 0; q < 25 * 17; ++q) {
             const unsigned int u = inNodeAt(20 + p % 25, 10 + p / 25);
             const unsigned int v = inNodeAt(20 + q % 25, 10 + q / 25);
-            if (const FlowArc* const arc = u > 1 && v > 1 ? inGraph.FindArc(u, v) : nullptr)
+            if (const auto arc = u > 1 && v > 1 ? inGraph.GetArc(u, v) : std::nullopt)
                 links[{p, q}] = {arc->mCapacity, arc->mResidual};
         }
     return links;
@@ -224,8 +225,8 @@ TEST(TileSeams, SolvedDynamicTilesAreUpdated) {
     tiles.SetForegroundPixel(22, 12);
     tiles.SetBackgroundPixel(40, 22);
     RunMaxFlow(*tiles.mFlowGraph, 0, 1, *tiles.mSegments, -1.0, nullptr);
-    const float flow = tiles.mFlowGraph->FindArc(0, *tiles.GetNodeAt(40, 22))->mCapacity -
-                       tiles.mFlowGraph->FindArc(0, *tiles.GetNodeAt(40, 22))->mResidual;
+    const float flow = tiles.mFlowGraph->GetArc(0, *tiles.GetNodeAt(40, 22))->mCapacity -
+                       tiles.mFlowGraph->GetArc(0, *tiles.GetNodeAt(40, 22))->mResidual;
     EXPECT_GE(flow, 0.0f);
     SetAllEnergies(tiles, picture, 2);
     RunMaxFlow(*tiles.mFlowGraph, 0, 1, *tiles.mSegments, -1.0, nullptr);
