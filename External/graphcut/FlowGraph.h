@@ -211,10 +211,10 @@ public:
     unsigned int mNodeCount = 0;
     IP::RecycledVector<unsigned int> mFirstArcs;  // one index a node
     IP::RecycledVector<FlowArc> mArcs;
-    IP::RecycledVector<float> mCapacities;                 // one an arc
-    IP::RecycledVector<TerminalValues> mHomeResiduals;     // one a node; 0 where spread
-    IP::RecycledVector<TerminalValues> mHomeCapacities;    // the same
-    bool mSolved = false;                                  // a solve has run
+    IP::RecycledVector<float> mCapacities;               // one an arc
+    IP::RecycledVector<TerminalValues> mHomeResiduals;   // one a node; 0 where spread
+    IP::RecycledVector<TerminalValues> mHomeCapacities;  // the same
+    bool mSolved = false;                                // a solve has run
     bool mDynamic = false;     // changes of capacity after a solve preserve the flow
     bool mPersistent = false;  // the solver lives on between solves
     FlowSolver* mSolver = nullptr;

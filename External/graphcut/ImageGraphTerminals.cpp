@@ -36,6 +36,11 @@ struct Energies {
     float mSink;
 };
 
+// A stroke's, and a pixel's that none covers.
+Energies StrokedEnergies(bool inIsForeground, float inHard) {
+    return inIsForeground ? Energies{0, inHard} : Energies{inHard, 0};
+}
+
 // What pixels without a stroke get, by their fit.
 class UnstrokedEnergies {
 public:
@@ -163,6 +168,21 @@ private:
 
 }  // namespace
 
+namespace {
+
+// Most of a stroke image is empty and is passed over in blocks.
+constexpr std::ptrdiff_t kStrokeBlock = 64;
+
+bool IsAnyAbove(const unsigned char* inLeft, const unsigned char* inRight,
+                std::ptrdiff_t inCount, unsigned char inThreshold) {
+    unsigned char most = 0;
+    for (std::ptrdiff_t i = 0; i < inCount; ++i)
+        most = std::max(most, std::max(inLeft[i], inRight[i]));
+    return most > inThreshold;
+}
+
+}  // namespace
+
 void ImageGraph::SetTerminalEnergies(
     const unsigned char* /*inCurrentLabels*/, const unsigned char* inFit,
     const unsigned char* inForeground, const unsigned char* inBackground, double inBiasWeight,
@@ -197,6 +217,16 @@ void ImageGraph::SetTerminalEnergies(
                     });
     };
 
+    const bool isWhole = inRows == mRows && inColumns == mColumns && inLeft == mLeft &&
+                         inTop == mTop && inForegroundStride == inColumns &&
+                         inBackgroundStride == inColumns;
+    if (isWhole && knownMode && !readsFit) {
+        const Energies& bias = unstroked.ByFit(0);
+        if (SetFirstEnergies(inForeground, inBackground, {bias.mSource, bias.mSink},
+                             inThreshold))
+            return;
+    }
+    mHasNoEnergies = false;
     if (mRegionMode && !mFlowGraph->IsDynamicAndSolved()) {
         NodeCapacities capacities(*mFlowGraph);
         visit([&](std::ptrdiff_t inPlace, const Energies& inEnergies) {
@@ -215,42 +245,92 @@ void ImageGraph::SetTerminalEnergies(
     }
 }
 
-namespace {
+// The first energies of a graph of regions, whose pixels differ by the strokes alone. The
+// capacity of a region without strokes rests on its size: as many times the same energy are
+// added up as it has pixels. Only the regions under strokes are walked pixel by pixel.
+bool ImageGraph::SetFirstEnergies(const unsigned char* inForeground,
+                                  const unsigned char* inBackground, TerminalValues inUnstroked,
+                                  unsigned char inThreshold) {
+    if (!mRegionMode || mRegions.empty() || !mHasNoEnergies || mFlowGraph->mSolved ||
+        !mFlowGraph->HasHomeTerminals() ||
+        mFlowGraph->mNodeCount != mRegionCount + kFirstRegion)
+        return false;
+    for (const TerminalValues& capacities : mFlowGraph->mHomeCapacities)
+        if (capacities.mFromSource != 0 || capacities.mToSink != 0) return false;
+    std::size_t labelled = 0;  // a sample that is no number has no region
+    for (const SegmentRegion& region : mRegions)
+        labelled += region.mPixels;
+    if (labelled != mPixelSourceEnergies.size()) return false;
+    mHasNoEnergies = false;
+    std::vector<Energies> sums(1, Energies{0, 0});  // by the number of pixels
+    for (unsigned int region = 0; region < mRegionCount; ++region) {
+        const unsigned int pixels = mRegions[region].mPixels;
+        while (sums.size() <= pixels)
+            sums.push_back(Moved(sums.back(), inUnstroked.mFromSource, inUnstroked.mToSink));
+        mFlowGraph->SetTerminalCapacities(region + kFirstRegion, sums[pixels].mSource,
+                                          sums[pixels].mSink, kSource, kSink);
+    }
+    std::fill(mPixelSourceEnergies.begin(), mPixelSourceEnergies.end(),
+              inUnstroked.mFromSource);
+    if (inUnstroked.mToSink != 0)
+        std::fill(mPixelSinkEnergies.begin(), mPixelSinkEnergies.end(), inUnstroked.mToSink);
 
-// Most of a stroke image is empty and is passed over in blocks.
-constexpr std::ptrdiff_t kStrokeBlock = 64;
-
-bool IsAnyAbove(const unsigned char* inLeft, const unsigned char* inRight,
-                std::ptrdiff_t inCount, unsigned char inThreshold) {
-    unsigned char most = 0;
-    for (std::ptrdiff_t i = 0; i < inCount; ++i)
-        most = std::max(most, std::max(inLeft[i], inRight[i]));
-    return most > inThreshold;
+    std::vector<bool> isDone(mFlowGraph->mNodeCount);
+    const auto pixels = static_cast<std::ptrdiff_t>(mPixelSourceEnergies.size());
+    for (std::ptrdiff_t begin = 0; begin < pixels; begin += kStrokeBlock) {
+        const std::ptrdiff_t end = std::min(begin + kStrokeBlock, pixels);
+        if (!IsAnyAbove(inForeground + begin, inBackground + begin, end - begin, inThreshold))
+            continue;
+        for (std::ptrdiff_t i = begin; i < end; ++i) {
+            if (inForeground[i] <= inThreshold && inBackground[i] <= inThreshold) continue;
+            const unsigned int node = mNodeImage[i];
+            if (isDone[node]) continue;
+            isDone[node] = true;
+            SetStrokedRegion(node, inForeground, inBackground, inUnstroked, inThreshold);
+        }
+    }
+    return true;
 }
 
-}  // namespace
+void ImageGraph::SetStrokedRegion(unsigned int inNode, const unsigned char* inForeground,
+                                  const unsigned char* inBackground, TerminalValues inUnstroked,
+                                  unsigned char inThreshold) {
+    const float hard = graphcut::HardCapacity(mMaxRegionPixels);
+    Energies capacities{0, 0};
+    VisitRegion(inNode, [&](std::ptrdiff_t inIndex) {
+        Energies energies{inUnstroked.mFromSource, inUnstroked.mToSink};
+        if (inForeground[inIndex] > inThreshold || inBackground[inIndex] > inThreshold)
+            energies = StrokedEnergies(inForeground[inIndex] > inThreshold, hard);
+        mPixelSourceEnergies[std::size_t(inIndex)] = energies.mSource;
+        mPixelSinkEnergies[std::size_t(inIndex)] = energies.mSink;
+        capacities = Moved(capacities, energies.mSource, energies.mSink);
+    });
+    mFlowGraph->SetTerminalCapacities(inNode, capacities.mSource, capacities.mSink, kSource,
+                                      kSink);
+}
 
 void ImageGraph::SetStrokeEnergies(const unsigned char* inForeground,
                                    const unsigned char* inBackground, unsigned char inThreshold,
                                    int inRows, int inColumns, int inLeft, int inTop,
                                    int inForegroundStride, int inBackgroundStride) {
     const float hard = graphcut::HardCapacity(mMaxRegionPixels);
-    VisitRows(inRows, inColumns, inLeft, inTop, [&](const GraphRow& inRow) {
+    mHasNoEnergies = false;
+    for (const GraphRow row : GraphRows(*this, inRows, inColumns, inLeft, inTop)) {
         const unsigned char* const foreground =
-            inForeground + inRow.mAreaRow * inForegroundStride - inRow.mAreaX;
+            inForeground + row.mAreaRow * inForegroundStride - row.mAreaX;
         const unsigned char* const background =
-            inBackground + inRow.mAreaRow * inBackgroundStride - inRow.mAreaX;
-        const std::ptrdiff_t row = inRow.mY * mColumns;
-        for (std::ptrdiff_t begin = inRow.mFirstX; begin < inRow.mEndX; begin += kStrokeBlock) {
-            const std::ptrdiff_t end = std::min(begin + kStrokeBlock, inRow.mEndX);
+            inBackground + row.mAreaRow * inBackgroundStride - row.mAreaX;
+        const std::ptrdiff_t first = row.mY * mColumns;
+        for (std::ptrdiff_t begin = row.mFirstX; begin < row.mEndX; begin += kStrokeBlock) {
+            const std::ptrdiff_t end = std::min(begin + kStrokeBlock, row.mEndX);
             if (!IsAnyAbove(foreground + begin, background + begin, end - begin, inThreshold))
                 continue;
             for (std::ptrdiff_t x = begin; x < end; ++x) {
                 if (foreground[x] > inThreshold)
-                    SetPixelTerminals(row + x, 0, hard, true);
+                    SetPixelTerminals(first + x, 0, hard, true);
                 else if (background[x] > inThreshold)
-                    SetPixelTerminals(row + x, hard, 0, true);
+                    SetPixelTerminals(first + x, hard, 0, true);
             }
         }
-    });
+    }
 }

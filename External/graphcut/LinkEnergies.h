@@ -65,6 +65,31 @@ public:
 
     const PictureArea& Area() const { return mArea; }
 
+    /// Whether energies are looked up by the sum of the squared differences.
+    static constexpr bool kHasMemo = sizeof(T) == 1;
+
+    /// The sums for `inCount` pixels from one place on and their neighbours from another on.
+    void SquaredDifferences(std::ptrdiff_t inPixel, std::ptrdiff_t inNeighbor,
+                            std::ptrdiff_t inCount, int* outSums) const requires kHasMemo {
+        const T *pixels[kPlanes], *neighbors[kPlanes];
+        for (int plane = 0; plane < kPlanes; ++plane) {
+            pixels[plane] = mPlanes[plane] + inPixel;
+            neighbors[plane] = mPlanes[plane] + inNeighbor;
+        }
+        for (std::ptrdiff_t i = 0; i < inCount; ++i) {
+            int sum = 0;
+            for (int plane = 0; plane < kPlanes; ++plane) {
+                const auto difference =
+                    static_cast<short>(pixels[plane][i] - neighbors[plane][i]);
+                sum += difference * difference;
+            }
+            outSums[i] = sum;
+        }
+    }
+    float OfSquaredDifference(int inSum, double inWeight) const requires kHasMemo {
+        return static_cast<float>(Remembered(inSum) * inWeight);
+    }
+
     /// In samples.
     std::ptrdiff_t RowStride() const { return mRowStride; }
 
@@ -79,7 +104,6 @@ public:
     }
 
 private:
-    static constexpr bool kHasMemo = sizeof(T) == 1;
     static constexpr double kFullScale = sizeof(T) == 1 ? 255 : sizeof(T) == 2 ? 32768 : 1;
     static constexpr int kStrideShift = sizeof(T) == 1 ? 0 : sizeof(T) == 2 ? 1 : 2;
 
@@ -94,12 +118,16 @@ private:
             sum += difference * difference;
         }
         if constexpr (kHasMemo) {
-            double& known = mMemo[static_cast<std::size_t>(sum)];
-            if (std::isnan(known)) known = Evaluate(sum);
-            return known;
+            return Remembered(sum);
         } else {
             return Evaluate(sum);
         }
+    }
+
+    double Remembered(int inSum) const {
+        double& known = mMemo[static_cast<std::size_t>(inSum)];
+        if (std::isnan(known)) known = Evaluate(inSum);
+        return known;
     }
 
     double Evaluate(double inSquaredDifference) const {

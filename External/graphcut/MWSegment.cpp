@@ -22,6 +22,7 @@ struct Request {
     int mLabelStride;
     float mToleranceSquared;
     int mRadius;
+    IP::RecycledVector<SegmentRegion>* mRegions;
 };
 
 // The limit on the sum of the squared differences: the planes' mean times their number.
@@ -60,6 +61,12 @@ unsigned int SegmentPlanes(const Request& inRequest) {
             return Window();
     }();
 
+    const auto tell = [&](int inX, int inY, unsigned int inPixels) {
+        if (inRequest.mRegions)
+            inRequest.mRegions->push_back(
+                {static_cast<unsigned int>(row(inY) - inRequest.mLabels) + unsigned(inX),
+                 inPixels});
+    };
     const FillArea area{0, 0, inRequest.mColumns - 1, inRequest.mRows - 1};
     constexpr unsigned int kFirstRegion = 2;
     unsigned int region = kFirstRegion;
@@ -68,12 +75,14 @@ unsigned int SegmentPlanes(const Request& inRequest) {
             if (row(y)[x] != 0) continue;
             if constexpr (kHasWindow)
                 if (window.Holds(x)) {
-                    window.Fill(x, y, region++);
+                    tell(x, y, window.Fill(x, y, region++));
                     continue;
                 }
             fill.mRegionId = region++;
             fill.SetSeed(x, y);
+            fill.mFilled = 0;
             SeedFill(x, y, area, fill);
+            tell(x, y, fill.mFilled);
         }
     return region - kFirstRegion;
 }
@@ -99,7 +108,8 @@ unsigned int SegmentDepth(const Request& inRequest, int inPlanes) {
 void MWSegment(const void* inPlane0, const void* inPlane1, const void* inPlane2,
                const void* inPlane3, int inRows, int inColumns, int /*inLeft*/, int /*inTop*/,
                unsigned int* outLabels, int inRowStride, int inLabelStride, int inPlanes,
-               int inBitDepth, float inTolerance, int inRadius, unsigned int* outRegionCount) {
+               int inBitDepth, float inTolerance, int inRadius, unsigned int* outRegionCount,
+               IP::RecycledVector<SegmentRegion>* outRegions) {
     *outRegionCount = 0;
     const Request request{{inPlane0, inPlane1, inPlane2, inPlane3},
                           inRows,
@@ -108,7 +118,8 @@ void MWSegment(const void* inPlane0, const void* inPlane1, const void* inPlane2,
                           inRowStride,
                           inLabelStride,
                           SquaredTolerance(inTolerance, inBitDepth, inPlanes),
-                          inRadius};
+                          inRadius,
+                          outRegions};
     switch (inBitDepth) {
         case 8:
             *outRegionCount = SegmentDepth<unsigned char>(request, inPlanes);

@@ -2,6 +2,14 @@
 
 #pragma once
 
+#include "image/RecycledAllocator.h"
+
+/// What a fill knows of a region.
+struct SegmentRegion {
+    unsigned int mSeed;    // the index of its first pixel in raster order, in `outLabels`
+    unsigned int mPixels;  // how many have its label
+};
+
 /// Labels every pixel of an image with the number of its region, so that a graph over the
 /// image needs one node for a region and not one for each pixel.
 ///
@@ -24,6 +32,7 @@
 /// @param outLabels  `inRows` by `inColumns` labels, rows `inLabelStride` labels apart.
 /// @param inRowStride  **in samples**, not in bytes.
 /// @param outRegionCount  the number of regions.
+/// @param outRegions  gets the regions in the order of their labels; may be null.
 ///
 /// Ownership: nothing is kept.
 /// Threads: any, on labels of their own.
@@ -34,4 +43,5 @@
 void MWSegment(const void* inPlane0, const void* inPlane1, const void* inPlane2,
                const void* inPlane3, int inRows, int inColumns, int inLeft, int inTop,
                unsigned int* outLabels, int inRowStride, int inLabelStride, int inPlanes,
-               int inBitDepth, float inTolerance, int inRadius, unsigned int* outRegionCount);
+               int inBitDepth, float inTolerance, int inRadius, unsigned int* outRegionCount,
+               IP::RecycledVector<SegmentRegion>* outRegions = nullptr);

@@ -72,7 +72,10 @@ public:
         return this->mColourToleranceSquared >= sum;
     }
 
-    void SetPixel(int inX, int inY) override { *LabelAt(inX, inY) = this->mRegionId; }
+    void SetPixel(int inX, int inY) override {
+        *LabelAt(inX, inY) = this->mRegionId;
+        ++mFilled;
+    }
 
     /// Makes (inX, inY) the seed.
     void SetSeed(int inX, int inY) {
@@ -85,6 +88,7 @@ public:
     const T* mPlanes[kPlanes] = {};
     std::int32_t mRowStride = 0;  // in samples
     float mSeed[kPlanes] = {};
+    unsigned int mFilled = 0;  // calls of SetPixel
 
 private:
     Label* LabelAt(int inX, int inY) const {

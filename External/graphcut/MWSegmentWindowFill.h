@@ -54,8 +54,9 @@ public:
         return mIsUsable && inX >= mRadius && inX - mRadius + kLanes <= mColumns;
     }
 
-    /// Labels the region of the seed. Every pixel before it in raster order has a label.
-    void Fill(int inX, int inY, unsigned int inRegion) {
+    /// Labels the region of the seed and returns its size. Every pixel before the seed in
+    /// raster order has a label.
+    unsigned int Fill(int inX, int inY, unsigned int inRegion) {
         for (int plane = 0; plane < kPlanes; ++plane)
             mSeed[plane] = mPlanes[plane][At(inX, inY, mRowStride)];
         mLeft = inX - mRadius;
@@ -67,11 +68,14 @@ public:
         while (SpreadUp(deepest))
             deepest = std::max(deepest, SpreadDown(0, last));
 
+        int pixels = 0;
         for (int row = 0; row <= deepest; ++row) {
+            pixels += std::popcount(mReached[row]);
             unsigned int* const labels = mLabels + At(mLeft, mTop + row, mLabelStride);
             for (unsigned int bits = mReached[row]; bits != 0; bits &= bits - 1)
                 labels[std::countr_zero(bits)] = inRegion;
         }
+        return static_cast<unsigned int>(pixels);
     }
 
 private:

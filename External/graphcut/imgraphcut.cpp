@@ -12,7 +12,9 @@
 #include "External/graphcut/imgraphcut.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
+#include <cstdlib>
 #include <limits>
 #include <memory>
 #include <utility>
@@ -82,6 +84,8 @@ void ImageGraph::Initialize(int inRows, int inColumns, FlowGraph* inSharedGraph,
     mMaxRegionPixels = 1;
     mPixelSourceEnergies.clear();
     mPixelSinkEnergies.clear();
+    mRegions.clear();
+    mHasNoEnergies = false;
     const std::int64_t pixels = std::int64_t{inRows} * inColumns;
     if (inRows <= 0 || inColumns <= 0 || pixels > INT32_MAX) return;
 
@@ -120,15 +124,21 @@ void ImageGraph::BuildRegionGraph(const void* inPlane0, const void* inPlane1,
     ContractCheck(inRows <= mRows && inColumns <= mColumns);
     mRegionMode = true;
     mRegionCount = 0;
+    mRegions.clear();
     MWSegment(inPlane0, inPlane1, inPlane2, inPlane3, inRows, inColumns, inLeft, inTop,
               mNodeImage.get(), inRowStride, mColumns, inPlanes, inBitDepth, inTolerance,
-              inRadius, &mRegionCount);
+              inRadius, &mRegionCount, &mRegions);
+    constexpr int kMostRadius = 7;  // of regions that are found again by their seeds
+    const bool isSmall = inRadius >= -kMostRadius && inRadius <= kMostRadius;
+    if (!isSmall || inRows != mRows || inColumns != mColumns) mRegions.clear();
+    mRegionRadius = isSmall ? std::abs(inRadius) : 0;
 
     mFlowGraph->AddNodesWithTerminals(mRegionCount, mSourceNode, mSinkNode);
 
     // One entry for each pixel of the node image, by which they are found.
     const std::size_t pixels =
         static_cast<std::size_t>(mRows) * static_cast<unsigned>(mColumns);
+    mHasNoEnergies = mPixelSourceEnergies.empty() && mPixelSinkEnergies.empty();
     mPixelSourceEnergies.resize(pixels, 0.0f);
     mPixelSinkEnergies.resize(pixels, 0.0f);
     mMaxRegionPixels = SquareOrMost(2 * std::int64_t{inRadius} + 1);
@@ -149,6 +159,7 @@ void ImageGraph::ResetRegionGraph() {
     mFlowGraph->AddNodesWithTerminals(mRegionCount, mSourceNode, mSinkNode);
     std::fill(mPixelSourceEnergies.begin(), mPixelSourceEnergies.end(), 0.0f);
     std::fill(mPixelSinkEnergies.begin(), mPixelSinkEnergies.end(), 0.0f);
+    mHasNoEnergies = true;
 }
 
 void ImageGraph::ReleaseGraph() {
@@ -172,7 +183,7 @@ void ImageGraph::ReleaseGraph() {
 
 namespace {
 
-// A neighbour as seen from a pixel's place in the node image and among the samples.
+// A neighbour as seen from a pixel: how far it is in the node image and among the samples.
 struct PairOffset {
     NeighborOffset mOffset;
     std::ptrdiff_t mNodes;
@@ -192,12 +203,9 @@ struct RowOffsets {
     int mCount = 0;
 };
 
-// Columns that an offset may lead over the sides from.
-constexpr std::ptrdiff_t kMostOffset = 2;
-
 }  // namespace
 
-// Calls `inVisit(node, neighbour's node, place of the sample, of the neighbour's, weight)`
+// Calls `inVisit(node, neighbour's node, index of the sample, of the neighbour's, weight)`
 // for the pairs of pixels that have a node each, neither of them the other's, from the
 // pixels of the area.
 template <class Visit>
@@ -206,35 +214,25 @@ void ImageGraph::VisitPairs(const graphcut::PictureArea& inArea, std::ptrdiff_t 
     const auto offsets = graphcut::NeighborOffsets(mNeighborhood);
     const std::ptrdiff_t columns = mColumns;
     const unsigned int noNode = mDefaultNode;
-    VisitRows(
-        inArea.mRows, inArea.mColumns, inArea.mLeft, inArea.mTop, [&](const GraphRow& inRow) {
-            const RowOffsets usable(offsets, inRow.mY, columns, inSampleStride);
-            const unsigned int* const nodes = mNodeImage.get() + inRow.mY * columns;
-            const std::ptrdiff_t samples = inRow.mAreaRow * inSampleStride - inRow.mAreaX;
-
-            const auto visitColumns = [&](std::ptrdiff_t inEnd, std::ptrdiff_t& ioX,
-                                          auto inIsInterior) {
-                for (; ioX < inEnd; ++ioX) {
-                    const unsigned int node = nodes[ioX];
-                    if (node == noNode) continue;
-                    for (int i = 0; i < usable.mCount; ++i) {
-                        const PairOffset& offset = usable.mOffsets[i];
-                        if constexpr (!inIsInterior) {
-                            const std::ptrdiff_t x = ioX + offset.mOffset.mX;
-                            if (x < 0 || x >= columns) continue;
-                        }
-                        const unsigned int neighbor = nodes[ioX + offset.mNodes];
-                        if (neighbor == node || neighbor == noNode) continue;
-                        inVisit(node, neighbor, samples + ioX, samples + ioX + offset.mSamples,
-                                offset.mOffset.mWeight);
-                    }
-                }
-            };
-            std::ptrdiff_t x = inRow.mFirstX;
-            visitColumns(std::min(inRow.mEndX, kMostOffset), x, std::false_type{});
-            visitColumns(std::min(inRow.mEndX, columns - kMostOffset), x, std::true_type{});
-            visitColumns(inRow.mEndX, x, std::false_type{});
-        });
+    for (const GraphRow row :
+         GraphRows(*this, inArea.mRows, inArea.mColumns, inArea.mLeft, inArea.mTop)) {
+        const RowOffsets usable(offsets, row.mY, columns, inSampleStride);
+        const unsigned int* const nodes = mNodeImage.get() + row.mY * columns;
+        const std::ptrdiff_t samples = row.mAreaRow * inSampleStride - row.mAreaX;
+        for (std::ptrdiff_t x = row.mFirstX; x < row.mEndX; ++x) {
+            const unsigned int node = nodes[x];
+            if (node == noNode) continue;
+            for (int i = 0; i < usable.mCount; ++i) {
+                const PairOffset& offset = usable.mOffsets[i];
+                const std::ptrdiff_t neighborX = x + offset.mOffset.mX;
+                if (neighborX < 0 || neighborX >= columns) continue;
+                const unsigned int neighbor = nodes[x + offset.mNodes];
+                if (neighbor == node || neighbor == noNode) continue;
+                inVisit(node, neighbor, samples + x, samples + x + offset.mSamples,
+                        offset.mOffset.mWeight);
+            }
+        }
+    }
 }
 
 // ---- Pixel mode ----------------------------------------------------------------------
@@ -292,9 +290,9 @@ void ImageGraph::SetNeighborEnergies(const void* inPlane0, const void* inPlane1,
 namespace {
 
 // The links between regions while they are found: each once, in the order in which they
-// are met, with the sum of its pairs. A link is looked for at its higher-numbered region
-// among that region's lower-numbered neighbours, which are few, and only where the last
-// pair was not one of its own.
+// are met, with the sum of its pairs. Pairs come in runs along a border, and a link is
+// looked for where a run begins: at its higher-numbered region among that region's
+// lower-numbered neighbours, which are few.
 class RegionLinks {
 public:
     explicit RegionLinks(std::size_t inNodeCount) : mNewest(inNodeCount, kNone) {
@@ -302,13 +300,22 @@ public:
         mOlder.reserve(inNodeCount * kUsualLinksOfNode);
     }
 
-    void Add(unsigned int inNode, unsigned int inNeighbor, float inEnergy) {
-        if (inNode != mLastNode || inNeighbor != mLastNeighbor) {
+    /// Pairs of the same two nodes, one behind the other, and what their link has come to.
+    struct Run {
+        unsigned int mNode = 0;
+        unsigned int mNeighbor = 0;  // 0 and 0 are no pair
+        float mSum = 0;
+    };
+    void Add(Run& ioRun, unsigned int inNode, unsigned int inNeighbor, float inEnergy) {
+        if (inNode != ioRun.mNode || inNeighbor != ioRun.mNeighbor) {
+            End(ioRun);
             mLast = Find(std::max(inNode, inNeighbor), std::min(inNode, inNeighbor));
-            mLastNode = inNode;
-            mLastNeighbor = inNeighbor;
+            ioRun = {inNode, inNeighbor, mLinks[mLast].mCapacity};
         }
-        mLinks[mLast].mCapacity += inEnergy;
+        ioRun.mSum += inEnergy;
+    }
+    void End(const Run& inRun) {
+        if (mLast != kNone) mLinks[mLast].mCapacity = inRun.mSum;
     }
 
     const IP::RecycledVector<FlowGraph::Link>& Links() const { return mLinks; }
@@ -331,9 +338,78 @@ private:
     IP::RecycledVector<unsigned int> mNewest;  // of a node as the higher one: a link, or none
     IP::RecycledVector<FlowGraph::Link> mLinks;
     IP::RecycledVector<unsigned int> mOlder;  // of a link: the one before it at its node
-    unsigned int mLastNode = 0;
-    unsigned int mLastNeighbor = 0;  // nodes 0 and 0 are no pair
-    unsigned int mLast = 0;
+    unsigned int mLast = kNone;               // the link of the run
+};
+
+// What there is to know of the pairs of a row of 8-bit pixels before any link is looked for,
+// found for one offset after the other: which pixels stand at a border there, and the
+// squared differences over it.
+//
+//      mBorders   bits of offsets, one entry a pixel      . . 3 3 . . 1 . 2 2 .
+//      mSums[i]   one entry a pixel, for offset i
+//
+class RowBorders {
+public:
+    explicit RowBorders(std::ptrdiff_t inColumns)
+        : mBorders(static_cast<std::size_t>(inColumns)) {
+        for (auto& sums : mSums)
+            sums.resize(mBorders.size());
+    }
+
+    template <class Energies>
+    void Find(const Energies& inEnergies, const RowOffsets& inOffsets,
+              const unsigned int* inNodes, unsigned int inNoNode, std::ptrdiff_t inFirstX,
+              std::ptrdiff_t inEndX, std::ptrdiff_t inSamples) {
+        std::fill(mBorders.begin() + inFirstX, mBorders.begin() + inEndX, std::uint16_t{0});
+        const auto columns = static_cast<std::ptrdiff_t>(mBorders.size());
+        for (int i = 0; i < inOffsets.mCount; ++i) {
+            const PairOffset& offset = inOffsets.mOffsets[i];
+            const auto first = std::max<std::ptrdiff_t>(inFirstX, -offset.mOffset.mX);
+            const auto end = std::min<std::ptrdiff_t>(inEndX, columns - offset.mOffset.mX);
+            if (first >= end) continue;
+            inEnergies.SquaredDifferences(inSamples + first,
+                                          inSamples + first + offset.mSamples, end - first,
+                                          &mSums[i][std::size_t(first)]);
+            MarkBorders(inNodes, inNodes + offset.mNodes, inNoNode, first, end, 1u << i);
+        }
+    }
+
+    /// The pairs of the row in raster order, and in that of the offsets at a pixel.
+    template <class Energies>
+    RegionLinks::Run AddTo(RegionLinks& ioLinks, RegionLinks::Run inRun,
+                           const Energies& inEnergies, const RowOffsets& inOffsets,
+                           const unsigned int* inNodes, std::ptrdiff_t inFirstX,
+                           std::ptrdiff_t inEndX) const {
+        RegionLinks::Run run = inRun;  // of this function: its numbers stay in registers
+        for (std::ptrdiff_t x = inFirstX; x < inEndX; ++x) {
+            const unsigned int node = inNodes[x];
+            for (unsigned int bits = mBorders[std::size_t(x)]; bits != 0; bits &= bits - 1) {
+                const int i = std::countr_zero(bits);
+                const PairOffset& offset = inOffsets.mOffsets[i];
+                const float energy = inEnergies.OfSquaredDifference(mSums[i][std::size_t(x)],
+                                                                    offset.mOffset.mWeight);
+                ioLinks.Add(run, node, inNodes[x + offset.mNodes], energy);
+            }
+        }
+        return run;
+    }
+
+private:
+    void MarkBorders(const unsigned int* inNodes, const unsigned int* inNeighbors,
+                     unsigned int inNoNode, std::ptrdiff_t inFirst, std::ptrdiff_t inEnd,
+                     unsigned int inBit) {
+        std::uint16_t* const borders = mBorders.data();
+        const auto bit = static_cast<std::uint16_t>(inBit);
+        for (std::ptrdiff_t x = inFirst; x < inEnd; ++x) {
+            const unsigned int node = inNodes[x], neighbor = inNeighbors[x];
+            const bool isBorder =
+                (node != neighbor) & (node != inNoNode) & (neighbor != inNoNode);
+            borders[x] = static_cast<std::uint16_t>(borders[x] | (isBorder ? bit : 0));
+        }
+    }
+
+    std::vector<std::uint16_t> mBorders;
+    std::vector<int> mSums[10];
 };
 
 }  // namespace
@@ -342,13 +418,45 @@ private:
 // added when their sums are known.
 template <class Energies>
 void ImageGraph::BuildRegionLinks(const Energies& inEnergies) {
+    const graphcut::PictureArea& area = inEnergies.Area();
+    const bool coversGraph =
+        area.mLeft <= mLeft && area.mTop <= mTop &&
+        std::int64_t{area.mLeft} + area.mColumns >= std::int64_t{mLeft} + mColumns &&
+        std::int64_t{area.mTop} + area.mRows >= std::int64_t{mTop} + mRows;
     RegionLinks links(mFlowGraph->mNodeCount);
-    VisitPairs(inEnergies.Area(), inEnergies.RowStride(),
+    RegionLinks::Run run;
+    if constexpr (Energies::kHasMemo)
+        if (coversGraph) {
+            AddBorders(inEnergies, links, run);
+            mFlowGraph->AddLinks(links.Links());
+            return;
+        }
+    VisitPairs(area, inEnergies.RowStride(),
                [&](unsigned int inNode, unsigned int inNeighbor, std::ptrdiff_t inAt,
                    std::ptrdiff_t inNeighborAt, double inWeight) {
-                   links.Add(inNode, inNeighbor, inEnergies(inAt, inNeighborAt, inWeight));
+                   links.Add(run, inNode, inNeighbor, inEnergies(inAt, inNeighborAt, inWeight));
                });
+    links.End(run);
     mFlowGraph->AddLinks(links.Links());
+}
+
+// The same pairs as `VisitPairs` and in the same order. Differences are taken inside of
+// regions too: the picture must cover the graph, so that there are samples.
+template <class Energies, class Links, class Run>
+void ImageGraph::AddBorders(const Energies& inEnergies, Links& ioLinks, Run inRun) const {
+    const graphcut::PictureArea& area = inEnergies.Area();
+    const auto offsets = graphcut::NeighborOffsets(mNeighborhood);
+    RowBorders borders(mColumns);
+    for (const GraphRow row :
+         GraphRows(*this, area.mRows, area.mColumns, area.mLeft, area.mTop)) {
+        const RowOffsets usable(offsets, row.mY, mColumns, inEnergies.RowStride());
+        const unsigned int* const nodes = mNodeImage.get() + row.mY * mColumns;
+        borders.Find(inEnergies, usable, nodes, mDefaultNode, row.mFirstX, row.mEndX,
+                     row.mAreaRow * inEnergies.RowStride() - row.mAreaX);
+        inRun =
+            borders.AddTo(ioLinks, inRun, inEnergies, usable, nodes, row.mFirstX, row.mEndX);
+    }
+    ioLinks.End(inRun);
 }
 
 // The sum over the border of two regions.
@@ -399,17 +507,46 @@ void ImageGraph::ExtractLabels(unsigned char* outLabels, int inRows, int inColum
                                int inTop, int inStride, bool inKeepDefault) const {
     if (!mSegments || mSegments->empty()) return;
     const unsigned char* const segments = mSegments->data();
-    const std::size_t count = mSegments->size();
-    const unsigned int* const nodes = mNodeImage.get();
-    const std::ptrdiff_t stride = inStride;
-    VisitPixels(inRows, inColumns, inLeft, inTop,
-                [=, this](std::int64_t inRow, std::int64_t inColumn, std::int64_t inPlace) {
-                    const unsigned int node = nodes[inPlace];
-                    if (inKeepDefault && node == mDefaultNode) return;
-                    const bool inside =
-                        node < count && segments[node] == MaxFlowSolver::kSinkTree;
-                    outLabels[inRow * stride + inColumn] = inside ? 255 : 0;
+    const auto last = static_cast<unsigned int>(mSegments->size() - 1);
+    for (const GraphRow row : GraphRows(*this, inRows, inColumns, inLeft, inTop)) {
+        const unsigned int* const nodes = mNodeImage.get() + row.mY * mColumns;
+        unsigned char* const labels = outLabels + row.mAreaRow * inStride - row.mAreaX;
+        for (std::ptrdiff_t x = row.mFirstX; x < row.mEndX; ++x) {
+            if (inKeepDefault && nodes[x] == mDefaultNode) continue;
+            const bool isSink = segments[std::min(nodes[x], last)] == MaxFlowSolver::kSinkTree;
+            labels[x] = static_cast<unsigned char>(-(isSink & (nodes[x] <= last)));
+        }
+    }
+}
+
+void ImageGraph::UpdateLabels(unsigned char* ioLabels,
+                              std::vector<unsigned char>& ioSegments) const {
+    if (!mSegments || mRegions.empty()) {
+        ExtractLabels(ioLabels, mRows, mColumns, mLeft, mTop, mColumns, false);
+        return;
+    }
+    if (ioSegments.size() != mSegments->size()) {
+        ioSegments.assign(mSegments->size(), MaxFlowSolver::kSourceTree);
+        std::fill_n(ioLabels, mPixelSourceEnergies.size(), static_cast<unsigned char>(0));
+    }
+    constexpr std::size_t kBlock = 256;  // nodes that are compared at once
+    const std::size_t count = ioSegments.size();
+    for (std::size_t begin = 0; begin < count; begin += kBlock) {
+        const std::size_t end = std::min(begin + kBlock, count);
+        if (std::equal(&ioSegments[begin], &ioSegments[begin] + (end - begin),
+                       &(*mSegments)[begin]))
+            continue;
+        for (std::size_t node = std::max<std::size_t>(begin, kFirstRegion); node < end;
+             ++node) {
+            const bool wasSink = ioSegments[node] == MaxFlowSolver::kSinkTree;
+            const bool isSink = (*mSegments)[node] == MaxFlowSolver::kSinkTree;
+            ioSegments[node] = (*mSegments)[node];
+            if (isSink != wasSink)
+                VisitRegion(static_cast<unsigned int>(node), [&](std::ptrdiff_t inIndex) {
+                    ioLabels[inIndex] = isSink ? 255 : 0;
                 });
+        }
+    }
 }
 
 void ImageGraph::StampBorderRegionMask(void* outMask, int inRows, int inColumns, int inLeft,

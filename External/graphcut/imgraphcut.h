@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "External/graphcut/FlowGraph.h"
+#include "External/graphcut/MWSegment.h"
 #include "TVK/ObjectPtr.h"
 #include "image/RecycledAllocator.h"
 
@@ -145,6 +146,12 @@ public:
     void ExtractLabels(unsigned char* outLabels, int inRows, int inColumns, int inLeft,
                        int inTop, int inStride, bool inKeepDefault) const;
 
+    /// Brings labels up to date that `ExtractLabels` gave of the whole area, without gaps
+    /// between the rows, when the segments were `ioSegments`: only those of regions that
+    /// have changed sides are written. Segments of another size stand for no labels yet,
+    /// and all are written. Then `ioSegments` are the present ones.
+    void UpdateLabels(unsigned char* ioLabels, std::vector<unsigned char>& ioSegments) const;
+
     /// Full scale (255, 32767 or 1.0, by depth 8, 16 or 32) where bit n mod 32 of word n / 32
     /// of `inRegionBits` is set, n being the pixel's node, else 0.
     /// @param inRowBytes  in bytes at every depth.
@@ -196,30 +203,48 @@ public:
     unsigned int mSinkNode = 0;
     bool mRegionMode = false;
     unsigned int mRegionCount = 0;
-    PixelEnergies mPixelSourceEnergies;  // one per pixel in region mode, else empty
+    // One per pixel in region mode, else empty. The two operations on energies alone write
+    // them, as `BuildRegionGraph` alone writes the node image of regions.
+    PixelEnergies mPixelSourceEnergies;
     PixelEnergies mPixelSinkEnergies;
     std::int32_t mMaxRegionPixels = 1;
 
 private:
+    static constexpr unsigned int kFirstRegion = 2;  // its node: the first behind the sink
+
     void MakeOwnFlowGraph(std::unique_ptr<std::vector<unsigned char>> inSegments);
     template <class Energies>
     void SetRegionEnergies(const Energies& inEnergies, bool inBuildLinks);
     template <class Energies>
     void BuildRegionLinks(const Energies& inEnergies);
+    template <class Energies, class Links, class Run>
+    void AddBorders(const Energies& inEnergies, Links& ioLinks, Run inRun) const;
     template <class Energies>
     void SetPixelEnergies(const Energies& inEnergies, bool inBuildLinks);
     template <class Visit>
     void VisitPairs(const graphcut::PictureArea& inArea, std::ptrdiff_t inSampleStride,
                     Visit inVisit) const;
     struct GraphRow;
-    template <class Visit>
-    void VisitRows(int inRows, int inColumns, int inLeft, int inTop, Visit inVisit) const;
+    class GraphRows;
     template <class Visit>
     void VisitPixels(int inRows, int inColumns, int inLeft, int inTop, Visit inVisit) const;
     template <class Visit>
     void VisitLinks(unsigned int inNode, Visit inVisit) const;
+    bool SetFirstEnergies(const unsigned char* inForeground, const unsigned char* inBackground,
+                          TerminalValues inUnstroked, unsigned char inThreshold);
+    void SetStrokedRegion(unsigned int inNode, const unsigned char* inForeground,
+                          const unsigned char* inBackground, TerminalValues inUnstroked,
+                          unsigned char inThreshold);
+    template <class Visit>
+    void VisitRegion(unsigned int inNode, Visit inVisit) const;
     void SetPixelTerminals(std::ptrdiff_t inPlace, float inSource, float inSink,
                            bool inSkipUnchanged);
+
+    // What the fill knows of the regions of the whole area, or nothing. The pixel energies
+    // are those of no operation yet where `mHasNoEnergies`.
+    IP::RecycledVector<SegmentRegion> mRegions;
+    int mRegionRadius = 0;
+    bool mHasNoEnergies = false;
 };
 
 // ---- Tiles ---------------------------------------------------------------------------

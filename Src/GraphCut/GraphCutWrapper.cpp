@@ -1,5 +1,6 @@
 #include "GraphCut/GraphCutWrapper.h"
 
+#include <algorithm>
 #include <bit>
 #include <cstddef>
 #include <cstdint>
@@ -131,10 +132,13 @@ Image GraphCutWrapper::ComputeLabelImage(const unsigned char* inRGBImage,
     ContractCheck(inBackgroundStrokeImage->GetData() != NULL, {});
     if (isNewFrame && !CheckRowBytes(bounds, inRowBytes)) return {};
 
-    const Image result = NewClearedImage(columns, rows);
+    const Image result = NewImage(columns, rows);
     if (isNewFrame) {
         if (mImageGraph != NULL) mImageGraph->ReleaseGraph();
         mImageGraph = nullptr;
+        mSegments.clear();
+        mFit = NewClearedImage(columns, rows);
+        mLabels = NewImage(columns, rows);
         BuildImageGraph(inRGBImage, bounds, inRowBytes);
         if (!KeepsFrame(columns, rows)) return {};
         inCurrentLabelImage = NewImage(columns, rows);
@@ -143,39 +147,40 @@ Image GraphCutWrapper::ComputeLabelImage(const unsigned char* inRGBImage,
         MergeForegroundIntoLabel(inForegroundStrokeImage, inCurrentLabelImage);
     }
 
-    const Image fit = NewClearedImage(columns, rows);  // stays so: no mode in use reads it
     WritePicture(DP_CALL_FOLDER "ForegroundImage.ppm", inForegroundStrokeImage);
     WritePicture(DP_CALL_FOLDER "BackgroundImage.ppm", inBackgroundStrokeImage);
-    WritePicture(DP_CALL_FOLDER "FitImage.ppm", fit);
+    WritePicture(DP_CALL_FOLDER "FitImage.ppm", mFit);
     WritePicture(DP_CALL_FOLDER "CurrentSelectionImage.ppm", inCurrentLabelImage);
 
     // A cut that runs out of memory leaves capacities between two strokes: the graph is
     // whole again only behind it, and until then a further stroke is refused.
     mImageGraph->mValid = false;
-    SetEnergies(inForegroundStrokeImage, inBackgroundStrokeImage, inCurrentLabelImage, fit);
+    SetEnergies(inForegroundStrokeImage, inBackgroundStrokeImage, inCurrentLabelImage);
     constexpr double kNoTimeLimit = -1.0;
     RunMaxFlow(*mImageGraph->mFlowGraph, mImageGraph->mSourceNode, mImageGraph->mSinkNode,
                *mImageGraph->mSegments, kNoTimeLimit, nullptr);
     mImageGraph->mValid = true;
-    mImageGraph->ExtractLabels(result->GetData(), rows, columns, 0, 0, columns, false);
+    mImageGraph->UpdateLabels(mLabels->GetData(), mSegments);
+    std::memcpy(result->GetData(), mLabels->GetData(), PixelCount(result));
     return result;
 }
 
 // All pixels once per frame, and after that those under the strokes alone.
 void GraphCutWrapper::SetEnergies(const Image& inForeground, const Image& inBackground,
-                                  const Image& inCurrentLabel, const Image& inFit) {
+                                  const Image& inCurrentLabel) {
     ImageGraph& graph = *mImageGraph;
     const int rows = inForeground->GetRows();
     const int columns = inForeground->GetColumns();
-    if (graph.mTerminalEnergiesSet && graph.mBiasTowardSource == kBiasTowardSource)
+    if (graph.mTerminalEnergiesSet && graph.mBiasTowardSource == kBiasTowardSource) {
         graph.SetStrokeEnergies(inForeground->GetData(), inBackground->GetData(),
                                 kStrokeThreshold8Bit, rows, columns, 0, 0, columns, columns);
-    else
-        graph.SetTerminalEnergies(inCurrentLabel->GetData(), inFit->GetData(),
+    } else {
+        graph.SetTerminalEnergies(inCurrentLabel->GetData(), mFit->GetData(),
                                   inForeground->GetData(), inBackground->GetData(),
                                   double{kTerminalBiasWeight}, kTerminalEnergyStrokesOnly,
                                   kBiasTowardSource, kStrokeThreshold8Bit, rows, columns, 0, 0,
                                   columns, columns, columns, columns);
+    }
     graph.mTerminalEnergiesSet = true;
     graph.mBiasTowardSource = kBiasTowardSource;
 }
@@ -221,8 +226,16 @@ void GraphCutWrapper::MergeForegroundIntoLabel(Image inForegroundImage, Image io
     const unsigned char* const foreground = inForegroundImage->GetData();
     unsigned char* const labels = ioLabelImage->GetData();
     const std::size_t count = PixelCount(inForegroundImage);
-    for (std::size_t i = 0; i < count; ++i)
-        labels[i] = foreground[i] > kMergeThreshold ? 255 : labels[i];
+    // Most of a stroke image is empty: the labels under it are not even read.
+    constexpr std::size_t kBlock = 1024;
+    for (std::size_t begin = 0; begin < count; begin += kBlock) {
+        const std::size_t end = std::min(begin + kBlock, count);
+        unsigned char most = 0;
+        for (std::size_t i = begin; i < end; ++i)
+            most = std::max(most, foreground[i]);
+        for (std::size_t i = begin; most > kMergeThreshold && i < end; ++i)
+            labels[i] = foreground[i] > kMergeThreshold ? 255 : labels[i];
+    }
 }
 
 }  // namespace DP

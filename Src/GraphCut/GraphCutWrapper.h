@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <vector>
 
 #include "External/graphcut/imgraphcut.h"
 #include "image/IPImage.h"
@@ -68,10 +69,16 @@ public:
 private:
     bool KeepsFrame(int inColumns, int inRows) const;
     void SetEnergies(const Image& inForeground, const Image& inBackground,
-                     const Image& inCurrentLabel, const Image& inFit);
+                     const Image& inCurrentLabel);
 
     TVK::ObjectPtr<ImageGraph> mImageGraph;
     Image mUnused[3];  // no operation sets them
+
+    // Of the kept frame: a fit of nothing but 0, and the labels of the last cut with the
+    // segments that they show.
+    Image mFit;
+    Image mLabels;
+    std::vector<unsigned char> mSegments;
 };
 
 }  // namespace DP

@@ -141,7 +141,8 @@ TEST(MaxFlow, ResidualsAreFrozenToTheBit) {
                 // Nothing reads what leads into the source or out of the sink.
                 if (node != 1)
                     kept.mGraph.VisitArcs(node, [&](const auto& inArc) {
-                        if (inArc.mHead != 0) add(std::bit_cast<std::uint32_t>(inArc.mResidual));
+                        if (inArc.mHead != 0)
+                            add(std::bit_cast<std::uint32_t>(inArc.mResidual));
                     });
             }
             for (int change = 0; change < 6; ++change) {

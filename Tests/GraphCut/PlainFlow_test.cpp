@@ -100,7 +100,8 @@ public:
         }
         for (int node = 0; node < mNodes; ++node) {
             std::vector<FlowGraph::ArcState> arcs;
-            mEngine.VisitArcs(unsigned(node), [&](const auto& inArc) { arcs.push_back(inArc); });
+            mEngine.VisitArcs(unsigned(node),
+                              [&](const auto& inArc) { arcs.push_back(inArc); });
             ASSERT_EQ(arcs.size(), mPlain.mLists[unsigned(node)].size()) << "node " << node;
             for (std::size_t i = 0; i < arcs.size(); ++i) {
                 const auto& plain = mPlain.mArcs[unsigned(mPlain.mLists[unsigned(node)][i])];
