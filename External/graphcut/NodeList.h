@@ -7,7 +7,8 @@
 
 #include "image/RecycledAllocator.h"
 
-/// A doubly linked list: first in, first out, and any node may leave.
+/// A doubly linked list: first in, first out, and any node may leave. The cell of a node is
+/// its entry in one table, which is what `mActivePosition` and `mActiveEnd` would say.
 ///
 /// Ownership: of its own. Threads: one thread at a time.
 /// Errors: the constructor passes `std::bad_alloc` through; nothing else throws.

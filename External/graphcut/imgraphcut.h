@@ -52,7 +52,7 @@ enum TerminalEnergyMode : short {
 ///
 /// Ownership: owns the node image, and flow graph and segment table unless they are shared.
 ///   Pictures are only read during a call.
-/// Threads: one thread at a time, and one solve at a time in the process.
+/// Threads: one thread at a time.
 /// Errors: a plane count or bit depth that is not known is reported once per place and
 ///   nothing is done. `std::bad_alloc` passes through and leaves a graph that only
 ///   `ReleaseGraph`, `Initialize` and the destructor may be called on.
@@ -312,7 +312,7 @@ public:
 
     /// The tile at (inX, inY); null outside the bounds.
     ImageGraph* GetTile(int inX, int inY) const;
-    /// The place of the pixel's node number; null outside the bounds or the active tiles.
+    /// Where the pixel's node number lies; null outside the bounds or the active tiles.
     unsigned int* GetNodeAt(int inX, int inY) const;
 
     /// Bind a pixel of an active tile to a side, giving it a node if it has none.
@@ -322,7 +322,7 @@ public:
     /// Sets the energies of the links from the pixels of the area that have a node, in the
     /// active tiles in the order of their activation. A neighbour may lie outside the area
     /// and up to the bounds: **the planes must reach that far**.
-    /// @param ioLinkCount  counts the links added; null for who does not care.
+    /// @param ioLinkCount  counts the links added; may be null.
     /// The other arguments are those of `ImageGraph::SetNeighborEnergies`.
     void BuildLinksAndSetNeighborEnergies(const void* inPlane0, const void* inPlane1,
                                           const void* inPlane2, const void* inPlane3,

@@ -50,7 +50,7 @@ using Image = GraphCutWrapper::Image;
 
 Image NewImage(int inColumns, int inRows) {
     const auto image = TVK::MakeObject<IP::Image<unsigned char>>(inColumns, inRows);
-    if (image->GetData() == NULL) throw std::bad_alloc();
+    if (!image->GetData()) throw std::bad_alloc();
     return image;
 }
 

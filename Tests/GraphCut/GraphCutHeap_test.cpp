@@ -107,17 +107,4 @@ TEST(GraphCutHeap, AFrameThatRanOutOfMemoryTakesNoStrokes) {
     EXPECT_EQ(accepted, 2);
 }
 
-TEST(GraphCutHeap, WrapperGivesEverythingBackButThePoolOfCells) {
-    const Scene scene(96, 64);
-    const auto run = [&] {
-        DP::GraphCutWrapper wrapper;
-        wrapper.ComputeLabelImage(scene.mPixels.data(), scene.mRowBytes,
-                                  scene.ForegroundStrokes(), scene.BackgroundStrokes(), {});
-    };
-    run();
-    const Held before;
-    run();
-    ExpectNoMore(before);
-}
-
 }  // namespace

@@ -41,14 +41,6 @@ TEST(GraphCutWrapper, FindsTheForegroundOfASceneFromADabAndFourCorners) {
         EXPECT_TRUE(label == 0 || label == 255);
 }
 
-TEST(GraphCutWrapper, WithoutStrokesThereIsNoForeground) {
-    const Scene scene(40, 30);
-    GraphCutWrapper wrapper;
-    const auto none = FlatImage(40, 30, 0);
-    EXPECT_EQ(PixelsOf(FirstCut(wrapper, scene, none, none)),
-              std::vector<unsigned char>(1200, 0));
-}
-
 TEST(GraphCutWrapper, FrameOfOnePixelIsItsStroke) {
     const Scene scene(1, 1);
     GraphCutWrapper wrapper;
@@ -58,17 +50,6 @@ TEST(GraphCutWrapper, FrameOfOnePixelIsItsStroke) {
               std::vector<unsigned char>{0});
     EXPECT_EQ(PixelsOf(FirstCut(wrapper, scene, FlatImage(1, 1, 129), FlatImage(1, 1, 255))),
               std::vector<unsigned char>{255});
-}
-
-TEST(GraphCutWrapper, RowsAndColumnsOfOnePixelAreCut) {
-    for (const auto& size : {std::pair{1, 50}, {50, 1}, {2, 3}}) {
-        const Scene scene(size.first, size.second);
-        GraphCutWrapper wrapper;
-        const auto labels = FirstCut(wrapper, scene, FlatImage(size.first, size.second, 255),
-                                     FlatImage(size.first, size.second, 0));
-        EXPECT_EQ(PixelsOf(labels),
-                  std::vector<unsigned char>(std::size_t(size.first * size.second), 255));
-    }
 }
 
 // The samples are bytes 0, 2 and 4 of a pixel, byte 4 being that of the right neighbour, and

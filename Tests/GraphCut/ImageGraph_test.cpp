@@ -26,16 +26,6 @@ constexpr unsigned short kNeighborhoods[] = {4, 8, 20};
 
 // ---- Building ------------------------------------------------------------------------
 
-TEST(ImageGraph, NewGraphIsEmptyWithEightNeighbours) {
-    const ImageGraph graph;
-    EXPECT_EQ(graph.mNeighborhood, 8);
-    EXPECT_TRUE(graph.mBiasTowardSource);
-    EXPECT_EQ(graph.mMaxRegionPixels, 1);
-    EXPECT_EQ(graph.mFlowGraph, nullptr);
-    EXPECT_FALSE(graph.mValid);
-    EXPECT_EQ(ImageGraph(20).mNeighborhood, 20);
-}
-
 TEST(ImageGraph, ASecondAreaStartsWithNothingOfTheFirst) {
     const auto picture = MakePicture<unsigned char>(20, 16, 3, 5);
     ImageGraph graph;
@@ -160,56 +150,6 @@ TYPED_TEST(LinkEnergies, PixelLinksAreReplacedAsInTheLiteralForm) {
 
 // ---- Laws of the energies ------------------------------------------------------------
 
-// Two columns of pixels, each a node of its own.
-TEST(LinkEnergyLaws, EqualColoursGiveTheScaleOverTheDistance) {
-    const Picture<unsigned char> flat{5, 4, 5,
-                                      std::vector(3, std::vector<unsigned char>(20, 9))};
-    ImageGraph graph;
-    graph.Initialize({0, 0, 4, 5}, nullptr, 20, nullptr, 0, 1);
-    graph.AddPixelNodes(4, 5);
-    SetEnergies(graph, flat, true);
-    const auto node = [](int inX, int inY) {
-        return unsigned(inY * 5 + inX + 2);
-    };
-    const auto capacity = [&](int inX, int inY) {
-        return graph.mFlowGraph->GetArc(node(2, 2), node(2 + inX, 2 + inY))->mCapacity;
-    };
-    EXPECT_EQ(capacity(-1, 0), 500.0f);
-    EXPECT_EQ(capacity(1, 0), 500.0f);
-    EXPECT_EQ(capacity(0, -1), 500.0f);
-    EXPECT_EQ(capacity(-1, -1), float(500 / std::sqrt(2.0)));
-    EXPECT_EQ(capacity(1, -1), capacity(-1, -1));
-    EXPECT_EQ(capacity(-2, 0), 250.0f);
-    EXPECT_EQ(capacity(2, -1), float(500 / std::sqrt(5.0)));
-    EXPECT_FALSE(graph.mFlowGraph->GetArc(node(2, 2), node(2, 2)));
-}
-
-TEST(LinkEnergyLaws, BorderPixelsHaveFewerNeighbours) {
-    const Picture<float> flat{4, 3, 4, {std::vector<float>(12, 0.5f)}};
-    ImageGraph graph;
-    graph.Initialize({0, 0, 3, 4}, nullptr, 8, nullptr, 0, 1);
-    graph.AddPixelNodes(3, 4);
-    SetEnergies(graph, flat, true);
-    EXPECT_EQ(graph.GetLinkCount(2), 3);
-    EXPECT_EQ(graph.GetLinkCount(3), 5);
-    EXPECT_EQ(graph.GetLinkCount(2 + 5), 8);
-    EXPECT_EQ(graph.GetLinkCount(2 + 7), 5);
-}
-
-TEST(LinkEnergyLaws, LinkOfTwoRegionsIsTheSumOverTheirBorder) {
-    // Left half 0, right half 200: a border of 4 rows, with 3 diagonal pairs each way.
-    Picture<unsigned char> halves{4, 4, 4, {}};
-    halves.mPlanes.assign(1, {0, 0, 200, 200, 0, 0, 200, 200, 0, 0, 200, 200, 0, 0, 200, 200});
-    ImageGraph graph;
-    BuildRegions(graph, halves);
-    ASSERT_EQ(graph.mRegionCount, 2u);
-    SetEnergies(graph, halves, true, 500, 1);
-    EXPECT_EQ(graph.GetLinkCount(2), 1);
-    const double pair = 500 * std::exp(-std::sqrt(40000 * 1.5 / (255.0 * 255)));
-    EXPECT_NEAR(graph.GetLinkCapacity(2, 0), pair * (4 + 6 / std::sqrt(2.0)), 1e-3);
-    EXPECT_EQ(graph.GetLinkCapacity(3, 0), graph.GetLinkCapacity(2, 0));
-}
-
 TEST(LinkEnergyLaws, SigmaOfZeroTakesTheDifferenceAsItIs) {
     const Picture<float> two{2, 1, 2, {{0.25f, 0.75f}}};
     ImageGraph graph;
@@ -317,20 +257,6 @@ TEST(ImageGraphResults, LabelsAreTheSinksSideInsideTheGraphsArea) {
     EXPECT_EQ(labels, (std::vector<unsigned char>{9, 0, 0, 255, 0, 9, 9, 9, 9, 9, 9, 9, 9, 9}));
 }
 
-TEST(ImageGraphResults, MasksShowTheNodesWhoseBitIsSet) {
-    const SolvedStrip strip;
-    const std::uint32_t bits[1] = {(1u << 2) | (1u << 4)};
-    unsigned char bytes[4] = {7, 7, 7, 7};
-    strip.mGraph.StampBorderRegionMask(bytes, 1, 4, 3, 2, 4, 8, bits);
-    EXPECT_EQ(std::vector<int>(bytes, bytes + 4), (std::vector<int>{255, 0, 255, 0}));
-    unsigned short words[4] = {7, 7, 7, 7};
-    strip.mGraph.StampBorderRegionMask(words, 1, 4, 3, 2, 8, 16, bits);
-    EXPECT_EQ(std::vector<int>(words, words + 4), (std::vector<int>{32767, 0, 32767, 0}));
-    float floats[4] = {7, 7, 7, 7};
-    strip.mGraph.StampBorderRegionMask(floats, 1, 4, 3, 2, 16, 32, bits);
-    EXPECT_EQ(std::vector<float>(floats, floats + 4), (std::vector<float>{1, 0, 1, 0}));
-}
-
 TEST(ImageGraphResults, MasksReachAllWordsAndLeaveThePaddingOfTheirRows) {
     ImageGraph graph;
     graph.Initialize({0, 0, 3, 30}, nullptr, 4, nullptr, 0, 1);
@@ -370,16 +296,6 @@ TEST(ImageGraphResults, QueriesLeaveTerminalArcsOut) {
     EXPECT_EQ(graph.GetMeanLinkCapacity(5), 0.0);
 }
 
-TEST(ImageGraphResults, PixelLinksOfCapacityZeroJoinTheNeighboursOnce) {
-    ImageGraph graph;
-    graph.Initialize({0, 0, 3, 3}, nullptr, 8, nullptr, 0, 1);
-    graph.AddPixelNodes(3, 3);
-    graph.AddPixelLinks(3, 3);
-    EXPECT_EQ(graph.mFlowGraph->mLinkPairs, 6u + 6 + 8);
-    EXPECT_EQ(graph.GetLinkCount(2 + 4), 8);
-    EXPECT_EQ(graph.GetLargestLinkCapacity(2 + 4), 0.0);
-}
-
 // ---- Starting over -------------------------------------------------------------------
 
 TEST(ImageGraphLife, ResetGraphSolvesLikeANewOne) {
@@ -416,21 +332,6 @@ TEST(ImageGraphLife, ResetGraphStillHasItsOldLabels) {
     std::vector<unsigned char> labels(4, 9);
     strip.mGraph.ExtractLabels(labels.data(), 1, 4, 3, 2, 4, false);
     EXPECT_EQ(labels, (std::vector<unsigned char>{0, 0, 255, 0}));
-}
-
-TEST(ImageGraphLife, ReleasedGraphIsEmptyAndCanBeInitializedAgain) {
-    ImageGraph graph;
-    BuildRegions(graph, MakePicture<unsigned char>(10, 10, 1, 6));
-    graph.ReleaseGraph();
-    EXPECT_EQ(graph.mNodeImage, nullptr);
-    EXPECT_EQ(graph.mRows, 0);
-    EXPECT_FALSE(graph.mValid || graph.mOwnsFlowGraph);
-    unsigned char label = 3;
-    graph.ExtractLabels(&label, 1, 1, 0, 0, 1, false);
-    EXPECT_EQ(label, 3);
-    BuildRegions(graph, MakePicture<unsigned char>(5, 4, 1, 6));
-    EXPECT_EQ(graph.mRows, 4);
-    EXPECT_TRUE(graph.mValid);
 }
 
 TEST(ImageGraphLife, ResetLeavesASharedGraphToItsOwner) {

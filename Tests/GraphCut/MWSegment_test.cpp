@@ -121,43 +121,6 @@ TEST(MWSegment, AreaWithoutPixelsHasNoRegions) {
 
 // ---- The two limits ------------------------------------------------------------------
 
-TEST(MWSegment, FlatImageIsTiledByPiecesOfDiscs) {
-    const Picture<unsigned char> flat{30, 20, 30, {std::vector<unsigned char>(600, 7)}};
-    const Segments segments = Segment(flat, 10.0f / 255, 5);
-    EXPECT_GT(segments.mCount, 6u);
-    EXPECT_EQ(segments.mLabels[4 * 30 + 3], 2u);  // 3² + 4² is 25: inside
-    EXPECT_NE(segments.mLabels[4 * 30 + 4], 2u);
-    EXPECT_EQ(segments.mLabels[5], 2u);
-    EXPECT_NE(segments.mLabels[6], 2u);
-}
-
-TEST(MWSegment, RadiusZeroMakesEveryPixelARegion) {
-    EXPECT_EQ(Segment(MakePicture<float>(13, 11, 4, 2), 1.0f, 0).mCount, 143u);
-}
-
-TEST(MWSegment, ColourAtTheLimitJoinsAndOneStepBeyondDoesNot) {
-    // The limit is 300 for three planes: 17, 3, 1 have 299, 10, 10, 10 exactly 300.
-    const auto countOf = [](unsigned char inA, unsigned char inB, unsigned char inC) {
-        return Segment(Picture<unsigned char>{2,
-                                              1,
-                                              2,
-                                              {{50, static_cast<unsigned char>(50 + inA)},
-                                               {50, static_cast<unsigned char>(50 + inB)},
-                                               {50, static_cast<unsigned char>(50 + inC)}}},
-                       10.0f / 255.0f, 5)
-            .mCount;
-    };
-    EXPECT_EQ(countOf(17, 3, 1), 1u);
-    EXPECT_EQ(countOf(10, 10, 10), 1u);
-    EXPECT_EQ(countOf(17, 3, 2), 2u);  // 302
-}
-
-TEST(MWSegment, ColoursAreComparedWithTheSeedSoThatNoneDrifts) {
-    Picture<unsigned char> ramp{5, 1, 5, {{0, 8, 16, 24, 32}}};
-    EXPECT_EQ(Segment(ramp, 10.0f / 255, 5).mLabels,
-              (std::vector<unsigned int>{2, 2, 3, 3, 4}));
-}
-
 TEST(SquareOrMost, StopsAtTheLargestInteger) {
     constexpr std::int32_t kMost = std::numeric_limits<std::int32_t>::max();
     EXPECT_EQ(SquareOrMost(-46340), 46340 * 46340);
@@ -223,13 +186,6 @@ public:
     int mThrowAt = 0;
     bool mThrowsBadAlloc = false;
 };
-
-TEST(SeedFill, FillsWhatIsConnectedRoundCornersAndBackUp) {
-    FieldFill fill({".#.....", ".#.###.", ".#.#.#.", "...#.#.", "##.#...", "...###."});
-    EXPECT_EQ(SeedFill(0, 0, FillArea{0, 0, 6, 5}, fill), 0);
-    EXPECT_EQ(fill.mField, (std::vector<std::string>{"o#ooooo", "o#o###o", "o#o#o#o", "ooo#o#o",
-                                                     "##o#ooo", "ooo###o"}));
-}
 
 TEST(SeedFill, StaysInItsAreaAndIgnoresASeedOutside) {
     FieldFill fill({".....", ".....", "....."});

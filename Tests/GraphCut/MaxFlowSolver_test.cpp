@@ -5,29 +5,64 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <bit>
 #include <cmath>
 #include <cstdint>
 #include <limits>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "FlowModel.h"
+#include "Support/Textures.h"
 
 namespace {
 
-using Testing::ExpectMinimumCut;
-using Testing::ExpectValidFlow;
+using Testing::FaultOfCut;
+using Testing::FaultOfFlow;
 using Testing::FlowModel;
-using Testing::GridModel;
 using Testing::Random;
-using Testing::RandomModel;
-using Testing::ReferenceFlow;
 
-constexpr unsigned char kSource = MaxFlowSolver::kSourceTree;
-constexpr unsigned char kSink = MaxFlowSolver::kSinkTree;
-constexpr unsigned char kFree = MaxFlowSolver::kFree;
+int RandomCapacity(Random& ioRandom, int inMost) {
+    return ioRandom.Integer(0, 3) == 0 ? 0 : ioRandom.Integer(1, inMost);
+}
+
+FlowModel RandomNodes(Random& ioRandom, int inNodes, int inMost) {
+    FlowModel model;
+    for (int i = 0; i < inNodes; ++i)
+        model.mNodes.push_back(
+            {RandomCapacity(ioRandom, inMost), RandomCapacity(ioRandom, inMost)});
+    return model;
+}
+
+// `inLinks` tries; capacities from 0 to `inMost`, one in four of them 0.
+FlowModel RandomModel(Random& ioRandom, int inNodes, int inLinks, int inMost) {
+    FlowModel model = RandomNodes(ioRandom, inNodes, inMost);
+    std::set<std::pair<int, int>> taken;
+    for (int i = 0; i < inLinks; ++i) {
+        const int from = ioRandom.Integer(2, inNodes + 1);
+        const int to = ioRandom.Integer(2, inNodes + 1);
+        if (from == to || !taken.insert(std::minmax(from, to)).second) continue;
+        model.mLinks.push_back({unsigned(from), unsigned(to), RandomCapacity(ioRandom, inMost),
+                                RandomCapacity(ioRandom, inMost)});
+    }
+    return model;
+}
+
+// A rectangle with links to the right and below.
+FlowModel GridModel(Random& ioRandom, int inColumns, int inRows, int inMost) {
+    FlowModel model = RandomNodes(ioRandom, inColumns * inRows, inMost);
+    for (int y = 0; y < inRows; ++y)
+        for (int x = 0; x < inColumns; ++x) {
+            const auto node = unsigned(y * inColumns + x + 2);
+            for (const unsigned int other : {x + 1 < inColumns ? node + 1 : 0u,
+                                             y + 1 < inRows ? node + unsigned(inColumns) : 0u})
+                if (other != 0)
+                    model.mLinks.push_back({node, other, RandomCapacity(ioRandom, inMost),
+                                            RandomCapacity(ioRandom, inMost)});
+        }
+    return model;
+}
 
 // A graph that is solved and resumed, beside its model.
 struct Kept {
@@ -54,36 +89,23 @@ struct Kept {
     std::vector<unsigned char> mSegments;
 };
 
-void ExpectSolved(const FlowModel& inModel) {
-    Kept kept(inModel);
-    kept.Solve();
-    ExpectValidFlow(kept.mGraph);
-    const auto flow = static_cast<long long>(kept.mGraph.mSolver->GetFlow());
-    EXPECT_EQ(inModel.CutOf(kept.mSegments, kSource), flow);
-    EXPECT_EQ(inModel.CutOf(kept.mSegments, kSink), flow);
-    if (const auto reference = ReferenceFlow(inModel)) {
-        EXPECT_EQ(flow, *reference);
-    }
+// A cut and a flow of one value: no cut is less, and no flow is more.
+void ExpectCertificate(const Kept& inKept) {
+    EXPECT_EQ(FaultOfFlow(inKept.mGraph), "");
+    EXPECT_EQ(FaultOfCut(inKept.mModel, inKept.mSegments), "");
 }
 
 // ---- Fresh ---------------------------------------------------------------------------
 
-TEST(MaxFlow, CutEqualsFlowAndAnIndependentFlowOnRandomGraphs) {
+TEST(MaxFlow, CutEqualsFlowOnRandomGraphsAndGrids) {
     Random random(1);
-    for (int i = 0; i < 3000; ++i) {
+    for (int i = 0; i < 1000; ++i) {
         SCOPED_TRACE(i);
         const int nodes = random.Integer(1, 24);
-        ExpectSolved(RandomModel(random, nodes, random.Integer(0, 4 * nodes), 9));
-        if (HasFailure()) return;
-    }
-}
-
-TEST(MaxFlow, CutEqualsFlowAndAnIndependentFlowOnGrids) {
-    Random random(2);
-    for (int i = 0; i < 60; ++i) {
-        SCOPED_TRACE(i);
-        ExpectSolved(
-            GridModel(random, random.Integer(1, 40), random.Integer(1, 40), i % 2 ? 5 : 1000));
+        Kept kept(i % 20 ? RandomModel(random, nodes, random.Integer(0, 4 * nodes), 9)
+                         : GridModel(random, nodes, random.Integer(1, 40), 1000));
+        kept.Solve();
+        ExpectCertificate(kept);
         if (HasFailure()) return;
     }
 }
@@ -97,92 +119,12 @@ TEST(MaxFlow, ReachesThroughALongChain) {
     model.mNodes.back().mToSink = 9;
     for (unsigned int i = 0; i + 1 < kLength; ++i)
         model.mLinks.push_back({i + 2, i + 3, 8, 0});
-    ExpectSolved(model);
-}
-
-TEST(MaxFlow, NonPersistentGraphKeepsNoSolverAndGivesTheSameSegments) {
-    Random random(3);
-    const FlowModel model = GridModel(random, 12, 9, 50);
-    FlowGraph graph;
-    model.BuildInto(graph);
-    std::vector<unsigned char> segments;
-    RunMaxFlow(graph, 0, 1, segments, -1.0, nullptr);
-    EXPECT_EQ(graph.mSolver, nullptr);
-    EXPECT_TRUE(graph.mSolved);
-    EXPECT_EQ(segments, Testing::SolveFresh(model));
-}
-
-// The capacities are rounded, and so are the flows: which arc is exactly full, and with it
-// the cut, rests on every order inside. Labels that a host has stored rest on it.
-TEST(MaxFlow, ResidualsAreFrozenToTheBit) {
-    Random random(77);
-    std::uint64_t digest = 0xcbf29ce484222325u;
-    const auto add = [&](std::uint32_t inWord) {
-        digest = (digest ^ inWord) * 0x100000001b3u;
-    };
-    const auto set = [](Kept& ioKept, std::size_t inNode, std::size_t inLink) {
-        const auto& [fromSource, toSink] = ioKept.mModel.mNodes[inNode];
-        ioKept.mGraph.SetTerminalCapacities(unsigned(inNode) + 2, 0.1f * float(fromSource),
-                                            0.1f * float(toSink), 0, 1);
-        if (inLink >= ioKept.mModel.mLinks.size()) return;
-        const auto& link = ioKept.mModel.mLinks[inLink];
-        ioKept.mGraph.SetLinkCapacities(link.mFrom, link.mTo, 0.1f * float(link.mCapacity),
-                                        0.1f * float(link.mReverseCapacity));
-    };
-    for (int i = 0; i < 200; ++i) {
-        Kept kept(i % 2 ? RandomModel(random, 60, 200, 9) : GridModel(random, 9, 7, 9));
-        for (std::size_t k = 0;
-             k < std::max(kept.mModel.mNodes.size(), kept.mModel.mLinks.size()); ++k)
-            set(kept, std::min(k, kept.mModel.mNodes.size() - 1), k);
-        for (int round = 0; round < 4; ++round) {
-            kept.Solve();
-            for (unsigned int node = 0; node < kept.mGraph.mNodeCount; ++node) {
-                add(kept.mSegments[node]);
-                // Nothing reads what leads into the source or out of the sink.
-                if (node != 1)
-                    kept.mGraph.VisitArcs(node, [&](const auto& inArc) {
-                        if (inArc.mHead != 0)
-                            add(std::bit_cast<std::uint32_t>(inArc.mResidual));
-                    });
-            }
-            for (int change = 0; change < 6; ++change) {
-                const auto node = std::size_t(random.Integer(0, 59));
-                kept.mModel.mNodes[node] = {random.Integer(0, 9), random.Integer(0, 9)};
-                const auto link = std::size_t(random.Integer(0, 99));
-                set(kept, node, link);
-            }
-        }
-    }
-    EXPECT_EQ(digest, 0x534218b40508f125u);
+    Kept kept(model);
+    kept.Solve();
+    ExpectCertificate(kept);
 }
 
 // ---- Paths of two arcs ---------------------------------------------------------------
-
-TEST(MaxFlowDirectPaths, NodeGoesToTheSideThatWantsItMoreAndStaysFreeBetween) {
-    const FlowModel model{{{5, 3}, {3, 5}, {4, 4}, {6, 0}, {0, 6}, {0, 0}}, {}};
-    float flow = 0;
-    EXPECT_EQ(Testing::SolveFresh(model, &flow),
-              (std::vector<unsigned char>{kSource, kSink, kSource, kSink, kFree, kSource, kSink,
-                                          kFree}));
-    EXPECT_EQ(flow, 10.0f);
-}
-
-TEST(MaxFlowDirectPaths, NodesWithoutASinkArcAreLeftOut) {
-    FlowGraph graph;
-    for (int i = 0; i < 3; ++i)
-        graph.AddNode();
-    graph.AddLinkPair(0, 2, 4, 0);
-    std::vector<unsigned char> segments;
-    RunMaxFlow(graph, 0, 1, segments, -1.0, nullptr);
-    EXPECT_EQ(segments[2], kFree);
-}
-
-TEST(MaxFlowDirectPaths, GraphWithoutSinkCapacityHasNoFlow) {
-    const FlowModel model{{{5, 0}, {2, 0}}, {{2, 3, 9, 9}}};
-    float flow = -1;
-    EXPECT_EQ(Testing::SolveFresh(model, &flow)[3], kSource);
-    EXPECT_EQ(flow, 0.0f);
-}
 
 // Neither residual is above the other, and they are not equal.
 TEST(MaxFlowDirectPaths, NothingIsPushedWhereACapacityIsNoNumber) {
@@ -199,22 +141,11 @@ TEST(MaxFlowDirectPaths, NothingIsPushedWhereACapacityIsNoNumber) {
         const float out = graph.GetArc(node, 1)->mResidual;
         EXPECT_TRUE(std::isnan(atSource ? in : out));
         EXPECT_EQ(atSource ? out : in, 4.0f);
-        EXPECT_EQ(segments[node], kFree);
+        EXPECT_EQ(segments[node], MaxFlowSolver::kFree);
     }
 }
 
 // ---- Resumed -------------------------------------------------------------------------
-
-TEST(MaxFlowResumed, NothingChangedLeavesFlowAndSegments) {
-    Random random(4);
-    Kept kept(GridModel(random, 15, 15, 30));
-    kept.Solve();
-    const auto segments = kept.mSegments;
-    const float flow = kept.mGraph.mSolver->GetFlow();
-    kept.Solve();
-    EXPECT_EQ(kept.mSegments, segments);
-    EXPECT_EQ(kept.mGraph.mSolver->GetFlow(), flow);
-}
 
 // Changes of terminals, of links, and of both, a few at a time or many.
 class MaxFlowChanges : public testing::TestWithParam<int> {};
@@ -240,8 +171,7 @@ TEST_P(MaxFlowChanges, ResumedCutIsAMinimumCutOfWhatWasAskedFor) {
                         random.Integer(0, 25), random.Integer(0, 25));
             }
             kept.Solve();
-            ExpectValidFlow(kept.mGraph);
-            ExpectMinimumCut(kept.mModel, kept.mSegments);
+            ExpectCertificate(kept);
             if (HasFailure()) return;
         }
     }
@@ -260,25 +190,12 @@ TEST(MaxFlowResumed, DynamicGraphWithoutAPersistentSolverGivesMinimumCuts) {
     kept.mGraph.mPersistent = false;
     for (int step = 0; step < 30; ++step) {
         kept.Solve();
-        ExpectValidFlow(kept.mGraph);
-        ExpectMinimumCut(kept.mModel, kept.mSegments);
+        ExpectCertificate(kept);
         kept.SetTerminals(std::size_t(random.Integer(0, 63)), random.Integer(0, 25),
                           random.Integer(0, 25));
         kept.SetLink(std::size_t(random.Integer(0, int(kept.mModel.mLinks.size()) - 1)),
                      random.Integer(0, 25), random.Integer(0, 25));
     }
-}
-
-TEST(MaxFlowResumed, FreedNodePrefersTheSource) {
-    Kept kept(FlowModel{{{4, 4}}, {}});
-    kept.Solve();
-    EXPECT_EQ(kept.mSegments[2], kFree);
-    kept.SetTerminals(0, 9, 4);
-    kept.Solve();
-    EXPECT_EQ(kept.mSegments[2], kSource);
-    kept.SetTerminals(0, 9, 12);
-    kept.Solve();
-    EXPECT_EQ(kept.mSegments[2], kSink);
 }
 
 // ---- Limits --------------------------------------------------------------------------
@@ -302,17 +219,17 @@ TEST(MaxFlowLimits, AbortedSolveIsAValidFlowAndGoesOnFromThere) {
         RunMaxFlow(kept.mGraph, 0, 1, kept.mSegments, -1.0, &abort);
         EXPECT_TRUE(abort.mReasonsWereOne);
         aborted = abort.mCallsLeft <= 0;
-        ExpectValidFlow(kept.mGraph);
+        EXPECT_EQ(FaultOfFlow(kept.mGraph), "");
     }
     EXPECT_GT(calls, 2);
-    ExpectMinimumCut(kept.mModel, kept.mSegments);
+    ExpectCertificate(kept);
 }
 
 TEST(MaxFlowLimits, GenerousTimeLimitChangesNothing) {
     Random random(7);
     Kept kept(GridModel(random, 20, 20, 30));
     RunMaxFlow(kept.mGraph, 0, 1, kept.mSegments, 1e6, nullptr);
-    ExpectMinimumCut(kept.mModel, kept.mSegments);
+    ExpectCertificate(kept);
 }
 
 }  // namespace

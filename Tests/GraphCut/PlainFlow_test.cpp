@@ -31,20 +31,28 @@ float AnyCapacity(Random& ioRandom) {
     return kind < 15 ? float(10 * ioRandom.Real()) : 1e30f;
 }
 
+// How a graph gets its terminal links: by the builders' operation, so that they are home
+// arcs, as any other links, or with terminals that are not the nodes 0 and 1.
+enum class Terminals { kHome, kLinks, kElsewhere };
+
 class Twins {
 public:
-    // The terminals are the nodes 0 and 1, or any others.
-    Twins(Random& ioRandom, bool inPersistent, int inNodes, bool inAtHome)
+    Twins(Random& ioRandom, bool inPersistent, int inNodes, Terminals inTerminals)
         : mRandom(ioRandom),
           mNodes(inNodes),
-          mSource(inAtHome ? 0 : 3),
-          mSink(inAtHome ? 1 : 2),
+          mTerminals(inTerminals),
+          mSource(inTerminals == Terminals::kElsewhere ? 3 : 0),
+          mSink(inTerminals == Terminals::kElsewhere ? 2 : 1),
           mPlain(inPersistent, mSource, mSink) {
         mEngine.mDynamic = true;
         mEngine.mPersistent = inPersistent;
         for (int node = 0; node < mNodes; ++node) {
-            mEngine.AddNode();
+            const bool isHome = mTerminals == Terminals::kHome && !IsTerminal(node);
+            isHome ? mEngine.AddNodeWithTerminals(0, 1) : mEngine.AddNode();
             mPlain.AddNode();
+            if (!isHome) continue;
+            mPlain.AddLinkPair(node, 0, 0, 0);
+            mPlain.AddLinkPair(node, 1, 0, 0);
         }
     }
 
@@ -65,8 +73,10 @@ public:
     void Build(int inLinks, bool inFavoursSource) {
         for (int node = 0; node < mNodes; ++node)
             if (!IsTerminal(node)) {
-                AddLink(node, mSource);
-                AddLink(node, mSink);
+                if (mTerminals != Terminals::kHome) {
+                    AddLink(node, mSource);
+                    AddLink(node, mSink);
+                }
                 if (inFavoursSource)
                     SetTerminals(node, 3, mRandom.Integer(0, 11) ? 0.0f : 40.0f);
                 else if (mRandom.Integer(0, 1))
@@ -144,7 +154,9 @@ private:
     }
 
     Random& mRandom;
-    int mNodes, mSource, mSink;
+    int mNodes;
+    Terminals mTerminals;
+    int mSource, mSink;
     FlowGraph mEngine;
     PlainFlow mPlain;
     std::vector<unsigned char> mSegments;
@@ -155,7 +167,10 @@ TEST(PlainFlow, EngineDoesAsItsPlainTwinThroughAnySequenceOfChanges) {
     Random random(1);
     for (int graph = 0; graph < 5000; ++graph) {
         const int nodes = random.Integer(4, graph % 50 ? 20 : 100);
-        Twins twins(random, graph % 4 != 0, nodes, graph % 5 != 0);
+        const auto terminals = graph % 5 == 0   ? Terminals::kElsewhere
+                               : graph % 5 == 1 ? Terminals::kLinks
+                                                : Terminals::kHome;
+        Twins twins(random, graph % 4 != 0, nodes, terminals);
         twins.Build(random.Integer(0, 4 * nodes), graph % 3 == 0);
         if (graph % 7 == 0) twins.AddSecondTerminals();
         for (int step = 0; step < 10; ++step) {

@@ -19,8 +19,6 @@ using Testing::NoiseBytes;
 
 constexpr unsigned char kThreshold = 128;
 const float kLogOf510 = float(std::log(510.0));
-const float kBias = 0.5f * kLogOf510;
-const float kHardOfARegion = 1.4061254e36f;
 const float kHardOfAPixel = float(double(std::numeric_limits<float>::max()) / 2);
 
 void SetAll(ImageGraph& ioGraph, const std::vector<unsigned char>& inForeground,
@@ -52,19 +50,6 @@ struct PixelRow {
     explicit PixelRow(int inColumns) {
         mGraph.Initialize({3, 4, 4, 4 + inColumns}, nullptr, 8, nullptr, 0, 1);
         mGraph.AddPixelNodes(1, inColumns);
-    }
-    ImageGraph mGraph;
-};
-
-// A row of equal pixels that is one region.
-struct OneRegion {
-    explicit OneRegion(int inColumns) {
-        BuildRegions(mGraph, Testing::Picture<unsigned char>{
-                                 inColumns,
-                                 1,
-                                 inColumns,
-                                 {std::vector<unsigned char>(std::size_t(inColumns), 5)}});
-        EXPECT_EQ(mGraph.mRegionCount, 1u);
     }
     ImageGraph mGraph;
 };
@@ -140,81 +125,6 @@ TEST(TerminalEnergies, FitAndBothStrokesHaveStridesOfTheirOwn) {
 }
 
 // ---- Strokes -------------------------------------------------------------------------
-
-TEST(TerminalEnergies, StrokesAreStrictlyAboveTheThresholdAndForegroundWins) {
-    for (const bool strokesAlone : {false, true}) {
-        PixelRow row(5);
-        const std::vector<unsigned char> foreground{128, 129, 255, 0, 0};
-        const std::vector<unsigned char> background{128, 0, 255, 129, 128};
-        if (strokesAlone)
-            SetStrokes(row.mGraph, foreground, background);
-        else
-            SetAll(row.mGraph, foreground, background);
-        const float unstroked = strokesAlone ? 0 : kBias;
-        const float sources[] = {unstroked, 0, 0, kHardOfAPixel, unstroked};
-        const float sinks[] = {0, kHardOfAPixel, kHardOfAPixel, 0, 0};
-        for (unsigned int i = 0; i < 5; ++i) {
-            EXPECT_EQ(SourceOf(row.mGraph, i + 2), sources[i]) << i;
-            EXPECT_EQ(SinkOf(row.mGraph, i + 2), sinks[i]) << i;
-        }
-    }
-}
-
-TEST(TerminalEnergies, RegionSumsItsPixels) {
-    OneRegion region(4);
-    SetAll(region.mGraph, {0, 0, 0, 0}, {0, 0, 0, 0});
-    EXPECT_EQ(SourceOf(region.mGraph, 2), kBias + kBias + kBias + kBias);
-    SetAll(region.mGraph, {255, 255, 0, 0}, {0, 0, 255, 0});
-    EXPECT_EQ(SinkOf(region.mGraph, 2), kHardOfARegion + kHardOfARegion);
-    EXPECT_EQ(SourceOf(region.mGraph, 2), kHardOfARegion);
-}
-
-TEST(TerminalEnergies, PixelThatChangesSidesTakesTheBiasOfItsRegionWithIt) {
-    OneRegion region(4);
-    SetAll(region.mGraph, {0, 0, 0, 0}, {255, 0, 0, 0});
-    EXPECT_EQ(SourceOf(region.mGraph, 2), kHardOfARegion);
-    SetStrokes(region.mGraph, {255, 0, 0, 0}, {0, 0, 0, 0});
-    EXPECT_EQ(SourceOf(region.mGraph, 2), 0.0f);
-    EXPECT_EQ(SinkOf(region.mGraph, 2), kHardOfARegion);
-}
-
-// The hard capacity swallowed both biases; what is left to take away is less than nothing.
-TEST(TerminalEnergies, CapacitiesDoNotFallBelowNothing) {
-    OneRegion region(2);
-    const std::vector<unsigned char> none(2, 0);
-    SetAll(region.mGraph, none, none);
-    SetAll(region.mGraph, none, {255, 0});
-    SetAll(region.mGraph, {255, 0}, none);
-    EXPECT_EQ(SourceOf(region.mGraph, 2), 0.0f);
-    SetAll(region.mGraph, {255, 255}, none);
-    EXPECT_EQ(SourceOf(region.mGraph, 2), 0.0f);
-}
-
-TEST(TerminalEnergies, UnmarkedPixelsKeepAnEarlierStroke) {
-    OneRegion region(3);
-    SetAll(region.mGraph, {255, 0, 0}, {0, 0, 0});
-    SetStrokes(region.mGraph, {0, 0, 0}, {0, 0, 0});
-    EXPECT_EQ(region.mGraph.mPixelSinkEnergies[0], kHardOfARegion);
-    EXPECT_EQ(SinkOf(region.mGraph, 2), kHardOfARegion);
-}
-
-TEST(TerminalEnergies, WholeRegionOfStrokesStaysFinite) {
-    EXPECT_EQ(float(double(std::numeric_limits<float>::max()) / (121 * 2.0)), kHardOfARegion);
-    const auto flat =
-        Testing::Picture<unsigned char>{11, 6, 11, {std::vector<unsigned char>(66, 5)}};
-    ImageGraph graph;
-    BuildRegions(graph, flat);
-    SetAll(graph, std::vector<unsigned char>(66, 255), std::vector<unsigned char>(66, 0));
-    for (unsigned int node = 2; node < graph.mFlowGraph->mNodeCount; ++node)
-        EXPECT_TRUE(std::isfinite(SinkOf(graph, node)));
-}
-
-TEST(TerminalEnergies, RegionWithBothStrokesIsFree) {
-    OneRegion region(2);
-    SetAll(region.mGraph, {255, 0}, {0, 255});
-    RunMaxFlow(*region.mGraph.mFlowGraph, 0, 1, *region.mGraph.mSegments, -1.0, nullptr);
-    EXPECT_EQ((*region.mGraph.mSegments)[2], 2);
-}
 
 TEST(TerminalEnergies, PixelsWithoutANodeAreNoErrors) {
     const float nan = std::numeric_limits<float>::quiet_NaN();
@@ -300,13 +210,6 @@ TEST(TerminalFit, StrokesComeBeforeTheFitAndAModeThatThereIsNotLeavesPixelsAlone
     SetAll(row.mGraph, {255, 0}, {0, 0}, TerminalEnergyMode(5), true, fit);
     EXPECT_EQ(SinkOf(row.mGraph, 2), kHardOfAPixel);
     EXPECT_EQ(SinkOf(row.mGraph, 3), kLogOf510);
-}
-
-TEST(TerminalFit, BiasTowardTheSinkGoesToTheSink) {
-    PixelRow row(1);
-    SetAll(row.mGraph, {0}, {0}, kTerminalEnergyStrokesOnly, false);
-    EXPECT_EQ(SourceOf(row.mGraph, 2), 0.0f);
-    EXPECT_EQ(SinkOf(row.mGraph, 2), kBias);
 }
 
 }  // namespace

@@ -47,19 +47,6 @@ void ActivateAll(TiledImageGraph& ioTiles) {
 
 // ---- The grid ------------------------------------------------------------------------
 
-TEST(TileGrid, TilesRunAlongRowsAndAreClipped) {
-    const TiledImageGraph tiles(kBounds, 8, 8);
-    ASSERT_EQ(tiles.mGrid.mTileCount, 3 * 4);
-    const TileRecord& last = tiles.mGrid.mTiles.back();
-    EXPECT_EQ(last.top, 26);
-    EXPECT_EQ(last.left, 44);
-    EXPECT_EQ(last.bottom, 27);
-    EXPECT_EQ(last.right, 45);
-    EXPECT_EQ(last.index, 11);
-    EXPECT_EQ(tiles.mGrid.mTiles[1].top, 10);
-    EXPECT_EQ(tiles.mGrid.mTiles[1].left, 28);
-}
-
 TEST(TileGrid, EveryPixelIsFoundInTheTileThatHoldsItAndNoOtherIs) {
     const TiledImageGraph tiles(kBounds, GraphRect{0, 0, 5, 7}, 8);
     for (int y = 8; y < 30; ++y)
@@ -171,17 +158,6 @@ TEST(TileSeams, TiledLinksAreThoseOfOneGraphOverAll) {
     }
 }
 
-TEST(TileSeams, SecondRunAddsNothingAndReplacesTheCapacities) {
-    const auto picture = MakePicture<unsigned char>(25, 17, 1, 9);
-    TiledImageGraph tiles(kBounds, 6, 8), once(kBounds, 6, 8);
-    ActivateAll(tiles);
-    ActivateAll(once);
-    SetAllEnergies(tiles, picture, 500);
-    EXPECT_EQ(SetAllEnergies(tiles, picture, 80), 0u);
-    SetAllEnergies(once, picture, 80);
-    EXPECT_EQ(LinksOf(tiles), LinksOf(once));
-}
-
 TEST(TileSeams, TileActivatedLaterGetsWhatWasMissing) {
     const auto picture = MakePicture<unsigned char>(25, 17, 1, 9);
     TiledImageGraph tiles(kBounds, 9, 8), all(kBounds, 9, 8);
@@ -204,15 +180,6 @@ TEST(TileSeams, PartOfTheAreaLinksItsPixelsAlsoToTheOutside) {
     ActivateAll(tiles);
     EXPECT_EQ(SetEnergies(tiles, picture, 30, 15, 2, 1), 4u);
     EXPECT_EQ(SetEnergies(tiles, picture, 20, 10, 1, 1), 0u);
-}
-
-TEST(TileSeams, AreaWithoutActiveTilesChangesNothing) {
-    const auto picture = MakePicture<unsigned char>(25, 17, 1, 9);
-    TiledImageGraph tiles(kBounds, 9, 8);
-    tiles.ActivateTile(0);
-    tiles.AddPixelNodes();
-    EXPECT_EQ(SetEnergies(tiles, picture, 35, 20, 5, 5), 0u);
-    EXPECT_EQ(tiles.mFlowGraph->mLinkPairs, 0u);
 }
 
 TEST(TileSeams, SolvedDynamicTilesAreUpdated) {

@@ -27,6 +27,10 @@
 #include "Support/WideStrings.h"
 #include "TVK/MemoryRecycler.h"
 
+#if defined(__GLIBC__)
+#include <malloc.h>
+#endif
+
 namespace {
 
 using DP::Ref;
@@ -62,6 +66,9 @@ bool Run(const char* inName, long inSteps, const std::function<void(long)>& inSt
         inLetGo();
         DP::FlushAllDescriptorResources();
         TVK::MemoryRecycler::Instance()->Trim();
+#if defined(__GLIBC__)
+        malloc_trim(0);  // what the heap keeps of freed blocks depends on where they lay
+#endif
         if (checkpoint < kCheckpoints / 4) continue;
         blocks.push_back(static_cast<double>(Testing::LiveMallocBlocks()));
         resident.push_back(Testing::ResidentBytes());
