@@ -54,6 +54,19 @@ struct PixelRow {
     ImageGraph mGraph;
 };
 
+// A row of equal pixels that is one region.
+struct OneRegion {
+    explicit OneRegion(int inColumns) {
+        BuildRegions(mGraph, Testing::Picture<unsigned char>{
+                                 inColumns,
+                                 1,
+                                 inColumns,
+                                 {std::vector<unsigned char>(std::size_t(inColumns), 5)}});
+        EXPECT_EQ(mGraph.mRegionCount, 1u);
+    }
+    ImageGraph mGraph;
+};
+
 // ---- Against the literal form --------------------------------------------------------
 
 TEST(TerminalEnergies, RegionsHaveTheBitsOfTheLiteralFormFreshAndResumed) {
@@ -125,6 +138,18 @@ TEST(TerminalEnergies, FitAndBothStrokesHaveStridesOfTheirOwn) {
 }
 
 // ---- Strokes -------------------------------------------------------------------------
+
+// The hard capacity swallowed both biases; what is left to take away is less than nothing.
+TEST(TerminalEnergies, CapacitiesDoNotFallBelowNothing) {
+    OneRegion region(2);
+    const std::vector<unsigned char> none(2, 0);
+    SetAll(region.mGraph, none, none);
+    SetAll(region.mGraph, none, {255, 0});
+    SetAll(region.mGraph, {255, 0}, none);
+    EXPECT_EQ(SourceOf(region.mGraph, 2), 0.0f);
+    SetAll(region.mGraph, {255, 255}, none);
+    EXPECT_EQ(SourceOf(region.mGraph, 2), 0.0f);
+}
 
 TEST(TerminalEnergies, PixelsWithoutANodeAreNoErrors) {
     const float nan = std::numeric_limits<float>::quiet_NaN();
