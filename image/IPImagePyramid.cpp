@@ -1,4 +1,4 @@
-// Pyramids by smoothing and point sampling.
+// Gaussian pyramids by smoothing and point sampling.
 //
 //     level i, smoothed            level i + 1, subsampling 4
 //     . . . . . . . .

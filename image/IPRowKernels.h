@@ -20,11 +20,12 @@ struct RowKernels {
     void (*mWeightedSums)(const float* const* inLines, const float* inTaps, int inTapCount,
                           long inCount, float* outSums);
 
-    /// Both passes at once with kernels of few taps, so that the memory is busy while the
-    /// sums are made. `inRows[n - 1]` receives the horizontal sums of `inSource`, which
-    /// starts a radius before the first output; the vertical sums over `inRows` go to
-    /// `outSums`. A horizontal sum that is 0 may have either sign, which no vertical sum
-    /// shows.
+    /// A row through both passes at once, for kernels of 5 or 7 taps: the loads of one pass
+    /// overlap the sums of the other. The horizontal sums of `inSource`, which starts a radius
+    /// before the first output, go to `inRows[n - 1]`, the newest of the n rows under the
+    /// vertical kernel; the vertical sums over them go to `outSums`. A horizontal sum begins
+    /// with its first product instead of 0 and may be -0 where `mWeightedSums` has 0; a
+    /// vertical sum begins with 0 and comes out the same.
     ///
     /// @return  false, with nothing written, for other numbers of taps or of outputs.
     bool (*mBothSums)(const float* inSource, const float* inHorizontalTaps,

@@ -54,10 +54,10 @@ struct KLTKernels {
     void (*mProducts)(const float* inGradX, const float* inGradY, long inCount, float* outXX,
                       float* outXY, float* outYY);
 
-    /// Trackability of `inCount` neighbouring windows in each of `inOutRows` neighbouring
-    /// rows. Each pointer leads to the upper left pixel of the first window of a row; there
-    /// are `inHeight + inOutRows - 1` of each kind. A window's sums run row by row, from
-    /// left to right.
+    /// The smaller eigenvalue of the gradient matrix (Shi and Tomasi's corner measure) of
+    /// `inCount` neighbouring windows in each of `inOutRows` neighbouring rows. Each pointer
+    /// leads to the upper left pixel of the first window of a row; there are `inHeight +
+    /// inOutRows - 1` of each kind. A window's sums run row by row, from left to right.
     void (*mTrackability)(const float* const* inXX, const float* const* inXY,
                           const float* const* inYY, int inWidth, int inHeight, int inOutRows,
                           long inCount, float* const* outRows);
@@ -67,11 +67,13 @@ struct KLTKernels {
     bool (*mMakePoints)(const float* inValues, long inCount, unsigned inFirstIndex,
                         int* outValues, unsigned* outIndices);
 
-    /// The closing in of the two ends of a partition, as long as two blocks of 64 points lie
-    /// between them: the upper end stops at values not above the pivot, the lower at values
-    /// not below it, and the points that they stop at change places. Leaves the ends where
-    /// going on one by one comes to the same.
-    void (*mCloseIn)(int* ioValues, unsigned* ioIndices, int inPivot, long* ioI, long* ioJ);
+    /// The loop of a Hoare partition by falling values, for as long as two blocks of 64 points
+    /// lie between its indices: `*ioI` rises to the next value that is not above the pivot,
+    /// `*ioJ` falls to the next that is not below it, and the two points are swapped. The
+    /// plain loop, a point at a time, can go on from the indices that are left and gives the
+    /// order that it would have given alone.
+    void (*mPartitionBlocks)(int* ioValues, unsigned* ioIndices, int inPivot, long* ioI,
+                             long* ioJ);
 
     /// Bilinear values of a window around (`inX`, `inY`), which lies inside, in the first
     /// `inPlaneCount` planes. Returns false, and writes nothing of use, where it cannot:

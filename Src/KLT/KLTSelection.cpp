@@ -1,7 +1,10 @@
 // Selection: candidates, their order, and the walk along them.
 //
-// Order. The sort's scheme settles where equal values end up, so the scheme stays: pivot
-// from the middle, two ends that close in on each other and swap. What it does to a part of
+// Score. The smaller eigenvalue of the matrix of a window's gradients, as in J. Shi and
+// C. Tomasi, "Good features to track" (1994): large where a motion along any direction shows.
+//
+// Order. The sort's scheme settles where equal values end up, so the scheme stays: a
+// quicksort by Hoare's partition with the middle point as pivot. What it does to a part of
 // the list does not depend on the other parts, so the parts are sorted when the walk comes
 // to them, from the best end; most of the list never is. A part in which few pixels are
 // still free is not sorted either, unless free ones have equal values: the best of a few is
@@ -22,25 +25,17 @@
 
 #include "KLT/KLTKernels.h"
 #include "image/RecycledArray.h"
+#include "image/Truncate.h"
 
 namespace DP {
 namespace {
 
-// A position as a pixel; far out is as good as any place outside the image.
-std::int64_t ClippedPixel(float inPosition) {
-    return static_cast<std::int64_t>(std::clamp(inPosition, -1.0e18f, 1.0e18f));
-}
-
-}  // namespace
-
 // ---- Candidates ----------------------------------------------------------------------
-
-namespace {
 
 constexpr float kMostTrackability = 4294967296.0f;
 
-// The products of gradients of the rows under the windows, each row in the place of the one
-// that is no longer needed.
+// The products of gradients (gx gx, gx gy, gy gy) of the rows under the windows, each row in
+// the place of the one that is no longer needed.
 class ProductRows {
 public:
     ProductRows(const IP::Image<float>& inGradX, const IP::Image<float>& inGradY, int inHeight)
@@ -143,11 +138,11 @@ std::size_t CollectPoints(const IP::Image<float>& inGradX, const IP::Image<float
 
 namespace {
 
-// The end of the closing in, with fewer than 128 points between the ends: where either end
-// would stop is noted first, without branches, then the stops are swapped two by two until
-// they cross. The lower end comes to rest at the upper's next stop, or at the last place
-// swapped into.
-std::size_t CloseInToTheEnd(PointList ioPoints, std::int32_t inPivot, std::size_t inI,
+// The end of a Hoare partition, with fewer than 128 points between the indices i and j. Lists
+// without branches where the rising index would stop (`ups`) and where the falling one would
+// (`downs`), and swaps pair by pair until the indices have crossed. Returns where the falling
+// index stops then: at its next stop, or at the last point that was swapped upward.
+std::size_t FinishPartition(PointList ioPoints, std::int32_t inPivot, std::size_t inI,
                             std::size_t inJ) {
     unsigned char ups[128], downs[128];
     const PointList between = ioPoints + (inI + 1);
@@ -178,8 +173,8 @@ std::size_t Partition(PointList ioPoints, std::size_t inCount) {
     const std::int32_t pivot = ioPoints.mValues[0];
     long i = 0;
     long j = static_cast<long>(inCount);
-    GetKLTKernels().mCloseIn(ioPoints.mValues, ioPoints.mIndices, pivot, &i, &j);
-    const std::size_t end = CloseInToTheEnd(ioPoints, pivot, static_cast<std::size_t>(i),
+    GetKLTKernels().mPartitionBlocks(ioPoints.mValues, ioPoints.mIndices, pivot, &i, &j);
+    const std::size_t end = FinishPartition(ioPoints, pivot, static_cast<std::size_t>(i),
                                             static_cast<std::size_t>(j));
     ioPoints.Swap(end, 0);
     return end;
@@ -312,8 +307,9 @@ void EnforceMinimumDistance(SortedPoints& ioPoints, int inCols, int inRows, int 
     if (!inOverwriteAll)
         for (const KLTFeature& feature : ioList)
             if (feature.mValue >= 0 && std::isfinite(feature.mX) && std::isfinite(feature.mY))
-                FillFeatureMap(ClippedPixel(feature.mX), ClippedPixel(feature.mY), map.begin(),
-                               distance, inCols, inRows);
+                FillFeatureMap(IP::TruncateFiniteClamped(feature.mX),
+                               IP::TruncateFiniteClamped(feature.mY), map.begin(), distance,
+                               inCols, inRows);
 
     const auto isFree = [&](const KLTFeature& inFeature) {
         return inOverwriteAll || inFeature.mValue < 0;

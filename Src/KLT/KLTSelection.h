@@ -13,7 +13,7 @@
 
 namespace DP {
 
-/// Candidates: the trackability of each, and its pixel as y times the columns plus x. The
+/// Candidates: the score of each, and its pixel as y times the columns plus x. The
 /// values stand by themselves because sorting mostly looks at them alone.
 struct PointList {
     std::int32_t* mValues;

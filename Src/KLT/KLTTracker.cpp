@@ -33,11 +33,6 @@ namespace {
 
 // ---- Selection -----------------------------------------------------------------------
 
-// A side of a region as a pixel index.
-int ClippedToInt(float inValue) {
-    return IP::TruncateToInt(std::clamp(double{inValue}, -2147483648.0, 2147483647.0));
-}
-
 struct GradientImages {
     FloatImage mX;
     FloatImage mY;
@@ -68,11 +63,12 @@ SelectionBounds BoundsOf(const TVK::ParamRect<float>& inRegion, const IP::FrameV
     const int halfHeight = inContext.mWindowHeight / 2;
     const float bottom = static_cast<float>(inFrame.mRows) - inRegion.mBottom;
     const float top = static_cast<float>(inFrame.mRows) - inRegion.mTop;
-    return {std::max(ClippedToInt(std::min(inRegion.mLeft, inRegion.mRight)), halfWidth),
-            std::min(ClippedToInt(std::max(inRegion.mLeft, inRegion.mRight)),
+    return {std::max(IP::TruncateClamped(std::min(inRegion.mLeft, inRegion.mRight)), halfWidth),
+            std::min(IP::TruncateClamped(std::max(inRegion.mLeft, inRegion.mRight)),
                      inFrame.mColumns - halfWidth),
-            std::max(ClippedToInt(std::min(bottom, top)), halfHeight),
-            std::min(ClippedToInt(std::max(bottom, top)), inFrame.mRows - halfHeight), step};
+            std::max(IP::TruncateClamped(std::min(bottom, top)), halfHeight),
+            std::min(IP::TruncateClamped(std::max(bottom, top)), inFrame.mRows - halfHeight),
+            step};
 }
 
 // The limit is twice what the integer holds. What lies above and between becomes the lowest

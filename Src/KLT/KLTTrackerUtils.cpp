@@ -1,4 +1,5 @@
-// One feature, one level.
+// One feature, one level: the method of B. D. Lucas and T. Kanade, "An iterative image
+// registration technique with an application to stereo vision" (1981).
 //
 // The point is known in image 1 and estimated in image 2. With the difference d of the two
 // windows and the sum (gx, gy) of their gradients, one Newton step solves

@@ -80,10 +80,6 @@ int GaussRadius(float inSigma) {
     return gaussWidth / 2;
 }
 
-int ClampedToInt(std::int64_t inValue) {
-    return static_cast<int>(std::clamp<std::int64_t>(inValue, INT32_MIN, INT32_MAX));
-}
-
 }  // namespace
 
 void CorrectWindowForSelection(TrackingContext& ioContext) {
@@ -145,10 +141,10 @@ void UpdateTCBorder(TrackingContext& ioContext) {
         const float here = (static_cast<float>(invalid) + static_cast<float>(pyramidRadius)) /
                            static_cast<float>(ioContext.mSubsampling);
         invalid = IP::TruncateToInt(double{here} + 0.99);
-        scale = ClampedToInt(scale * ioContext.mSubsampling);
+        scale = IP::ClampToInt(scale * ioContext.mSubsampling);
     }
     ioContext.mBorderX = ioContext.mBorderY =
-        ClampedToInt((std::int64_t{invalid} + halfWindow) * scale);
+        IP::ClampToInt((std::int64_t{invalid} + halfWindow) * scale);
 }
 
 }  // namespace DP

@@ -55,122 +55,151 @@ Bytes Joined(const std::string& inHeader, const Bytes& inPixels) {
     return all;
 }
 
-// ---- Files -----------------------------------------------------------------------------
+// ---- Pictures ------------------------------------------------------------------------
 
-TEST(PPMFiles, GreyGoesThreeTimesAndFromTheLastRowToTheFirst) {
-    const TemporaryFile file;
-    const unsigned char pixels[] = {1, 2, 3, 4};
-    CAFU::WritePPMFileGrey(file.Path(), pixels, 2, 2);
-    EXPECT_EQ(file.Content(), Joined("P6\n2 2\n255\n", {3, 3, 3, 4, 4, 4, 1, 1, 1, 2, 2, 2}));
+using Overlay = CAFU::FeatureOverlay;
+constexpr float kInfinity = std::numeric_limits<float>::infinity();
+constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
+
+const unsigned char kBytes[] = {1, 2, 3, 4};
+const unsigned char kRed[] = {1, 2, 3}, kGreen[] = {11, 12, 13}, kBlue[] = {21, 22, 23};
+const float kFloats[] = {0.99f, 254.9f,  256.0f, 257.5f, -0.9f,
+                         -1.0f, -257.0f, 3e9f,   kNaN,   kInfinity};
+
+// A picture of zeros, 3 by 3 pixels, with a feature of slot `inIndex` at (inX, inY).
+void WriteOverlay(const char* inPath, unsigned inIndex, float inX, float inY) {
+    const Bytes picture(9, 0);
+    Overlay overlay(picture.data(), 3, 3);
+    overlay.DrawFeature(inIndex, inX, inY);
+    overlay.Write(inPath);
 }
 
-TEST(PPMFiles, RGBTakesOneBytePerPlane) {
-    const TemporaryFile file;
-    const unsigned char red[] = {1, 2, 3}, green[] = {11, 12, 13}, blue[] = {21, 22, 23};
-    CAFU::WritePPMFileRGB(file.Path(), red, green, blue, 3, 1);
-    EXPECT_EQ(file.Content(), Joined("P6\n3 1\n255\n", {1, 11, 21, 2, 12, 22, 3, 13, 23}));
-}
+struct Picture {
+    const char* mName;
+    std::function<void(const char* inPath)> mWrite;
+    std::string mHeader;
+    Bytes mPixels;               // from the last row to the first, red, green, blue
+    const char* mContract = "";  // that the writing breaks, with an empty file
+};
 
-TEST(PPMFiles, FloatsAreTruncatedAndCutToTheirLowByte) {
-    const float infinity = std::numeric_limits<float>::infinity();
-    const float nan = std::numeric_limits<float>::quiet_NaN();
-    const std::vector<float> values = {0.0f,   0.99f,         254.9f, 255.0f,   256.0f,
-                                       257.5f, -0.9f,         -1.0f,  -255.0f,  -257.0f,
-                                       3e9f,   -2147483648.f, nan,    infinity, -infinity};
-    const Bytes expected = {0, 0, 254, 255, 0, 1, 0, 255, 1, 255, 0, 0, 0, 0, 0};
-    const TemporaryFile file;
-    CAFU::WritePPMFileGrey(file.Path(), values.data(), static_cast<int>(values.size()), 1);
+const Picture kPictures[] = {
+    {"grey",
+     [](const char* p) { CAFU::WritePPMFileGrey(p, kBytes, 2, 2); },
+     "P6\n2 2\n255\n",
+     {3, 3, 3, 4, 4, 4, 1, 1, 1, 2, 2, 2}},
+    {"rgb",
+     [](const char* p) { CAFU::WritePPMFileRGB(p, kRed, kGreen, kBlue, 3, 1); },
+     "P6\n3 1\n255\n",
+     {1, 11, 21, 2, 12, 22, 3, 13, 23}},
+    {"floats are truncated and cut to their low byte",
+     [](const char* p) { CAFU::WritePPMFileGrey(p, kFloats, 10, 1); },
+     "P6\n10 1\n255\n",
+     {0,   0,   0,   254, 254, 254, 0, 0, 0, 1, 1, 1, 0, 0, 0,
+      255, 255, 255, 255, 255, 255, 0, 0, 0, 0, 0, 0, 0, 0, 0}},
+    {"no rows",
+     [](const char* p) { CAFU::WritePPMFileGrey(p, kBytes, 3, -2); },
+     "P6\n3 -2\n255\n",
+     {}},
+    {"no columns",
+     [](const char* p) { CAFU::WritePPMFileGrey(p, kBytes, 0, 3); },
+     "P6\n0 3\n255\n",
+     {}},
+    {"wide path",
+     [](const char* p) {
+         IP::WriteImageToPPM(*Testing::ImageOf<unsigned char>(2, 1, {8, 9}), Testing::Wide(p));
+     },
+     "P6\n2 1\n255\n",
+     {8, 8, 8, 9, 9, 9}},
+    {"no red",
+     [](const char* p) { CAFU::WritePPMFileRGB(p, nullptr, nullptr, nullptr, 2, 1); },
+     "",
+     {},
+     "inRedimg != NULL"},
+    {"no green",
+     [](const char* p) { CAFU::WritePPMFileRGB(p, kRed, nullptr, nullptr, 2, 1); },
+     "",
+     {},
+     "inGreenimg != NULL"},
+    {"no blue",
+     [](const char* p) { CAFU::WritePPMFileRGB(p, kRed, kGreen, nullptr, 2, 1); },
+     "",
+     {},
+     "inBlueimg != NULL"},
+    {"no floats",
+     [](const char* p) { CAFU::WritePPMFileGrey(p, static_cast<const float*>(nullptr), 2, 1); },
+     "",
+     {},
+     "inRedimg != NULL"},
+    {"feature of slot 0, rounded up to the corner",
+     [](const char* p) { WriteOverlay(p, 0, 1.5f, 1.75f); },
+     "P6\n3 3\n255\n",
+     {0,  0,  0,   75, 215, 65, 75, 215, 65, 0, 0, 0, 75, 215,
+      65, 75, 215, 65, 0,   0,  0,  0,   0,  0, 0, 0, 0}},
+    {"feature of slot 2, whose green wraps to 255 and so to 0; cut off at the left",
+     [](const char* p) { WriteOverlay(p, 2, -1.0f, 0.49f); },
+     "P6\n3 3\n255\n",
+     {0,   0, 0, 0, 0,   0, 0,   0,   0, 175, 0, 145, 175, 0,
+      145, 0, 0, 0, 175, 0, 145, 175, 0, 145, 0, 0,   0}},
+    {"mark on one plane alone",
+     [](const char* p) {
+         const Bytes picture = {1, 2, 3, 4, 5, 6, 7, 8};
+         Overlay overlay(picture.data(), 4, 2);
+         overlay.DrawFeature(Overlay::kBlue, 0.0f, 0.0f);
+         overlay.Write(p);
+     },
+     "P6\n4 2\n255\n",
+     {5, 5, 255, 6, 6, 255, 7, 7, 7, 8, 8, 8, 1, 1, 255, 2, 2, 255, 3, 3, 3, 4, 4, 4}},
+    {"feature that is no number", [](const char* p) { WriteOverlay(p, 0, kNaN, 1.0f); },
+     "P6\n3 3\n255\n", Bytes(27, 0)},
+    {"feature far out", [](const char* p) { WriteOverlay(p, 0, 1.0f, 1e30f); },
+     "P6\n3 3\n255\n", Bytes(27, 0)},
+    {"overlay without planes",
+     [](const char* p) {
+         Overlay overlay(nullptr, -1, 4);
+         EXPECT_FALSE(overlay.HasPlanes());
+         overlay.DrawFeature(0u, 1.0f, 1.0f);
+         overlay.Write(p);
+     },
+     "",
+     {},
+     "inRedimg != NULL"},
+};
 
-    Bytes tripled;
-    for (const unsigned char byte : expected)
-        tripled.insert(tripled.end(), 3, byte);
-    EXPECT_EQ(file.Content(), Joined("P6\n15 1\n255\n", tripled));
-}
-
-TEST(PPMFiles, AHeaderStatesColumnsBeforeRows) {
-    const TemporaryFile file;
-    const Bytes pixels = Testing::NoiseBytes(640 * 480, 3);
-    CAFU::WritePPMFileGrey(file.Path(), pixels.data(), 640, 480);
-    const Bytes content = file.Content();
-    const std::string header = "P6\n640 480\n255\n";
-    ASSERT_EQ(content.size(), header.size() + 3 * pixels.size());
-    EXPECT_EQ(std::string(content.begin(), content.begin() + std::ptrdiff_t(header.size())),
-              header);
-    EXPECT_EQ(content.back(), pixels[639]) << "the file ends with the first row's last pixel";
-}
-
-TEST(PPMFiles, WithoutRowsOrColumnsThereIsOnlyAHeader) {
-    const unsigned char pixel = 7;
-    for (const auto& [cols, rows] : {std::pair{3, 0}, {3, -2}, {0, 3}, {-1, 3}}) {
-        const TemporaryFile file;
-        CAFU::WritePPMFileGrey(file.Path(), &pixel, cols, rows);
-        const std::string size = std::to_string(cols) + " " + std::to_string(rows);
-        EXPECT_EQ(file.Content(), Joined("P6\n" + size + "\n255\n", {}));
-    }
-}
-
-TEST(PPMFiles, AnImageGoesToAWidePath) {
-    const TemporaryFile file;
-    const auto image = Testing::ImageOf<unsigned char>(2, 1, {8, 9});
-    IP::WriteImageToPPM(*image, Testing::Wide(file.Path()));
-    EXPECT_EQ(file.Content(), Joined("P6\n2 1\n255\n", {8, 8, 8, 9, 9, 9}));
-}
-
-// ---- What goes wrong -------------------------------------------------------------------
-
-TEST(PPMReports, ANullPlaneBreaksTheContractAndLeavesAnEmptyFile) {
-    const unsigned char plane[] = {1, 2};
-    const char* const conditions[] = {"inRedimg != NULL", "inGreenimg != NULL",
-                                      "inBlueimg != NULL"};
-    for (int missing = 0; missing < 3; ++missing) {
-        SCOPED_TRACE(conditions[missing]);
+TEST(Pictures, HaveTheseBytesOrBreakThisContract) {
+    for (const Picture& picture : kPictures) {
+        SCOPED_TRACE(picture.mName);
         const TemporaryFile file;
         const Testing::RecordedReports reports;
-        // The planes behind a missing one are missing too: the first is the one reported.
-        EXPECT_THROW(CAFU::WritePPMFileRGB(file.Path(), missing > 0 ? plane : nullptr,
-                                           missing > 1 ? plane : nullptr, nullptr, 2, 1),
-                     quillet::config::ReportedError);
-        ASSERT_EQ(reports.Contracts().size(), 1u);
-        EXPECT_EQ(reports.Contracts()[0].mText, conditions[missing]);
-        EXPECT_EQ(reports.Contracts()[0].mFile, "Src/Image.cpp");
-        EXPECT_TRUE(file.Exists());
-        EXPECT_EQ(file.Content(), Bytes{});
+        if (*picture.mContract) {
+            EXPECT_THROW(picture.mWrite(file.Path()), quillet::config::ReportedError);
+            ASSERT_EQ(reports.Contracts().size(), 1u);
+            EXPECT_EQ(reports.Contracts()[0].mText, picture.mContract);
+            EXPECT_EQ(reports.Contracts()[0].mFile, "Src/Image.cpp");
+            EXPECT_TRUE(file.Exists());
+        } else {
+            picture.mWrite(file.Path());
+        }
+        EXPECT_EQ(file.Content(), Joined(picture.mHeader, picture.mPixels));
     }
-    const TemporaryFile file;
-    EXPECT_THROW(CAFU::WritePPMFileGrey(file.Path(), static_cast<const float*>(nullptr), 2, 1),
-                 quillet::config::ReportedError);
 }
 
-TEST(PPMReports, EachWriterTellsOfAFileItCannotOpenOnceAndUnderItsName) {
+TEST(Pictures, EachWriterTellsOfAFileItCannotOpenOnceAndUnderItsName) {
     const std::string path =
         (std::filesystem::temp_directory_path() / "no such folder" / "x.ppm").string();
-    const unsigned char bytes[] = {1};
-    const float floats[] = {1.0f};
-    const std::pair<const char*, std::function<void()>> writers[] = {
-        {"CAFU::WritePPMFileRGB",
-         [&] {
-             CAFU::WritePPMFileRGB(path.c_str(), bytes, bytes, bytes, 1, 1);
-         }},
-        {"CAFU::WritePPMFileGrey",
-         [&] {
-             CAFU::WritePPMFileGrey(path.c_str(), bytes, 1, 1);
-         }},
-        {"CAFU::WritePPMFileGrey",
-         [&] {
-             CAFU::WritePPMFileGrey(path.c_str(), floats, 1, 1);
-         }},
-    };
     const Testing::RecordedReports reports;
-    std::size_t count = 0;
-    for (const auto& [name, write] : writers) {
-        write();
-        write();
-        ASSERT_EQ(reports.Asserts().size(), ++count);
-        EXPECT_EQ(reports.Asserts().back().mFunction, name);
-        EXPECT_EQ(reports.Asserts().back().mText,
-                  "(WritePPMFileRGB) Can't open file named '%s' for writing\n\r\n");
+    for (int twice = 0; twice < 2; ++twice) {
+        CAFU::WritePPMFileRGB(path.c_str(), kRed, kGreen, kBlue, 1, 1);
+        CAFU::WritePPMFileGrey(path.c_str(), kBytes, 1, 1);
+        CAFU::WritePPMFileGrey(path.c_str(), kFloats, 1, 1);
     }
-    EXPECT_FALSE(std::filesystem::exists(path));
+    ASSERT_EQ(reports.Asserts().size(), 3u);
+    EXPECT_EQ(reports.Asserts()[0].mFunction, "CAFU::WritePPMFileRGB");
+    for (const auto& report : reports.Asserts()) {
+        EXPECT_EQ(report.mText,
+                  "(WritePPMFileRGB) Can't open file named '%s' for writing\n\r\n");
+        EXPECT_TRUE(report.mFunction == "CAFU::WritePPMFileRGB" ||
+                    report.mFunction == "CAFU::WritePPMFileGrey");
+    }
 }
 
 // ---- A frame in planes -----------------------------------------------------------------
@@ -201,94 +230,6 @@ TEST(SplitPackedPixels, ReadsOneByteBehindTheFrameAndNoMore) {
 TEST(SplitPackedPixels, WithoutRowsTouchesNothing) {
     CAFU::SplitPackedPixels(nullptr, 0, 5, 20, nullptr, nullptr, nullptr);
     CAFU::SplitPackedPixels(nullptr, -3, 5, 20, nullptr, nullptr, nullptr);
-}
-
-// ---- Overlays --------------------------------------------------------------------------
-
-using Overlay = CAFU::FeatureOverlay;
-
-unsigned char At(const Overlay& inOverlay, Overlay::Plane inPlane, int inX, int inY,
-                 int inCols) {
-    return inOverlay.GetPlane(inPlane)[inY * inCols + inX];
-}
-
-TEST(FeatureOverlay, StartsAsThePictureInAllPlanes) {
-    const Bytes picture = Testing::NoiseBytes(7 * 5, 1);
-    const Overlay overlay(picture.data(), 7, 5);
-    ASSERT_TRUE(overlay.HasPlanes());
-    for (const auto plane : {Overlay::kRed, Overlay::kGreen, Overlay::kBlue})
-        EXPECT_EQ(Bytes(overlay.GetPlane(plane), overlay.GetPlane(plane) + 35), picture);
-}
-
-// The colours by the definition, in whole numbers of any size.
-TEST(FeatureOverlay, ColoursFollowTheIndex) {
-    const Bytes picture(9, 0);
-    const auto wrapped = [](long long inValue) {
-        return ((inValue % 256 + 256) % 256) % 255;
-    };
-    for (unsigned int i : {0u, 1u, 2u, 3u, 12u, 18u, 180u, 499u, 100000u}) {
-        Overlay overlay(picture.data(), 3, 3);
-        overlay.DrawFeature(i, 1.0f, 1.0f);
-        EXPECT_EQ(At(overlay, Overlay::kRed, 1, 1, 3), wrapped(50ll * i + 75)) << i;
-        EXPECT_EQ(At(overlay, Overlay::kGreen, 1, 1, 3), wrapped(20ll * i - 41)) << i;
-        EXPECT_EQ(At(overlay, Overlay::kBlue, 1, 1, 3), wrapped(40ll * i + 65)) << i;
-    }
-    Overlay overlay(picture.data(), 3, 3);
-    overlay.DrawFeature(0u, 1.0f, 1.0f);
-    EXPECT_EQ(At(overlay, Overlay::kRed, 0, 2, 3), 75);
-    EXPECT_EQ(At(overlay, Overlay::kGreen, 0, 2, 3), 215);
-    EXPECT_EQ(At(overlay, Overlay::kBlue, 0, 2, 3), 65);
-}
-
-// Every position in and around a 6 by 5 picture, against the square spelled out.
-TEST(FeatureOverlay, ASquareOfThreeIsCutOffAtTheEdges) {
-    const int cols = 6, rows = 5;
-    const Bytes picture(std::size_t(cols * rows), 10);
-    for (float y = -3.0f; y < 9.0f; y += 0.25f)
-        for (float x = -3.0f; x < 10.0f; x += 0.25f) {
-            Overlay overlay(picture.data(), cols, rows);
-            overlay.DrawFeature(Overlay::kGreen, x, y);
-            const int centreX = static_cast<int>(x + 0.5), centreY = static_cast<int>(y + 0.5);
-            for (int row = 0; row < rows; ++row)
-                for (int col = 0; col < cols; ++col) {
-                    const bool inside =
-                        std::abs(col - centreX) <= 1 && std::abs(row - centreY) <= 1;
-                    ASSERT_EQ(At(overlay, Overlay::kGreen, col, row, cols), inside ? 255 : 10)
-                        << col << ", " << row << " for " << x << ", " << y;
-                    ASSERT_EQ(At(overlay, Overlay::kRed, col, row, cols), 10);
-                }
-        }
-}
-
-TEST(FeatureOverlay, PositionsThatAreNoNumbersDrawNothing) {
-    const Bytes picture = Testing::NoiseBytes(16, 1);
-    Overlay overlay(picture.data(), 4, 4);
-    for (const float odd : {std::numeric_limits<float>::quiet_NaN(), 1e30f, -1e30f,
-                            2147483520.0f, std::numeric_limits<float>::infinity()}) {
-        overlay.DrawFeature(0u, odd, 1.0f);
-        overlay.DrawFeature(0u, 1.0f, odd);
-    }
-    EXPECT_EQ(Bytes(overlay.GetPlane(Overlay::kRed), overlay.GetPlane(Overlay::kRed) + 16),
-              picture);
-}
-
-TEST(FeatureOverlay, IsWrittenLikeAnyOtherPicture) {
-    const TemporaryFile file;
-    const Bytes picture = {1, 2, 3, 4, 5, 6, 7, 8};
-    Overlay overlay(picture.data(), 4, 2);
-    overlay.DrawFeature(Overlay::kBlue, 0.0f, 0.0f);
-    overlay.Write(file.Path());
-    EXPECT_EQ(file.Content(),
-              Joined("P6\n4 2\n255\n", {5, 5, 255, 6, 6, 255, 7, 7, 7, 8, 8, 8,  //
-                                        1, 1, 255, 2, 2, 255, 3, 3, 3, 4, 4, 4}));
-}
-
-TEST(FeatureOverlay, WithoutPlanesDrawsNothingAndCannotBeWritten) {
-    const TemporaryFile file;
-    Overlay overlay(nullptr, -1, 4);
-    EXPECT_FALSE(overlay.HasPlanes());
-    overlay.DrawFeature(0u, 1.0f, 1.0f);
-    EXPECT_THROW(overlay.Write(file.Path()), quillet::config::ReportedError);
 }
 
 }  // namespace

@@ -110,8 +110,8 @@ TEST(KLTKernels, ProductsAndPointsAreThePlainOnes) {
 }
 
 // One by one, from where a kernel left off or from the start.
-void CloseInPlainly(std::vector<int>& ioValues, std::vector<unsigned>& ioIndices, int inPivot,
-                    long inI, long inJ) {
+void PartitionPlainly(std::vector<int>& ioValues, std::vector<unsigned>& ioIndices, int inPivot,
+                      long inI, long inJ) {
     while (true) {
         do {
             --inJ;
@@ -125,7 +125,7 @@ void CloseInPlainly(std::vector<int>& ioValues, std::vector<unsigned>& ioIndices
     }
 }
 
-TEST(KLTKernels, ClosingInGoesOnAsIfItHadBeenOneByOne) {
+TEST(KLTKernels, PartitionGoesOnAsIfItHadBeenOneByOne) {
     ForEachForm([](const DP::KLTKernels& inForm) {
         Testing::Random random(9);
         for (const int highest : {1, 30, 1000000}) {
@@ -136,10 +136,10 @@ TEST(KLTKernels, ClosingInGoesOnAsIfItHadBeenOneByOne) {
             std::vector<unsigned> ia(a.begin(), a.end()), ib = ia;
             const int pivot = a[0];
             long i = 0, j = 5000;
-            inForm.mCloseIn(a.data(), ia.data(), pivot, &i, &j);
+            inForm.mPartitionBlocks(a.data(), ia.data(), pivot, &i, &j);
             EXPECT_LE(j - i, 130) << "most of the work is done";
-            CloseInPlainly(a, ia, pivot, i, j);
-            CloseInPlainly(b, ib, pivot, 0, 5000);
+            PartitionPlainly(a, ia, pivot, i, j);
+            PartitionPlainly(b, ib, pivot, 0, 5000);
             EXPECT_EQ(std::tuple(a, ia), std::tuple(b, ib));
             EXPECT_TRUE(std::equal(a.begin(), a.end(), ia.begin()))
                 << "values and indices move together";
