@@ -5,8 +5,8 @@ usage: check_hardening.py FILE ...
 
 For each: all relocations are done on loading and read-only from then on, no stack that can
 be executed, a position of its own choice in memory, stack protectors, and the checked forms
-of the C library's formatted output, as GCC has it. On x86-64 every function that a library shows begins
-with a mark for indirect jumps.
+of the C library's formatted output, as GCC has it. On x86-64 every function that a library
+shows begins with a mark for indirect jumps.
 """
 import re
 import subprocess
