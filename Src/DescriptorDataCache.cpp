@@ -19,6 +19,7 @@ bool DescriptorDataCache::GetCachedData(Ref<IDescriptorDataKey> inKey,
 
 bool DescriptorDataCache::FindData(const Ref<IDescriptorDataKey>& inKey,
                                    Ref<IDescriptorData>& outData) {
+    const Ref<IDescriptorData> previous = outData;  // dies when the lock is free
     const ScopeLock lock(mDataMutex);
     const auto entry = mDataMap.find(inKey);
     // Where a host's ThrowError returns, the comparator calls a null key equal to any.
@@ -59,11 +60,12 @@ void DescriptorDataCache::EnterData(const Ref<IDescriptorDataKey>& inKey,
 }
 
 void DescriptorDataCache::ForgetKeyMutex(const Ref<IDescriptorDataKey>& inKey) {
+    // Dies when the lock is free: a host's key may call from its destructor.
+    decltype(mInFlightMap)::node_type gone;
     const ScopeLock lock(mInFlightMutex);
     // One entry: a key with a NaN is equal to many.
     const auto entry = mInFlightMap.find(inKey);
-    if (entry == mInFlightMap.end()) return;
-    const auto gone = mInFlightMap.extract(entry);  // dies when the map is whole again
+    if (entry != mInFlightMap.end()) gone = mInFlightMap.extract(entry);
 }
 
 // Takes no lock of its own, and so Clang does not look into it: `StoreData` holds mDataMutex

@@ -40,12 +40,16 @@ void DescriptorDataCacheMgr::ClearAllCaches() {
     while (!mCaches.empty()) {
         for (auto entry = mCaches.begin(); entry != mCaches.end();) {
             const std::int32_t type = entry->first;
-            const Ref<IDescriptorDataCache> cache = entry->second;
-            cache->ClearCache();
+            {  // perhaps the last reference: the keys in work die with it, and may call too
+                const Ref<IDescriptorDataCache> cache = entry->second;
+                cache->ClearCache();
+            }
             entry = mCaches.upper_bound(type);
         }
         std::map<std::int32_t, Ref<IDescriptorDataCache>> gone;
         gone.swap(mCaches);
+        for (const auto& [type, cache] : gone)  // a host may hold one that was filled anew
+            cache->ClearCache();
     }
 }
 

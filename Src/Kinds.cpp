@@ -1,7 +1,5 @@
 #include "Kinds.h"
 
-#include <iterator>
-
 #include "APT/APTDescriptorComputer.h"
 #include "APT/APTDescriptorData.h"
 #include "APT/APTDescriptorWorkerItem.h"

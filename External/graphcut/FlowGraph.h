@@ -94,8 +94,9 @@ public:
 /// Ownership: owns the solver.
 /// Threads: one thread at a time.
 /// Errors: `std::bad_alloc` passes through. More arcs or nodes than 32-bit indices reach are
-///   a `std::length_error`. An update that names a missing arc, or the source or sink as its
-///   node, does nothing; nor does one that names other terminals than a living solver has.
+///   a `std::length_error`. An update that names a missing arc, the source or sink as its
+///   node, or other terminals than a living solver has, does nothing. While a solver lives
+///   on home terminals, a link that has one of them at its end cannot be added or set.
 /// Frozen: the order of `mNodeCount`, `mSolved`, `mDynamic`, `mPersistent`, `mSolver`.
 class FlowGraph {
 public:

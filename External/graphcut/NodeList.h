@@ -8,7 +8,7 @@
 #include "image/RecycledAllocator.h"
 
 /// A doubly linked list: first in, first out, and any node may leave. The cell of a node is
-/// its entry in one table, which is what `mActivePosition` and `mActiveEnd` would say.
+/// its entry in one table, and says whether the node is in the list.
 ///
 /// Ownership: of its own. Threads: one thread at a time.
 /// Errors: the constructor passes `std::bad_alloc` through; nothing else throws.

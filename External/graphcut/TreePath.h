@@ -38,8 +38,6 @@ public:
     /// What a node keeps to be found by. Its index changes when steps are put in front of it
     /// or taken away there, its place does not.
     /// @{
-    static constexpr unsigned int kNoPlace = ~0u;
-
     unsigned int PlaceOf(std::size_t inIndex) const {
         return (mFirstPlace + static_cast<unsigned int>(inIndex)) & kPlaces;
     }
@@ -78,7 +76,7 @@ public:
     void Push(float inFlow, std::vector<unsigned int>& ioFull);
 
 private:
-    static constexpr unsigned int kPlaces = 0x7fffffff;  // they go round, and miss kNoPlace
+    static constexpr unsigned int kPlaces = 0x7fffffff;  // they go round
 
     unsigned int mFirstPlace = 0;
     std::vector<unsigned int> mNodes;

@@ -171,6 +171,7 @@ void ImageGraph::ReleaseGraph() {
     mSegments = nullptr;
     mOwnsFlowGraph = false;
     mNodeImage.reset();
+    mRegions.clear();
     mRows = 0;
     mColumns = 0;
     mTerminalEnergiesSet = false;
@@ -528,6 +529,8 @@ void ImageGraph::UpdateLabels(unsigned char* ioLabels,
     if (ioSegments.size() != mSegments->size()) {
         ioSegments.assign(mSegments->size(), MaxFlowSolver::kSourceTree);
         std::fill_n(ioLabels, mPixelSourceEnergies.size(), static_cast<unsigned char>(0));
+        const std::size_t terminals = std::min<std::size_t>(kFirstRegion, mSegments->size());
+        std::copy_n(mSegments->begin(), terminals, ioSegments.begin());
     }
     constexpr std::size_t kBlock = 256;  // nodes that are compared at once
     const std::size_t count = ioSegments.size();
@@ -541,7 +544,7 @@ void ImageGraph::UpdateLabels(unsigned char* ioLabels,
             const bool wasSink = ioSegments[node] == MaxFlowSolver::kSinkTree;
             const bool isSink = (*mSegments)[node] == MaxFlowSolver::kSinkTree;
             ioSegments[node] = (*mSegments)[node];
-            if (isSink != wasSink)
+            if (isSink != wasSink && node - kFirstRegion < mRegions.size())
                 VisitRegion(static_cast<unsigned int>(node), [&](std::ptrdiff_t inIndex) {
                     ioLabels[inIndex] = isSink ? 255 : 0;
                 });

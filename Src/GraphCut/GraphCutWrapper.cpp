@@ -136,9 +136,6 @@ Image GraphCutWrapper::ComputeLabelImage(const unsigned char* inRGBImage,
     if (isNewFrame) {
         if (mImageGraph != NULL) mImageGraph->ReleaseGraph();
         mImageGraph = nullptr;
-        mSegments.clear();
-        mFit = NewClearedImage(columns, rows);
-        mLabels = NewImage(columns, rows);
         BuildImageGraph(inRGBImage, bounds, inRowBytes);
         if (!KeepsFrame(columns, rows)) return {};
         inCurrentLabelImage = NewImage(columns, rows);
@@ -194,6 +191,9 @@ void GraphCutWrapper::BuildImageGraph(const unsigned char* inRGBImage,
     const int height = static_cast<int>(inRGBImageBounds.Height());
     const int width = static_cast<int>(inRGBImageBounds.Width());
 
+    mSegments.clear();
+    mFit = NewClearedImage(width, height);
+    mLabels = NewImage(width, height);
     mImageGraph = TVK::MakeObject<ImageGraph>();
     mImageGraph->Initialize(GraphRect{0, 0, height, width}, nullptr, kGraphCutNeighborhood,
                             nullptr, 0, 1);

@@ -29,8 +29,8 @@ struct FrameBounds {
 /// kept graph and builds one. With one it goes on with the **kept frame**: only terminal
 /// capacities change and the same maximum flow is resumed.
 ///
-/// Ownership: keeps the graph of one frame, until the next new frame or its own end. No
-///   picture is kept.
+/// Ownership: keeps the graph of one frame and its labels, until the next new frame or its
+///   own end. Of the caller's pictures none is kept.
 /// Threads: one computation at a time in the process.
 /// Errors: a broken precondition throws the contract error; the kept graph and the caller's
 ///   images stay as they were. `std::bad_alloc` passes through; what was half built is

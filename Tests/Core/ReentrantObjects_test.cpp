@@ -13,8 +13,9 @@
 
 namespace {
 
-/// A property and data whose callbacks are functions of the test's. Each runs once.
+/// Objects whose callbacks are functions of the test's. Each runs once.
 class CallingProperty;
+class CallingKey;
 class CallingData;
 
 }  // namespace
@@ -23,6 +24,8 @@ template <>
 inline constexpr TVK::InterfaceID TVK::kIdentifierOf<CallingProperty>{0x7e57, 11};
 template <>
 inline constexpr TVK::InterfaceID TVK::kIdentifierOf<CallingData>{0x7e57, 12};
+template <>
+inline constexpr TVK::InterfaceID TVK::kIdentifierOf<CallingKey>{0x7e57, 13};
 
 namespace {
 
@@ -55,6 +58,12 @@ public:
         return DescriptorProperty::GetSourceID();
     }
     Callback mOnIsEqual, mOnGetSourceID, mOnDestruction;
+};
+
+class CallingKey : public TVK::Object<CallingKey, DP::DescriptorDataKey> {
+public:
+    ~CallingKey() override { mOnDestruction(); }
+    Callback mOnDestruction;
 };
 
 class CallingData : public TVK::Object<CallingData, DP::DescriptorData> {
@@ -231,6 +240,46 @@ TEST_F(ReentrantData, DestructorClearsOrFlushesEverythingWhileEverythingIsCleare
         clearAll();
         EXPECT_EQ(DP::CreateDescriptorDataCacheMgr()->GetTotalDataSize(), 0u);
     }
+}
+
+// The walk's reference to the cache may be the last one: its keys in work go with it.
+TEST_F(ReentrantData, KeyInWorkClearsEverythingWhenItsCacheGoes) {
+    const auto mgr = DP::CreateDescriptorDataCacheMgr();
+    auto cache = mgr->GetDescriptorDataCache(DP::kDescriptorDataTypeKLT);
+    const auto clearAndMakeAnother = [] {
+        const auto again = DP::CreateDescriptorDataCacheMgr();
+        again->ClearAllCaches();
+        again->GetDescriptorDataCache(DP::kDescriptorDataTypeGraphCut);
+    };
+    Fill(*cache.operator->(), clearAndMakeAnother, 0, 1);
+    {
+        const auto key = DP::MakeInitialised<CallingKey>(Wide("clip"), 99LL, 1, 1);
+        key->mOnDestruction = [] {
+            DP::CreateDescriptorDataCacheMgr()->ClearAllCaches();
+        };
+        Ref<DP::IDescriptorData> data;
+        DP::RecursiveMutexPtr mutex;
+        cache->GetCachedData(key, data, mutex);
+    }
+    cache = nullptr;
+    mgr->ClearAllCaches();
+    EXPECT_EQ(mgr->GetTotalDataSize(), 0u);
+}
+
+// A cache that was cleared early in the walk and filled again since is cleared once more.
+TEST_F(ReentrantData, HeldCacheThatIsFilledAnewDuringTheWalkIsEmptyAfterIt) {
+    const auto mgr = DP::CreateDescriptorDataCacheMgr();
+    const auto held = mgr->GetDescriptorDataCache(DP::kDescriptorDataTypeKLT);
+    const auto later = mgr->GetDescriptorDataCache(DP::kDescriptorDataTypeGraphCut);
+    Fill(
+        *later.operator->(),
+        [&] {
+            Fill(
+                *held.operator->(), [] {}, 0, 1);
+        },
+        0, 1);
+    mgr->ClearAllCaches();
+    EXPECT_FALSE(Has(*held.operator->(), 0));
 }
 
 // A flush tears the managers down, so they must be empty by then.

@@ -199,6 +199,16 @@ TEST_F(KeptFrame, BuildingAgainKeepsTheGraph) {
     EXPECT_EQ(graph->mColumns, 80);
 }
 
+TEST(GraphCutWrapper, StrokesGoOnFromAFrameThatWasOnlyBuilt) {
+    const Scene scene(80, 60);
+    const auto foreground = scene.ForegroundStrokes(), background = scene.BackgroundStrokes();
+    GraphCutWrapper cut, built;
+    built.BuildImageGraph(scene.mPixels.data(), {0, 0, 80, 60}, scene.mRowBytes);
+    EXPECT_EQ(PixelsOf(built.ComputeLabelImage(nullptr, 0, foreground, background,
+                                               ImageOf(80, 60, PixelsOf(foreground)))),
+              PixelsOf(FirstCut(cut, scene, foreground, background)));
+}
+
 // ---- Broken contracts ----------------------------------------------------------------
 
 struct BrokenContracts : KeptFrame {

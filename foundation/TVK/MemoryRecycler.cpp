@@ -63,10 +63,11 @@ void* AllocateFromSystem(std::size_t inSize) {
     constexpr std::size_t kMostFilled = std::size_t{64} << 20;
     const bool isHuge = inSize >= kHugePage / 2;
     const std::size_t size = isHuge ? std::max(inSize, kHugePage) : inSize;
-    void* const block = std::aligned_alloc(isHuge ? kHugePage : kPage, size);
-    if (block && isHuge) madvise(block, size / kHugePage * kHugePage, MADV_HUGEPAGE);
-    if (block && size >= kLeastFilled && size <= kMostFilled)
-        madvise(block, size / kPage * kPage, MADV_POPULATE_WRITE);
+    void* block = nullptr;  // std::aligned_alloc wants a multiple of the alignment
+    if (posix_memalign(&block, isHuge ? kHugePage : kPage, size) != 0) return nullptr;
+    if (isHuge) madvise(block, size / kHugePage * kHugePage, MADV_HUGEPAGE);
+    if (inSize >= kLeastFilled && inSize <= kMostFilled)
+        madvise(block, inSize / kPage * kPage, MADV_POPULATE_WRITE);
     return block;
 }
 
@@ -161,10 +162,43 @@ struct MemoryRecycler::Pool {
         mUnusedBytes -= ClassSize(inBlock->mClass);
     }
 
+    void CountUse(std::size_t inBytes) DP_REQUIRES(mMutex) {
+        mUsedBytes += inBytes;
+        mMostUsedBytes = std::max(mMostUsedBytes, mUsedBytes);
+    }
+
     // A block has come from the system: what is held in all stays within the bound.
     void KeepWithinBound() DP_REQUIRES(mMutex) {
-        mMostUsedBytes = std::max(mMostUsedBytes, mUsedBytes);
         FreeOldestDownTo(mMostUsedBytes + kSpareBytes - mUsedBytes);
+    }
+
+    // The class's last block, or null.
+    void* TakeUnused(int inClass) {
+        const PoolLock lock(mMutex);
+        UnusedBlock* const block = mTop[inClass];
+        if (!block) return nullptr;
+        Remove(block);
+        CountUse(ClassSize(inClass));
+        return block;
+    }
+
+    // A new block, or null. The system is asked without the lock, and once more when what
+    // lies unused here may be just what it lacks.
+    void* TakeFromSystem(int inClass) {
+        void* block = AllocateFromSystem(ClassSize(inClass));
+        if (!block && GiveBackUnused()) block = AllocateFromSystem(ClassSize(inClass));
+        if (!block) return nullptr;
+        const PoolLock lock(mMutex);
+        CountUse(ClassSize(inClass));
+        KeepWithinBound();
+        return block;
+    }
+
+    bool GiveBackUnused() {
+        const PoolLock lock(mMutex);
+        const bool hasUnused = mUnusedBytes > 0;
+        FreeOldestDownTo(0);
+        return hasUnused;
     }
 
     void FreeOldestDownTo(std::size_t inUnusedBytes) DP_REQUIRES(mMutex) {
@@ -211,25 +245,9 @@ ObjectPtr<MemoryRecycler> MemoryRecycler::Instance() {
 MemoryBuffer MemoryRecycler::AllocateBuffer(std::int64_t inSize) noexcept {
     const int sizeClass = ClassOf(inSize);
     if (sizeClass < 0 || !mPool) return {};
-    void* block = nullptr;
-    {
-        const PoolLock lock(mPool->mMutex);
-        mPool->mUsedBytes += ClassSize(sizeClass);
-        if (Pool::UnusedBlock* const unused = mPool->mTop[sizeClass]) {
-            mPool->Remove(unused);
-            mPool->mMostUsedBytes = std::max(mPool->mMostUsedBytes, mPool->mUsedBytes);
-            block = unused;
-        }
-    }
-    if (!block) {
-        block = AllocateFromSystem(ClassSize(sizeClass));
-        const PoolLock lock(mPool->mMutex);
-        if (!block) {
-            mPool->mUsedBytes -= ClassSize(sizeClass);
-            return {};
-        }
-        mPool->KeepWithinBound();
-    }
+    void* block = mPool->TakeUnused(sizeClass);
+    if (!block) block = mPool->TakeFromSystem(sizeClass);
+    if (!block) return {};
     AllowBytes(block, static_cast<std::size_t>(inSize), ClassSize(sizeClass));
     return {block, static_cast<std::uintptr_t>(sizeClass)};
 }
@@ -259,7 +277,7 @@ std::size_t MemoryRecycler::GetUnusedBytes() noexcept {
 std::size_t MemoryRecycler::GetMostUsedBytes() noexcept {
     if (!mPool) return 0;
     const PoolLock lock(mPool->mMutex);
-    return std::max(mPool->mMostUsedBytes, mPool->mUsedBytes);
+    return mPool->mMostUsedBytes;
 }
 
 std::size_t MemoryRecycler::GetUsedBytes() noexcept {
