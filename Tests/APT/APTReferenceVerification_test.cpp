@@ -109,7 +109,8 @@ std::vector<float> Interleaved(const std::vector<float>& inPlane, int inChannels
 }
 
 TEST_P(WarpAgainstThePlainForm, EveryPointHasTheSameParametersToTheBit) {
-    const auto [number, channels, halfWidth, halfHeight] = GetParam();
+    const int number = GetParam().mModel, channels = GetParam().mChannels;
+    const int halfWidth = GetParam().mHalfWidth, halfHeight = GetParam().mHalfHeight;
     const APTPatchShape shape{halfWidth, halfHeight, channels};
     const auto model = static_cast<APTMotionModel>(number);
     const auto whole = [&](const std::vector<float>& inFrame) {
