@@ -14,8 +14,8 @@
 
 namespace DP {
 
-/// Two maps under two mutexes that no thread holds together: the results, and one mutex
-/// for each key that was asked for and has not been stored since.
+/// Two maps under two mutexes that nothing of the library's own holds together: the results,
+/// and one mutex for each key that was asked for and has not been stored since.
 class DescriptorDataCache : public TVK::Object<DescriptorDataCache, IDescriptorDataCache> {
 public:
     int ClearCache() override DP_NO_THREAD_SAFETY_ANALYSIS;

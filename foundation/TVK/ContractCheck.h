@@ -42,8 +42,8 @@
 #define AssertWithMessage(inFunction, inMessage) \
     AssertWithMessageIn(__FILE__, inFunction, inMessage)
 
-/// The same in a template that stands in a header: the report names `inFile`, the source that
-/// the template is a part of.
+/// The same where the code stands in another file than the source it counts as a part of: the
+/// report names `inFile`.
 #define AssertWithMessageIn(inFile, inFunction, inMessage)                                    \
     do {                                                                                      \
         static std::atomic<bool> sHidden{false};                                              \

@@ -23,7 +23,8 @@ struct MemoryBuffer {
 /// Blocks are kept by size class: four classes to the power of two, from 4 KiB up, so at
 /// most a quarter of a block is waste. Each is aligned to 64 bytes. Blocks from 1 MiB up lie
 /// on huge pages where the system has them for who asks (on Linux: `madvise` or `always` in
-/// /sys/kernel/mm/transparent_hugepage/enabled); one below 2 MiB then takes a whole one.
+/// /sys/kernel/mm/transparent_hugepage/enabled); one below 2 MiB then takes a whole one and
+/// is counted by its class all the same.
 ///
 /// Bound: used and unused blocks together take no more than what was in use at once since
 /// the last `Trim`, and `kSpareBytes`. So a run that needs as much as before asks the system

@@ -36,7 +36,9 @@ public:
     /// Removes the first computer of that source, and only that one; call again for more.
     virtual void RemoveDescriptorComputers(quillet::WideString inSourceID) = 0;
 
-    /// Removes every computer, also those that a property's destructor makes meanwhile.
+    /// Removes every computer, also those that a property's destructor makes meanwhile: it
+    /// does not end where there is always one more. A host that keeps the manager over a
+    /// flush calls this before it lets it go.
     virtual void RemoveAllDescriptorComputers() = 0;
 };
 
