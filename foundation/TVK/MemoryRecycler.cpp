@@ -61,7 +61,7 @@ void* AllocateFromSystem(std::size_t inSize) {
     constexpr std::size_t kHugePage = std::size_t{2} << 20;
     constexpr std::size_t kLeastFilled = std::size_t{64} << 10;
     constexpr std::size_t kMostFilled = std::size_t{64} << 20;
-    const bool isHuge = inSize >= kHugePage / 2;
+    const bool isHuge = inSize > kHugePage / 2;
     const std::size_t size = isHuge ? std::max(inSize, kHugePage) : inSize;
     void* block = nullptr;  // std::aligned_alloc wants a multiple of the alignment
     if (posix_memalign(&block, isHuge ? kHugePage : kPage, size) != 0) return nullptr;

@@ -21,7 +21,7 @@ struct MemoryBuffer {
 /// frame. **A block comes with whatever its last user left in it.**
 ///
 /// Blocks are kept by size class: four classes to the power of two, from 4 KiB up, so at
-/// most a quarter of a block is waste. Each is aligned to 64 bytes. Blocks from 1 MiB up lie
+/// most a quarter of a block is waste. Each is aligned to 64 bytes. Blocks above 1 MiB lie
 /// on huge pages where the system has them for who asks (on Linux: `madvise` or `always` in
 /// /sys/kernel/mm/transparent_hugepage/enabled); one below 2 MiB then takes a whole one and
 /// is counted by its class all the same.
