@@ -9,6 +9,12 @@ namespace DP {
 
 using quillet::threads::ScopeLock;
 
+bool DescriptorDataCache::KeyLess::operator()(const Ref<IDescriptorDataKey>& inFirst,
+                                              const Ref<IDescriptorDataKey>& inSecond) const {
+    if (inFirst == NULL || inSecond == NULL) return DataKeyLess()(inFirst, inSecond);
+    return inFirst->IsLessThan(inSecond);
+}
+
 bool DescriptorDataCache::GetCachedData(Ref<IDescriptorDataKey> inKey,
                                         Ref<IDescriptorData>& outData,
                                         RecursiveMutexPtr& outKeyMutex) {

@@ -34,14 +34,19 @@ private:
     void ForgetKeyMutex(const Ref<IDescriptorDataKey>& inKey);
     void StampNow(IDescriptorData& ioData) DP_REQUIRES(mDataMutex);
 
-    using DataMap = std::map<Ref<IDescriptorDataKey>, Ref<IDescriptorData>, DataKeyLess>;
+    // The order of DataKeyLess, without counting both keys once more in each comparison.
+    struct KeyLess {
+        bool operator()(const Ref<IDescriptorDataKey>& inFirst,
+                        const Ref<IDescriptorDataKey>& inSecond) const;
+    };
+    using DataMap = std::map<Ref<IDescriptorDataKey>, Ref<IDescriptorData>, KeyLess>;
 
     // The order is part of the layout: a mutex dies before the map that it guards.
     DataMap mDataMap DP_GUARDED_BY(mDataMutex);
     quillet::threads::RecursiveMutex mDataMutex;
     int mMaxEntries = 0;
     std::atomic<unsigned int> mTotalDataSize{0};  // written under mDataMutex, read without
-    std::map<Ref<IDescriptorDataKey>, RecursiveMutexPtr, DataKeyLess> mInFlightMap
+    std::map<Ref<IDescriptorDataKey>, RecursiveMutexPtr, KeyLess> mInFlightMap
         DP_GUARDED_BY(mInFlightMutex);
     quillet::threads::RecursiveMutex mInFlightMutex;
     DescriptorStopwatch mStopwatch DP_GUARDED_BY(mDataMutex);
