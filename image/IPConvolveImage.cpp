@@ -376,8 +376,11 @@ public:
           mInterior(inKernel.Radius(), inCols, inStep, inBlocks),
           mPhases(static_cast<std::size_t>(inStep), nullptr),
           mPixels(static_cast<std::size_t>(inStep) * static_cast<std::size_t>(mGroups + 1)) {
-        for (int m = 0; m < inKernel.mWidth; ++m)
-            mPhases[PhaseOf(m)] = mPixels.begin() + std::ptrdiff_t{PhaseOf(m)} * (mGroups + 1);
+        for (int m = 0; m < inKernel.mWidth; ++m) {
+            float* const phase = mPixels.begin() + std::ptrdiff_t{PhaseOf(m)} * (mGroups + 1);
+            mPhases[PhaseOf(m)] = phase;
+            mLines[m] = phase + (mInterior.mFirst + GroupOf(m));
+        }
     }
 
     void Convolve(const RowKernels& inKernels, const float* inRow, float* outRow) {
@@ -387,11 +390,7 @@ public:
         inKernels.mSplitPhases(inRow, mStep, mGroups, mPhases.data());
         for (int p = 0; p < mCols - mGroups * mStep; ++p)
             if (mPhases[p]) mPhases[p][mGroups] = inRow[mGroups * mStep + p];
-
-        const float* lines[MAX_KERNEL_WIDTH];
-        for (int m = 0; m < mKernel.mWidth; ++m)
-            lines[m] = mPhases[PhaseOf(m)] + (mInterior.mFirst + GroupOf(m));
-        inKernels.mWeightedSums(lines, mKernel.mTaps, mKernel.mWidth,
+        inKernels.mWeightedSums(mLines, mKernel.mTaps, mKernel.mWidth,
                                 mInterior.mEnd - mInterior.mFirst, outRow + mInterior.mFirst);
     }
 
@@ -410,6 +409,7 @@ private:
     BlockInterior mInterior;
     std::vector<float*> mPhases;  // null for those that no tap meets
     RecycledArray<float> mPixels;
+    const float* mLines[MAX_KERNEL_WIDTH];  // under each tap, for the first output
 };
 
 // Takes the rows of an image one after the other, from the top, and makes the samples.

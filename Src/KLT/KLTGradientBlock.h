@@ -29,6 +29,11 @@ public:
             Make(inImage, inX, inY);
     }
 
+    /// Has the processor read ahead what a search from (`inX`, `inY`) is going to: windows lie
+    /// all over the frame, and waiting for them took more time than the sums. Any position and
+    /// any size of image will do.
+    static void ReadAhead(const IP::Image<float>& inImage, float inX, float inY);
+
     /// The gradients along x and y.
     /// @{
     KLTPlane X() const { return {mX, kColumns, mFirstX, mFirstY}; }
@@ -45,9 +50,9 @@ private:
 
     long mFirstX = 0;
     long mFirstY = 0;
-    int mRows = 0;  // none yet
-    float mX[kMostRows * kColumns];
-    float mY[kMostRows * kColumns];
+    int mRows = 0;                               // none yet
+    alignas(64) float mX[kMostRows * kColumns];  // a row is a line of the cache
+    alignas(64) float mY[kMostRows * kColumns];
 };
 
 }  // namespace DP

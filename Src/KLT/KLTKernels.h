@@ -83,7 +83,8 @@ struct KLTKernels {
                           int inWidth, int inHeight, KLTSamples* outSamples);
 
     /// Gradients of `inRows` (at most 13) rows of 16 pixels by two kernels of seven taps:
-    /// the derivative along an axis and the Gaussian across it, horizontal pass first.
+    /// the derivative along an axis, whose middle tap is 0, and the Gaussian across it,
+    /// horizontal pass first. The pixels are finite.
     /// `inPixels` starts three rows and columns before the block, rows `inStride` apart.
     void (*mBlockGradients)(const float* inPixels, long inStride, const float* inGaussTaps,
                             const float* inDerivativeTaps, int inRows, float* outX,

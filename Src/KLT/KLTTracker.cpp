@@ -262,6 +262,14 @@ void DescendLevels(const std::vector<Level>& inFirst, const std::vector<Level>& 
     }
 }
 
+// Level 0 alone is larger than the caches near by.
+void ReadAhead(const std::vector<Level>& inFirst, const std::vector<Level>& inSecond,
+               const KLTFeature& inFeature) {
+    if (inFeature.mValue < 0 || inFirst.empty() || inSecond.empty()) return;
+    for (const FloatImage& image : {inFirst[0].mImage, inSecond[0].mImage})
+        KLTGradientBlock::ReadAhead(*image, inFeature.mX, inFeature.mY);
+}
+
 void RecordPoint(const Descent& inPoint, const IP::FrameView& inFrame,
                  const TrackingContext& inContext, KLTFeature& ioFeature) {
     const bool isOutside = inPoint.mStatus == kKLTOutOfBounds ||
@@ -321,7 +329,9 @@ FloatImage KLTTracker::TrackFeatures(const unsigned char* inPrevImage,
 
     for (std::size_t k = 0; k < inFeatureListPtrVec.size(); ++k) {
         KLTFeatureList working = *inFeatureListPtrVec[k];
-        for (KLTFeature& feature : working) {
+        for (std::size_t i = 0; i < working.size(); ++i) {
+            KLTFeature& feature = working[i];
+            if (i + 1 < working.size()) ReadAhead(firstLevels, secondLevels, working[i + 1]);
             if (feature.mValue < 0) continue;
             if (!hasPyramids) throw TVK::NullInterfaceException();
             Descent point = AtCoarsestScale(feature, context);
