@@ -1,5 +1,5 @@
 #!/bin/sh
-# Makes the pictures of README and Docs from the example host's own rendered clips.
+# Makes the pictures of README and Docs from the tool's own rendered clips.
 #
 #   Tools/make_pictures.sh [BUILD_FOLDER]      default: build
 #
@@ -7,7 +7,7 @@
 
 set -e
 root=$(cd "$(dirname "$0")/.." && pwd)
-host=${1:-$root/build}/Examples/descriptor-host
+host=${1:-$root/build}/Tool/descriptor-host
 pictures=$root/Docs/pictures
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT

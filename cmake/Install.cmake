@@ -3,7 +3,7 @@
 #   runtime      both shared libraries, and the notices of what they hold of others
 #   development  the public headers and those of the client layer, the links to link against,
 #                and the package files for find_package(descriptor) and for pkg-config
-#   tools        the example host, where it is built, its manual page, and the same notices
+#   tools        the tool, where it is built, its manual page, and the same notices
 #
 # Targets: descriptor::client, descriptor::descriptor and descriptor::foundation.
 

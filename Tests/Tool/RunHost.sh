@@ -1,5 +1,5 @@
 #!/bin/sh
-# Runs the example host as a person would, in a folder that is removed afterwards.
+# Runs the tool as a person would, in a folder that is removed afterwards.
 #
 #   RunHost.sh PROGRAM SCENARIO [MAN_PAGE]
 
