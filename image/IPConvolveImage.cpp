@@ -34,6 +34,7 @@
 #include "image/IPRowKernels.h"
 #include "image/PixelOps.h"
 #include "image/RecycledArray.h"
+#include "image/RoundedExp.h"
 
 namespace IP {
 namespace {
@@ -42,9 +43,6 @@ namespace {
 
 constexpr int kHalf = MAX_KERNEL_WIDTH / 2;
 constexpr float kCutOff = 0.01f;  // of the peak
-
-// C libraries differ in the last bit of the single form, so: in double, rounded once.
-float Exp(float inValue) { return static_cast<float>(std::exp(double{inValue})); }
 
 // The width that is left when the tails below the cut-off are taken away, two taps at a
 // time. A derivative whose taps all lie below it (a sigma that is tiny or negative) comes
@@ -83,12 +81,12 @@ void ComputeKernels(float inSigma, ConvolutionKernel& outGauss,
     float deriv[MAX_KERNEL_WIDTH];
     const float denominator = 2.0f * inSigma * inSigma;
     for (int i = -kHalf; i <= kHalf; ++i) {
-        gauss[i + kHalf] = Exp(static_cast<float>(-(i * i)) / denominator);
+        gauss[i + kHalf] = RoundedExp(static_cast<float>(-(i * i)) / denominator);
         deriv[i + kHalf] = static_cast<float>(-i) * gauss[i + kHalf];
     }
 
     const int gaussWidth = WidthAboveCutOff(gauss, 1.0f);
-    const int derivWidth = WidthAboveCutOff(deriv, inSigma * Exp(-0.5f));
+    const int derivWidth = WidthAboveCutOff(deriv, inSigma * RoundedExp(-0.5f));
     if (gaussWidth == MAX_KERNEL_WIDTH || derivWidth == MAX_KERNEL_WIDTH)
         AssertWithMessage(
             "IP::`anonymous-namespace'::ComputeKernels",

@@ -2,9 +2,9 @@
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
 
 #include "APT/APTPatchKernels.h"
+#include "image/RoundedExp.h"
 
 namespace DP {
 namespace {
@@ -153,16 +153,11 @@ void FillResidual(const float* inTemplate, const float* inPatch, const APTPatchS
 
 bool UpdateGains(const float* inUpdate, float inGainTolerance, float inOffsetTolerance,
                  int inChannels, float* ioGains) {
-    using Limits = std::numeric_limits<float>;
     bool isSmall = true;
     for (int c = 0; c < inChannels; ++c) {
         const float gainUpdate = inUpdate[2 * c];
         const float offsetUpdate = inUpdate[2 * c + 1];
-        // In double and rounded once: C libraries differ in the last bit.
-        const double exact = std::exp(static_cast<double>(gainUpdate));
-        const float factor = exact > static_cast<double>(Limits::max())
-                                 ? Limits::infinity()
-                                 : static_cast<float>(exact);
+        const float factor = IP::RoundedExp(gainUpdate);
         ioGains[2 * c] = ioGains[2 * c] * factor;
         ioGains[2 * c + 1] = (ioGains[2 * c + 1] + offsetUpdate) * factor;
         if (std::abs(gainUpdate) >= inGainTolerance ||

@@ -138,9 +138,9 @@ private:
                 ++before;
             if (before == mLast.live.end() || before->id != point.id) continue;
             const detail::Slot& back = inBack[static_cast<std::size_t>(point.slot)];
-            point.round_trip = back.mIsLive
-                                   ? std::hypot(back.mX - before->x, back.mY - before->y)
-                                   : std::numeric_limits<float>::infinity();
+            const double dx = back.mX - before->x, dy = back.mY - before->y;
+            point.round_trip = back.mIsLive ? static_cast<float>(std::sqrt(dx * dx + dy * dy))
+                                            : std::numeric_limits<float>::infinity();
             point.came_back = double(point.round_trip) <= mSettings.round_trip;
         }
     }
