@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "ColourPyramid/ReduceByTwo.h"
+#include "image/ReadAhead.h"
 
 namespace DP {
 namespace {
@@ -59,6 +60,12 @@ const float* APTImagePyramid::GetBlock(int inLevel, int inX, int inY, int inLast
     return level.mPixels + inY * GetRowLength(inLevel) + std::ptrdiff_t{inX} * mChannels;
 }
 
+void APTImagePyramid::ReadAhead(float inX, float inY, int inReachX, int inReachY) const {
+    if (mChannels != 1 || mLevels.empty()) return;
+    IP::ReadAhead({mLevels[0].mPixels, mLevels[0].mWidth, mLevels[0].mHeight}, inX, inY,
+                  inReachX, inReachY);
+}
+
 // The tile's part of the level: a frame of zeros around the reduced interior. A level whose
 // source is too small to be reduced is all zero.
 void APTImagePyramid::MakeTile(int inLevel, int inTileColumn, int inTileRow) {
@@ -70,6 +77,7 @@ void APTImagePyramid::MakeTile(int inLevel, int inTileColumn, int inTileRow) {
     const int bottom = std::min(top + kTileHeight, level.mHeight);
     const bool isReduced =
         GetWidth(inLevel - 1) >= 3 && GetHeight(inLevel - 1) >= 3 && IsReducible(channels);
+    constexpr int kRowsAhead = 2, kFloatsOfALine = 16;  // the frame is far away
     const int innerLeft = std::max(left, 1);
     const int innerRight = std::min(right, level.mWidth - 1);
 
@@ -79,6 +87,9 @@ void APTImagePyramid::MakeTile(int inLevel, int inTileColumn, int inTileRow) {
         if (!isReduced || y == 0 || y == level.mHeight - 1 || innerLeft >= innerRight) continue;
         const float* const source =
             GetBlock(inLevel - 1, 2 * innerLeft - 1, 2 * y, 2 * innerRight - 1, 2 * y);
+        if (inLevel == 1 && y + kRowsAhead < bottom)
+            for (int x = 0; x < 2 * (innerRight - innerLeft) * mChannels; x += kFloatsOfALine)
+                __builtin_prefetch(source + 2 * kRowsAhead * GetRowLength(0) + x);
         ReduceRow(source - (2 * innerLeft - 1) * mChannels, channels,
                   static_cast<std::size_t>(innerLeft), static_cast<std::size_t>(innerRight),
                   row + innerLeft * mChannels);

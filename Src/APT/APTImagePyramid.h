@@ -47,6 +47,9 @@ public:
     /// inside the level. The pixels of the block, and of no other place, can be read.
     const float* GetBlock(int inLevel, int inX, int inY, int inLastX, int inLastY);
 
+    /// Fetches the block of level 0 round a position, as far as it lies inside.
+    void ReadAhead(float inX, float inY, int inReachX, int inReachY) const;
+
 private:
     struct Level {
         int mWidth = 0;

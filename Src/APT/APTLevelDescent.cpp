@@ -6,28 +6,49 @@ namespace DP {
 
 int APTLevelDescent::Run(int inLevels, int inMostIterations, APTPoint inPoint, int inCount,
                          const float* inStart, float* outResult) {
-    float scale = 1.0f;  // powers of two: as exact as halving again and again
-    for (int start = 0; start < inLevels; ++start, scale *= 0.5f) {
-        std::copy_n(inStart, inCount, mParameters);
-        mParameters[0] *= scale;
-        mParameters[1] *= scale;
-        if (!DescendFrom(start, inMostIterations, {inPoint.mX * scale, inPoint.mY * scale}))
-            continue;
-        std::copy_n(mParameters, inCount, outResult);
-        return start;
-    }
-    return -1;
+    Begin(inLevels, inMostIterations, inPoint, inCount, inStart);
+    while (!mIsDone)
+        Advance(Solve(mLevel, mPoint, mParameters));
+    return Finish(outResult);
 }
 
-bool APTLevelDescent::DescendFrom(int inStart, int inMostIterations, APTPoint inPoint) {
-    for (int level = inStart;; --level) {
-        if (!Converged(Solve(level, inPoint, mParameters), inMostIterations)) return false;
-        if (level == inStart && !Accept(level)) return false;
-        if (level == 0) return true;
-        mParameters[0] *= 2.0f;
-        mParameters[1] *= 2.0f;
-        inPoint = {inPoint.mX * 2.0f, inPoint.mY * 2.0f};
-    }
+void APTLevelDescent::Begin(int inLevels, int inMostIterations, APTPoint inPoint, int inCount,
+                            const float* inStart) {
+    mLevels = inLevels;
+    mMostIterations = inMostIterations;
+    mCount = inCount;
+    mFirstPoint = inPoint;
+    mFirstParameters = inStart;
+    BeginAt(0, 1.0f);
+}
+
+// Scales are powers of two: as exact as halving again and again.
+void APTLevelDescent::BeginAt(int inStart, float inScale) {
+    mStart = mLevel = inStart;
+    mScale = inScale;
+    mIsDone = inStart >= mLevels;
+    if (mIsDone) return;
+    std::copy_n(mFirstParameters, mCount, mParameters);
+    mParameters[0] *= inScale;
+    mParameters[1] *= inScale;
+    mPoint = {mFirstPoint.mX * inScale, mFirstPoint.mY * inScale};
+}
+
+void APTLevelDescent::Advance(int inAnswer) {
+    if (!Converged(inAnswer, mMostIterations) || (mLevel == mStart && !Accept(mLevel)))
+        return BeginAt(mStart + 1, mScale * 0.5f);
+    mIsDone = mLevel == 0;
+    if (mIsDone) return;
+    mParameters[0] *= 2.0f;
+    mParameters[1] *= 2.0f;
+    mPoint = {mPoint.mX * 2.0f, mPoint.mY * 2.0f};
+    --mLevel;
+}
+
+int APTLevelDescent::Finish(float* outResult) const {
+    if (mStart >= mLevels) return -1;
+    std::copy_n(mParameters, mCount, outResult);
+    return mStart;
 }
 
 }  // namespace DP

@@ -61,6 +61,16 @@ public:
     int Run(int inLevels, int inMostIterations, APTPoint inPoint, int inCount,
             const float* inStart, float* outResult);
 
+    /// The same level by level: who solves the levels tells the answers. `inStart` must stay
+    /// until `Finish`, which gives what `Run` returns.
+    /// @{
+    void Begin(int inLevels, int inMostIterations, APTPoint inPoint, int inCount,
+               const float* inStart);
+    bool IsDone() const { return mIsDone; }
+    void Advance(int inAnswer);
+    int Finish(float* outResult) const;
+    /// @}
+
 protected:
     ~APTLevelDescent() = default;
 
@@ -69,9 +79,26 @@ protected:
     /// Judges what was found at the level where the descent began.
     virtual bool Accept(int) { return true; }
 
-private:
-    bool DescendFrom(int inStart, int inMostIterations, APTPoint inPoint);
+    /// The level that is to be solved next.
+    /// @{
+    int GetLevel() const { return mLevel; }
+    APTPoint GetPoint() const { return mPoint; }
+    float* GetParameters() { return mParameters; }
+    /// @}
 
+private:
+    void BeginAt(int inStart, float inScale);
+
+    int mLevels = 0;
+    int mMostIterations = 0;
+    int mCount = 0;
+    APTPoint mFirstPoint{};
+    const float* mFirstParameters = nullptr;
+    int mStart = 0;       // where this descent began
+    float mScale = 1.0f;  // of that level
+    int mLevel = 0;
+    APTPoint mPoint{};
+    bool mIsDone = true;
     float mParameters[kAPTMaxParameters] = {};
 };
 

@@ -32,20 +32,9 @@ int RingFloats(const APTPatchShape& inShape) {
     return (inShape.GetColumns() + 2) * (inShape.GetRows() + 2) * inShape.mChannels;
 }
 
-// A symmetric 2 by 2 matrix, and its product with a vector.
-struct Inverse {
-    float m00;
-    float m01;
-    float m11;
-
-    APTPoint Apply(float inB0, float inB1) const {
-        return {m00 * inB0 + m01 * inB1, m01 * inB0 + m11 * inB1};
-    }
-};
-
 // By the determinant, without a test: a singular matrix gives infinities or NaN.
-Inverse InvertGradientMatrix(const APTPatchKernels& inKernels, const APTTemplate& inTemplate,
-                             const APTPatchShape& inShape) {
+APTInverse InvertGradientMatrix(const APTPatchKernels& inKernels, const APTTemplate& inTemplate,
+                                const APTPatchShape& inShape) {
     float sums[3];
     inKernels.mGradientSums(inTemplate, inShape.GetBlockFloats(), sums);
     const float h00 = 0.25f * sums[0];
@@ -149,7 +138,7 @@ private:
     APTTolerances mTolerances;
     const float* mGeometric[2];
     APTColumns mColumns;
-    Inverse mInverse{};
+    APTInverse mInverse{};
 };
 
 }  // namespace
@@ -300,44 +289,56 @@ int ParameterCount(APTMotionModel inModel, int inChannels) {
     }
 }
 
-namespace {
+// With what is sought in registers.
+APTTranslationSolver::APTTranslationSolver(APTWorkspace& ioWorkspace,
+                                           const APTTemplate& inTemplate,
+                                           const APTImageLevel& inLevel, APTPoint inPoint,
+                                           const APTSearch& inSearch, float* ioParameters)
+    : mWorkspace(ioWorkspace),
+      mTemplate(inTemplate),
+      mSampler(*ioWorkspace.mKernels, ioWorkspace.mShape, 0, inLevel),
+      mPoint(inPoint),
+      mTolerance(inSearch.mTolerances.mTranslation),
+      mMostIterations(inSearch.mMaxIterations),
+      mParameters(ioParameters),
+      mInverse(InvertGradientMatrix(*ioWorkspace.mKernels, inTemplate, ioWorkspace.mShape)),
+      mTranslation{ioParameters[0], ioParameters[1]} {}
 
-// The model of translation alone, with what it seeks in registers.
-int SolveTranslation(APTWorkspace& ioWorkspace, const APTTemplate& inTemplate,
-                     const APTImageLevel& inLevel, APTPoint inPoint, const APTSearch& inSearch,
-                     float* ioParameters) {
-    const APTPatchKernels& kernels = *ioWorkspace.mKernels;
-    const APTPatchShape& shape = ioWorkspace.mShape;
-    const Inverse inverse = InvertGradientMatrix(kernels, inTemplate, shape);
-    const APTBlockSampler sampler(kernels, shape, 0, inLevel);
-    float* const patch = ioWorkspace.mPatch.data();
-    const float tolerance = inSearch.mTolerances.mTranslation;
-    APTPoint t{ioParameters[0], ioParameters[1]};
-    for (int i = 0; i < inSearch.mMaxIterations; ++i) {
-        if (!sampler.Sample({inPoint.mX + t.mX, inPoint.mY + t.mY}, patch)) return -1 - i;
-        float sums[2];
-        kernels.mTranslationSums(inTemplate, patch, shape.GetBlockFloats(), sums);
-        const APTPoint d = inverse.Apply(0.5f * sums[0], 0.5f * sums[1]);
-        t.mX += d.mX;
-        t.mY += d.mY;
-        ioWorkspace.mUpdate[0] = d.mX;
-        ioWorkspace.mUpdate[1] = d.mY;
-        if (!(std::abs(d.mX) < tolerance && std::abs(d.mY) < tolerance)) continue;
-        ioParameters[0] = t.mX;
-        ioParameters[1] = t.mY;
-        return i;
+bool APTTranslationSolver::Iterate() {
+    mAnswer = mMostIterations;
+    if (mIteration >= mMostIterations) return false;
+    float* const patch = mWorkspace.mPatch.data();
+    APTPoint& t = mTranslation;
+    if (!mSampler.Sample({mPoint.mX + t.mX, mPoint.mY + t.mY}, patch)) {
+        mAnswer = -1 - mIteration;
+        return false;
     }
-    return inSearch.mMaxIterations;
+    float sums[2];
+    mWorkspace.mKernels->mTranslationSums(mTemplate, patch, mWorkspace.mShape.GetBlockFloats(),
+                                          sums);
+    const APTPoint d = mInverse.Apply(0.5f * sums[0], 0.5f * sums[1]);
+    t.mX += d.mX;
+    t.mY += d.mY;
+    mWorkspace.mUpdate[0] = d.mX;
+    mWorkspace.mUpdate[1] = d.mY;
+    if (!(std::abs(d.mX) < mTolerance && std::abs(d.mY) < mTolerance))
+        return ++mIteration < mMostIterations;
+    mParameters[0] = t.mX;
+    mParameters[1] = t.mY;
+    mAnswer = mIteration;
+    return false;
 }
-
-}  // namespace
 
 int SolveLevel(APTWorkspace& ioWorkspace, const APTTemplate& inTemplate,
                const APTImageLevel& inLevel, APTPoint inPoint, const APTSearch& inSearch,
                float* ioParameters) {
-    if (inSearch.mModel == kAPTModelTranslation)
-        return SolveTranslation(ioWorkspace, inTemplate, inLevel, inPoint, inSearch,
-                                ioParameters);
+    if (inSearch.mModel == kAPTModelTranslation) {
+        APTTranslationSolver solver(ioWorkspace, inTemplate, inLevel, inPoint, inSearch,
+                                    ioParameters);
+        while (solver.Iterate()) {
+        }
+        return solver.GetAnswer();
+    }
     const int failed = -2 - inSearch.mMaxIterations;
     const int count = ParameterCount(inSearch.mModel, ioWorkspace.mShape.mChannels);
     float* const current = ioWorkspace.mCurrent;
@@ -360,46 +361,52 @@ int SolveLevel(APTWorkspace& ioWorkspace, const APTTemplate& inTemplate,
 
 // ---- From coarse to fine -------------------------------------------------------------
 
-namespace {
+APTPatchSearch::APTPatchSearch(APTWorkspace& ioWorkspace, APTPatchPyramid& ioTemplates,
+                               APTImagePyramid& inPyramid, APTPoint inPoint,
+                               const APTSearch& inSearch, const float* inStart)
+    : mWorkspace(ioWorkspace), mTemplates(ioTemplates), mPyramid(inPyramid), mSearch(inSearch) {
+    Begin(ioTemplates.GetLevelCount(), inSearch.mMaxIterations, inPoint,
+          ParameterCount(inSearch.mModel, ioTemplates.GetShape().mChannels), inStart);
+}
 
-class PatchDescent final : public APTLevelDescent {
-public:
-    PatchDescent(APTWorkspace& ioWorkspace, APTPatchPyramid& ioTemplates,
-                 APTImagePyramid& inPyramid, const APTSearch& inSearch)
-        : mWorkspace(ioWorkspace),
-          mTemplates(ioTemplates),
-          mPyramid(inPyramid),
-          mSearch(inSearch) {}
-
-private:
-    int Solve(int inLevel, APTPoint inPoint, float* ioParameters) override {
-        return SolveLevel(mWorkspace, mTemplates.GetLevel(inLevel), {mPyramid, inLevel},
-                          inPoint, mSearch, ioParameters);
+bool APTPatchSearch::Step() {
+    if (IsDone()) return false;
+    if (mSearch.mModel != kAPTModelTranslation) {
+        Advance(Solve(GetLevel(), GetPoint(), GetParameters()));
+        return !IsDone();
     }
-    bool Accept(int inLevel) override {
-        float correlation = 0.0f;
-        return NormalisedCorrelation(mTemplates.GetLevel(inLevel).mTemplate,
-                                     mWorkspace.mPatch.data(), mTemplates.GetShape(),
-                                     correlation) &&
-               !(mSearch.mMinCorrelation > correlation);
-    }
+    if (!mTranslation)
+        mTranslation.emplace(mWorkspace, mTemplates.GetLevel(GetLevel()),
+                             APTImageLevel(mPyramid, GetLevel()), GetPoint(), mSearch,
+                             GetParameters());
+    if (mTranslation->Iterate()) return true;
+    const int answer = mTranslation->GetAnswer();
+    mTranslation.reset();
+    Advance(answer);
+    return !IsDone();
+}
 
-    APTWorkspace& mWorkspace;
-    APTPatchPyramid& mTemplates;
-    APTImagePyramid& mPyramid;
-    const APTSearch& mSearch;
-};
+int APTPatchSearch::Solve(int inLevel, APTPoint inPoint, float* ioParameters) {
+    return SolveLevel(mWorkspace, mTemplates.GetLevel(inLevel), {mPyramid, inLevel}, inPoint,
+                      mSearch, ioParameters);
+}
 
-}  // namespace
+bool APTPatchSearch::Accept(int inLevel) {
+    float correlation = 0.0f;
+    return NormalisedCorrelation(mTemplates.GetLevel(inLevel).mTemplate,
+                                 mWorkspace.mPatch.data(), mTemplates.GetShape(),
+                                 correlation) &&
+           !(mSearch.mMinCorrelation > correlation);
+}
 
 int AlignPatch(APTWorkspace& ioWorkspace, APTPatchPyramid& ioTemplates,
                APTImagePyramid& inPyramid, APTPoint inPoint, const APTSearch& inSearch,
                const float* inStart, float* outResult) {
-    const APTPatchShape& shape = ioTemplates.GetShape();
-    if (!shape.HasSupportedChannels()) return -1;
-    return PatchDescent(ioWorkspace, ioTemplates, inPyramid, inSearch)
-        .Run(ioTemplates.GetLevelCount(), inSearch.mMaxIterations, inPoint,
-             ParameterCount(inSearch.mModel, shape.mChannels), inStart, outResult);
+    if (!ioTemplates.GetShape().HasSupportedChannels()) return -1;
+    APTPatchSearch search(ioWorkspace, ioTemplates, inPyramid, inPoint, inSearch, inStart);
+    while (search.Step()) {
+    }
+    return search.Finish(outResult);
 }
 
 }  // namespace DP

@@ -5,6 +5,7 @@
 
 #pragma once
 
+#include <optional>
 #include <vector>
 
 #include "APT/APTImagePyramid.h"
@@ -111,6 +112,43 @@ private:
     int mBottom;
 };
 
+/// A symmetric 2 by 2 matrix, and its product with a vector.
+struct APTInverse {
+    float m00;
+    float m01;
+    float m11;
+
+    APTPoint Apply(float inB0, float inB1) const {
+        return {m00 * inB0 + m01 * inB1, m01 * inB0 + m11 * inB1};
+    }
+};
+
+/// The iterations of one level in the model of translation alone.
+class APTTranslationSolver {
+public:
+    /// As `SolveLevel`; all of them must outlive the solver.
+    APTTranslationSolver(APTWorkspace& ioWorkspace, const APTTemplate& inTemplate,
+                         const APTImageLevel& inLevel, APTPoint inPoint,
+                         const APTSearch& inSearch, float* ioParameters);
+
+    /// Does one iteration. False once there is an answer.
+    bool Iterate();
+    int GetAnswer() const { return mAnswer; }
+
+private:
+    APTWorkspace& mWorkspace;
+    APTTemplate mTemplate;
+    APTBlockSampler mSampler;
+    APTPoint mPoint;
+    float mTolerance;
+    int mMostIterations;
+    float* mParameters;
+    APTInverse mInverse;
+    APTPoint mTranslation;
+    int mIteration = 0;
+    int mAnswer = 0;
+};
+
 /// Solves one level, starting from and ending in `ioParameters`, which change only on
 /// convergence. `inPoint` is a position in that level. The answer is told by the questions
 /// of APTLevelDescent.h.
@@ -121,11 +159,35 @@ int SolveLevel(APTWorkspace& ioWorkspace, const APTTemplate& inTemplate,
 /// Number of parameters of a model: translation, then gain and offset of each channel.
 int ParameterCount(APTMotionModel inModel, int inChannels);
 
+/// The search of a point from coarse to fine, in steps: each waits for the one before it,
+/// but the steps of several points can be done in turns, so that the machine works on one
+/// point where it would wait for another.
+///
+/// The correlation limit is applied once in a descent, at the level where it begins.
+class APTPatchSearch final : public APTLevelDescent {
+public:
+    /// What is sought, the place of its templates, and where; all of them must outlive the
+    /// search. The point is one of level 0.
+    APTPatchSearch(APTWorkspace& ioWorkspace, APTPatchPyramid& ioTemplates,
+                   APTImagePyramid& inPyramid, APTPoint inPoint, const APTSearch& inSearch,
+                   const float* inStart);
+
+    /// Does an iteration, or in other models than translation a level. False at the end.
+    bool Step();
+
+private:
+    int Solve(int inLevel, APTPoint inPoint, float* ioParameters) override;
+    bool Accept(int inLevel) override;
+
+    APTWorkspace& mWorkspace;
+    APTPatchPyramid& mTemplates;
+    APTImagePyramid& mPyramid;
+    const APTSearch& mSearch;
+    std::optional<APTTranslationSolver> mTranslation;  // of the level that is being solved
+};
+
 /// Aligns a point: level 0 alone first, then from one level coarser, and so on. Returns the
 /// level of the start that succeeded, or -1 and leaves the result alone.
-///
-/// The point is one of level 0. The correlation limit is applied once in a descent, at the
-/// level where it begins.
 int AlignPatch(APTWorkspace& ioWorkspace, APTPatchPyramid& ioTemplates,
                APTImagePyramid& inPyramid, APTPoint inPoint, const APTSearch& inSearch,
                const float* inStart, float* outResult);

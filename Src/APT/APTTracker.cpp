@@ -45,8 +45,10 @@ void APTTracker::ApplyParams() {
     const APTPatchShape shape{static_cast<int>(mParams.mPatchHalfWidth),
                               static_cast<int>(mParams.mPatchHalfHeight), kChannels};
     const int levels = static_cast<int>(std::min(mParams.mPyramidLevels, kMostLevels));
-    mWorkspace.Init(shape);
-    mTemplates.Init(shape, levels);
+    for (Lane& lane : mLanes) {
+        lane.mWorkspace.Init(shape);
+        lane.mTemplates.Init(shape, levels);
+    }
     if (mParams.mVerifyAgainstReference)
         mVerification.Init(shape, levels, mParams.mMaxFeatures);
     mCapacity = mParams.mMaxFeatures;
@@ -145,33 +147,70 @@ void APTTracker::TrackFeatureList(const APTFeatureList& inFeatures,
     FinishStep(inFeatures, outFeatures);
 }
 
-// From frame to frame. A lost point leaves the position of its output record alone.
+// From frame to frame, some points in turns. A slot that was lost before stays free.
 void APTTracker::AlignFeatures(const APTFeatureList& inFeatures, APTFeatureList& outFeatures) {
     const APTSearch search = GetSearch(mParams.mTrackingModel);
     float start[kAPTMaxParameters] = {};
     for (int c = 0; c < kChannels; ++c)
         start[2 + 2 * c] = 1.0f;
-    float result[kAPTMaxParameters] = {};
     const std::size_t slots = std::min(inFeatures.size(), outFeatures.size());
-    for (std::size_t i = 0; i < slots; ++i) {
-        const APTFeature& from = inFeatures[i];
-        APTFeature& to = outFeatures[i];
-        if (from.mStatus < 0) {
-            to.mStatus = kAPTFeatureInactive;
-            continue;
+    std::size_t next = 0;
+    const auto beginNext = [&](Lane& outLane) {
+        for (; next < slots && inFeatures[next].mStatus < 0; ++next)
+            outFeatures[next].mStatus = kAPTFeatureInactive;
+        if (next == slots) return false;
+        BeginSearch(inFeatures[next], next, search, start, outLane);
+        ++next;
+        if (next < slots) ReadAhead(inFeatures[next]);
+        return true;
+    };
+    Lane* running[kSideBySide];
+    std::size_t count = 0;
+    for (Lane& lane : mLanes)
+        if (beginNext(lane)) running[count++] = &lane;
+    while (count > 0)
+        for (std::size_t k = 0; k < count;) {
+            Lane& lane = *running[k];
+            if (lane.mSearch->Step()) {
+                ++k;
+                continue;
+            }
+            RecordSearch(inFeatures[lane.mSlot], lane, outFeatures[lane.mSlot]);
+            lane.mSearch.reset();
+            if (!beginNext(lane)) running[k] = running[--count];
         }
-        const APTPoint point{from.mX, from.mY};
-        mTemplates.Locate(mPrevPyramid.GetLevelCount(), point, mPrevPyramid);
-        if (AlignPatch(mWorkspace, mTemplates, mCurrPyramid, point, search, start, result) <
-            0) {
-            to.mStatus = kAPTFeatureLost;
-            ++mLost;
-            continue;
-        }
-        to.mX = from.mX + result[0];
-        to.mY = from.mY + result[1];
-        to.mStatus = kAPTFeatureTracked;
+}
+
+void APTTracker::BeginSearch(const APTFeature& inFeature, std::size_t inSlot,
+                             const APTSearch& inSearch, const float* inStart, Lane& outLane) {
+    const APTPoint point{inFeature.mX, inFeature.mY};
+    outLane.mSlot = inSlot;
+    outLane.mTemplates.Locate(mPrevPyramid.GetLevelCount(), point, mPrevPyramid);
+    outLane.mSearch.emplace(outLane.mWorkspace, outLane.mTemplates, mCurrPyramid, point,
+                            inSearch, inStart);
+}
+
+// A lost point leaves the position of its output record alone.
+void APTTracker::RecordSearch(const APTFeature& inFeature, const Lane& inLane,
+                              APTFeature& outFeature) {
+    float result[kAPTMaxParameters];
+    if (inLane.mSearch->Finish(result) < 0) {
+        outFeature.mStatus = kAPTFeatureLost;
+        ++mLost;
+        return;
     }
+    outFeature.mX = inFeature.mX + result[0];
+    outFeature.mY = inFeature.mY + result[1];
+    outFeature.mStatus = kAPTFeatureTracked;
+}
+
+// What the search of a point reads first. The next frame's block has a pixel of motion more.
+void APTTracker::ReadAhead(const APTFeature& inFeature) const {
+    if (inFeature.mStatus < 0) return;
+    const APTPatchShape& shape = mLanes[0].mWorkspace.mShape;
+    for (const APTImagePyramid* const pyramid : {&mPrevPyramid, &mCurrPyramid})
+        pyramid->ReadAhead(inFeature.mX, inFeature.mY, shape.mHalfWidth + 2,
+                           shape.mHalfHeight + 2);
 }
 
 // Age and motion of the points that came through, and the end of those that stand still.

@@ -9,6 +9,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <vector>
 
 #include "APT/APTCornerSelection.h"
@@ -82,21 +83,33 @@ public:
                        const Lists& outFeatureListPtrVec);
 
 private:
+    // A point that is being searched, and where its search works.
+    struct Lane {
+        APTWorkspace mWorkspace;
+        APTPatchPyramid mTemplates;
+        std::size_t mSlot = 0;
+        std::optional<APTPatchSearch> mSearch;
+    };
+
     TVK::ParamRect<float> NormaliseRect(const TVK::ParamRect<float>& inRect, int inWidth,
                                         int inHeight) const;
     void TrackFeatureList(const APTFeatureList& inFeatures, APTFeatureList& outFeatures);
     void AlignFeatures(const APTFeatureList& inFeatures, APTFeatureList& outFeatures);
+    void ReadAhead(const APTFeature& inFeature) const;
+    void BeginSearch(const APTFeature& inFeature, std::size_t inSlot, const APTSearch& inSearch,
+                     const float* inStart, Lane& outLane);
+    void RecordSearch(const APTFeature& inFeature, const Lane& inLane, APTFeature& outFeature);
     void FinishStep(const APTFeatureList& inFeatures, APTFeatureList& ioFeatures) const;
     APTSearch GetSearch(APTMotionModel inModel) const;
 
     static constexpr int kChannels = 1;
+    static constexpr std::size_t kSideBySide = 3;
 
     std::size_t mCapacity = 0;  // slots of a list
     APTCornerSelection mSelection;
     APTImagePyramid mPrevPyramid;
     APTImagePyramid mCurrPyramid;
-    APTWorkspace mWorkspace;
-    APTPatchPyramid mTemplates;
+    Lane mLanes[kSideBySide];
     APTReferenceVerification mVerification;
     std::uint64_t mLost = 0;  // in the frame-to-frame stage; nothing reads it
 };

@@ -5,6 +5,7 @@
 
 #include "image/IPConvolveImage.h"
 #include "image/IPFramePyramids.h"
+#include "image/ReadAhead.h"
 
 namespace DP {
 namespace {
@@ -25,20 +26,8 @@ const Taps& GetTaps() {
 }  // namespace
 
 void KLTGradientBlock::ReadAhead(const IP::Image<float>& inImage, float inX, float inY) {
-    constexpr long kFloatsOfALine = 16;  // of the cache
-    constexpr float kAbove = kMostRows / 2 + kRadius;
-    constexpr float kBefore = kColumns / 2 + kRadius;
-    const long cols = inImage.GetColumns();
-    const long rows = inImage.GetRows();
-    if (!(inX >= kBefore && inX < static_cast<float>(cols) - kBefore) ||
-        !(inY >= kAbove && inY < static_cast<float>(rows) - kAbove))
-        return;
-    const float* const block = inImage.GetData() + static_cast<long>(inY - kAbove) * cols +
-                               static_cast<long>(inX - kBefore);
-    for (int row = 0; row < kMostRows + 2 * kRadius; ++row) {
-        __builtin_prefetch(block + row * cols);
-        __builtin_prefetch(block + row * cols + kFloatsOfALine);
-    }
+    IP::ReadAhead({inImage.GetData(), inImage.GetColumns(), inImage.GetRows()}, inX, inY,
+                  kColumns / 2 + kRadius, kMostRows / 2 + kRadius);
 }
 
 // The window in the middle; near an edge the block moves inward as far as it can. The first

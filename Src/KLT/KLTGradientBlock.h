@@ -29,9 +29,7 @@ public:
             Make(inImage, inX, inY);
     }
 
-    /// Has the processor read ahead what a search from (`inX`, `inY`) is going to: windows lie
-    /// all over the frame, and waiting for them took more time than the sums. Any position and
-    /// any size of image will do.
+    /// Fetches what a search from (`inX`, `inY`) is going to read. Any position will do.
     static void ReadAhead(const IP::Image<float>& inImage, float inX, float inY);
 
     /// The gradients along x and y.
