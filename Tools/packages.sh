@@ -7,6 +7,8 @@ HOST_PACKAGES="libavformat-dev libavcodec-dev libswscale-dev libavutil-dev libca
 TEST_PACKAGES="clang-14 libclang-rt-14-dev binutils make doxygen python3
     man-db libgtest-dev libgmock-dev libboost-graph-dev libmpfr-dev libgmp-dev gcovr xvfb xauth ffmpeg
     libmlt-dev melt"
+PYTHON_PACKAGES="python3-dev pybind11-dev python3-numpy python3-pytest mypy python3-av
+    python3-opencv python3-pandas python3-matplotlib"
 FORMAT_PACKAGE="clang-format-14"
 TIDY_PACKAGES="clang-14 clang-tidy-14 python3"
 PACKAGING_PACKAGES="dpkg-dev lintian doxygen python3"
