@@ -38,6 +38,10 @@ void KLTDescriptorWorkerItem::SetTracker(KLTTrackerPtr inKLTTracker) {
 }
 
 Ref<IDescriptorData> KLTDescriptorWorkerItem::ComputeData() {
+    return RunWatched([this] { return Compute(); });
+}
+
+Ref<IDescriptorData> KLTDescriptorWorkerItem::Compute() {
     FormatProgressText(" *** Computing Data (%d) **** \n", GetDataKey());
     if (mTracker == NULL || mCurrImage == NULL) return mData;
 

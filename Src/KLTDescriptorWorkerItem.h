@@ -4,13 +4,14 @@
 
 #include "DP/IKLTDescriptor.h"
 #include "DescriptorObjects.h"
+#include "InterruptibleItem.h"
 #include "KLTWrapper.h"
 
 namespace DP {
 
 class KLTDescriptorWorkerItem
     : public TVK::Object<KLTDescriptorWorkerItem, DescriptorWorkerItem,
-                         IKLTDescriptorWorkerItem> {
+                         IKLTDescriptorWorkerItem, InterruptibleItem> {
 public:
     void SetInputImages(IP::ImagePtr<unsigned char> inPrevImage,
                         IP::ImagePtr<unsigned char> inCurrImage,
@@ -24,6 +25,8 @@ public:
     Ref<IDescriptorData> ComputeData() override;
 
 private:
+    Ref<IDescriptorData> Compute();
+
     IP::ImagePtr<unsigned char> mPrevImage;
     IP::ImagePtr<unsigned char> mCurrImage;
     Ref<IDescriptorData> mPrevData;

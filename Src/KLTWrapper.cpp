@@ -6,6 +6,7 @@
 #include "Image.h"
 #include "KLTDescriptorDataKey.h"
 #include "TVK/ContractCheck.h"
+#include "image/Interruption.h"
 
 namespace DP {
 
@@ -29,16 +30,19 @@ KLTFeatureListPtr KLTWrapper::UpdateTracking(const unsigned char* inPrevImage,
     if (inPrevData == NULL) {
         const long long frame = inDataKey->GetFrameNumber();
         mTracker->SetFirstFrame(frame);
+        IP::EnterStage(0.2, 1.0);
         mTracker->SelectGoodFeatures(inCurrImage, mCols, mRows, frame, WholeFrame(), results);
         return result;
     }
 
     const auto previous = Ref<IKLTDescriptorData>(inPrevData)->GetFeatureList();
     if (previous == NULL) throw TVK::NullInterfaceException();
+    IP::EnterStage(0.0, 0.6);
     const IP::ImagePtr<float> smoothed =
         mTracker->TrackFeatures(inPrevImage, inCurrImage, mCols, mRows,
                                 inDataKey->GetFrameNumber(), {previous}, results);
 
+    IP::EnterStage(0.6, 1.0);
     // One selection fills all lost slots; the live features keep theirs.
     const Ref<KLTDescriptorDataKey> key(inDataKey);
     if (key != NULL && CountTrackedFeatures(result) < key->GetMinFeatures())

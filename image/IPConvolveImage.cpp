@@ -32,6 +32,7 @@
 
 #include "TVK/ContractCheck.h"
 #include "image/IPRowKernels.h"
+#include "image/Interruption.h"
 #include "image/PixelOps.h"
 #include "image/RecycledArray.h"
 #include "image/RoundedExp.h"
@@ -287,6 +288,7 @@ template <class RowOf, class RowDone>
 void RunTile(Passes& ioPasses, const Tile& inTile, RowOf inRowOf, RowDone inRowDone) {
     constexpr int kMargin = MAX_KERNEL_WIDTH / 2;
     for (int y = 0; y < ioPasses.mRows; ++y) {
+        Checkpoint(y, ioPasses.mRows);
         const float* const row =
             inRowOf(y, std::max(inTile.mFirst - kMargin, 0),
                     std::min(inTile.mEnd, ioPasses.mCols - kMargin) + kMargin);
@@ -546,8 +548,10 @@ void ComputeSmoothedSamples(ImagePtr<float> inImage, float inSigma, int inStep,
     ContractCheck(outSamples->GetData() != NULL);
     const std::ptrdiff_t cols = inImage->GetColumns();
     BlockSamples samples(gauss, inStep, inImage->GetColumns(), inImage->GetRows(), *outSamples);
-    for (int y = 0; y < inImage->GetRows(); ++y)
+    for (int y = 0; y < inImage->GetRows(); ++y) {
+        Checkpoint(y, inImage->GetRows());
         samples.AddRow(y, inImage->GetData() + y * cols);
+    }
 }
 
 void ComputeSmoothedBytesAndSamples(const unsigned char* inBytes, float inSigma,

@@ -9,6 +9,7 @@
 #include "External/graphcut/MWSegmentWindowFill.h"
 #include "External/graphcut/SquaredRadius.h"
 #include "TVK/ContractCheck.h"
+#include "image/Interruption.h"
 
 namespace {
 
@@ -70,7 +71,8 @@ unsigned int SegmentPlanes(const Request& inRequest) {
     const FillArea area{0, 0, inRequest.mColumns - 1, inRequest.mRows - 1};
     constexpr unsigned int kFirstRegion = 2;
     unsigned int region = kFirstRegion;
-    for (int y = 0; y < inRequest.mRows; ++y)
+    for (int y = 0; y < inRequest.mRows; ++y) {
+        IP::Checkpoint(y, inRequest.mRows);
         for (int x = 0; x < inRequest.mColumns; ++x) {
             if (row(y)[x] != 0) continue;
             if constexpr (kHasWindow)
@@ -84,6 +86,7 @@ unsigned int SegmentPlanes(const Request& inRequest) {
             SeedFill(x, y, area, fill);
             tell(x, y, fill.mFilled);
         }
+    }
     return region - kFirstRegion;
 }
 

@@ -140,7 +140,7 @@ struct MaxFlowSolver::PathsGivenBack {
 
 float MaxFlowSolver::AugmentLoop(const Deadline& inDeadline, AbortCallback* inAbort) {
     const PathsGivenBack whenDone{*this};
-    while (Grow()) {
+    while (Grow(inAbort)) {
         ++mTime;
         Augment();
         Adopt();
@@ -227,9 +227,11 @@ void MaxFlowSolver::FindSettledNodes() {
 // ---- Growth --------------------------------------------------------------------------
 
 // True with `mMeetingArc` set if the trees touch; the node that they touched at stays at
-// the front of the active list.
-bool MaxFlowSolver::Grow() {
-    while (!mActive.IsEmpty()) {
+// the front of the active list. So does the next node where growth is aborted.
+bool MaxFlowSolver::Grow(AbortCallback* inAbort) {
+    constexpr unsigned int kNodesAtOnce = 1024;
+    for (unsigned int grown = 1; !mActive.IsEmpty(); ++grown) {
+        if (grown % kNodesAtOnce == 0 && inAbort && inAbort->ShouldAbort(1)) return false;
         const unsigned int node = mActive.Front();
         if (!(mMarks[node] & kSettled) && GrowFrom(node)) return true;
         MakePassive(node);

@@ -83,7 +83,7 @@ private:
                          unsigned int inToSinkArc, float& ioIn, float& ioOut);
     void FindSettledNodes();
     float AugmentLoop(const Deadline& inDeadline, AbortCallback* inAbort);
-    bool Grow();
+    bool Grow(AbortCallback* inAbort);
     bool GrowFrom(unsigned int inNode);
     bool MeetsTerminal(unsigned int inNode, unsigned char inTree);
     void MeetOn(unsigned int inArc);

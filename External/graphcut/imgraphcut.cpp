@@ -25,6 +25,7 @@
 #include "External/graphcut/MaxFlowSolver.h"
 #include "External/graphcut/SquaredRadius.h"
 #include "TVK/ContractCheck.h"
+#include "image/Interruption.h"
 
 using graphcut::NeighborOffset;
 
@@ -139,8 +140,10 @@ void ImageGraph::BuildRegionGraph(const void* inPlane0, const void* inPlane1,
     const std::size_t pixels =
         static_cast<std::size_t>(mRows) * static_cast<unsigned>(mColumns);
     mHasNoEnergies = mPixelSourceEnergies.empty() && mPixelSinkEnergies.empty();
-    mPixelSourceEnergies.resize(pixels, 0.0f);
-    mPixelSinkEnergies.resize(pixels, 0.0f);
+    for (auto* const energies : {&mPixelSourceEnergies, &mPixelSinkEnergies}) {
+        IP::Checkpoint(0, 1);
+        energies->resize(pixels, 0.0f);
+    }
     mMaxRegionPixels = SquareOrMost(2 * std::int64_t{inRadius} + 1);
 }
 
@@ -450,6 +453,7 @@ void ImageGraph::AddBorders(const Energies& inEnergies, Links& ioLinks, Run inRu
     RowBorders borders(mColumns);
     for (const GraphRow row :
          GraphRows(*this, area.mRows, area.mColumns, area.mLeft, area.mTop)) {
+        IP::Checkpoint(row.mY, mRows);
         const RowOffsets usable(offsets, row.mY, mColumns, inEnergies.RowStride());
         const unsigned int* const nodes = mNodeImage.get() + row.mY * mColumns;
         borders.Find(inEnergies, usable, nodes, mDefaultNode, row.mFirstX, row.mEndX,

@@ -28,6 +28,7 @@
 #include <limits>
 
 #include "APT/APTCornerRows.h"
+#include "image/Interruption.h"
 
 namespace DP {
 namespace {
@@ -113,6 +114,7 @@ float APTCornerSelection::CollectCorners(const APTPixelRange& inRange,
     mStream.Start(mImage, mWidth, mHeight, range);
     while (!(GetThreshold(largest) > inDropped) && mStream.NextRow()) {
         const int y = mStream.GetRowNumber() - 1;
+        IP::Checkpoint(y, mHeight);
         if (y < range.mTop) continue;
         const float* const row = mStream.GetRow(y);
         const int count =

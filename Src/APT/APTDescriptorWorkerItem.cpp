@@ -24,6 +24,10 @@ void APTDescriptorWorkerItem::SetTracker(APTTrackerPtr inAPTTracker) {
 }
 
 Ref<IDescriptorData> APTDescriptorWorkerItem::ComputeData() {
+    return RunWatched([this] { return Compute(); });
+}
+
+Ref<IDescriptorData> APTDescriptorWorkerItem::Compute() {
     if (mTracker != NULL && mCurrImage != NULL) {
         APTWrapper wrapper(mHeight, mWidth, mTracker);
         const APTFeatureListPtr features =

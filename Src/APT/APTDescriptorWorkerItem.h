@@ -5,12 +5,13 @@
 #include "APT/APTTracker.h"
 #include "DP/IAPTDescriptor.h"
 #include "DescriptorObjects.h"
+#include "InterruptibleItem.h"
 
 namespace DP {
 
 class APTDescriptorWorkerItem
     : public TVK::Object<APTDescriptorWorkerItem, DescriptorWorkerItem,
-                         IAPTDescriptorWorkerItem> {
+                         IAPTDescriptorWorkerItem, InterruptibleItem> {
 public:
     void SetInputs(IP::ImagePtr<float> inPrevImage, IP::ImagePtr<float> inCurrImage,
                    Ref<IAPTDescriptorData> inPrevData, unsigned int inWidth,
@@ -23,6 +24,8 @@ public:
     Ref<IDescriptorData> ComputeData() override;
 
 private:
+    Ref<IDescriptorData> Compute();
+
     IP::ImagePtr<float> mPrevImage;
     IP::ImagePtr<float> mCurrImage;
     Ref<IAPTDescriptorData> mPrevData;

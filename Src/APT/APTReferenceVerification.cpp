@@ -8,6 +8,7 @@
 #include <cmath>
 
 #include "Lapack/Cholesky.h"
+#include "image/Interruption.h"
 
 namespace DP {
 namespace {
@@ -316,6 +317,7 @@ void APTReferenceVerification::VerifyFeatures(APTImagePyramid& inCurrent,
     for (std::size_t i = 0; i < slots; ++i) {
         APTFeature& feature = ioFeatures[i];
         if (feature.mStatus != kAPTFeatureTracked) continue;
+        IP::Checkpoint(std::int64_t(i), std::int64_t(slots));
         if (VerifyFeature(i, inCurrent, inSearch, feature)) continue;
         feature.mStatus = inSearch.mMinCorrelation > feature.mCorrelation
                               ? kAPTFeatureLowCorrelation

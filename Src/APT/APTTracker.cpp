@@ -2,9 +2,12 @@
 
 #include <algorithm>
 #include <cmath>
+#include <exception>
+#include <utility>
 
 #include "TVK/ContractCheck.h"
 #include "TVK/Exception.h"
+#include "image/Interruption.h"
 
 namespace DP {
 namespace {
@@ -116,6 +119,20 @@ void APTTracker::ReplenishFeatures(const float* inImage, int inWidth, int inHeig
 
 // ---- Tracking ------------------------------------------------------------------------
 
+APTTracker::StepGuard::StepGuard(APTTracker& ioTracker)
+    : mTracker(ioTracker), mFailures(std::uncaught_exceptions()) {
+    if (IP::IsWatched())
+        mBefore.emplace(
+            Memory{ioTracker.mVerification, ioTracker.mLost, ioTracker.mStartFrame});
+}
+
+APTTracker::StepGuard::~StepGuard() {
+    if (!mBefore || std::uncaught_exceptions() == mFailures) return;
+    mTracker.mVerification = std::move(mBefore->mVerification);
+    mTracker.mLost = mBefore->mLost;
+    mTracker.mStartFrame = mBefore->mStartFrame;
+}
+
 void APTTracker::TrackFeatures(const float* inPrevImage, const float* inCurrImage, int inWidth,
                                int inHeight, unsigned int, const Lists& inFeatureListPtrVec,
                                const Lists& outFeatureListPtrVec) {
@@ -159,6 +176,7 @@ void APTTracker::AlignFeatures(const APTFeatureList& inFeatures, APTFeatureList&
         for (; next < slots && inFeatures[next].mStatus < 0; ++next)
             outFeatures[next].mStatus = kAPTFeatureInactive;
         if (next == slots) return false;
+        IP::Checkpoint(std::int64_t(next), std::int64_t(slots));
         BeginSearch(inFeatures[next], next, search, start, outLane);
         ++next;
         if (next < slots) ReadAhead(inFeatures[next]);

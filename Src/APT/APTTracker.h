@@ -57,6 +57,10 @@ public:
     std::int32_t mTrackerTag = 0;   // the host's mark; nothing reads it
     quillet::WideString mSourceID;  // nothing reads it
 
+    /// Around a step that is watched (image/Interruption.h): if an exception ends it, takes
+    /// back what a further step would see of it, the references above all.
+    class StepGuard;
+
     APTTracker() = default;
     APTTracker(const APTTracker&) = delete;
     APTTracker& operator=(const APTTracker&) = delete;
@@ -112,6 +116,24 @@ private:
     Lane mLanes[kSideBySide];
     APTReferenceVerification mVerification;
     std::uint64_t mLost = 0;  // in the frame-to-frame stage; nothing reads it
+};
+
+class APTTracker::StepGuard {
+public:
+    explicit StepGuard(APTTracker& ioTracker);
+    ~StepGuard();
+    StepGuard(const StepGuard&) = delete;
+    StepGuard& operator=(const StepGuard&) = delete;
+
+private:
+    struct Memory {
+        APTReferenceVerification mVerification;
+        std::uint64_t mLost;
+        std::uint64_t mStartFrame;
+    };
+    APTTracker& mTracker;
+    int mFailures;
+    std::optional<Memory> mBefore;
 };
 
 using APTTrackerPtr = TVK::ObjectPtr<APTTracker>;

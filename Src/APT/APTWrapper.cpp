@@ -2,6 +2,7 @@
 
 #include "APT/APTDescriptorDataKey.h"
 #include "TVK/ContractCheck.h"
+#include "image/Interruption.h"
 
 namespace DP {
 
@@ -27,6 +28,7 @@ APTFeatureListPtr APTWrapper::ComputeFeatures(const float* inPrevImage,
     const int height = static_cast<int>(mHeight);
     const auto result = TVK::MakeObject<APTFeatureList>();
     const APTTracker::Lists output{result};
+    const APTTracker::StepGuard guard(*mTracker);
 
     if (inPrevData == NULL) {
         const long long frame = inDataKey->GetFrameNumber();
@@ -39,8 +41,10 @@ APTFeatureListPtr APTWrapper::ComputeFeatures(const float* inPrevImage,
     // The engine turns a null image or list down before it reads anything.
     const APTTracker::Lists input{inPrevData->GetFeatures()};
     const auto frame = static_cast<unsigned int>(inDataKey->GetFrameNumber());
+    IP::EnterStage(0.0, 0.6);
     mTracker->TrackFeatures(inPrevImage, inCurrImage, width, height, frame, input, output);
     const Ref<APTDescriptorDataKey> key(inDataKey);
+    IP::EnterStage(0.6, 1.0);
     if (CountLiveFeatures(result) < key->GetMinFeatures())
         mTracker->ReplenishFeatures(inCurrImage, width, height, frame, {WholeFrame()}, output);
     return result;

@@ -21,6 +21,10 @@ void GraphCutDescriptorWorkerItem::SetInputs(
 }
 
 Ref<IDescriptorData> GraphCutDescriptorWorkerItem::ComputeData() {
+    return RunWatched([this] { return Compute(); });
+}
+
+Ref<IDescriptorData> GraphCutDescriptorWorkerItem::Compute() {
     // The one kind whose line of progress is sent.
     char text[128];
     std::snprintf(text, sizeof(text), " *** Computing Graph cut segmentation Data (%d) **** \n",

@@ -4,6 +4,7 @@
 
 #include "DP/IGraphCutDescriptor.h"
 #include "DescriptorObjects.h"
+#include "InterruptibleItem.h"
 
 namespace DP {
 
@@ -11,7 +12,7 @@ namespace DP {
 /// on the same one.
 class GraphCutDescriptorWorkerItem
     : public TVK::Object<GraphCutDescriptorWorkerItem, DescriptorWorkerItem,
-                         IGraphCutDescriptorWorkerItem> {
+                         IGraphCutDescriptorWorkerItem, InterruptibleItem> {
 public:
     void SetInputs(const unsigned char* inRGBImage, unsigned int inRowBytes,
                    IP::ImagePtr<unsigned char> inForegroundStrokeImage,
@@ -22,6 +23,8 @@ public:
     Ref<IDescriptorData> ComputeData() override;
 
 private:
+    Ref<IDescriptorData> Compute();
+
     const unsigned char* mRGBImage = nullptr;  // the host's
     unsigned int mRowBytes = 0;
     IP::ImagePtr<unsigned char> mForegroundStrokeImage;

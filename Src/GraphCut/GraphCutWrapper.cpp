@@ -10,6 +10,7 @@
 #include "External/graphcut/MaxFlowSolver.h"
 #include "Image.h"
 #include "TVK/ContractCheck.h"
+#include "image/Interruption.h"
 
 namespace DP {
 namespace {
@@ -100,6 +101,20 @@ bool CheckRowBytes(const FrameBounds& inRGBImageBounds, unsigned int inRowBytes)
     return true;
 }
 
+// A flow that is stopped leaves valid trees, so it must not be left by an exception.
+class WatchedFlow final : public AbortCallback {
+public:
+    bool ShouldAbort(int) override {
+        constexpr unsigned int kPathsAtOnce = 64;
+        if (!mIsStopped && mAsked++ % kPathsAtOnce == 0) mIsStopped = !IP::GoesOn(0, 1);
+        return mIsStopped;
+    }
+    bool mIsStopped = false;
+
+private:
+    unsigned int mAsked = 0;
+};
+
 }  // namespace
 
 GraphCutWrapper& GraphCutWrapper::Instance() {
@@ -117,6 +132,23 @@ Image GraphCutWrapper::ComputeLabelImage(const unsigned char* inRGBImage,
                                          unsigned int inRowBytes, Image inForegroundStrokeImage,
                                          Image inBackgroundStrokeImage,
                                          Image inCurrentLabelImage) {
+    try {
+        return Cut(inRGBImage, inRowBytes, inForegroundStrokeImage, inBackgroundStrokeImage,
+                   inCurrentLabelImage);
+    } catch (const IP::Interrupted&) {
+        if (inCurrentLabelImage == NULL) DropFrame();
+        throw;
+    }
+}
+
+void GraphCutWrapper::DropFrame() {
+    if (mImageGraph != NULL) mImageGraph->ReleaseGraph();
+    mImageGraph = nullptr;
+}
+
+Image GraphCutWrapper::Cut(const unsigned char* inRGBImage, unsigned int inRowBytes,
+                           Image inForegroundStrokeImage, Image inBackgroundStrokeImage,
+                           Image inCurrentLabelImage) {
     if (!CheckStrokes(inForegroundStrokeImage, inBackgroundStrokeImage, inCurrentLabelImage))
         return {};
     const int columns = inForegroundStrokeImage->GetColumns();
@@ -134,8 +166,7 @@ Image GraphCutWrapper::ComputeLabelImage(const unsigned char* inRGBImage,
 
     const Image result = NewImage(columns, rows);
     if (isNewFrame) {
-        if (mImageGraph != NULL) mImageGraph->ReleaseGraph();
-        mImageGraph = nullptr;
+        DropFrame();
         BuildImageGraph(inRGBImage, bounds, inRowBytes);
         if (!KeepsFrame(columns, rows)) return {};
         inCurrentLabelImage = NewImage(columns, rows);
@@ -154,9 +185,13 @@ Image GraphCutWrapper::ComputeLabelImage(const unsigned char* inRGBImage,
     mImageGraph->mValid = false;
     SetEnergies(inForegroundStrokeImage, inBackgroundStrokeImage, inCurrentLabelImage);
     constexpr double kNoTimeLimit = -1.0;
+    IP::EnterStage(isNewFrame ? 0.9 : 0.0, 1.0);
+    if (isNewFrame) IP::Checkpoint(0, 1);
+    WatchedFlow watched;
     RunMaxFlow(*mImageGraph->mFlowGraph, mImageGraph->mSourceNode, mImageGraph->mSinkNode,
-               *mImageGraph->mSegments, kNoTimeLimit, nullptr);
+               *mImageGraph->mSegments, kNoTimeLimit, IP::IsWatched() ? &watched : nullptr);
     mImageGraph->mValid = true;
+    if (watched.mIsStopped) throw IP::Interrupted();
     mImageGraph->UpdateLabels(mLabels->GetData(), mSegments);
     std::memcpy(result->GetData(), mLabels->GetData(), PixelCount(result));
     return result;
@@ -202,16 +237,25 @@ void GraphCutWrapper::BuildImageGraph(const unsigned char* inRGBImage,
     const Image red = NewImage(width, height);
     const Image green = NewImage(width, height);
     const Image blue = NewImage(width, height);
-    CAFU::SplitPackedPixels(inRGBImage, height, width, static_cast<int>(inRowBytes),
-                            red->GetData(), green->GetData(), blue->GetData());
+    constexpr int kRowsAtOnce = 64;
+    for (int y = 0; y < height; y += kRowsAtOnce) {
+        const std::ptrdiff_t place = std::ptrdiff_t{y} * width;
+        IP::Checkpoint(0, 1);
+        CAFU::SplitPackedPixels(inRGBImage + std::ptrdiff_t{y} * inRowBytes,
+                                std::min(kRowsAtOnce, height - y), width,
+                                static_cast<int>(inRowBytes), red->GetData() + place,
+                                green->GetData() + place, blue->GetData() + place);
+    }
     using quillet::utility::AsciiToUTF16;
     IP::WriteImageToPPM(*red, AsciiToUTF16(DP_FRAME_FOLDER "RedComOriginalImage.ppm"));
     IP::WriteImageToPPM(*green, AsciiToUTF16(DP_FRAME_FOLDER "GreenComOriginalImage.ppm"));
     IP::WriteImageToPPM(*blue, AsciiToUTF16(DP_FRAME_FOLDER "BlueComOriginalImage.ppm"));
 
+    IP::EnterStage(0.0, 0.7);
     mImageGraph->BuildRegionGraph(red->GetData(), green->GetData(), blue->GetData(), nullptr,
                                   height, width, 0, 0, width, kGraphCutPlaneCount,
                                   kGraphCutBitDepth, kRegionColourTolerance, kRegionRadius);
+    IP::EnterStage(0.7, 0.9);
     mImageGraph->SetNeighborEnergies(
         red->GetData(), green->GetData(), blue->GetData(), nullptr, height, width, 0, 0, width,
         kGraphCutPlaneCount, kGraphCutBitDepth, double{kNeighborEnergyScale},

@@ -34,7 +34,8 @@ struct FrameBounds {
 /// Threads: one computation at a time in the process.
 /// Errors: a broken precondition throws the contract error; the kept graph and the caller's
 ///   images stay as they were. `std::bad_alloc` passes through; what was half built is
-///   dropped by the next new frame.
+///   dropped by the next new frame. `IP::Interrupted` (image/Interruption.h) drops a new
+///   frame, and leaves a kept frame whole, with the stroke's energies and its flow so far.
 /// Frozen: the order of the members.
 class GraphCutWrapper {
 public:
@@ -67,6 +68,10 @@ public:
     const ImageGraph* GetImageGraph() const { return mImageGraph.Get(); }
 
 private:
+    Image Cut(const unsigned char* inRGBImage, unsigned int inRowBytes,
+              Image inForegroundStrokeImage, Image inBackgroundStrokeImage,
+              Image inCurrentLabelImage);
+    void DropFrame();
     bool KeepsFrame(int inColumns, int inRows) const;
     void SetEnergies(const Image& inForeground, const Image& inBackground,
                      const Image& inCurrentLabel);

@@ -24,6 +24,7 @@
 #include <utility>
 
 #include "KLT/KLTKernels.h"
+#include "image/Interruption.h"
 #include "image/RecycledArray.h"
 #include "image/Truncate.h"
 
@@ -112,6 +113,7 @@ std::size_t CollectPoints(const IP::Image<float>& inGradX, const IP::Image<float
     std::size_t written = 0;
     std::int64_t y = inBounds.mFirstY;
     while (y < inBounds.mEndY) {
+        IP::Checkpoint(y - inBounds.mFirstY, inBounds.mEndY - inBounds.mFirstY);
         const int outRows =
             static_cast<int>(std::min<std::int64_t>(rowsAtOnce, inBounds.mEndY - y));
         const int firstY = static_cast<int>(y) - inWindowHeight / 2;
@@ -206,6 +208,7 @@ SortedPoints::SortedPoints(PointList ioPoints, std::size_t inCount) {
 bool SortedPoints::NextFree(const unsigned char* inMap, SelectionPoint& outPoint) {
     while (!mParts.empty()) {
         if (!mIsListed && !ListFree(inMap)) {
+            IP::Checkpoint(0, 1);
             SplitPart();
             continue;
         }

@@ -25,6 +25,7 @@
 #include "KLT/KLTTrackerUtils.h"
 #include "TVK/ContractCheck.h"
 #include "image/IPConvolveImage.h"
+#include "image/Interruption.h"
 #include "image/RecycledArray.h"
 #include "image/Truncate.h"
 
@@ -331,6 +332,7 @@ FloatImage KLTTracker::TrackFeatures(const unsigned char* inPrevImage,
         KLTFeatureList working = *inFeatureListPtrVec[k];
         for (std::size_t i = 0; i < working.size(); ++i) {
             KLTFeature& feature = working[i];
+            IP::Checkpoint(std::int64_t(i), std::int64_t(working.size()));
             if (i + 1 < working.size()) ReadAhead(firstLevels, secondLevels, working[i + 1]);
             if (feature.mValue < 0) continue;
             if (!hasPyramids) throw TVK::NullInterfaceException();

@@ -24,6 +24,10 @@ void RegionTrackerDescriptorWorkerItem::SetTracker(TVK::ObjectPtr<APTTracker> in
 }
 
 Ref<IDescriptorData> RegionTrackerDescriptorWorkerItem::ComputeData() {
+    return RunWatched([this] { return Compute(); });
+}
+
+Ref<IDescriptorData> RegionTrackerDescriptorWorkerItem::Compute() {
     FormatProgressText(" *** Computing Data (%d) **** \n", GetDataKey());
     if (mTracker == NULL || mCurrImage == NULL) return mResult;
 

@@ -5,12 +5,13 @@
 #include "APT/APTTracker.h"
 #include "DP/IRegionTrackerDescriptor.h"
 #include "DescriptorObjects.h"
+#include "InterruptibleItem.h"
 
 namespace DP {
 
 class RegionTrackerDescriptorWorkerItem
     : public TVK::Object<RegionTrackerDescriptorWorkerItem, DescriptorWorkerItem,
-                         IRegionTrackerDescriptorWorkerItem> {
+                         IRegionTrackerDescriptorWorkerItem, InterruptibleItem> {
 public:
     void SetInputs(IP::ImagePtr<float> inPrevImage, IP::ImagePtr<float> inCurrImage,
                    Ref<IRegionTrackerDescriptorData> inPrevData, unsigned int inWidth,
@@ -24,6 +25,8 @@ public:
     Ref<IDescriptorData> ComputeData() override;
 
 private:
+    Ref<IDescriptorData> Compute();
+
     Ref<IRegionTrackerDescriptorData> mPrevData;
     IP::ImagePtr<float> mPrevImage;
     IP::ImagePtr<float> mCurrImage;

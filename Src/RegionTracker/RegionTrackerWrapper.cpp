@@ -7,6 +7,7 @@
 #include "Image.h"
 #include "RegionTracker/RegionOf.h"
 #include "TVK/ContractCheck.h"
+#include "image/Interruption.h"
 #include "image/Truncate.h"
 
 namespace DP {
@@ -80,6 +81,7 @@ void RegionTrackerWrapper::UpdateRegion(const float* inPrevImage, const float* i
     ContractCheck(inCurrImage != NULL);
     ContractCheck(mTracker != NULL);
     outFeatures = TVK::MakeObject<APTFeatureList>();
+    const APTTracker::StepGuard guard(*mTracker);
     const APTFeatureListPtr prevFeatures = Ref<IAPTDescriptorData>(inPrevData)->GetFeatures();
     const RegionPtr prevRegion = inPrevData->GetRegion();
     if (prevFeatures != NULL) {
@@ -100,6 +102,7 @@ void RegionTrackerWrapper::TrackRegion(APTFeatureListPtr inPrevFeatures, RegionP
                                        APTFeatureListPtr& outFeatures, RegionPtr& outRegion) {
     Lists lists{outFeatures};
     const unsigned int frame = FrameOf(inDataKey);
+    IP::EnterStage(0.0, 0.6);
     mTracker->TrackFeatures(inPrevImage, inCurrImage, mCols, mRows, frame, {inPrevFeatures},
                             lists);
     outRegion = TVK::MakeObject<TVK::ParamRect<float>>();
@@ -108,6 +111,7 @@ void RegionTrackerWrapper::TrackRegion(APTFeatureListPtr inPrevFeatures, RegionP
     FitRegionMotion(outFeatures, inPrevFeatures, mRows, &RegionOf(inPrevRegion),
                     outRegion.Get(), groups, &selectedGroup);
 
+    IP::EnterStage(0.6, 1.0);
     const Rects rects{*outRegion};
     MarkFeaturesOutsideRects(rects, mRows, lists);
     mTracker->ReplenishFeatures(inCurrImage, mCols, mRows, frame, rects, lists);

@@ -15,6 +15,7 @@
 #include "DP/IFloatGreyImageDescriptor.h"
 #include "DP/IGraphCutDescriptor.h"
 #include "DP/IGreyImageDescriptor.h"
+#include "DP/IInterruptibleWorkerItem.h"
 #include "DP/IKLTDescriptor.h"
 #include "DP/InterfaceIDs.h"
 #include "Src/ClassIDs.h"
@@ -96,6 +97,8 @@ TEST(Slots, EveryOperationStandsWhereItWasFrozen) {
     EXPECT_EQ(SlotOf(&DP::IKLTDescriptorWorkerItem::SetInputImages), kFirst);
     EXPECT_EQ(SlotOf(&DP::IGraphCutDescriptorData::GetLabelImage), kFirst);
     EXPECT_EQ(SlotOf(&DP::IGraphCutDescriptorWorkerItem::SetInputs), kFirst);
+    EXPECT_EQ(SlotOf(&DP::IInterruptibleWorkerItem::SetProgressCallback), kFirst);
+    EXPECT_EQ(SlotOf(&DP::IInterruptibleWorkerItem::WasInterrupted), kFirst + 1);
     EXPECT_EQ(sAsked, std::size_t{DP_VIRTUAL_OPERATIONS}) << "of the public interfaces";
 }
 
@@ -127,7 +130,7 @@ const std::pair<const char*, TVK::InterfaceID> kRows[] = {
 };
 
 TEST(Identifiers, AllDifferButTheOnePairThatIsShared) {
-    ASSERT_GE(std::size(kRows), 55u) << "rows were lost";
+    ASSERT_GE(std::size(kRows), 56u) << "rows were lost";
     for (std::size_t i = 0; i < std::size(kRows); ++i)
         for (std::size_t j = i + 1; j < std::size(kRows); ++j) {
             const bool shared =
@@ -201,7 +204,7 @@ TEST(Identifiers, EveryObjectAnswersEveryQuestion) {
          "APTDescriptorData", "IDescriptorData", "DescriptorData"});
     ask("region item", DP::CreateDescriptorWorkerItem(DP::kDescriptorDataTypeRegionTracker),
         {"IRegionTrackerDescriptorWorkerItem", "RegionTrackerDescriptorWorkerItem",
-         "IDescriptorWorkerItem", "DescriptorWorkerItem"});
+         "IDescriptorWorkerItem", "DescriptorWorkerItem", "IInterruptibleWorkerItem"});
     ask("computer manager", DP::CreateDescriptorComputerMgr(),
         {"IDescriptorComputerMgr", "DescriptorComputerMgr"});
     const auto caches = DP::CreateDescriptorDataCacheMgr();

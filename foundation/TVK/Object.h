@@ -16,6 +16,7 @@
 //     one                                    it                       the same address
 //     kind's interface, framework class      first                    by name
 //     framework class, kind's interface      second                   by name
+//     the same and further interfaces        second                   by name
 //
 // A derived class has a new count behind its base's members; the base's count stays 0.
 
@@ -42,8 +43,8 @@ template <class First, class... Second>
 struct IdentityOf {
     using Type = First;
 };
-template <class First, class Second>
-struct IdentityOf<First, Second> {
+template <class First, class Second, class... Further>
+struct IdentityOf<First, Second, Further...> {
     using Type = std::conditional_t<IsClass<First>, Second, First>;
 };
 

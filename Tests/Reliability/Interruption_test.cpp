@@ -1,0 +1,317 @@
+// A computation that is stopped, at each of its checkpoints in turn, leaves nothing behind:
+// the same request made again, and all that follow, give what they give undisturbed.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <functional>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "DP/DescriptorFactory.h"
+#include "DP/IAPTDescriptor.h"
+#include "DP/IGraphCutDescriptor.h"
+#include "DP/IInterruptibleWorkerItem.h"
+#include "DP/IKLTDescriptor.h"
+#include "DP/IRegionTrackerDescriptor.h"
+#include "GraphCut/Scene.h"
+#include "Scenarios/Digest.h"
+#include "Support/Images.h"
+#include "Support/Reports.h"
+#include "Support/Textures.h"
+#include "Support/WideStrings.h"
+
+namespace {
+
+using DP::IDescriptorData;
+using DP::IDescriptorWorkerItem;
+using DP::IInterruptibleWorkerItem;
+using DP::Ref;
+using Scenarios::Digest;
+using Testing::Wide;
+
+constexpr int kCols = 64, kRows = 48, kFrames = 4, kPoints = 20;
+
+using MakeItem = std::function<Ref<IDescriptorWorkerItem>()>;
+
+// Makes requests, says stop once, at the checkpoint that it was made for, and asks again then.
+class Host {
+public:
+    explicit Host(long inStopAt) : mStopAt(inStopAt) {}
+
+    Ref<IDescriptorData> Request(const Ref<DP::IDescriptorProperty>& inProperty,
+                                 const MakeItem& inMake) {
+        const auto computer = DP::CreateDescriptorComputer(inProperty);
+        for (;;) {
+            const auto item = inMake();
+            const Ref<IInterruptibleWorkerItem> interruptible(item);
+            if (mStopAt != 0) interruptible->SetProgressCallback(&Host::GoesOn, this);
+            mLastDone = 0;
+            const auto result = computer->GetDescriptorData(item, true);
+            if (!interruptible->WasInterrupted()) return result;
+            EXPECT_TRUE(result == NULL);
+            ExpectNothingHeld(inProperty->GetDescriptorDataType(), item->GetDataKey());
+        }
+    }
+
+    long Asked() const { return mAsked; }
+
+private:
+    static bool GoesOn(void* inHost, double inDone) {
+        Host& self = *static_cast<Host*>(inHost);
+        EXPECT_GE(inDone, self.mLastDone);
+        EXPECT_LE(inDone, 1.0);
+        self.mLastDone = inDone;
+        return ++self.mAsked != self.mStopAt;
+    }
+
+    // Another thread would wait for the key's mutex, which this one may take again.
+    static void ExpectNothingHeld(DP::DescriptorDataType inKind,
+                                  const Ref<DP::IDescriptorDataKey>& inKey) {
+        std::thread([&] {
+            const auto caches = DP::CreateDescriptorDataCacheMgr();
+            Ref<IDescriptorData> data;
+            DP::RecursiveMutexPtr mutex;
+            EXPECT_FALSE(
+                caches->GetDescriptorDataCache(inKind)->GetCachedData(inKey, data, mutex));
+            mutex->Lock("Interruption_test");
+            mutex->Unlock();
+        }).join();
+    }
+
+    long mStopAt;  // 0: without a callback
+    long mAsked = 0;
+    double mLastDone = 0;
+};
+
+// ---- What is requested ---------------------------------------------------------------
+
+struct Case {
+    const char* mName;
+    void (*mRun)(Host&, Digest&);
+};
+void PrintTo(const Case& inCase, std::ostream* outStream) { *outStream << inCase.mName; }
+
+template <class List>
+void AddPoints(const List& inList, Digest& ioDigest) {
+    for (const auto& point : *inList) {
+        ioDigest.AddFloat(point.mX);
+        ioDigest.AddFloat(point.mY);
+        ioDigest.AddInteger(point.mAge);
+    }
+}
+
+IP::ImagePtr<float> Frame(int inNumber) {
+    return Testing::ImageOf<float>(
+        kCols, kRows, Testing::TexturedFrame(kCols, kRows, 1.5 * inNumber, -0.5 * inNumber));
+}
+
+// Points that are lost are replaced at every step: all of them are wanted.
+void RunKLT(Host& ioHost, Digest& ioDigest) {
+    const auto property = DP::CreateKLTDescriptorProperty(kPoints, 1, 5, kPoints, Wide("clip"),
+                                                          DP::kDescriptorDataTypeKLT);
+    const auto frame = [](int inNumber) {
+        return Testing::ImageOf<unsigned char>(
+            kCols, kRows, Testing::TexturedBytes(kCols, kRows, 1.5 * inNumber, 0));
+    };
+    Ref<IDescriptorData> previous;
+    for (int number = 0; number < kFrames; ++number) {
+        previous = ioHost.Request(property, [&] {
+            const auto item = DP::CreateDescriptorWorkerItem(DP::kDescriptorDataTypeKLT);
+            item->SetDataKey(DP::CreateKLTDescriptorDataKey(Wide("clip"), number, 1, kPoints,
+                                                            kRows, kCols, 5, kPoints));
+            Ref<DP::IKLTDescriptorWorkerItem>(item)->SetInputImages(
+                number > 0 ? frame(number - 1) : nullptr, frame(number), previous);
+            return item;
+        });
+        AddPoints(Ref<DP::IKLTDescriptorData>(previous)->GetFeatureList(), ioDigest);
+    }
+}
+
+// With the verification, whose references live in the engine.
+void RunAPT(Host& ioHost, Digest& ioDigest) {
+    const auto property = DP::CreateAPTDescriptorProperty(kPoints, 1, 5, kPoints, Wide("clip"),
+                                                          DP::kDescriptorDataTypeAPT, 0.0f, 1);
+    Ref<IDescriptorData> previous;
+    for (int number = 0; number < kFrames; ++number) {
+        previous = ioHost.Request(property, [&] {
+            const auto item = DP::CreateDescriptorWorkerItem(DP::kDescriptorDataTypeAPT);
+            item->SetDataKey(DP::CreateAPTDescriptorDataKey(Wide("clip"), number, 1, kPoints,
+                                                            kRows, kCols, 5, kPoints, 0.0f, 1));
+            Ref<DP::IAPTDescriptorWorkerItem>(item)->SetInputs(
+                number > 0 ? Frame(number - 1) : nullptr, Frame(number),
+                Ref<DP::IAPTDescriptorData>(previous), kCols, kRows);
+            return item;
+        });
+        const auto features = Ref<DP::IAPTDescriptorData>(previous)->GetFeatures();
+        AddPoints(features, ioDigest);
+        for (const DP::APTFeature& feature : *features)
+            ioDigest.AddFloat(feature.mStatus == 0 ? feature.mCorrelation : 0.0f);
+    }
+}
+
+void RunRegion(Host& ioHost, Digest& ioDigest) {
+    const auto region = TVK::MakeObject<TVK::ParamRect<float>>(
+        TVK::ParamRect<float>{14.0f, 10.0f, 50.0f, 38.0f});
+    const auto property = DP::CreateRegionTrackerDescriptorProperty(
+        kPoints, 1, 5, kPoints, Wide("clip"), region, 1, DP::kDescriptorDataTypeRegionTracker);
+    Ref<IDescriptorData> previous = DP::CreateRegionDescriptorData(region);
+    for (int number = 0; number < kFrames; ++number) {
+        previous = ioHost.Request(property, [&] {
+            const auto item =
+                DP::CreateDescriptorWorkerItem(DP::kDescriptorDataTypeRegionTracker);
+            item->SetDataKey(DP::CreateRegionTrackerDescriptorDataKey(
+                Wide("clip"), number, 1, kPoints, kRows, kCols, region, 1, 5, kPoints));
+            Ref<DP::IRegionTrackerDescriptorWorkerItem>(item)->SetInputs(
+                number > 0 ? Frame(number - 1) : nullptr, Frame(number),
+                Ref<DP::IRegionTrackerDescriptorData>(previous), kCols, kRows);
+            return item;
+        });
+        const auto data = Ref<DP::IRegionTrackerDescriptorData>(previous);
+        for (const float side : {data->GetRegion()->mLeft, data->GetRegion()->mTop,
+                                 data->GetRegion()->mRight, data->GetRegion()->mBottom})
+            ioDigest.AddFloat(side);
+        AddPoints(Ref<DP::IAPTDescriptorData>(previous)->GetFeatures(), ioDigest);
+    }
+}
+
+using Testing::ByteImage;
+
+Ref<IDescriptorWorkerItem> CutItem(const Testing::Scene& inScene, int inNumber,
+                                   const ByteImage& inForeground, const ByteImage& inBackground,
+                                   const ByteImage& inLabels) {
+    const auto item = DP::CreateDescriptorWorkerItem(DP::kDescriptorDataTypeGraphCut);
+    item->SetDataKey(DP::CreateDescriptorDataKey(Wide("clip"), inNumber, kRows, kCols));
+    Ref<DP::IGraphCutDescriptorWorkerItem>(item)->SetInputs(
+        inScene.mPixels.data(), inScene.mRowBytes, inForeground, inBackground, inLabels);
+    return item;
+}
+
+Ref<DP::IDescriptorProperty> CutProperty() {
+    return DP::CreateDescriptorProperty(Wide("clip"), DP::kDescriptorDataTypeGraphCut);
+}
+
+ByteImage LabelsOf(const Ref<IDescriptorData>& inData) {
+    return Ref<DP::IGraphCutDescriptorData>(inData)->GetLabelImage();
+}
+
+// A frame, and strokes of background right across it that move the cut far.
+void RunCut(Host& ioHost, Digest& ioDigest) {
+    const Testing::Scene scene(kCols, kRows);
+    const ByteImage none = Testing::FlatImage(kCols, kRows, 0);
+    ByteImage labels;
+    for (int number = 0; number < kFrames; ++number) {
+        const ByteImage background = Testing::FlatImage(kCols, kRows, 0);
+        for (int x = 4; x < kCols; x += 8)
+            if (number > 0) Testing::PaintDab(background, x, 12 * number, 1);
+        const ByteImage given = labels;
+        const auto data = ioHost.Request(CutProperty(), [&] {
+            return CutItem(scene, number, number == 0 ? scene.ForegroundStrokes() : none,
+                           background, given);
+        });
+        labels = LabelsOf(data);
+        ioDigest.AddPixels(labels->GetData(), std::size_t(kCols * kRows));
+    }
+}
+
+constexpr Case kCases[] = {
+    {"KLT", &RunKLT}, {"APT", &RunAPT}, {"Region", &RunRegion}, {"GraphCut", &RunCut}};
+
+struct Outcome {
+    std::uint64_t mDigest;
+    long mAsked;
+};
+
+Outcome RunCase(const Case& inCase, long inStopAt) {
+    DP::FlushAllDescriptorResources();
+    Host host(inStopAt);
+    Digest digest;
+    inCase.mRun(host, digest);
+    DP::FlushAllDescriptorResources();
+    return {digest.Value(), host.Asked()};
+}
+
+class Interruption : public testing::TestWithParam<Case> {};
+
+TEST_P(Interruption, AtAnyCheckpointLeavesNoTrace) {
+    constexpr long kNever = 1L << 40;
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    constexpr long kStride = 23;
+#else
+    constexpr long kStride = 3;
+#endif
+    const Outcome undisturbed = RunCase(GetParam(), 0);
+    const Outcome asked = RunCase(GetParam(), kNever);
+    EXPECT_EQ(asked.mDigest, undisturbed.mDigest);
+    ASSERT_GT(asked.mAsked, 50);
+    for (long stopAt = 1; stopAt <= asked.mAsked && !HasFailure(); stopAt += kStride)
+        EXPECT_EQ(RunCase(GetParam(), stopAt).mDigest, undisturbed.mDigest) << stopAt;
+}
+
+INSTANTIATE_TEST_SUITE_P(EveryKind, Interruption, testing::ValuesIn(kCases),
+                         [](const auto& inInfo) { return inInfo.param.mName; });
+
+// ---- The graph cut's two states ------------------------------------------------------
+
+class CutInterruption : public testing::Test {
+protected:
+    ~CutInterruption() override { DP::FlushAllDescriptorResources(); }
+
+    // Null if stopped at the checkpoint; 0 is never.
+    Ref<IDescriptorData> Cut(int inNumber, const ByteImage& inForeground,
+                             const ByteImage& inBackground, const ByteImage& inLabels,
+                             long inStopAt = 0) {
+        long left = inStopAt;
+        const auto item = CutItem(mScene, inNumber, inForeground, inBackground, inLabels);
+        Ref<IInterruptibleWorkerItem>(item)->SetProgressCallback(
+            [](void* inLeft, double) { return --*static_cast<long*>(inLeft) != 0; }, &left);
+        const auto data =
+            DP::CreateDescriptorComputer(CutProperty())->GetDescriptorData(item, false);
+        mAsked = inStopAt - left;
+        return data;
+    }
+
+    long mAsked = 0;  // by the last cut
+    const Testing::Scene mScene{kCols, kRows};
+    const ByteImage mNone = Testing::FlatImage(kCols, kRows, 0);
+    const ByteImage mForeground = mScene.ForegroundStrokes();
+};
+
+TEST_F(CutInterruption, ANewFrameIsNoKeptFrame) {
+    const auto labels = LabelsOf(Cut(0, mForeground, mNone, {}));
+    EXPECT_TRUE(Cut(1, mForeground, mNone, {}, mAsked) == NULL) << "at the last checkpoint";
+    const Testing::RecordedReports reports;
+    EXPECT_ANY_THROW(Cut(2, mNone, mNone, labels)) << "its graph is dropped";
+    EXPECT_FALSE(Cut(3, mForeground, mNone, {}) == NULL);
+}
+
+TEST_F(CutInterruption, AStrokeStaysAndIsCutByTheNextCall) {
+    const ByteImage wall = Testing::FlatImage(kCols, kRows, 0);
+    for (int y = 0; y < kRows; ++y)
+        Testing::PaintDab(wall, kCols / 2 + 8, y, 1);
+    const auto first = LabelsOf(Cut(0, mForeground, mNone, {}));
+    const auto expected = LabelsOf(Cut(1, mNone, wall, first));
+    const auto same = [](const ByteImage& inA, const ByteImage& inB) {
+        return std::equal(inA->GetData(), inA->GetData() + kCols * kRows, inB->GetData());
+    };
+    ASSERT_FALSE(same(first, expected));
+
+    const auto again = LabelsOf(Cut(2, mForeground, mNone, {}));
+    ASSERT_TRUE(Cut(3, mNone, wall, again, 1) == NULL) << "it asks at least once";
+    const auto resumed = LabelsOf(Cut(4, mNone, mNone, again));
+    EXPECT_TRUE(same(resumed, expected));
+}
+
+TEST_F(CutInterruption, WhatTheCallbackThrowsPassesThrough) {
+    const auto item = CutItem(mScene, 0, mForeground, mNone, {});
+    Ref<IInterruptibleWorkerItem>(item)->SetProgressCallback(
+        [](void*, double) -> bool { throw std::runtime_error("no more"); }, nullptr);
+    const auto computer = DP::CreateDescriptorComputer(CutProperty());
+    EXPECT_THROW(computer->GetDescriptorData(item, true), std::runtime_error);
+    EXPECT_FALSE(Ref<IInterruptibleWorkerItem>(item)->WasInterrupted());
+    EXPECT_FALSE(Cut(0, mForeground, mNone, {}) == NULL);
+}
+
+}  // namespace
