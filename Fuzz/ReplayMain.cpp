@@ -33,7 +33,7 @@ int main(int inCount, char** inArguments) {
     }
     Run({});
     for (const auto& path : files) {
-        std::printf("%s\n", path.filename().c_str());
+        std::printf("%s\n", path.filename().string().c_str());
         std::fflush(stdout);  // the last name is the one that failed
         std::ifstream file(path, std::ios::binary);
         Run(Bytes(std::istreambuf_iterator<char>(file), {}));

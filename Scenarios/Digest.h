@@ -6,7 +6,7 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
-#include <vector>
+#include <type_traits>
 
 namespace Scenarios {
 
@@ -25,12 +25,8 @@ public:
     /// its bits on is the compiler's choice.
     void AddFloat(float inValue) {
         Add(std::isnan(inValue) ? 0x7fc00000u : std::bit_cast<std::uint32_t>(inValue));
-        mFloats.push_back(inValue);
     }
-    void AddInteger(std::int64_t inValue) {
-        Add(static_cast<std::uint64_t>(inValue));
-        mIntegers.push_back(inValue);
-    }
+    void AddInteger(std::int64_t inValue) { Add(static_cast<std::uint64_t>(inValue)); }
 
     template <class T>
     void AddPixels(const T* inPixels, std::size_t inCount) {
@@ -42,14 +38,8 @@ public:
                 Add(inPixels[i]);
     }
 
-    /// Every float so far, for a comparison within a bound, and every count, status and age.
-    const std::vector<float>& Floats() const { return mFloats; }
-    const std::vector<std::int64_t>& Integers() const { return mIntegers; }
-
 private:
     std::uint64_t mState = 0x243f6a8885a308d3u;
-    std::vector<float> mFloats;
-    std::vector<std::int64_t> mIntegers;
 };
 
 }  // namespace Scenarios

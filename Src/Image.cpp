@@ -10,6 +10,7 @@
 #include "TVK/ContractCheck.h"
 #include "TVK/MakeStdString.h"
 #include "image/Truncate.h"
+#include "platform/Files.h"
 
 namespace CAFU {
 namespace {
@@ -23,7 +24,7 @@ using File = std::unique_ptr<std::FILE, Closer>;
 constexpr const char* kCannotOpen =
     "(WritePPMFileRGB) Can't open file named '%s' for writing\n";
 
-File OpenForWriting(const char* inPath) { return File(std::fopen(inPath, "wb")); }
+File OpenForWriting(const char* inPath) { return File(platform::OpenForWriting(inPath)); }
 
 unsigned char ToByte(unsigned char inValue) { return inValue; }
 unsigned char ToByte(float inValue) {

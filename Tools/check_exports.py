@@ -9,7 +9,17 @@ import subprocess
 import sys
 
 
+def shown_by_dll(library):
+    """The table of names, as objdump prints it: `[ordinal] name` (newer: with the address)."""
+    output = subprocess.run(["x86_64-w64-mingw32-objdump", "-p", library], check=True,
+                            capture_output=True, text=True).stdout
+    table = output.partition("[Ordinal/Name Pointer]")[2].partition("\n\n")[0]
+    return {line.split()[-1] for line in table.splitlines() if line.lstrip().startswith("[")}
+
+
 def shown_symbols(library):
+    if library.endswith(".dll"):
+        return shown_by_dll(library)
     output = subprocess.run(["nm", "-D", "--defined-only", library], check=True,
                             capture_output=True, text=True).stdout
     return {line.split()[-1].split("@")[0] for line in output.splitlines() if line.strip()}

@@ -14,4 +14,7 @@ TIDY_PACKAGES="clang-14 clang-tidy-14 python3"
 PACKAGING_PACKAGES="dpkg-dev lintian doxygen python3"
 ABI_PACKAGES="abigail-tools binutils xz-utils"
 BENCHMARK_PACKAGES="libbenchmark-dev libopencv-dev libopencv-contrib-dev"
+ARM64_PACKAGES="g++-aarch64-linux-gnu gfortran-aarch64-linux-gnu qemu-user-static"
+WINDOWS_PACKAGES="g++-mingw-w64-x86-64-posix gfortran-mingw-w64-x86-64-posix wine wine64
+    googletest"
 BARE_ROOT_PACKAGES="debootstrap debian-archive-keyring git util-linux"

@@ -1,5 +1,31 @@
 # The only helpers of the build.
 
+# dp_show_exports_only(TARGET)
+#   A shared library that shows the functions of cmake/Exports.txt and nothing else: not what
+#   a template of the standard library leaves behind, nor LAPACK.
+function(dp_show_exports_only target)
+    set(names_file ${PROJECT_SOURCE_DIR}/cmake/Exports.txt)
+    file(STRINGS ${names_file} names REGEX "^[^#]")
+    set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${names_file})
+    if(MINGW)
+        list(JOIN names "\n    " text)
+        set(list ${PROJECT_BINARY_DIR}/Exports.def)
+        file(GENERATE OUTPUT ${list} CONTENT "EXPORTS\n    ${text}\n")
+        target_link_options(${target} PRIVATE ${list})
+        set_target_properties(${target} PROPERTIES PREFIX "" IMPORT_PREFIX "lib")
+    elseif(APPLE)
+        list(TRANSFORM names PREPEND "_")
+        list(JOIN names "\n" text)
+        set(list ${PROJECT_BINARY_DIR}/Exports.list)
+        file(GENERATE OUTPUT ${list} CONTENT "${text}\n")
+        target_link_options(${target} PRIVATE "LINKER:-exported_symbols_list,${list}")
+    else()
+        set(list ${PROJECT_SOURCE_DIR}/cmake/Exports.map)
+        target_link_options(${target} PRIVATE "LINKER:--version-script=${list}")
+    endif()
+    set_target_properties(${target} PROPERTIES LINK_DEPENDS ${list})
+endfunction()
+
 # dp_add_module(NAME [USES MODULE ...] [HEADERS FILE ...] [SOURCES ...])
 #   One folder of a layer as object files, compiled once: the shared library `descriptor`
 #   and the static `descriptor_internal` (for tests and benchmarks of what is inside) are
@@ -70,11 +96,15 @@ function(dp_add_x86 module name flags)
     endif()
 endfunction()
 
-# dp_add_test(NAME LABEL label SOURCES ... [LIBRARIES ...] [SHARED])
+# dp_add_test(NAME LABEL label SOURCES ... [LIBRARIES ...] [SHARED] [NOT_ON_WINDOWS reason])
 #   A GoogleTest program. It links the insides, or with SHARED the library as a host does:
 #   never both, since each copy has its own singletons.
 function(dp_add_test name)
-    cmake_parse_arguments(arg "SHARED" "LABEL;TIMEOUT" "SOURCES;LIBRARIES" ${ARGN})
+    cmake_parse_arguments(arg "SHARED" "LABEL;TIMEOUT;NOT_ON_WINDOWS" "SOURCES;LIBRARIES" ${ARGN})
+    if(WIN32 AND arg_NOT_ON_WINDOWS)
+        message(STATUS "Left out on Windows: ${name} (${arg_NOT_ON_WINDOWS})")
+        return()
+    endif()
     add_executable(${name} ${arg_SOURCES})
     set(library descriptor_internal)
     if(arg_SHARED)

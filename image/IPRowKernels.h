@@ -18,7 +18,7 @@ struct RowKernels {
     /// order, for `inCount` outputs. What the lines are makes the pass: one row and its
     /// shifts, or neighbouring rows. The output is none of the lines.
     void (*mWeightedSums)(const float* const* inLines, const float* inTaps, int inTapCount,
-                          long inCount, float* outSums);
+                          long long inCount, float* outSums);
 
     /// A row through both passes at once, for kernels of 5 or 7 taps: the loads of one pass
     /// overlap the sums of the other. The horizontal sums of `inSource`, which starts a radius
@@ -30,21 +30,22 @@ struct RowKernels {
     /// @return  false, with nothing written, for other numbers of taps or of outputs.
     bool (*mBothSums)(const float* inSource, const float* inHorizontalTaps,
                       float* const* inRows, const float* inVerticalTaps, int inTapCount,
-                      long inCount, float* outSums);
+                      long long inCount, float* outSums);
 
     /// The same for two kernels of seven taps, the derivative along one axis and the Gaussian
     /// along the other, from one visit of the source: `inRowsX` holds the derivatives along
     /// x, which are smoothed down, `inRowsY` the smoothed rows, which are derived down.
     bool (*mBothGradients)(const float* inSource, const float* inGaussTaps,
                            const float* inDerivativeTaps, float* const* inRowsX,
-                           float* const* inRowsY, int inTapCount, long inCount, float* outX,
-                           float* outY);
+                           float* const* inRowsY, int inTapCount, long long inCount,
+                           float* outX, float* outY);
 
     /// outPhases[p][j] = inRow[j * inStep + p], for each phase below `inStep` that is not
     /// null, `inCount` of each.
-    void (*mSplitPhases)(const float* inRow, int inStep, long inCount, float* const* outPhases);
+    void (*mSplitPhases)(const float* inRow, int inStep, long long inCount,
+                         float* const* outPhases);
 
-    void (*mConvertBytes)(const unsigned char* inBytes, long inCount, float* outFloats);
+    void (*mConvertBytes)(const unsigned char* inBytes, long long inCount, float* outFloats);
 };
 
 /// The forms; one that the build left out is not there.

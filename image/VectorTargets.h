@@ -9,6 +9,8 @@
 #include <cstddef>
 #include <span>
 
+#include "platform/Processor.h"
+
 namespace IP {
 
 /// The tables that this machine can run, the portable one first, the widest last.
@@ -20,11 +22,8 @@ public:
     /// A table that was not built is null.
     VectorTargets(const Table& inPortable, const Table* inAVX2, const Table* inAVX512) {
         mTables[mCount++] = &inPortable;
-#if defined(__x86_64__)
-        if (inAVX2 && __builtin_cpu_supports("avx2")) mTables[mCount++] = inAVX2;
-        // Older processors that have AVX-512 slow down for it; this part of it came later.
-        if (inAVX512 && __builtin_cpu_supports("avx512vbmi2")) mTables[mCount++] = inAVX512;
-#endif
+        if (inAVX2 && platform::HasAVX2()) mTables[mCount++] = inAVX2;
+        if (inAVX512 && platform::HasFastAVX512()) mTables[mCount++] = inAVX512;
     }
 
     std::span<const Table* const> All() const { return {mTables, mCount}; }

@@ -23,7 +23,7 @@ struct APTTemplate {
 /// What a block is interpolated from, with the same fractions for all of its pixels.
 struct APTBlockSource {
     const float* mPixels;  // the block's first pixel; it has a row and a pixel more
-    long mRowLength;       // floats
+    long long mRowLength;  // floats
     int mChannels;
     float mFractionX;
     float mFractionY;
@@ -54,7 +54,7 @@ struct APTOffsets {
 /// A level as the warp reads it: its first pixel, and where the next row is.
 struct APTWarpSource {
     const float* mPixels;
-    long mRowLength;
+    long long mRowLength;
     int mChannels;
 };
 

@@ -11,6 +11,7 @@
 #include "Image.h"
 #include "TVK/ContractCheck.h"
 #include "image/Interruption.h"
+#include "platform/Files.h"
 
 namespace DP {
 namespace {
@@ -36,16 +37,6 @@ constexpr auto kStrokeThreshold8Bit = static_cast<unsigned char>(kStrokeThreshol
 
 // A label that a foreground stroke must exceed to reach the caller's label image.
 constexpr unsigned char kMergeThreshold = 254;
-
-// Intermediates for a developer to look at. They are written on every call; where the
-// folder is missing nothing comes of it, and here only an administrator can make it.
-#if defined(_WIN32)
-#define DP_CALL_FOLDER "c:\\QRL\\"
-#define DP_FRAME_FOLDER "C:\\QRL\\"
-#else
-#define DP_CALL_FOLDER "/QRL/"
-#define DP_FRAME_FOLDER "/QRL/"
-#endif
 
 using Image = GraphCutWrapper::Image;
 
@@ -175,10 +166,10 @@ Image GraphCutWrapper::Cut(const unsigned char* inRGBImage, unsigned int inRowBy
         MergeForegroundIntoLabel(inForegroundStrokeImage, inCurrentLabelImage);
     }
 
-    WritePicture(DP_CALL_FOLDER "ForegroundImage.ppm", inForegroundStrokeImage);
-    WritePicture(DP_CALL_FOLDER "BackgroundImage.ppm", inBackgroundStrokeImage);
-    WritePicture(DP_CALL_FOLDER "FitImage.ppm", mFit);
-    WritePicture(DP_CALL_FOLDER "CurrentSelectionImage.ppm", inCurrentLabelImage);
+    WritePicture(PLATFORM_CALL_FOLDER "ForegroundImage.ppm", inForegroundStrokeImage);
+    WritePicture(PLATFORM_CALL_FOLDER "BackgroundImage.ppm", inBackgroundStrokeImage);
+    WritePicture(PLATFORM_CALL_FOLDER "FitImage.ppm", mFit);
+    WritePicture(PLATFORM_CALL_FOLDER "CurrentSelectionImage.ppm", inCurrentLabelImage);
 
     // A cut that runs out of memory leaves capacities between two strokes: the graph is
     // whole again only behind it, and until then a further stroke is refused.
@@ -247,9 +238,10 @@ void GraphCutWrapper::BuildImageGraph(const unsigned char* inRGBImage,
                                 green->GetData() + place, blue->GetData() + place);
     }
     using quillet::utility::AsciiToUTF16;
-    IP::WriteImageToPPM(*red, AsciiToUTF16(DP_FRAME_FOLDER "RedComOriginalImage.ppm"));
-    IP::WriteImageToPPM(*green, AsciiToUTF16(DP_FRAME_FOLDER "GreenComOriginalImage.ppm"));
-    IP::WriteImageToPPM(*blue, AsciiToUTF16(DP_FRAME_FOLDER "BlueComOriginalImage.ppm"));
+    IP::WriteImageToPPM(*red, AsciiToUTF16(PLATFORM_FRAME_FOLDER "RedComOriginalImage.ppm"));
+    IP::WriteImageToPPM(*green,
+                        AsciiToUTF16(PLATFORM_FRAME_FOLDER "GreenComOriginalImage.ppm"));
+    IP::WriteImageToPPM(*blue, AsciiToUTF16(PLATFORM_FRAME_FOLDER "BlueComOriginalImage.ppm"));
 
     IP::EnterStage(0.0, 0.7);
     mImageGraph->BuildRegionGraph(red->GetData(), green->GetData(), blue->GetData(), nullptr,

@@ -32,14 +32,15 @@ void KLTGradientBlock::ReadAhead(const IP::Image<float>& inImage, float inX, flo
 
 // The window in the middle; near an edge the block moves inward as far as it can. The first
 // block has no rows to spare: the window of the first frame stays where it is.
-void KLTGradientBlock::Make(const IP::Image<float>& inImage, long inX, long inY) {
+void KLTGradientBlock::Make(const IP::Image<float>& inImage, long long inX, long long inY) {
     constexpr int kMarginX = (kColumns - kWindowSide) / 2;
     const int marginY = mRows == 0 ? 0 : (kMostRows - kWindowSide) / 2;
     mRows = kWindowSide + 2 * marginY;
-    const long lastX = inImage.GetColumns() - kRadius - kColumns;
-    const long lastY = inImage.GetRows() - kRadius - mRows;
-    mFirstX = std::max(std::min(inX - kMarginX, lastX), long{kRadius});
-    mFirstY = std::max(std::min(inY - marginY, lastY), long{kRadius});
+    const long long lastX = inImage.GetColumns() - kRadius - kColumns;
+    const long long lastY = inImage.GetRows() - kRadius - mRows;
+    constexpr long long kFirst = kRadius;
+    mFirstX = std::max(std::min(inX - kMarginX, lastX), kFirst);
+    mFirstY = std::max(std::min(inY - marginY, lastY), kFirst);
     const bool reaches = mFirstX <= inX && inX <= mFirstX + kColumns - kWindowSide &&
                          mFirstY <= inY && inY <= mFirstY + mRows - kWindowSide;
     if (!reaches || mFirstX > lastX || mFirstY > lastY) {
@@ -58,12 +59,12 @@ void KLTGradientBlock::Make(const IP::Image<float>& inImage, long inX, long inY)
 void KLTGradientBlock::MakeAtTheEdge(const IP::Image<float>& inImage) {
     constexpr int kWide = kColumns + 2 * kRadius;
     float pixels[(kMostRows + 2 * kRadius) * kWide] = {};
-    const long cols = inImage.GetColumns();
-    const long rows = inImage.GetRows();
+    const long long cols = inImage.GetColumns();
+    const long long rows = inImage.GetRows();
     for (int j = 0; j < mRows + 2 * kRadius; ++j)
         for (int i = 0; i < kWide; ++i) {
-            const long x = mFirstX - kRadius + i;
-            const long y = mFirstY - kRadius + j;
+            const long long x = mFirstX - kRadius + i;
+            const long long y = mFirstY - kRadius + j;
             if (x >= 0 && x < cols && y >= 0 && y < rows)
                 pixels[j * kWide + i] = inImage.GetData()[y * cols + x];
         }
@@ -71,8 +72,8 @@ void KLTGradientBlock::MakeAtTheEdge(const IP::Image<float>& inImage) {
                                     GetTaps().mDerivative.mTaps, mRows, mX, mY);
     for (int j = 0; j < mRows; ++j)
         for (int i = 0; i < kColumns; ++i) {
-            const long x = mFirstX + i;
-            const long y = mFirstY + j;
+            const long long x = mFirstX + i;
+            const long long y = mFirstY + j;
             if (x < kRadius || x >= cols - kRadius || y < kRadius || y >= rows - kRadius)
                 mX[j * kColumns + i] = mY[j * kColumns + i] = 0.0f;
         }

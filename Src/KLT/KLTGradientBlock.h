@@ -23,7 +23,7 @@ public:
 
     /// Makes sure of the pixels under a window of the largest size whose upper left one is
     /// (`inX`, `inY`). The image is always the same. What lies outside it is not read.
-    void Reach(const IP::Image<float>& inImage, long inX, long inY) {
+    void Reach(const IP::Image<float>& inImage, long long inX, long long inY) {
         if (inX < mFirstX || inX > mFirstX + kColumns - kWindowSide || inY < mFirstY ||
             inY > mFirstY + mRows - kWindowSide)
             Make(inImage, inX, inY);
@@ -43,11 +43,11 @@ private:
     static constexpr int kMostRows = KLTKernels::kBlockRows;
     static constexpr int kWindowSide = 9;
 
-    void Make(const IP::Image<float>& inImage, long inX, long inY);
+    void Make(const IP::Image<float>& inImage, long long inX, long long inY);
     void MakeAtTheEdge(const IP::Image<float>& inImage);
 
-    long mFirstX = 0;
-    long mFirstY = 0;
+    long long mFirstX = 0;
+    long long mFirstY = 0;
     int mRows = 0;                               // none yet
     alignas(64) float mX[kMostRows * kColumns];  // a row is a line of the cache
     alignas(64) float mY[kMostRows * kColumns];

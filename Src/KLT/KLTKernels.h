@@ -16,16 +16,16 @@ namespace DP {
 /// the first is pixel (`mFirstX`, `mFirstY`) of the level.
 struct KLTPlane {
     const float* mPixels;
-    long mStride;
-    long mFirstX;
-    long mFirstY;
+    long long mStride;
+    long long mFirstX;
+    long long mFirstY;
 };
 
 /// One level of a frame: the image and its derivatives along x and y. The level has `mCols`
 /// columns; a plane that is a block has those that a window reads, and one more.
 struct KLTPlanes {
     KLTPlane mPlanes[3];
-    long mCols;
+    long long mCols;
 };
 
 /// The values of a small window in up to three planes. Eight floats a row, of which as many
@@ -51,8 +51,8 @@ struct KLTKernels {
     const char* mName;
 
     /// The squares and the product of the gradients, pixel by pixel.
-    void (*mProducts)(const float* inGradX, const float* inGradY, long inCount, float* outXX,
-                      float* outXY, float* outYY);
+    void (*mProducts)(const float* inGradX, const float* inGradY, long long inCount,
+                      float* outXX, float* outXY, float* outYY);
 
     /// The smaller eigenvalue of the gradient matrix (Shi and Tomasi's corner measure) of
     /// `inCount` neighbouring windows in each of `inOutRows` neighbouring rows. Each pointer
@@ -60,11 +60,11 @@ struct KLTKernels {
     /// inOutRows - 1` of each kind. A window's sums run row by row, from left to right.
     void (*mTrackability)(const float* const* inXX, const float* const* inXY,
                           const float* const* inYY, int inWidth, int inHeight, int inOutRows,
-                          long inCount, float* const* outRows);
+                          long long inCount, float* const* outRows);
 
     /// Values without their fractions, and indices that count up. What no 32-bit integer can
     /// hold becomes -2^31. Returns whether none became that.
-    bool (*mMakePoints)(const float* inValues, long inCount, unsigned inFirstIndex,
+    bool (*mMakePoints)(const float* inValues, long long inCount, unsigned inFirstIndex,
                         int* outValues, unsigned* outIndices);
 
     /// The loop of a Hoare partition by falling values, for as long as two blocks of 64 points
@@ -72,8 +72,8 @@ struct KLTKernels {
     /// `*ioJ` falls to the next that is not below it, and the two points are swapped. The
     /// plain loop, a point at a time, can go on from the indices that are left and gives the
     /// order that it would have given alone.
-    void (*mPartitionBlocks)(int* ioValues, unsigned* ioIndices, int inPivot, long* ioI,
-                             long* ioJ);
+    void (*mPartitionBlocks)(int* ioValues, unsigned* ioIndices, int inPivot, long long* ioI,
+                             long long* ioJ);
 
     /// Bilinear values of a window around (`inX`, `inY`), which lies inside, in the first
     /// `inPlaneCount` planes. Returns false, and writes nothing of use, where it cannot:
@@ -86,7 +86,7 @@ struct KLTKernels {
     /// the derivative along an axis, whose middle tap is 0, and the Gaussian across it,
     /// horizontal pass first. The pixels are finite.
     /// `inPixels` starts three rows and columns before the block, rows `inStride` apart.
-    void (*mBlockGradients)(const float* inPixels, long inStride, const float* inGaussTaps,
+    void (*mBlockGradients)(const float* inPixels, long long inStride, const float* inGaussTaps,
                             const float* inDerivativeTaps, int inRows, float* outX,
                             float* outY);
 

@@ -73,7 +73,7 @@ constexpr int kRowsAtOnce = 8;
 std::size_t WritePoints(const KLTKernels& inKernels, const float* inValues,
                         const SelectionBounds& inBounds, std::int64_t inY, int inCols,
                         void (*inReportTooLarge)(), PointList outPoints) {
-    const long count = inBounds.mEndX - inBounds.mFirstX;
+    const long long count = inBounds.mEndX - inBounds.mFirstX;
     const auto index = static_cast<std::uint32_t>(inY * inCols + inBounds.mFirstX);
     std::size_t written = 0;
     bool allFit = true;
@@ -102,7 +102,7 @@ std::size_t CollectPoints(const IP::Image<float>& inGradX, const IP::Image<float
     const KLTKernels& kernels = GetKLTKernels();
     const bool isDense = inBounds.mStep == 1;
     const int rowsAtOnce = isDense ? kRowsAtOnce : 1;
-    const long count = inBounds.mEndX - inBounds.mFirstX;
+    const long long count = inBounds.mEndX - inBounds.mFirstX;
     const int rowsUnder = inWindowHeight + rowsAtOnce - 1;
     ProductRows products(inGradX, inGradY, rowsUnder);
     IP::RecycledArray<float> values(static_cast<std::size_t>(count) * kRowsAtOnce);
@@ -173,8 +173,8 @@ std::size_t FinishPartition(PointList ioPoints, std::int32_t inPivot, std::size_
 std::size_t Partition(PointList ioPoints, std::size_t inCount) {
     ioPoints.Swap(0, inCount / 2);
     const std::int32_t pivot = ioPoints.mValues[0];
-    long i = 0;
-    long j = static_cast<long>(inCount);
+    long long i = 0;
+    long long j = static_cast<long long>(inCount);
     GetKLTKernels().mPartitionBlocks(ioPoints.mValues, ioPoints.mIndices, pivot, &i, &j);
     const std::size_t end = FinishPartition(ioPoints, pivot, static_cast<std::size_t>(i),
                                             static_cast<std::size_t>(j));

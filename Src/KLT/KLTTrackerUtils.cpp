@@ -234,8 +234,10 @@ public:
     // The planes, with gradients round (`inX`, `inY`): the window lies in the image.
     const KLTPlanes& At(float inX, float inY) {
         if (mGradX == NULL) {
-            const long firstX = static_cast<long>(inX - static_cast<float>(mHalfWidth));
-            const long firstY = static_cast<long>(inY - static_cast<float>(mHalfHeight));
+            const long long firstX =
+                static_cast<long long>(inX - static_cast<float>(mHalfWidth));
+            const long long firstY =
+                static_cast<long long>(inY - static_cast<float>(mHalfHeight));
             mBlock.Reach(*mImage, firstX, firstY);
             mPlanes.mPlanes[1] = mBlock.X();
             mPlanes.mPlanes[2] = mBlock.Y();

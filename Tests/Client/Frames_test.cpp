@@ -1,6 +1,4 @@
 #include <gtest/gtest.h>
-#include <sys/mman.h>
-#include <unistd.h>
 
 #include <cmath>
 #include <cstring>
@@ -8,6 +6,7 @@
 
 #include "Client/ClientFrames.h"
 #include "DP/DescriptorFactory.h"
+#include "Support/GuardedMemory.h"
 #include "descriptor/Caches.h"
 #include "descriptor/GreyFrames.h"
 #include "descriptor/PointTracker.h"
@@ -29,25 +28,6 @@ Colour ColourAt(int inX, int inY) {
     };
     return {byte(inX * 7 + inY), byte(inX + inY * 11), byte(255 - inX * 3 + inY)};
 }
-
-// Pixels that end where an unreadable page begins, at any alignment, so that a byte too many
-// is a crash.
-class Guarded {
-public:
-    explicit Guarded(std::size_t inBytes) : mBytes(inBytes) {
-        mPage = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
-        mAll = (inBytes + mPage - 1) / mPage * mPage + mPage;
-        mMemory = static_cast<unsigned char*>(
-            mmap(nullptr, mAll, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
-        mprotect(mMemory + mAll - mPage, mPage, PROT_NONE);
-    }
-    ~Guarded() { munmap(mMemory, mAll); }
-    unsigned char* begin() { return mMemory + mAll - mPage - mBytes; }
-
-private:
-    std::size_t mBytes, mPage, mAll;
-    unsigned char* mMemory;
-};
 
 void Put(PixelFormat inFormat, Colour inColour, unsigned char* outPixel) {
     switch (inFormat) {
@@ -95,7 +75,7 @@ struct Sample {
                   .stride = inUpsideDown ? -stride : stride};
     }
     int mRow;
-    Guarded mMemory;
+    Testing::GuardedMemory mMemory;
     Frame mFrame;
 };
 

@@ -36,7 +36,7 @@ void ForEachForm(Do inDo) {
     }
 }
 
-float PlainTrackability(const std::vector<const float*>* inRows, int inFirstRow, long inX,
+float PlainTrackability(const std::vector<const float*>* inRows, int inFirstRow, long long inX,
                         int inWidth, int inHeight) {
     float sums[3] = {};
     for (int row = inFirstRow; row < inFirstRow + inHeight; ++row)
@@ -52,7 +52,7 @@ TEST(KLTKernels, TrackabilityHasTheBitsOfPlainSums) {
         for (const int width : {3, 7, 9})
             for (const int height : {3, 5, 7})
                 for (const int outRows : {1, 3, 4, 8, 13})
-                    for (const long count : {1, 7, 8, 9, 16, 40}) {
+                    for (const long long count : {1, 7, 8, 9, 16, 40}) {
                         const int cols = int(count) + width;
                         const auto xx = NoiseFrame(cols, 20, 1), xy = NoiseFrame(cols, 20, 2),
                                    yy = NoiseFrame(cols, 20, 3);
@@ -69,7 +69,7 @@ TEST(KLTKernels, TrackabilityHasTheBitsOfPlainSums) {
                         inForm.mTrackability(rows[0].data(), rows[1].data(), rows[2].data(),
                                              width, height, outRows, count, outs.data());
                         for (int row = 0; row < outRows; ++row)
-                            for (long x = 0; x < count; ++x)
+                            for (long long x = 0; x < count; ++x)
                                 expected[row * count + x] =
                                     PlainTrackability(rows, row, x, width, height);
                         EXPECT_TRUE(SameBits(actual.data(), expected.data(), expected.size(),
@@ -97,8 +97,8 @@ TEST(KLTKernels, ProductsAndPointsAreThePlainOnes) {
                                   -1e38f,         123.7f, 7.0f};
         std::vector<int> whole(values.size());
         std::vector<unsigned> indices(values.size());
-        EXPECT_FALSE(inForm.mMakePoints(values.data(), long(values.size()), 0xfffffffeu,
-                                        whole.data(), indices.data()));
+        EXPECT_FALSE(inForm.mMakePoints(values.data(), static_cast<long long>(values.size()),
+                                        0xfffffffeu, whole.data(), indices.data()));
         EXPECT_TRUE(
             inForm.mMakePoints(values.data(), 4, 0xfffffffeu, whole.data(), indices.data()));
         constexpr int kLowest = std::numeric_limits<int>::min();
@@ -111,7 +111,7 @@ TEST(KLTKernels, ProductsAndPointsAreThePlainOnes) {
 
 // One by one, from where a kernel left off or from the start.
 void PartitionPlainly(std::vector<int>& ioValues, std::vector<unsigned>& ioIndices, int inPivot,
-                      long inI, long inJ) {
+                      long long inI, long long inJ) {
     while (true) {
         do {
             --inJ;
@@ -135,7 +135,7 @@ TEST(KLTKernels, PartitionGoesOnAsIfItHadBeenOneByOne) {
             std::vector<int> b = a;
             std::vector<unsigned> ia(a.begin(), a.end()), ib = ia;
             const int pivot = a[0];
-            long i = 0, j = 5000;
+            long long i = 0, j = 5000;
             inForm.mPartitionBlocks(a.data(), ia.data(), pivot, &i, &j);
             EXPECT_LE(j - i, 130) << "most of the work is done";
             PartitionPlainly(a, ia, pivot, i, j);

@@ -6,11 +6,6 @@
 //     class 2  6 KiB   [block]
 //     ...                                  all classes: one chain by age, oldest first, for
 //                                          the bound
-//
-// Pages. The system gives memory page by page, as each is first touched, and a plane has
-// thousands of small ones; walking a column of it costs a look into the page tables a pixel.
-// So large blocks lie on huge pages, where the system has them for who asks, and the pages of
-// a block are asked for all at once.
 
 #include "TVK/MemoryRecycler.h"
 
@@ -21,11 +16,9 @@
 #include <new>
 #include <utility>
 
+#include "platform/Pages.h"
+#include "platform/StaticMutex.h"
 #include "quillet/ThreadAnnotations.h"
-
-#if defined(__linux__)
-#include <sys/mman.h>
-#endif
 
 #if defined(__SANITIZE_ADDRESS__)
 #define TVK_POISONS_BLOCKS 1
@@ -50,34 +43,6 @@ void AllowBytes([[maybe_unused]] void* inBlock, [[maybe_unused]] std::size_t inA
     ASAN_POISON_MEMORY_REGION(static_cast<char*>(inBlock) + inAllowed, inBlockSize - inAllowed);
 #endif
 }
-
-#if defined(__linux__) && defined(MADV_HUGEPAGE) && defined(MADV_POPULATE_WRITE)
-
-// A new block, or null, with its pages there already if it is no larger than a frame: whoever
-// asks for more may mean to use a corner of it. What the system does not know it refuses,
-// and nothing is lost.
-void* AllocateFromSystem(std::size_t inSize) {
-    constexpr std::size_t kPage = 4096;
-    constexpr std::size_t kHugePage = std::size_t{2} << 20;
-    constexpr std::size_t kLeastFilled = std::size_t{64} << 10;
-    constexpr std::size_t kMostFilled = std::size_t{64} << 20;
-    const bool isHuge = inSize > kHugePage / 2;
-    const std::size_t size = isHuge ? std::max(inSize, kHugePage) : inSize;
-    void* block = nullptr;  // std::aligned_alloc wants a multiple of the alignment
-    if (posix_memalign(&block, isHuge ? kHugePage : kPage, size) != 0) return nullptr;
-    if (isHuge) madvise(block, size / kHugePage * kHugePage, MADV_HUGEPAGE);
-    if (inSize >= kLeastFilled && inSize <= kMostFilled)
-        madvise(block, inSize / kPage * kPage, MADV_POPULATE_WRITE);
-    return block;
-}
-
-#else
-
-void* AllocateFromSystem(std::size_t inSize) {
-    return std::aligned_alloc(MemoryRecycler::kAlignment, inSize);
-}
-
-#endif
 
 constexpr int kSmallestShift = 12;  // 4 KiB
 constexpr int kLargestShift = 46;   // 64 TiB: beyond every machine's address space
@@ -185,8 +150,8 @@ struct MemoryRecycler::Pool {
     // A new block, or null. The system is asked without the lock, and once more when what
     // lies unused here may be just what it lacks.
     void* TakeFromSystem(int inClass) {
-        void* block = AllocateFromSystem(ClassSize(inClass));
-        if (!block && GiveBackUnused()) block = AllocateFromSystem(ClassSize(inClass));
+        void* block = platform::AllocatePages(ClassSize(inClass));
+        if (!block && GiveBackUnused()) block = platform::AllocatePages(ClassSize(inClass));
         if (!block) return nullptr;
         const PoolLock lock(mMutex);
         CountUse(ClassSize(inClass));
@@ -207,7 +172,7 @@ struct MemoryRecycler::Pool {
             const std::size_t size = ClassSize(block->mClass);
             Remove(block);
             AllowBytes(block, size, size);
-            std::free(block);
+            platform::FreePages(block);
         }
     }
 };
@@ -223,7 +188,7 @@ MemoryRecycler::~MemoryRecycler() {
 // that makes an image after ours are gone finds them as they are and gets a new recycler.
 ObjectPtr<MemoryRecycler> MemoryRecycler::Instance() {
     using Kept = ObjectPtr<MemoryRecycler>;
-    static constinit std::mutex sMutex;
+    static constinit platform::StaticMutex sMutex;
     static constinit Kept* sKept = nullptr;
     static const struct DropAtUnload {
         ~DropAtUnload() {

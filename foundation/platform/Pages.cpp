@@ -1,0 +1,57 @@
+#include "platform/Pages.h"
+
+#include <algorithm>
+#include <cstdlib>
+
+#if defined(_WIN32)
+#include <malloc.h>
+#elif defined(__linux__)
+#include <sys/mman.h>
+#endif
+
+namespace platform {
+namespace {
+
+[[maybe_unused]] constexpr std::size_t kPage = 4096;
+
+}  // namespace
+
+#if defined(_WIN32)
+
+void* AllocatePages(std::size_t inSize) noexcept { return _aligned_malloc(inSize, kPage); }
+void FreePages(void* inBlock) noexcept { _aligned_free(inBlock); }
+
+#else
+
+#if defined(__linux__) && defined(MADV_HUGEPAGE) && defined(MADV_POPULATE_WRITE)
+
+// With its pages there already if it is no larger than a frame: whoever asks for more may
+// mean to use a corner of it. What the system does not know it refuses, and nothing is lost.
+void* AllocatePages(std::size_t inSize) noexcept {
+    constexpr std::size_t kHugePage = std::size_t{2} << 20;
+    constexpr std::size_t kLeastFilled = std::size_t{64} << 10;
+    constexpr std::size_t kMostFilled = std::size_t{64} << 20;
+    const bool isHuge = inSize > kHugePage / 2;
+    const std::size_t size = isHuge ? std::max(inSize, kHugePage) : inSize;
+    void* block = nullptr;  // std::aligned_alloc wants a multiple of the alignment
+    if (posix_memalign(&block, isHuge ? kHugePage : kPage, size) != 0) return nullptr;
+    if (isHuge) madvise(block, size / kHugePage * kHugePage, MADV_HUGEPAGE);
+    if (inSize >= kLeastFilled && inSize <= kMostFilled)
+        madvise(block, inSize / kPage * kPage, MADV_POPULATE_WRITE);
+    return block;
+}
+
+#else
+
+void* AllocatePages(std::size_t inSize) noexcept {
+    void* block = nullptr;
+    return posix_memalign(&block, kPage, inSize) == 0 ? block : nullptr;
+}
+
+#endif
+
+void FreePages(void* inBlock) noexcept { std::free(inBlock); }
+
+#endif
+
+}  // namespace platform
