@@ -1,6 +1,7 @@
 #include "Canvas.h"
 
 #include <cmath>
+#include <cstring>
 #include <vector>
 
 #include "OutputFile.h"
@@ -66,13 +67,17 @@ void Canvas::DrawFrame(const Frame& inFrame, const Box& inWhere, double inShade)
         cairo_fill(Cairo());
         return;
     }
-    const unsigned factor = unsigned(inShade * 256.0 + 0.5);
+    const auto factor = std::uint16_t(inShade * 256.0 + 0.5);
+    const auto bytes = std::size_t(inFrame.RowBytes());
     for (int y = 0; y < inFrame.mHeight; ++y) {
-        const std::uint8_t* const from = inFrame.Pixel(0, y);
-        std::uint8_t* const to =
+        const std::uint8_t* __restrict const from = inFrame.Pixel(0, y);
+        std::uint8_t* __restrict const to =
             MutablePixels() + std::ptrdiff_t(top + y) * Stride() + left * 4;
-        for (int i = 0; i < inFrame.RowBytes(); ++i)
-            to[i] = std::uint8_t((from[i] * factor) >> 8);
+        if (factor == 256)
+            std::memcpy(to, from, bytes);
+        else
+            for (std::size_t i = 0; i < bytes; ++i)
+                to[i] = std::uint8_t((from[i] * factor) >> 8);
     }
     cairo_surface_mark_dirty(mSurface.get());
 }
@@ -129,20 +134,22 @@ void Canvas::Line(const Point& inFrom, const Point& inTo, double inWidth,
     const int bottom = int(std::min(
         {inClip.Bottom(), double(mHeight), std::max(inFrom.mY, inTo.mY) + reach + 1.0}));
     const float alongX = float(inTo.mX - inFrom.mX), alongY = float(inTo.mY - inFrom.mY);
-    const float square = std::max(1e-6f, alongX * alongX + alongY * alongY);
+    const float perSquare = 1.0f / std::max(1e-6f, alongX * alongX + alongY * alongY);
+    const auto farthest = float(reach), alpha = float(inAlpha);
     const float colour[] = {float(inColour.mBlue), float(inColour.mGreen),
                             float(inColour.mRed)};
     std::uint8_t* const pixels = MutablePixels();
+    const std::ptrdiff_t stride = Stride();
     for (int y = top; y < bottom; ++y) {
-        std::uint8_t* pixel = pixels + std::ptrdiff_t(y) * Stride() + left * 4;
+        std::uint8_t* pixel = pixels + y * stride + left * 4;
         const float dy = float(y + 0.5 - inFrom.mY);
         for (int x = left; x < right; ++x, pixel += 4) {
             const float dx = float(x + 0.5 - inFrom.mX);
-            const float share = std::clamp((dx * alongX + dy * alongY) / square, 0.0f, 1.0f);
+            const float share = std::clamp((dx * alongX + dy * alongY) * perSquare, 0.0f, 1.0f);
             const float awayX = dx - share * alongX, awayY = dy - share * alongY;
-            const float away = std::sqrt(awayX * awayX + awayY * awayY);
-            const float cover = std::clamp(float(reach) - away, 0.0f, 1.0f) * float(inAlpha);
-            if (cover <= 0.0f) continue;
+            const float away = awayX * awayX + awayY * awayY;
+            if (away >= farthest * farthest) continue;
+            const float cover = std::min(farthest - std::sqrt(away), 1.0f) * alpha;
             for (int i = 0; i < 3; ++i)
                 pixel[i] = std::uint8_t(float(pixel[i]) +
                                         (colour[i] - float(pixel[i])) * cover + 0.5f);

@@ -146,15 +146,14 @@ void WriteEditorFiles(const Motion& inMotion, const std::vector<std::string>& in
     }
 }
 
-void PointPaths::Add(const std::vector<TrackedPoint>& inPoints, long long inFrame,
+void PointPaths::Add(const descriptor::FramePoints& inPoints, long long inFrame,
                      double inTime) {
-    mPaths.resize(std::max(mPaths.size(), inPoints.size()));
-    for (std::size_t slot = 0; slot < inPoints.size(); ++slot) {
-        const TrackedPoint& point = inPoints[slot];
-        if (!point.IsLive() || point.mAge == 0) Keep(mPaths[slot]);
-        if (point.IsLive())
-            mPaths[slot].push_back(
-                {inFrame, inTime, {point.mX + 0.5, point.mY + 0.5, 0.0, 0.0}});
+    for (const descriptor::Point& point : inPoints.lost)
+        Keep(mPaths[std::size_t(point.slot)]);
+    for (const descriptor::Point& point : inPoints) {
+        mPaths.resize(std::max(mPaths.size(), std::size_t(point.slot) + 1));
+        mPaths[std::size_t(point.slot)].push_back(
+            {inFrame, inTime, {point.x + 0.5, point.y + 0.5, 0.0, 0.0}});
     }
 }
 

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "Geometry.h"
-#include "PointTracker.h"
+#include "descriptor/Points.h"
 
 namespace Host {
 
@@ -50,7 +50,7 @@ public:
     using Path = std::vector<Motion::Key>;
     static constexpr std::size_t kPaths = 4;
 
-    void Add(const std::vector<TrackedPoint>& inPoints, long long inFrame, double inTime);
+    void Add(const descriptor::FramePoints& inPoints, long long inFrame, double inTime);
     /// At most `kPaths`, the longest first. The run is over.
     std::vector<Path> Longest();
 

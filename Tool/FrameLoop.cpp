@@ -2,7 +2,9 @@
 
 #include <exception>
 #include <iostream>
+#include <mutex>
 #include <thread>
+#include <vector>
 
 #include "Handover.h"
 #include "Interrupt.h"
@@ -19,6 +21,34 @@ constexpr int kBrokenInputExitCode = 1;  // as of bad input
 struct ReadFrame {
     FramePtr mFrame;
     bool mIsLast = false;
+};
+
+// Frames whose memory is used again, since new memory comes a page at a time.
+class FramePool {
+public:
+    std::shared_ptr<Frame> Take() {
+        std::unique_ptr<Frame> frame;
+        {
+            const std::lock_guard lock(mFree->mMutex);
+            if (!mFree->mFrames.empty()) {
+                frame = std::move(mFree->mFrames.back());
+                mFree->mFrames.pop_back();
+            }
+        }
+        if (!frame) frame = std::make_unique<Frame>();
+        return {frame.release(), [free = mFree](Frame* inFrame) {
+                    std::unique_ptr<Frame> back(inFrame);
+                    const std::lock_guard lock(free->mMutex);
+                    free->mFrames.push_back(std::move(back));
+                }};
+    }
+
+private:
+    struct Free {
+        std::mutex mMutex;
+        std::vector<std::unique_ptr<Frame>> mFrames;
+    };
+    std::shared_ptr<Free> mFree = std::make_shared<Free>();  // frames outlive the pool
 };
 
 // Reads ahead on a thread of its own.
@@ -40,7 +70,7 @@ private:
     void Run() {
         try {
             for (bool more = true; more && !Interrupted();) {
-                const auto frame = std::make_shared<Frame>();
+                const std::shared_ptr<Frame> frame = mPool.Take();
                 more = mSource.Read(*frame);
                 if (!mFrames.Give({frame, !more})) break;
             }
@@ -51,6 +81,7 @@ private:
     }
 
     FrameSource& mSource;
+    FramePool mPool;
     Handover<ReadFrame> mFrames;
     std::exception_ptr mError;
     std::thread mThread;

@@ -6,6 +6,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "Geometry.h"
 #include "Texture.h"
 
 namespace Host {
@@ -19,12 +20,15 @@ class GroundTiles {
 public:
     explicit GroundTiles(std::uint32_t inSeed) : mSeed(inSeed) {}
 
-    Colour At(double inX, double inY);
+    /// Blue, green, red and nothing, 0 to 255.
+    typedef float Sample __attribute__((vector_size(16)));
+
+    /// The colours at places that follow each other in even steps.
+    void Row(const Point& inFirst, const Point& inStep, int inCount, Sample* outColours);
     /// Drops tiles that were not looked at since the last call but one.
     void StartFrame();
 
 private:
-    typedef float Sample __attribute__((vector_size(16)));  // red, green, blue and nothing
     struct Tile {
         std::vector<Sample> mSamples;
         long long mLastFrame = 0;

@@ -1,8 +1,9 @@
 #include "Insides.h"
 
+#include "ClientFrames.h"
 #include "External/graphcut/MaxFlowSolver.h"
-#include "Planes.h"
 #include "Src/GraphCut/GraphCutWrapper.h"
+#include "descriptor/StrokeMasks.h"
 #include "image/IPFramePyramids.h"
 #include "image/IPRowKernels.h"
 
@@ -10,6 +11,12 @@ namespace Host {
 namespace {
 
 constexpr float kPyramidSigmaFactor = 0.9f;  // as the KLT tracker has it
+
+IP::ImagePtr<unsigned char> ToImage(const descriptor::Frame& inMask) {
+    auto image = TVK::MakeObject<IP::Image<unsigned char>>(inMask.width, inMask.height);
+    std::copy_n(inMask.row(0), std::size_t(inMask.width) * inMask.height, image->GetData());
+    return image;
+}
 
 std::vector<float> CopyPixels(const IP::ImagePtr<float>& inImage) {
     const float* const pixels = inImage->GetData();
@@ -31,11 +38,16 @@ GraphInside::GraphInside(const Frame& inPicture)
 
 GraphInside::~GraphInside() = default;
 
-void GraphInside::Cut(const Strokes& inStrokes) {
-    mLabels = ToMask(*mWrapper->mGraphCut.ComputeLabelImage(
-        mPicture.mPixels.data(), unsigned(mPicture.RowBytes()), ToImage(inStrokes.mForeground),
-        ToImage(inStrokes.mBackground),
-        mStarted ? ToImage(mLabels) : IP::ImagePtr<unsigned char>()));
+void GraphInside::Cut(const descriptor::Strokes& inStrokes) {
+    const auto strokes = [&](descriptor::Label inLabel) {
+        return ToImage(
+            descriptor::mask_of(inStrokes, inLabel, mPicture.mWidth, mPicture.mHeight));
+    };
+    const auto labels = mWrapper->mGraphCut.ComputeLabelImage(
+        mPicture.mPixels.data(), unsigned(mPicture.RowBytes()),
+        strokes(descriptor::Label::foreground), strokes(descriptor::Label::background),
+        mStarted ? ToImage(ViewOf(mLabels)) : IP::ImagePtr<unsigned char>());
+    std::copy_n(labels->GetData(), mLabels.mBytes.size(), mLabels.mBytes.begin());
     mStarted = true;
 }
 

@@ -2,7 +2,7 @@
 //
 // Everything that the commands compute goes through the library as any host would use it.
 // What is here computes the same once more from the library's own sources, which are
-// compiled into the example for that: the regions and the graph of a selection, and the
+// compiled into the tool for that: the regions and the graph of a selection, and the
 // pyramids that the KLT tracker makes of a frame.
 
 #pragma once
@@ -13,7 +13,8 @@
 #include <vector>
 
 #include "Frame.h"
-#include "RenderedScene.h"
+#include "Mask.h"
+#include "descriptor/Stroke.h"
 
 namespace Host {
 
@@ -24,7 +25,7 @@ public:
     ~GraphInside();
 
     /// The same cut that the library makes.
-    void Cut(const Strokes& inStrokes);
+    void Cut(const descriptor::Strokes& inStrokes);
 
     unsigned Regions() const;
     std::size_t Links() const;

@@ -16,6 +16,7 @@ extern "C" {
 
 #include "Interrupt.h"
 #include "UserError.h"
+#include "YuvToBgra.h"
 
 namespace Host {
 namespace {
@@ -41,12 +42,38 @@ void CopyGrey(const AVFrame& inFrame, Frame& outFrame) {
 }
 
 // The decoder's colours are those of the matrix and range that the file names.
+int MatrixOf(const AVFrame& inFrame) {
+    return inFrame.colorspace == AVCOL_SPC_UNSPECIFIED && inFrame.height >= 720
+               ? int(AVCOL_SPC_BT709)
+               : int(inFrame.colorspace);
+}
+bool IsFullRange(const AVFrame& inFrame) {
+    return inFrame.color_range == AVCOL_RANGE_JPEG || inFrame.format == AV_PIX_FMT_YUVJ420P;
+}
+
+// What nearly all videos are: 4:2:0 in bytes, by one of the two usual matrices.
+bool IsPlainVideo(const AVFrame& inFrame) {
+    const int matrix = MatrixOf(inFrame);
+    return (inFrame.format == AV_PIX_FMT_YUV420P || inFrame.format == AV_PIX_FMT_YUVJ420P) &&
+           (matrix == AVCOL_SPC_BT709 || matrix == AVCOL_SPC_UNSPECIFIED ||
+            matrix == AVCOL_SPC_BT470BG || matrix == AVCOL_SPC_SMPTE170M);
+}
+void ConvertPlainVideo(const AVFrame& inFrame, Frame& outFrame) {
+    const YuvCoefficients coefficients =
+        MatrixOf(inFrame) == AVCOL_SPC_BT709
+            ? YuvCoefficients(0.2126, 0.0722, IsFullRange(inFrame))
+            : YuvCoefficients(0.299, 0.114, IsFullRange(inFrame));
+    outFrame.Resize(inFrame.width, inFrame.height);
+    YuvToBgra({{inFrame.data[0], inFrame.data[1], inFrame.data[2]},
+               {inFrame.linesize[0], inFrame.linesize[1], inFrame.linesize[2]},
+               inFrame.width,
+               inFrame.height},
+              coefficients, outFrame.mPixels.data());
+}
+
 void SetColours(SwsContext* ioScaler, const AVFrame& inFrame) {
-    const int matrix = inFrame.colorspace == AVCOL_SPC_UNSPECIFIED && inFrame.height >= 720
-                           ? int(AVCOL_SPC_BT709)
-                           : int(inFrame.colorspace);
-    const int* const coefficients = sws_getCoefficients(matrix);
-    const bool full = inFrame.color_range == AVCOL_RANGE_JPEG;
+    const int* const coefficients = sws_getCoefficients(MatrixOf(inFrame));
+    const bool full = IsFullRange(inFrame);
     sws_setColorspaceDetails(ioScaler, coefficients, full, sws_getCoefficients(SWS_CS_DEFAULT),
                              1, 0, 1 << 16, 1 << 16);
 }
@@ -323,6 +350,12 @@ void MediaFile::Convert(Frame& outFrame) {
     if (decoded.format == AV_PIX_FMT_GRAY8 && width == decoded.width && turn.IsNone()) {
         outFrame.Resize(decoded.width, decoded.height);
         CopyGrey(decoded, outFrame);
+        outFrame.Finish();
+        return;
+    }
+
+    if (IsPlainVideo(decoded) && width == decoded.width && turn.IsNone()) {
+        ConvertPlainVideo(decoded, outFrame);
         outFrame.Finish();
         return;
     }

@@ -66,20 +66,22 @@ public:
     void StepRegion(const GreyPlane&) override {}
 #endif
 
-    void Watershed(const Frame& inFrame, const Strokes& inStrokes) override {
+    void Watershed(const Frame& inFrame, const Mask& inForeground,
+                   const Mask& inBackground) override {
         cv::cvtColor(Colours(inFrame), mPicture, cv::COLOR_BGRA2BGR);
         mMarkers.create(inFrame.mHeight, inFrame.mWidth, CV_32S);
         mMarkers.setTo(0);
-        mMarkers.setTo(1, Plane(inStrokes.mBackground));
-        mMarkers.setTo(2, Plane(inStrokes.mForeground));
+        mMarkers.setTo(1, Plane(inBackground));
+        mMarkers.setTo(2, Plane(inForeground));
         cv::watershed(mPicture, mMarkers);
     }
-    void GrabCut(const Frame& inFrame, const Strokes& inStrokes) override {
+    void GrabCut(const Frame& inFrame, const Mask& inForeground,
+                 const Mask& inBackground) override {
         cv::cvtColor(Colours(inFrame), mPicture, cv::COLOR_BGRA2BGR);
         mMask.create(inFrame.mHeight, inFrame.mWidth, CV_8U);
         mMask.setTo(cv::GC_PR_BGD);
-        mMask.setTo(cv::GC_BGD, Plane(inStrokes.mBackground));
-        mMask.setTo(cv::GC_FGD, Plane(inStrokes.mForeground));
+        mMask.setTo(cv::GC_BGD, Plane(inBackground));
+        mMask.setTo(cv::GC_FGD, Plane(inForeground));
         cv::Mat background, foreground;
         cv::grabCut(mPicture, mMask, {}, background, foreground, 1, cv::GC_INIT_WITH_MASK);
     }

@@ -8,7 +8,7 @@
 
 #include "Frame.h"
 #include "Geometry.h"
-#include "RenderedScene.h"
+#include "Mask.h"
 
 namespace Host {
 
@@ -39,8 +39,10 @@ public:
     /// False where OpenCV came without its tracking module.
     virtual bool StartRegion(const GreyPlane& inGrey, const Box& inBox) = 0;
     virtual void StepRegion(const GreyPlane& inGrey) = 0;
-    virtual void Watershed(const Frame& inFrame, const Strokes& inStrokes) = 0;
-    virtual void GrabCut(const Frame& inFrame, const Strokes& inStrokes) = 0;
+    virtual void Watershed(const Frame& inFrame, const Mask& inForeground,
+                           const Mask& inBackground) = 0;
+    virtual void GrabCut(const Frame& inFrame, const Mask& inForeground,
+                         const Mask& inBackground) = 0;
 };
 
 /// The module's one function.

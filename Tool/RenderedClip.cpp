@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <vector>
 
 #include "Texture.h"
 
@@ -14,8 +15,16 @@ double Covered(double inCentre, double inFrom, double inTo) {
                       1.0);
 }
 
-std::uint8_t ToByte(double inValue) {
-    return std::uint8_t(std::clamp(inValue + 0.5, 0.0, 255.0));
+// Rounded down to bytes, 0 to 255.
+void WritePixel(GroundTiles::Sample inColour, std::uint8_t* outPixel) {
+    typedef std::int32_t Whole __attribute__((vector_size(16)));
+    Whole value = __builtin_convertvector(inColour, Whole);
+    value &= ~(value >> 31);
+    const Whole tooLarge = (255 - value) >> 31;
+    value = (value & ~tooLarge) | (255 & tooLarge);
+    for (int i = 0; i < 3; ++i)
+        outPixel[i] = std::uint8_t(value[i]);
+    outPixel[3] = 255;
 }
 
 }  // namespace
@@ -97,38 +106,44 @@ std::optional<Point> RenderedClip::Move(const Point& inPoint, int inFrom, int in
 void RenderedClip::Render(int inFrame, Frame& outFrame) const {
     outFrame.Resize(mShape.mWidth, mShape.mHeight);
     mGround->StartFrame();
+    std::vector<GroundTiles::Sample> row(std::size_t(mShape.mWidth));
     for (int y = 0; y < mShape.mHeight; ++y)
-        RenderRow(inFrame, y, outFrame);
+        RenderRow(inFrame, y, row.data(), outFrame);
     outFrame.Finish();
 }
 
-void RenderedClip::RenderRow(int inFrame, int inY, Frame& outFrame) const {
+void RenderedClip::RenderRow(int inFrame, int inY, GroundTiles::Sample* ioRow,
+                             Frame& outFrame) const {
     const Camera camera = CameraAt(inFrame);
-    const Box box = ObjectBox(inFrame);
-    const double coverY = Covered(inY + 0.5, box.mY, box.Bottom());
-    // The grain is one of the panel: it grows with it.
-    const double grain = 0.26 * mShape.mWidth / 8.0;
     // The ground goes by in even steps along a row.
     const Point first = ToGround(camera, {0.0, double(inY)});
     const Point second = ToGround(camera, {1.0, double(inY)});
+    mGround->Row(first, {second.mX - first.mX, second.mY - first.mY}, mShape.mWidth, ioRow);
+    PaintObject(inFrame, inY, ioRow);
     NoiseRow noises(inY, inFrame, mShape.mSeed + 3);
-    for (int x = 0; x < mShape.mWidth; ++x) {
-        const double cover = coverY * Covered(x + 0.5, box.mX, box.Right());
-        Colour colour;
-        if (cover < 1.0)
-            colour = mGround->At(first.mX + x * (second.mX - first.mX),
-                                 first.mY + x * (second.mY - first.mY));
-        if (cover > 0.0) {
-            const double u = std::clamp((x + 0.5 - box.mX) / box.mWidth, 0.0, 1.0);
-            const double v = std::clamp((inY + 0.5 - box.mY) / box.mHeight, 0.0, 1.0);
-            colour = Mix(colour, PanelTexture(u, v, grain, mShape.mSeed + 7), cover);
-        }
-        const double noise = mShape.mNoise * noises.Next();
-        std::uint8_t* const pixel = outFrame.Pixel(x, inY);
-        pixel[0] = ToByte(colour.mBlue + noise);
-        pixel[1] = ToByte(colour.mGreen + noise);
-        pixel[2] = ToByte(colour.mRed + noise);
-        pixel[3] = 255;
+    const float step = float(mShape.mNoise * 1.7320508075688772 / 255.0);
+    const float middle = float(mShape.mNoise * 1.7320508075688772 * 2.0) - 0.5f;
+    std::uint8_t* pixel = outFrame.Pixel(0, inY);
+    for (int x = 0; x < mShape.mWidth; ++x, pixel += 4)
+        WritePixel(ioRow[x] + (float(noises.NextSum()) * step - middle), pixel);
+}
+
+void RenderedClip::PaintObject(int inFrame, int inY, GroundTiles::Sample* ioRow) const {
+    const Box box = ObjectBox(inFrame);
+    const double coverY = Covered(inY + 0.5, box.mY, box.Bottom());
+    if (coverY == 0.0) return;
+    // The grain is one of the panel: it grows with it.
+    const double grain = 0.26 * mShape.mWidth / 8.0;
+    const double v = std::clamp((inY + 0.5 - box.mY) / box.mHeight, 0.0, 1.0);
+    const int left = std::max(0, int(box.mX) - 1);
+    const int right = std::min(mShape.mWidth, int(box.Right()) + 2);
+    for (int x = left; x < right; ++x) {
+        const auto cover = float(coverY * Covered(x + 0.5, box.mX, box.Right()));
+        const double u = std::clamp((x + 0.5 - box.mX) / box.mWidth, 0.0, 1.0);
+        const Colour colour = PanelTexture(u, v, grain, mShape.mSeed + 7);
+        const GroundTiles::Sample panel{float(colour.mBlue), float(colour.mGreen),
+                                        float(colour.mRed), 0.0f};
+        ioRow[x] += (panel - ioRow[x]) * cover;
     }
 }
 

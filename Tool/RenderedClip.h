@@ -71,7 +71,8 @@ private:
     Camera CameraAt(int inFrame) const;
     Point ToGround(const Camera& inCamera, const Point& inPoint) const;
     Point FromGround(const Camera& inCamera, const Point& inGround) const;
-    void RenderRow(int inFrame, int inY, Frame& outFrame) const;
+    void RenderRow(int inFrame, int inY, GroundTiles::Sample* ioRow, Frame& outFrame) const;
+    void PaintObject(int inFrame, int inY, GroundTiles::Sample* ioRow) const;
 
     Shape mShape;
     std::shared_ptr<GroundTiles> mGround;

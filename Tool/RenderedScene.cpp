@@ -77,7 +77,13 @@ std::uint8_t ToByte(double inValue) {
     return std::uint8_t(std::clamp(inValue + 0.5, 0.0, 255.0));
 }
 
-// The lines of the brush in the bird's units, for the first and the second strokes.
+// One line of the brush, in the bird's units.
+struct BrushLine {
+    double mFromX, mFromY, mToX, mToY, mRadius;
+    bool mIsForeground;
+};
+
+// For the first and the second strokes.
 constexpr BrushLine kFirstLines[] = {
     {-0.22, 0.1, 0.06, 0.02, 0.016, true},   {0.06, 0.02, 0.13, 0.1, 0.016, true},
     {-0.5, -0.3, 0.05, -0.33, 0.016, false}, {0.05, -0.33, 0.5, -0.36, 0.016, false},
@@ -88,47 +94,25 @@ constexpr BrushLine kSecondLines[] = {{0.2, -0.11, 0.284, -0.172, 0.014, true},
                                       {-0.55, -0.05, -0.42, -0.12, 0.016, false},
                                       {-0.3, 0.3, 0.1, 0.32, 0.016, false}};
 
+// Pixels are counted by their middles, as strokes are.
 template <std::size_t kCount>
-void AddStrokes(RenderedScene& ioScene, const BrushLine (&inLines)[kCount]) {
-    const int width = ioScene.mTruth.mWidth;
-    const int height = ioScene.mTruth.mHeight;
-    const double unit = std::min(width, height);
-    Strokes strokes{Mask(width, height), Mask(width, height)};
-    for (const BrushLine& line : inLines) {
-        ioScene.mLines.push_back(
-            {width * 0.5 + line.mFromX * unit, height * 0.5 + line.mFromY * unit,
-             width * 0.5 + line.mToX * unit, height * 0.5 + line.mToY * unit,
-             line.mRadius * unit, line.mIsForeground});
-        PaintLine(strokes, ioScene.mLines.back());
-    }
-    ioScene.mStrokes.push_back(std::move(strokes));
+descriptor::Strokes StrokesOf(const BrushLine (&inLines)[kCount], int inWidth, int inHeight) {
+    const double unit = std::min(inWidth, inHeight);
+    const auto place = [&](double inX, double inY) {
+        return descriptor::Position{inWidth * 0.5 + inX * unit - 0.5,
+                                    inHeight * 0.5 + inY * unit - 0.5};
+    };
+    descriptor::Strokes strokes;
+    for (const BrushLine& line : inLines)
+        strokes.push_back(
+            {.path = {place(line.mFromX, line.mFromY), place(line.mToX, line.mToY)},
+             .radius = line.mRadius * unit,
+             .label = line.mIsForeground ? descriptor::Label::foreground
+                                         : descriptor::Label::background});
+    return strokes;
 }
 
 }  // namespace
-
-void PaintLine(Strokes& ioStrokes, const BrushLine& inLine) {
-    Mask& mask = inLine.mIsForeground ? ioStrokes.mForeground : ioStrokes.mBackground;
-    const double alongX = inLine.mToX - inLine.mFromX;
-    const double alongY = inLine.mToY - inLine.mFromY;
-    const double square = std::max(1e-9, alongX * alongX + alongY * alongY);
-    const double radius = inLine.mRadius;
-    const auto clip = [](double inValue, int inSide) {
-        return int(std::clamp(inValue, 0.0, double(inSide)));
-    };
-    const int left = clip(std::min(inLine.mFromX, inLine.mToX) - radius, mask.mWidth);
-    const int right = clip(std::max(inLine.mFromX, inLine.mToX) + radius + 1.0, mask.mWidth);
-    const int top = clip(std::min(inLine.mFromY, inLine.mToY) - radius, mask.mHeight);
-    const int bottom = clip(std::max(inLine.mFromY, inLine.mToY) + radius + 1.0, mask.mHeight);
-    for (int y = top; y < bottom; ++y)
-        for (int x = left; x < right; ++x) {
-            const double dx = x + 0.5 - inLine.mFromX;
-            const double dy = y + 0.5 - inLine.mFromY;
-            const double share = std::clamp((dx * alongX + dy * alongY) / square, 0.0, 1.0);
-            const double awayX = dx - share * alongX;
-            const double awayY = dy - share * alongY;
-            if (awayX * awayX + awayY * awayY <= radius * radius) mask.At(x, y) = 255;
-        }
-}
 
 RenderedScene RenderScene(int inWidth, int inHeight) {
     RenderedScene scene;
@@ -153,8 +137,8 @@ RenderedScene RenderScene(int inWidth, int inHeight) {
         }
     }
     scene.mPicture.Finish();
-    AddStrokes(scene, kFirstLines);
-    AddStrokes(scene, kSecondLines);
+    scene.mStrokes = {StrokesOf(kFirstLines, inWidth, inHeight),
+                      StrokesOf(kSecondLines, inWidth, inHeight)};
     return scene;
 }
 

@@ -1,5 +1,7 @@
 #include "SelectionPicture.h"
 
+#include "descriptor/StrokeMasks.h"
+
 namespace Host {
 namespace {
 
@@ -50,24 +52,22 @@ void DrawSelection(Canvas& ioCanvas, const Box& inWhere, const Frame& inPicture,
     });
 }
 
-void DrawStrokes(Canvas& ioCanvas, const Box& inWhere, const Strokes& inStrokes) {
-    const double stepX = inWhere.mWidth / inStrokes.mForeground.mWidth;
-    const double stepY = inWhere.mHeight / inStrokes.mForeground.mHeight;
-    const auto draw = [&](const Mask& inMask, const Colour& inColour) {
+void DrawStrokes(Canvas& ioCanvas, const Box& inWhere, const Frame& inPicture,
+                 const descriptor::Strokes& inStrokes) {
+    const double stepX = inWhere.mWidth / inPicture.mWidth;
+    const double stepY = inWhere.mHeight / inPicture.mHeight;
+    const auto draw = [&](descriptor::Label inLabel, const Colour& inColour) {
+        const descriptor::Frame mask =
+            descriptor::mask_of(inStrokes, inLabel, inPicture.mWidth, inPicture.mHeight);
         ioCanvas.SetColour(inColour);
-        for (int y = 0; y < inMask.mHeight; ++y)
-            for (int x = 0; x < inMask.mWidth; ++x) {
-                const int from = x;
-                while (x < inMask.mWidth && inMask.At(x, y) > 128)
-                    ++x;
-                if (x == from) continue;
-                cairo_rectangle(ioCanvas.Cairo(), inWhere.mX + from * stepX,
-                                inWhere.mY + y * stepY, (x - from) * stepX, stepY);
-            }
+        for (const descriptor::Stroke& run : descriptor::strokes_of_mask(mask, inLabel))
+            cairo_rectangle(ioCanvas.Cairo(), inWhere.mX + run.path[0].x * stepX,
+                            inWhere.mY + run.path[0].y * stepY,
+                            (run.path[1].x - run.path[0].x + 1.0) * stepX, stepY);
         cairo_fill(ioCanvas.Cairo());
     };
-    draw(inStrokes.mBackground, kBackgroundStroke);
-    draw(inStrokes.mForeground, kForegroundStroke);
+    draw(descriptor::Label::background, kBackgroundStroke);
+    draw(descriptor::Label::foreground, kForegroundStroke);
 }
 
 void DrawCutout(Canvas& ioCanvas, const Box& inWhere, const Frame& inPicture,

@@ -3,7 +3,8 @@
 #pragma once
 
 #include "Canvas.h"
-#include "RenderedScene.h"
+#include "Mask.h"
+#include "descriptor/Stroke.h"
 
 namespace Host {
 
@@ -12,7 +13,8 @@ void DrawSelection(Canvas& ioCanvas, const Box& inWhere, const Frame& inPicture,
                    const Mask& inLabels);
 
 /// Strokes over whatever is there: foreground green, background magenta.
-void DrawStrokes(Canvas& ioCanvas, const Box& inWhere, const Strokes& inStrokes);
+void DrawStrokes(Canvas& ioCanvas, const Box& inWhere, const Frame& inPicture,
+                 const descriptor::Strokes& inStrokes);
 
 /// The selection alone, on a checkerboard.
 void DrawCutout(Canvas& ioCanvas, const Box& inWhere, const Frame& inPicture,

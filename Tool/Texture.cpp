@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <vector>
 
 namespace Host {
 namespace {
@@ -22,15 +23,67 @@ double Coverage(double inDistanceInside) {
     return std::clamp(inDistanceInside / 1.6 + 0.5, 0.0, 1.0);
 }
 
-// The slope at a lattice point, one of eight directions, times the way from there.
-double Slope(std::int32_t inX, std::int32_t inY, std::uint32_t inSeed, double inDx,
-             double inDy) {
-    constexpr double kDiagonal = 0.70710678118654752;
-    constexpr double kX[] = {1.0, -1.0, 0.0, 0.0, kDiagonal, -kDiagonal, kDiagonal, -kDiagonal};
-    constexpr double kY[] = {0.0, 0.0, 1.0, -1.0, kDiagonal, kDiagonal, -kDiagonal, -kDiagonal};
-    const std::uint32_t direction = Hash(inX, inY, inSeed) >> 29;
-    return kX[direction] * inDx + kY[direction] * inDy;
+constexpr double kLargest = 96.0;  // pixels of the first of the five scales
+constexpr double kStrength[] = {0.42, 0.27, 0.2, 0.16, 0.12};
+
+// A place on one axis, by the lattice points around it.
+struct NoiseAxis {
+    NoiseAxis(double inPlace, double inScale) {
+        const double place = inPlace / inScale;
+        const double low = std::floor(place);
+        mCell = std::int32_t(low);
+        mFrom = place - low;
+        mShare = Smooth(mFrom);
+    }
+    std::int32_t mCell;
+    double mFrom, mShare;
+};
+
+std::vector<NoiseAxis> AxisOf(std::int32_t inFirst, int inCount, double inScale) {
+    std::vector<NoiseAxis> axis;
+    for (int i = 0; i < inCount; ++i)
+        axis.emplace_back(inFirst + i, inScale);
+    return axis;
 }
+
+// The slope at a lattice point, one of eight directions.
+struct Slope {
+    Slope(std::int32_t inX, std::int32_t inY, std::uint32_t inSeed) {
+        constexpr double kDiagonal = 0.70710678118654752;
+        constexpr double kX[] = {1.0,       -1.0,       0.0,       0.0,
+                                 kDiagonal, -kDiagonal, kDiagonal, -kDiagonal};
+        constexpr double kY[] = {0.0,       0.0,       1.0,        -1.0,
+                                 kDiagonal, kDiagonal, -kDiagonal, -kDiagonal};
+        const std::uint32_t direction = Hash(inX, inY, inSeed) >> 29;
+        mX = kX[direction];
+        mY = kY[direction];
+    }
+    double At(double inDx, double inDy) const { return mX * inDx + mY * inDy; }
+
+    double mX, mY;
+};
+
+// What lies between four lattice points.
+struct NoiseCell {
+    NoiseCell(std::int32_t inColumn, std::int32_t inRow, std::uint32_t inSeed)
+        : mColumn(inColumn),
+          mCorners{{inColumn, inRow, inSeed},
+                   {inColumn + 1, inRow, inSeed},
+                   {inColumn, inRow + 1, inSeed},
+                   {inColumn + 1, inRow + 1, inSeed}} {}
+
+    double At(const NoiseAxis& inAcross, const NoiseAxis& inDown) const {
+        const double dx = inAcross.mFrom, dy = inDown.mFrom;
+        const double upper =
+            Lerp(mCorners[0].At(dx, dy), mCorners[1].At(dx - 1.0, dy), inAcross.mShare);
+        const double lower = Lerp(mCorners[2].At(dx, dy - 1.0),
+                                  mCorners[3].At(dx - 1.0, dy - 1.0), inAcross.mShare);
+        return 1.5 * Lerp(upper, lower, inDown.mShare);
+    }
+
+    std::int32_t mColumn;
+    Slope mCorners[4];
+};
 
 // How far inside a stone's outline a place is, in pixels; negative outside.
 struct Stone {
@@ -100,40 +153,52 @@ std::uint32_t Hash(std::int32_t inX, std::int32_t inY, std::uint32_t inSeed) {
 }
 
 double GradientNoise(double inX, double inY, std::uint32_t inSeed) {
-    const double left = std::floor(inX);
-    const double top = std::floor(inY);
-    const std::int32_t x = std::int32_t(left);
-    const std::int32_t y = std::int32_t(top);
-    const double dx = inX - left;
-    const double dy = inY - top;
-    const double across = Smooth(dx);
-    const double upper =
-        Lerp(Slope(x, y, inSeed, dx, dy), Slope(x + 1, y, inSeed, dx - 1.0, dy), across);
-    const double lower = Lerp(Slope(x, y + 1, inSeed, dx, dy - 1.0),
-                              Slope(x + 1, y + 1, inSeed, dx - 1.0, dy - 1.0), across);
-    return 1.5 * Lerp(upper, lower, Smooth(dy));
+    const NoiseAxis across(inX, 1.0), down(inY, 1.0);
+    return NoiseCell(across.mCell, down.mCell, inSeed).At(across, down);
 }
 
 double FractalNoise(double inX, double inY, std::uint32_t inSeed) {
-    constexpr double kStrength[] = {0.42, 0.27, 0.2, 0.16, 0.12};
     double sum = 0.0;
-    double scale = 96.0;
+    double scale = kLargest;
     for (std::uint32_t octave = 0; octave < 5; ++octave, scale *= 0.5)
         sum += kStrength[octave] * GradientNoise(inX / scale, inY / scale, inSeed + octave);
     return sum;
 }
 
+void FractalNoiseOfSquare(std::int32_t inLeft, std::int32_t inTop, int inSide,
+                          std::uint32_t inSeed, double* outNoise) {
+    std::fill_n(outNoise, inSide * inSide, 0.0);
+    double scale = kLargest;
+    for (std::uint32_t octave = 0; octave < 5; ++octave, scale *= 0.5) {
+        const std::vector<NoiseAxis> across = AxisOf(inLeft, inSide, scale);
+        for (int y = 0; y < inSide; ++y) {
+            const NoiseAxis down = NoiseAxis(inTop + y, scale);
+            double* const row = outNoise + y * inSide;
+            NoiseCell cell(across[0].mCell, down.mCell, inSeed + octave);
+            for (int x = 0; x < inSide; ++x) {
+                if (across[std::size_t(x)].mCell != cell.mColumn)
+                    cell = NoiseCell(across[std::size_t(x)].mCell, down.mCell, inSeed + octave);
+                row[x] += kStrength[octave] * cell.At(across[std::size_t(x)], down);
+            }
+        }
+    }
+}
+
 Colour GroundTexture(double inX, double inY, std::uint32_t inSeed) {
+    return GroundTexture(inX, inY, inSeed, FractalNoise(inX, inY, inSeed));
+}
+
+Colour GroundTexture(double inX, double inY, std::uint32_t inSeed, double inFractalNoise) {
     constexpr Colour kMoss{52.0, 84.0, 62.0};
     constexpr Colour kSand{196.0, 178.0, 142.0};
     constexpr Colour kSlate{118.0, 128.0, 142.0};
-    const double noise = FractalNoise(inX, inY, inSeed);
-    const Colour ground = Mix(kMoss, kSand, std::clamp(0.42 + 0.75 * noise, 0.0, 1.0));
+    const Colour ground = Mix(kMoss, kSand, std::clamp(0.42 + 0.75 * inFractalNoise, 0.0, 1.0));
 
     const Stone stone = FindStone(inX, inY, inSeed + 17);
     if (stone.mInside <= -0.8) return ground;
     const double grain = GradientNoise(inX / 9.0, inY / 9.0, inSeed + 31);
-    const Colour rock = Scale(kSlate, 1.0 + stone.mShade + 0.16 * grain + 0.25 * noise);
+    const Colour rock =
+        Scale(kSlate, 1.0 + stone.mShade + 0.16 * grain + 0.25 * inFractalNoise);
     return Mix(ground, rock, Coverage(stone.mInside));
 }
 

@@ -32,9 +32,16 @@ double GradientNoise(double inX, double inY, std::uint32_t inSeed);
 /// it, as in photographs. About -1 to 1.
 double FractalNoise(double inX, double inY, std::uint32_t inSeed);
 
+/// The same at the whole places of a square from (`inLeft`, `inTop`) on, row by row, to the
+/// same bits, and several times faster than one by one.
+void FractalNoiseOfSquare(std::int32_t inLeft, std::int32_t inTop, int inSide,
+                          std::uint32_t inSeed, double* outNoise);
+
 /// Ground with stones: noise at several scales, and on it discs and slabs with clear
 /// edges and corners.
 Colour GroundTexture(double inX, double inY, std::uint32_t inSeed);
+/// The same, of a place whose fractal noise is known.
+Colour GroundTexture(double inX, double inY, std::uint32_t inSeed, double inFractalNoise);
 
 /// The skin of the moving object, over the unit square: stripes, windows, and noise of
 /// `inGrain` cycles from side to side.
@@ -47,12 +54,16 @@ public:
         : mBits(Hash(inRow, inFrame, inSeed) | 1u) {}
 
     double Next() {
+        // Four even spreads: variance 1/3.
+        return (NextSum() / 255.0 - 2.0) * 1.7320508075688772;
+    }
+    /// The same as a whole number from 0 to 1020.
+    int NextSum() {
         mBits ^= mBits << 13;  // Marsaglia's xorshift
         mBits ^= mBits >> 17;
         mBits ^= mBits << 5;
         const std::uint32_t pairs = (mBits & 0xff00ff) + ((mBits >> 8) & 0xff00ff);
-        const double sum = double((pairs & 0xffff) + (pairs >> 16));
-        return (sum / 255.0 - 2.0) * 1.7320508075688772;  // four even spreads: variance 1/3
+        return int((pairs & 0xffff) + (pairs >> 16));
     }
 
 private:

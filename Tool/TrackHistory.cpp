@@ -9,8 +9,6 @@ namespace Host {
 namespace {
 
 constexpr std::size_t kTrailLength = 24;
-constexpr double kCutShare = 0.6;
-constexpr int kCutLeast = 20;  // fewer points than that say nothing of a cut
 
 double Distance(const Point& inFirst, const Point& inSecond) {
     const double x = inFirst.mX - inSecond.mX;
@@ -34,36 +32,38 @@ double Quantile(std::vector<double>& ioValues, double inShare) {
     return *at;
 }
 
-void TrackHistory::Add(const std::vector<TrackedPoint>& inPoints, long long inFrame) {
-    mTrails.resize(std::max(mTrails.size(), inPoints.size()));
-    const int liveBefore = mLiveNow;
-    int lost = 0;
-    mLiveNow = 0;
-    for (std::size_t slot = 0; slot < inPoints.size(); ++slot) {
-        Trail& trail = mTrails[slot];
-        const TrackedPoint& point = inPoints[slot];
-        const bool wasLive = !trail.mPlaces.empty();
-        const bool isCarried = point.IsLive() && point.mAge > 0 && wasLive;
-        if (wasLive) Compare(trail, point, inFrame);
-        if (wasLive && !isCarried) {
-            ++lost;
-            mEndedLengths.push_back(double(trail.mSeen));
-            trail = {};
-        }
-        if (!point.IsLive()) continue;
-        ++mLiveNow;
-        const Point place{point.mX, point.mY};
-        if (trail.mPlaces.empty()) trail = {{}, point.mAge, place, inFrame, 0};
-        ++trail.mSeen;
-        trail.mAge = point.mAge;
-        trail.mPlaces.push_back(place);
-        if (trail.mPlaces.size() > kTrailLength) trail.mPlaces.erase(trail.mPlaces.begin());
-    }
-    if (liveBefore >= kCutLeast && lost > kCutShare * liveBefore) mCuts.push_back(inFrame);
-    NoteFrame(inFrame, lost);
+void TrackHistory::Add(const descriptor::FramePoints& inPoints, long long inFrame) {
+    for (const descriptor::Point& point : inPoints.lost)
+        End(point, inFrame);
+    for (const descriptor::Point& point : inPoints)
+        Carry(point, inFrame);
+    mLiveNow = int(inPoints.size());
+    if (inPoints.is_cut) mCuts.push_back(inFrame);
+    NoteFrame(inFrame, int(inPoints.lost.size()));
     mLiveSum += mLiveNow;
     mPrevFrame = inFrame;
     ++mFrames;
+}
+
+void TrackHistory::End(const descriptor::Point& inPoint, long long inFrame) {
+    Trail& trail = mTrails[std::size_t(inPoint.slot)];
+    Compare(trail, nullptr, inFrame);
+    mEndedLengths.push_back(double(trail.mSeen));
+    trail = {};
+}
+
+void TrackHistory::Carry(const descriptor::Point& inPoint, long long inFrame) {
+    mTrails.resize(std::max(mTrails.size(), std::size_t(inPoint.slot) + 1));
+    Trail& trail = mTrails[std::size_t(inPoint.slot)];
+    const Point place{inPoint.x, inPoint.y};
+    if (trail.mPlaces.empty())
+        trail = {{}, inPoint.age, place, inFrame, 0};
+    else
+        Compare(trail, &place, inFrame);
+    ++trail.mSeen;
+    trail.mAge = inPoint.age;
+    trail.mPlaces.push_back(place);
+    if (trail.mPlaces.size() > kTrailLength) trail.mPlaces.erase(trail.mPlaces.begin());
 }
 
 void TrackHistory::Hold(long long inFrame) {
@@ -95,9 +95,8 @@ std::vector<double> TrackHistory::Lengths() const {
     return lengths;
 }
 
-// `inTrail` is what the slot held up to the frame before.
-void TrackHistory::Compare(const Trail& inTrail, const TrackedPoint& inPoint,
-                           long long inFrame) {
+// `inTrail` is what the slot held up to the frame before; its point may be lost.
+void TrackHistory::Compare(const Trail& inTrail, const Point* inPlace, long long inFrame) {
     if (!mTruth) return;
     const auto move = [&](const Point& inFrom, long long inFromFrame) {
         return mTruth->Move(inFrom, int(inFromFrame), int(inFrame));
@@ -105,12 +104,11 @@ void TrackHistory::Compare(const Trail& inTrail, const TrackedPoint& inPoint,
     const std::optional<Point> step = move(inTrail.mPlaces.back(), mPrevFrame);
     if (!step || !IsInView(*step, mTruth->GetShape())) return;
     ++mInView;
-    if (!inPoint.IsLive() || inPoint.mAge == 0) return;
+    if (!inPlace) return;
     ++mKept;
-    const Point place{inPoint.mX, inPoint.mY};
-    mStepErrors.push_back(Distance(place, *step));
+    mStepErrors.push_back(Distance(*inPlace, *step));
     if (const std::optional<Point> start = move(inTrail.mStart, inTrail.mStartFrame))
-        mStartErrors.push_back(Distance(place, *start));
+        mStartErrors.push_back(Distance(*inPlace, *start));
 }
 
 TrackHistory::Summary TrackHistory::Summarise() const {

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "Geometry.h"
-#include "PointTracker.h"
+#include "descriptor/Points.h"
 
 namespace Host {
 
@@ -36,7 +36,7 @@ public:
 
     explicit TrackHistory(const RenderedClip* inTruth) : mTruth(inTruth) {}
 
-    void Add(const std::vector<TrackedPoint>& inPoints, long long inFrame);
+    void Add(const descriptor::FramePoints& inPoints, long long inFrame);
 
     /// A frame that repeats the one before: every point stays, and none is older.
     void Hold(long long inFrame);
@@ -63,11 +63,13 @@ public:
     /// How many frames each point was seen in, those that live now included.
     std::vector<double> Lengths() const;
 
-    /// Frames in which most points were lost at once, as at a cut.
+    /// Frames in which most points were lost at once, as the tracker says.
     const std::vector<long long>& Cuts() const { return mCuts; }
 
 private:
-    void Compare(const Trail& inTrail, const TrackedPoint& inPoint, long long inFrame);
+    void Compare(const Trail& inTrail, const Point* inPlace, long long inFrame);
+    void End(const descriptor::Point& inPoint, long long inFrame);
+    void Carry(const descriptor::Point& inPoint, long long inFrame);
     void NoteFrame(long long inFrame, int inLost);
     std::vector<double> Ages() const;
 

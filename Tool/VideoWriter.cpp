@@ -63,8 +63,9 @@ void VideoWriter::OpenEncoder(int inWidth, int inHeight) {
         mCodec->color_trc = AVCOL_TRC_BT709;
         mCodec->color_range = AVCOL_RANGE_MPEG;
         mCodec->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
+        mCodec->thread_count = 0;  // as many as there are processors
         mCodec->bit_rate = std::int64_t(inWidth) * inHeight * 6;  // where there is no crf
-        av_opt_set(mCodec->priv_data, "preset", "veryfast", 0);
+        av_opt_set(mCodec->priv_data, "preset", "superfast", 0);
         if (av_opt_set(mCodec->priv_data, "crf", "20", 0) == 0) mCodec->bit_rate = 0;
         if (avcodec_open2(mCodec.get(), encoder, nullptr) == 0) return;
     }

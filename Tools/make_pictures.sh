@@ -1,42 +1,48 @@
 #!/bin/sh
-# Makes the pictures of README and Docs from the tool's own rendered clips.
+# Makes the pictures of README and Docs by the tool: from the real clip of Examples/Footage, as
+# JPEG, and a plot. Then it prints the times that stand beside them, from one run of `bench`.
 #
 #   Tools/make_pictures.sh [BUILD_FOLDER]      default: build
 #
-# The same build gives the same pictures; each stays below 300 KB.
+# The same build gives the same pictures; each stays below 300 KB. Needs the program ffmpeg.
 
 set -e
 root=$(cd "$(dirname "$0")/.." && pwd)
 host=${1:-$root/build}/Tool/descriptor-host
+clip=$root/Examples/Footage/car-park.mp4
+rect=322,124,152,276  # the red car in the first frame
 pictures=$root/Docs/pictures
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 mkdir -p "$pictures"
 
-# take FOLDER FILE NAME: keeps one file of a run as a picture.
+# take FOLDER FILE NAME [WIDTH]: keeps one file of a run as a picture, not wider than that.
 take() {
-    cp "$work/$1/$2" "$pictures/$3"
+    ffmpeg -v error -y -i "$work/$1/$2" -vf "scale='min(iw,${4:-1200})':-2" -q:v 3 \
+        "$pictures/$3"
     size=$(wc -c <"$pictures/$3")
     echo "$pictures/$3: $size bytes"
     [ "$size" -lt 307200 ] || { echo "too large" >&2; exit 1; }
 }
 
-"$host" grey -o "$work/grey" --size 352x264 --frames 40 --no-video
-take grey grey.png grey.png
+"$host" grey "$clip" -o "$work/grey" --no-video
+take grey grey.png grey.jpg
 
-"$host" track -o "$work/track" --size 480x360 --frames 90 --no-video --plots "$work/plots"
-take track track.png track.png
-take plots points.png points.png
+"$host" track "$clip" -o "$work/track" --no-video --plots "$work/plots"
+take track track.png track.jpg
+cp "$work/plots/points.png" "$pictures/points.png"
 
-"$host" track -o "$work/compare" --size 400x300 --frames 90 --features 250 --compare --no-video
-take compare track.png compare.png
+"$host" track "$clip" -o "$work/compare" --compare --no-video
+take compare track.png compare.jpg
 
-"$host" region -o "$work/region" --size 480x360 --frames 90 --min-distance 7 --no-video
-take region region.png region.png
+"$host" region "$clip" --rect $rect -o "$work/region" --no-video
+take region region.png region.jpg
 
-"$host" pyramid -o "$work/pyramid" --size 272x204 --frame 40
-take pyramid pyramid.png pyramid.png
+"$host" pyramid "$clip" -o "$work/pyramid"
+take pyramid pyramid.png pyramid.jpg
 
-"$host" select -o "$work/select" --size 352x264
-take select select.png select.png
-take select regions.png regions.png
+"$host" select "$clip" --strokes "$root/Examples/Footage/red-car.json" -o "$work/select"
+take select select.png select.jpg
+take select regions.png regions.jpg 768
+
+"$host" bench "$clip" --rect $rect

@@ -7,6 +7,7 @@
 #include "Client/ClientFrames.h"
 #include "DP/DescriptorFactory.h"
 #include "descriptor/Caches.h"
+#include "descriptor/StrokeMasks.h"
 #include "descriptor/strokes_json.h"
 
 namespace {
@@ -233,6 +234,33 @@ TEST(StrokesJson, RefusesWhatIsNoSuchFile) {
 
 // The outline, filled again by counting crossings, is the mask; and it is as long as it can
 // be: no three points of it lie in a row.
+// What was painted elsewhere comes as masks: the strokes made of them paint the same pixels,
+// and so the cut is the same to the bit.
+TEST(StrokeMasks, AreDrawnAgainToThePixelAndCutTheSame) {
+    const Strokes drawn{{.path = {{22, 20}, {40, 31.3}, {30, 44}}, .radius = 3.7},
+                        Line(60, 3, 92, Label::background),
+                        {.path = {{31, 33}}, .radius = 2, .label = Label::background}};
+    Strokes again;
+    for (const Label label : {Label::foreground, Label::background})
+        for (const Stroke& line :
+             strokes_of_mask(mask_of(drawn, label, kWidth, kHeight), label))
+            again.push_back(line);
+    for (const Label label : {Label::foreground, Label::background})
+        EXPECT_EQ(Bytes(mask_of(again, label, kWidth, kHeight)),
+                  Bytes(mask_of(drawn, label, kWidth, kHeight)));
+    const Frame picture = Picture();
+    const auto cut = [&](const Strokes& inStrokes) {
+        Selection selection(picture);
+        selection.add(inStrokes);
+        return Bytes(selection.mask());
+    };
+    EXPECT_EQ(cut(again), cut(drawn));
+    EXPECT_TRUE(strokes_of_mask(detail::frame_of(detail::StrokeImages(5, 3).mForeground, {}),
+                                Label::foreground)
+                    .empty());
+    EXPECT_THROW(strokes_of_mask(picture, Label::foreground), ArgumentError);
+}
+
 TEST(Outline, GoesRoundEveryPixelOnce) {
     Testing::Random random(3);
     for (int trial = 0; trial < 40; ++trial) {

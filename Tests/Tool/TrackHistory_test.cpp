@@ -12,9 +12,9 @@
 
 namespace {
 
+using descriptor::FramePoints;
 using Host::Point;
 using Host::RenderedClip;
-using Host::TrackedPoint;
 using Host::TrackHistory;
 
 // Points on a grid of the first frame, carried on by the truth plus a drift each frame. One
@@ -27,17 +27,18 @@ public:
                 mStarts.push_back({double(x), double(y)});
     }
 
-    std::vector<TrackedPoint> At(int inFrame) const {
-        std::vector<TrackedPoint> points;
-        for (const Point& start : mStarts) {
-            TrackedPoint point;
-            if (const auto place = mClip.Move(start, 0, inFrame)) {
-                point.mX = float(place->mX + mDrift * inFrame);
-                point.mY = float(place->mY);
-                point.mStatus = 0;
-                point.mAge = unsigned(inFrame);
+    FramePoints At(int inFrame) const {
+        FramePoints points;
+        for (std::size_t i = 0; i < mStarts.size(); ++i) {
+            descriptor::Point point{.id = std::int64_t(i), .slot = std::int32_t(i)};
+            if (const auto place = mClip.Move(mStarts[i], 0, inFrame)) {
+                point.x = float(place->mX + mDrift * inFrame);
+                point.y = float(place->mY);
+                point.age = unsigned(inFrame);
+                points.live.push_back(point);
+            } else if (inFrame > 0 && mClip.Move(mStarts[i], 0, inFrame - 1)) {
+                points.lost.push_back(point);
             }
-            points.push_back(point);
         }
         return points;
     }
@@ -83,32 +84,35 @@ TEST(TrackHistoryTest, ADriftShowsInTheStepOnceAndInAllAsItGrows) {
 
 TEST(TrackHistoryTest, ASlotThatIsFilledAnewStartsANewTrail) {
     TrackHistory history(nullptr);
-    TrackedPoint point;
-    point.mStatus = 0;
+    descriptor::Point point{.id = 0};
     for (int frame = 0; frame < 3; ++frame) {
-        point.mX = float(frame);
-        point.mAge = unsigned(frame);
-        history.Add({point}, frame);
+        point.x = float(frame);
+        point.age = unsigned(frame);
+        FramePoints points;
+        points.live = {point};
+        history.Add(points, frame);
     }
     EXPECT_EQ(history.Trails()[0].mPlaces.size(), 3u);
-    point.mX = 100.0f;
-    point.mAge = 0;
-    history.Add({point}, 3);
+    FramePoints points;
+    points.lost = {point};
+    points.live = {{.id = 1, .x = 100.0f}};
+    history.Add(points, 3);
     ASSERT_EQ(history.Trails()[0].mPlaces.size(), 1u);
     EXPECT_EQ(history.Trails()[0].mPlaces[0].mX, 100.0);
 }
 
-TEST(TrackHistoryTest, ACutIsNoticedInTheFrameWhereMostPointsWereLost) {
+TEST(TrackHistoryTest, CountsWhatLivesAndWhatWasLostAndHowLongItWasSeen) {
     TrackHistory history(nullptr);
-    std::vector<TrackedPoint> points(50);
-    for (TrackedPoint& point : points)
-        point.mStatus = 0;
+    FramePoints points;
+    for (std::int32_t slot = 0; slot < 50; ++slot)
+        points.live.push_back({.id = slot, .slot = slot});
     history.Add(points, 0);
-    for (TrackedPoint& point : points)
-        point.mAge = 1;
+    for (descriptor::Point& point : points.live)
+        point.age = 1;
     history.Add(points, 1);
-    for (std::size_t i = 0; i < 40; ++i)
-        points[i].mStatus = -2;
+    points.lost.assign(points.live.begin(), points.live.begin() + 40);
+    points.live.erase(points.live.begin(), points.live.begin() + 40);
+    points.is_cut = true;
     history.Add(points, 2);
     EXPECT_EQ(history.Cuts(), std::vector<long long>{2});
     EXPECT_EQ(history.LiveNow(), 10);

@@ -11,19 +11,20 @@
 #include "BoxFile.h"
 #include "Commands.h"
 #include "FrameLoop.h"
-#include "GreyImages.h"
 #include "Help.h"
 #include "Options.h"
 #include "Peers.h"
-#include "PointTracker.h"
-#include "RegionTracker.h"
 #include "RenderedClip.h"
-#include "Selection.h"
 #include "TrackHistory.h"
+#include "Trackers.h"
 #include "UserError.h"
+#include "descriptor/Selection.h"
+#include "descriptor/StrokeMasks.h"
 
 namespace Host {
 namespace {
+
+using descriptor::Engine;
 
 constexpr long long kFrames = 30;
 constexpr std::size_t kMostCuts = 5;
@@ -31,7 +32,7 @@ constexpr int kDistance = 10;  // between selected points, in pixels
 
 struct BenchOptions {
     InputOptions mInput;
-    unsigned mFeatures = 500;
+    int mFeatures = 500;
     std::string mRect;
     bool mGrabCut = false;
 };
@@ -41,10 +42,20 @@ struct Times {
     std::vector<double> mOurs, mPeers;
 
     template <class Call>
+    void TakeOurs(Call inCall) {
+        Take(inCall, mOurs);
+    }
+    template <class Call>
     void TakePeer(Call inCall) {
+        Take(inCall, mPeers);
+    }
+
+private:
+    template <class Call>
+    static void Take(Call inCall, std::vector<double>& outTimes) {
         const WorkStopwatch stopwatch;
         inCall();
-        mPeers.push_back(stopwatch.Seconds() * 1e3);
+        outTimes.push_back(stopwatch.Seconds() * 1e3);
     }
 };
 
@@ -72,10 +83,10 @@ Clip ReadClip(const BenchOptions& inOptions) {
     if (input.mFrames == 0) input.mFrames = kFrames;
     const std::unique_ptr<FrameSource> source = input.Open();
     Clip clip{source->Name(), {}, {}, StartBox(inOptions, *source)};
-    const GreyImages images("bench clip");
+    const descriptor::GreyFrames images;
     for (Frame frame; !Interrupted() && source->Read(frame);) {
-        const auto grey = images.Grey(frame, (long long)clip.mFrames.size());
-        clip.mGreyBytes.emplace_back(grey->GetData(), grey->GetData() + frame.PixelCount());
+        const descriptor::Frame grey = images.grey8(TrackerView(frame, 0));
+        clip.mGreyBytes.emplace_back(grey.row(0), grey.row(0) + frame.PixelCount());
         clip.mFrames.push_back(frame);
     }
     if (!source->Trouble().empty()) throw UserError(source->Trouble());
@@ -93,8 +104,8 @@ public:
     int Run() {
         PrintHead();
         TimeGrey();
-        TimePoints("APT", &MakeAptTracker, {11, 2});
-        TimePoints("KLT", &MakeKltTracker, {7, 1});
+        TimePoints("APT", Engine::apt, {11, 2});
+        TimePoints("KLT", Engine::klt, {7, 1});
         TimeRegion();
         TimeCut();
         if (!Interrupted()) return 0;
@@ -107,7 +118,6 @@ private:
     struct PeerWindow {
         int mSide, mLevels;
     };
-    using MakeTracker = std::unique_ptr<PointTracker>(const std::string&, const TrackSettings&);
 
     void PrintHead() const {
         const Frame& first = mClip.mFrames.front();
@@ -138,20 +148,13 @@ private:
     }
 
     void TimeGrey() {
-        const ImageRequest<DP::IGreyImageDescriptorWorkerItem> grey(
-            "bench grey", DP::kDescriptorDataTypeGreyImage);
-        const ImageRequest<DP::IFloatGreyImageDescriptorWorkerItem> floats(
-            "bench grey", DP::kDescriptorDataTypeFloatGreyImage);
+        const descriptor::GreyFrames images{descriptor::Source("bench grey")};
         Times greyTimes, floatTimes;
         Each(0, mClip.mFrames.size(), [&](std::size_t i) {
             const Frame& frame = mClip.mFrames[i];
-            const auto take = [&](const auto& inRequest, Times& ioTimes) {
-                const WorkStopwatch stopwatch;
-                inRequest.Ask(frame, (long long)i);
-                ioTimes.mOurs.push_back(stopwatch.Seconds() * 1e3);
-            };
-            take(grey, greyTimes);
-            take(floats, floatTimes);
+            const descriptor::Frame view = ColourView(frame, (long long)i);
+            greyTimes.TakeOurs([&] { images.grey8(view); });
+            floatTimes.TakeOurs([&] { images.grey_float(view); });
             if (!mPeers) return;
             greyTimes.TakePeer([&] { mPeers->Grey(frame); });
             floatTimes.TakePeer([&] { mPeers->FloatGrey(frame); });
@@ -162,28 +165,29 @@ private:
 
     // A tracker's first frame is a selection. In the run of steps no new points are looked
     // for, and the peer follows the points that ours starts the step from.
-    void TimePoints(const std::string& inName, MakeTracker* inMake, PeerWindow inWindow) {
-        TrackSettings settings;
-        settings.mFeatures = mOptions.mFeatures;
-        settings.mMinFeatures = 0;
-        settings.mMinDistance = kDistance;
+    void TimePoints(const std::string& inName, Engine inEngine, PeerWindow inWindow) {
+        const descriptor::PointSettings settings{.engine = inEngine,
+                                                 .max_points = mOptions.mFeatures,
+                                                 .min_points = 0,
+                                                 .min_distance = kDistance};
         Times selection, step;
         Each(0, mClip.mFrames.size(), [&](std::size_t i) {
-            const auto tracker = inMake("bench selection " + inName, settings);
-            tracker->Track(mClip.mFrames[i], (long long)i);
-            selection.mOurs.push_back(tracker->LibrarySeconds() * 1e3);
+            TimedPoints tracker("bench selection " + inName, settings, 1);
+            tracker.Track(mClip.mFrames[i], (long long)i);
+            selection.mOurs.push_back(tracker.LibrarySeconds() * 1e3);
             if (mPeers)
                 selection.TakePeer([&] {
-                    mPeers->Select(mClip.Grey(i), int(settings.mFeatures), kDistance,
+                    mPeers->Select(mClip.Grey(i), settings.max_points, kDistance,
                                    inWindow.mSide);
                 });
         });
         Print(inName + " selection", selection, "goodFeaturesToTrack");
-        TimeSteps(*inMake("bench steps " + inName, settings), inWindow, step);
+        TimedPoints tracker("bench steps " + inName, settings, 1);
+        TimeSteps(tracker, inWindow, step);
         Print(inName + " step", step, "calcOpticalFlowPyrLK");
     }
 
-    void TimeSteps(PointTracker& ioTracker, PeerWindow inWindow, Times& outTimes) {
+    void TimeSteps(TimedPoints& ioTracker, PeerWindow inWindow, Times& outTimes) {
         std::vector<Point> live;
         double before = 0.0;
         Each(0, mClip.mFrames.size(), [&](std::size_t i) {
@@ -196,14 +200,13 @@ private:
                                  inWindow.mLevels);
                 });
             live.clear();
-            for (const TrackedPoint& point : points)
-                if (point.IsLive()) live.push_back({point.mX, point.mY});
+            for (const descriptor::Point& point : points)
+                live.push_back({point.x, point.y});
         });
     }
 
     void TimeRegion() {
-        const Frame& first = mClip.mFrames.front();
-        RegionTracker tracker("bench region", mClip.mBox, first.mHeight, {});
+        TimedRegion tracker("bench region", mClip.mBox, {});
         const bool withPeer = mPeers && mPeers->StartRegion(mClip.Grey(0), mClip.mBox);
         Times times;
         double before = 0.0;
@@ -218,15 +221,16 @@ private:
 
     // The rectangle stands in for a user's strokes: its middle is foreground, the picture's
     // rim background.
-    Strokes BoxStrokes(const Frame& inFrame) const {
-        Strokes strokes{Mask(inFrame.mWidth, inFrame.mHeight),
-                        Mask(inFrame.mWidth, inFrame.mHeight)};
+    descriptor::Strokes BoxStrokes(const Frame& inFrame) const {
         const Box& box = mClip.mBox;
         const double y = box.mY + box.mHeight / 2, w = inFrame.mWidth, h = inFrame.mHeight;
-        PaintLine(strokes,
-                  {box.mX + box.mWidth / 3, y, box.Right() - box.mWidth / 3, y, 4.0, true});
+        descriptor::Strokes strokes{
+            {.path = {{box.mX + box.mWidth / 3, y}, {box.Right() - box.mWidth / 3, y}},
+             .radius = 4.0}};
         for (const double edge : {4.0, h - 4.0})
-            PaintLine(strokes, {4.0, edge, w - 4.0, edge, 3.0, false});
+            strokes.push_back({.path = {{4.0, edge}, {w - 4.0, edge}},
+                               .radius = 3.0,
+                               .label = descriptor::Label::background});
         return strokes;
     }
 
@@ -234,14 +238,20 @@ private:
         Times cut, grab;
         Each(0, std::min(mClip.mFrames.size(), kMostCuts), [&](std::size_t i) {
             const Frame& frame = mClip.mFrames[i];
-            const Strokes strokes = BoxStrokes(frame);
-            Selection selection(frame, "bench cut " + std::to_string(i));
-            selection.Cut(strokes);
-            cut.mOurs.push_back(selection.Milliseconds());
-            if (mPeers) cut.TakePeer([&] { mPeers->Watershed(frame, strokes); });
-            if (!mPeers || !mOptions.mGrabCut) return;
-            grab.mOurs.push_back(selection.Milliseconds());
-            grab.TakePeer([&] { mPeers->GrabCut(frame, strokes); });
+            const descriptor::Strokes strokes = BoxStrokes(frame);
+            const auto mask = [&](descriptor::Label inLabel) {
+                return ToMask(
+                    descriptor::mask_of(strokes, inLabel, frame.mWidth, frame.mHeight));
+            };
+            descriptor::Selection selection(ColourView(frame));
+            cut.TakeOurs([&] { selection.add(strokes); });
+            if (!mPeers) return;
+            const Mask foreground = mask(descriptor::Label::foreground);
+            const Mask background = mask(descriptor::Label::background);
+            cut.TakePeer([&] { mPeers->Watershed(frame, foreground, background); });
+            if (!mOptions.mGrabCut) return;
+            grab.mOurs.push_back(cut.mOurs.back());
+            grab.TakePeer([&] { mPeers->GrabCut(frame, foreground, background); });
         });
         Print("first cut", cut, "watershed");
         Print("first cut", grab, "grabCut, one iteration");
@@ -266,7 +276,7 @@ void AddBenchCommand(CLI::App& ioProgram, Run& outRun) {
     const auto options = std::make_shared<BenchOptions>();
     options->mInput.AddTo(*command);
     command->add_option("--features", options->mFeatures, "Points at most (500).")
-        ->check(CLI::Range(1u, 100000u).description(""))
+        ->check(CLI::Range(1, 100000).description(""))
         ->type_name("N");
     command
         ->add_option("--rect", options->mRect,

@@ -8,14 +8,16 @@
 #include <optional>
 
 #include "Canvas.h"
+#include "ClientFrames.h"
 #include "Commands.h"
 #include "FrameLoop.h"
 #include "Help.h"
-#include "ImageRequest.h"
 #include "Options.h"
 #include "Plot.h"
 #include "UserError.h"
 #include "VideoWriter.h"
+#include "descriptor/Caches.h"
+#include "descriptor/GreyFrames.h"
 
 namespace Host {
 namespace {
@@ -50,42 +52,42 @@ private:
     double mGreyBefore = 0.0, mFloatBefore = 0.0;
 };
 
-using GreyRequest = ImageRequest<DP::IGreyImageDescriptorWorkerItem>;
-using FloatGreyRequest = ImageRequest<DP::IFloatGreyImageDescriptorWorkerItem>;
-
-// The second request is a hit if it brings the very object of the first.
-template <class Request>
-DP::Ref<DP::IDescriptorData> AskTwice(const Request& inRequest, const Frame& inFrame,
-                                      long long inNumber, double& ioSeconds,
-                                      GreyFigures& ioFigures) {
+// Asks for one image twice: the second time the cache should have it.
+template <class Ask>
+descriptor::Frame AskTwice(descriptor::Kind inKind, Ask inAsk, double& ioSeconds,
+                           GreyFigures& ioFigures) {
     const WorkStopwatch computing;
-    const DP::Ref<DP::IDescriptorData> first = inRequest.Ask(inFrame, inNumber);
+    descriptor::Frame image = inAsk();
     ioSeconds += computing.Seconds();
+    const auto hitsBefore = descriptor::cache_figures(inKind).hits;
     const WorkStopwatch looking;
-    const DP::Ref<DP::IDescriptorData> second = inRequest.Ask(inFrame, inNumber);
+    inAsk();
     ioFigures.mHitSeconds += looking.Seconds();
     ioFigures.mRequests += 2;
-    if (first == second) ++ioFigures.mHits;
-    return first;
+    ioFigures.mHits += (long long)(descriptor::cache_figures(inKind).hits - hitsBefore);
+    return image;
+}
+
+const float* FloatsOf(const descriptor::Frame& inFrame) {
+    return static_cast<const float*>(inFrame.pixels);
 }
 
 // How far the 8-bit image is from the float image.
-void NoteDifference(const IP::Image<float>& inFloat, const IP::Image<unsigned char>& inGrey,
+void NoteDifference(const descriptor::Frame& inFloat, const descriptor::Frame& inGrey,
                     GreyFigures& ioFigures) {
-    const std::size_t pixels =
-        std::size_t(inFloat.GetColumns()) * std::size_t(inFloat.GetRows());
+    const std::size_t pixels = std::size_t(inFloat.width) * std::size_t(inFloat.height);
+    const float* const floats = FloatsOf(inFloat);
+    const unsigned char* const bytes = inGrey.row(0);
     float largest = 0.0f;
     for (std::size_t i = 0; i < pixels; ++i)
-        largest =
-            std::max(largest, std::abs(inFloat.GetData()[i] - float(inGrey.GetData()[i])));
+        largest = std::max(largest, std::abs(floats[i] - float(bytes[i])));
     ioFigures.mLargestDifference = std::max(ioFigures.mLargestDifference, double(largest));
 }
 
 // The float image as bytes to look at.
-std::vector<std::uint8_t> ShownAsBytes(const IP::Image<float>& inFloat) {
-    std::vector<std::uint8_t> bytes(std::size_t(inFloat.GetColumns()) *
-                                    std::size_t(inFloat.GetRows()));
-    std::transform(inFloat.GetData(), inFloat.GetData() + bytes.size(), bytes.begin(),
+std::vector<std::uint8_t> ShownAsBytes(const descriptor::Frame& inFloat) {
+    std::vector<std::uint8_t> bytes(std::size_t(inFloat.width) * std::size_t(inFloat.height));
+    std::transform(FloatsOf(inFloat), FloatsOf(inFloat) + bytes.size(), bytes.begin(),
                    [](float v) { return std::uint8_t(std::clamp(v + 0.5f, 0.0f, 255.0f)); });
     return bytes;
 }
@@ -98,11 +100,11 @@ public:
           mPanelHeight(std::max(1, inHeight * mPanelWidth / inWidth)),
           mCanvas(3 * mPanelWidth + 2 * kGap, mPanelHeight) {}
 
-    const Canvas& Draw(const Frame& inFrame, const IP::Image<unsigned char>& inGrey,
+    const Canvas& Draw(const Frame& inFrame, const descriptor::Frame& inGrey,
                        const std::vector<std::uint8_t>& inFloatGrey, long long inNumber) {
         mCanvas.Fill({255.0, 255.0, 255.0});
         mCanvas.DrawFrame(inFrame, Panel(0));
-        mCanvas.DrawGrey(inGrey.GetData(), inFrame.mWidth, inFrame.mHeight, Panel(1));
+        mCanvas.DrawGrey(inGrey.row(0), inFrame.mWidth, inFrame.mHeight, Panel(1));
         mCanvas.DrawGrey(inFloatGrey.data(), inFrame.mWidth, inFrame.mHeight, Panel(2));
         const double unit = UnitOf(Panel(0));
         const std::string names[] = {"frame " + std::to_string(inNumber), "grey, 8 bit",
@@ -179,8 +181,7 @@ int RunGrey(const GreyOptions& inOptions) {
                             {"milliseconds.png"});
     const std::unique_ptr<FrameSource> source = inOptions.mInput.Open();
     inOptions.mOutput.Prepare();
-    const GreyRequest grey(source->Name(), DP::kDescriptorDataTypeGreyImage);
-    const FloatGreyRequest floatGrey(source->Name(), DP::kDescriptorDataTypeFloatGreyImage);
+    const descriptor::GreyFrames images{descriptor::Source(source->Name())};
     const auto json = inOptions.mOutput.OpenJson(JsonHead("grey", *source), "frames");
     GreySheet sheet(source->Width(), source->Height());
     std::optional<VideoWriter> video;
@@ -192,20 +193,23 @@ int RunGrey(const GreyOptions& inOptions) {
     GreyFigures figures;
     DrawJob last;
     const auto step = [&](const FramePtr& inFrame, long long inNumber) -> DrawJob {
-        const auto greyImage =
-            GreyImageOf(AskTwice(grey, *inFrame, inNumber, figures.mGreySeconds, figures));
-        const auto floatImage = FloatGreyImageOf(
-            AskTwice(floatGrey, *inFrame, inNumber, figures.mFloatSeconds, figures));
+        const descriptor::Frame view = ColourView(*inFrame, inNumber);
+        const descriptor::Frame greyImage = AskTwice(
+            descriptor::Kind::grey, [&] { return images.grey8(view); }, figures.mGreySeconds,
+            figures);
+        const descriptor::Frame floatImage = AskTwice(
+            descriptor::Kind::grey_float, [&] { return images.grey_float(view); },
+            figures.mFloatSeconds, figures);
         figures.NoteFrame(inNumber);
         if (!inFrame->mGrey.empty() &&
-            !std::equal(inFrame->mGrey.begin(), inFrame->mGrey.end(), greyImage->GetData()))
+            !std::equal(inFrame->mGrey.begin(), inFrame->mGrey.end(), greyImage.row(0)))
             figures.mGreyBytesKept = false;
         if (json) json->Add(FrameRow(*source, figures, *inFrame, inNumber));
         last = [&, inFrame, inNumber, greyImage, floatImage] {
-            sheet.Draw(*inFrame, *greyImage, ShownAsBytes(*floatImage), inNumber);
+            sheet.Draw(*inFrame, greyImage, ShownAsBytes(floatImage), inNumber);
         };
         return [&, inFrame, greyImage, floatImage, draw = last] {
-            NoteDifference(*floatImage, *greyImage, figures);
+            NoteDifference(floatImage, greyImage, figures);
             if (!video) return;
             draw();
             video->Write(sheet.GetCanvas(), inFrame->mTime, inFrame->mDuration);

@@ -10,14 +10,15 @@
 #include <vector>
 
 #include "Canvas.h"
+#include "ClientFrames.h"
 #include "Commands.h"
-#include "GreyImages.h"
 #include "Help.h"
 #include "Insides.h"
 #include "Interrupt.h"
 #include "Options.h"
 #include "Stopwatch.h"
 #include "UserError.h"
+#include "descriptor/GreyFrames.h"
 
 namespace Host {
 namespace {
@@ -120,11 +121,10 @@ int RunPyramid(const PyramidOptions& inOptions) {
                         std::to_string(frame.mHeight) + " has no room for " +
                         std::to_string(inOptions.mSettings.mLevels) + " levels");
 
-    const GreyImages images(source->Name());
-    const IP::ImagePtr<unsigned char> grey = images.Grey(frame, inOptions.mFrame);
+    const descriptor::Frame grey = descriptor::GreyFrames().grey8(ColourView(frame));
     const WorkStopwatch computing;
     const std::vector<PyramidLevel> levels =
-        ComputePyramids(grey->GetData(), frame.mWidth, frame.mHeight, inOptions.mSettings);
+        ComputePyramids(grey.row(0), frame.mWidth, frame.mHeight, inOptions.mSettings);
     const double milliseconds = computing.Seconds() * 1e3;
 
     constexpr int kGap = 6;

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -17,22 +18,28 @@
 #include "Help.h"
 #include "Options.h"
 #include "Plot.h"
-#include "RegionTracker.h"
 #include "RenderedClip.h"
 #include "Table.h"
+#include "Trackers.h"
 #include "UserError.h"
 #include "VideoWriter.h"
+#include "Windows.h"
 
 namespace Host {
 namespace {
 
+using descriptor::RegionResult;
+using descriptor::RegionState;
+
 struct RegionOptions {
     InputOptions mInput;
     OutputOptions mOutput;
-    RegionSettings mSettings;
+    // Repeats that were compressed anew differ a little, and a few may follow each other.
+    descriptor::RegionSettings mSettings{.hold_frames = 5};
     std::string mRect;
     std::string mTruthFile;
     int mPngEvery = 0;
+    bool mInteractive = false, mDemo = false;
 };
 
 // The true rectangles, where they are known.
@@ -77,13 +84,13 @@ struct RegionRun {
     std::vector<RegionState> mStates;
     std::vector<double> mMilliseconds;
 
-    void Add(const RegionTracker& inTracker, const Box& inBox,
-             const std::optional<Box>& inTruth) {
-        mBoxes.push_back(inBox);
-        mStates.push_back(inTracker.State());
-        if (inTruth) mOverlaps.push_back(Overlap(inBox, *inTruth));
-        mPoints += inTracker.Points().size();
-        mPath.push_back({inBox.mX + inBox.mWidth / 2, inBox.mY + inBox.mHeight / 2});
+    void Add(const RegionResult& inResult, const std::optional<Box>& inTruth) {
+        const Box box = ToBox(inResult.rect);
+        mBoxes.push_back(box);
+        mStates.push_back(inResult.state);
+        if (inTruth) mOverlaps.push_back(Overlap(box, *inTruth));
+        mPoints += inResult.points.size();
+        mPath.push_back({box.mX + box.mWidth / 2, box.mY + box.mHeight / 2});
     }
     long long Count(RegionState inState) const {
         return std::count(mStates.begin(), mStates.end(), inState);
@@ -92,31 +99,29 @@ struct RegionRun {
 
 // What is drawn of one frame: a copy, so that the run may go on meanwhile.
 struct RegionView {
-    RegionView(const RegionTracker& inTracker, const RegionRun& inRun,
+    RegionView(const RegionResult& inResult, const RegionRun& inRun,
                const std::optional<Box>& inTruth)
-        : mNumber(inRun.mBoxes.size() - 1),
-          mBox(inRun.mBoxes.back()),
-          mTruth(inTruth),
-          mState(inTracker.State()),
-          mPoints(inTracker.Points()),
-          mPath(inRun.mPath) {}
+        : mResult(inResult), mBox(inRun.mBoxes.back()), mTruth(inTruth), mPath(inRun.mPath) {}
 
+    // Whether the rectangle was not carried on by points.
+    bool IsHeld() const {
+        return mResult.state == RegionState::held || mResult.state == RegionState::lost;
+    }
     std::string Title() const {
-        std::string title = "region, frame " + std::to_string(mNumber) + ": ";
-        if (mState != RegionState::kTracked)
-            title += std::string(RegionStateName(mState)) + ", ";
-        title += std::to_string(mPoints.size()) + " points";
+        std::string title = "region, frame " + std::to_string(mResult.frame) + ": ";
+        if (mResult.state != RegionState::tracked)
+            title += std::string(to_string(mResult.state)) + ", ";
+        title += std::to_string(mResult.points.size()) + " points";
         char overlap[32];
         std::snprintf(overlap, sizeof overlap, ", overlap %.2f",
                       mTruth ? Overlap(mBox, *mTruth) : 0.0);
         return mTruth ? title + overlap : title;
     }
 
-    std::size_t mNumber;
+    RegionResult mResult;
     Box mBox;
     std::optional<Box> mTruth;
-    RegionState mState;
-    std::vector<Point> mPoints, mPath;
+    std::vector<Point> mPath;
 };
 
 constexpr Colour kRegionColour{96.0, 255.0, 120.0};
@@ -147,8 +152,7 @@ void DrawRegionKey(Canvas& ioCanvas, const RegionView& inView, double inUnit) {
     };
     ioCanvas.Outline(name("region", 84.0), kRegionColour, 2.0 * inUnit);
     if (inView.mTruth) DrawTruth(ioCanvas, name("truth", 74.0), inUnit);
-    if (inView.mState == RegionState::kHeld)
-        ioCanvas.Outline(name("held", 74.0), kHeldColour, 2.0 * inUnit);
+    if (inView.IsHeld()) ioCanvas.Outline(name("held", 74.0), kHeldColour, 2.0 * inUnit);
 }
 
 void DrawRegion(Canvas& ioCanvas, const Frame& inFrame, const RegionView& inView) {
@@ -158,10 +162,9 @@ void DrawRegion(Canvas& ioCanvas, const Frame& inFrame, const RegionView& inView
     for (std::size_t i = 1; i < inView.mPath.size(); ++i)
         ioCanvas.Line(inView.mPath[i - 1], inView.mPath[i], 1.6 * unit, kRegionColour, 0.8,
                       whole);
-    for (const Point& point : inView.mPoints)
-        ioCanvas.Dot({point.mX + 0.5, point.mY + 0.5}, 1.8 * unit, kPointColour, whole);
-    const bool isHeld = inView.mState == RegionState::kHeld;
-    ioCanvas.Outline(inView.mBox, isHeld ? kHeldColour : kRegionColour, 2.5 * unit);
+    for (const descriptor::Point& point : inView.mResult.points)
+        ioCanvas.Dot({point.x + 0.5, point.y + 0.5}, 1.8 * unit, kPointColour, whole);
+    ioCanvas.Outline(inView.mBox, inView.IsHeld() ? kHeldColour : kRegionColour, 2.5 * unit);
     if (inView.mTruth) DrawTruth(ioCanvas, *inView.mTruth, unit);
     ioCanvas.Label(8.0 * unit, 8.0 * unit, inView.Title(), 14.0 * unit,
                    inFrame.mWidth - 16.0 * unit);
@@ -172,8 +175,9 @@ Columns RegionColumns(bool inHasTruth) {
     Columns columns = FrameColumns();
     for (const Column& column : Columns{
              {"state", "word",
-              "tracked; held: no place was found and the last one stands; restarted: a new run "
-              "began with the last rectangle"},
+              "key frame: given; tracked; held: no place was found and the last one stands; "
+              "restarted: a new run began with the last rectangle; lost: nothing there to "
+              "follow"},
              {"left", "pixel", "the left edge; 0 is that of the picture"},
              {"top", "pixel", "the upper edge, y downward"},
              {"right", "pixel", "the right edge"},
@@ -186,17 +190,13 @@ Columns RegionColumns(bool inHasTruth) {
     return columns;
 }
 
-Row FrameRow(const RegionRun& inRun, const RegionTracker& inTracker, double inTime,
+Row FrameRow(const RegionRun& inRun, const RegionResult& inResult, double inTime,
              const std::optional<Box>& inTruth, bool inHasTruth) {
     const Box& box = inRun.mBoxes.back();
-    Row row{inRun.mBoxes.size() - 1,
-            inTime,
-            RegionStateName(inTracker.State()),
-            Shortest(float(box.mX)),
-            Shortest(float(box.mY)),
-            Shortest(float(box.Right())),
-            Shortest(float(box.Bottom())),
-            inTracker.Points().size(),
+    Row row{inRun.mBoxes.size() - 1,       inTime,
+            to_string(inResult.state),     Shortest(float(box.mX)),
+            Shortest(float(box.mY)),       Shortest(float(box.Right())),
+            Shortest(float(box.Bottom())), inResult.points.size(),
             inRun.mMilliseconds.back()};
     if (inHasTruth) row.push_back(inTruth ? Json(Overlap(box, *inTruth)) : Json());
     return row;
@@ -205,8 +205,8 @@ Row FrameRow(const RegionRun& inRun, const RegionTracker& inTracker, double inTi
 std::unique_ptr<JsonFile> OpenJson(const RegionOptions& inOptions, const FrameSource& inSource,
                                    const Box& inStart, const Columns& inColumns) {
     Json head = JsonHead("region", inSource);
-    head["settings"] = {{"features", inOptions.mSettings.mFeatures},
-                        {"min_distance", inOptions.mSettings.mMinDistance},
+    head["settings"] = {{"features", inOptions.mSettings.max_points},
+                        {"min_distance", inOptions.mSettings.min_distance},
                         {"rect",
                          {{"x", inStart.mX},
                           {"y", inStart.mY},
@@ -239,10 +239,12 @@ void Report(const FrameSource& inSource, const LoopResult& inResult, const Regio
                 FramesText(inResult.mFrames).c_str());
     std::printf("  tracking  %8.3f ms a frame, %.1f points on average\n",
                 inSeconds / frames * 1e3, double(inRun.mPoints) / frames);
-    if (const long long held = inRun.Count(RegionState::kHeld))
+    if (const long long held = inRun.Count(RegionState::held))
         std::printf("  held in   %8lld frames: repeats, or without a place\n", held);
-    if (const long long restarts = inRun.Count(RegionState::kRestarted))
+    if (const long long restarts = inRun.Count(RegionState::restarted))
         std::printf("  restarted %8lld times with the last good rectangle\n", restarts);
+    if (const long long lost = inRun.Count(RegionState::lost))
+        std::printf("  lost in   %8lld frames: nothing there to follow\n", lost);
     ReportOverlaps(inRun.mOverlaps);
     std::printf("  whole run %8.1f frames/s with reading, drawing and writing\n",
                 inResult.FramesPerSecond());
@@ -278,46 +280,48 @@ void CheckOutputs(const RegionOptions& inOptions) {
     std::vector<std::string> inputs = inOptions.mInput.Files();
     if (!inOptions.mTruthFile.empty()) inputs.push_back(inOptions.mTruthFile);
     Outputs files{"region.mp4", "region.png", "region.csv"};
+    if (inOptions.mInteractive) files.insert(files.end(), {"keys.json", "window.png"});
     if (inOptions.mPngEvery > 0) files.push_back("region-*.png");
     for (const std::string& form : inOptions.mOutput.mEditors)
         files.push_back(EditorFileName("region", form));
     inOptions.mOutput.Check(inputs, files, {"path.png", "size.png", "milliseconds.png"});
 }
 
-int RunRegion(const RegionOptions& inOptions) {
-    CheckOutputs(inOptions);
-    const std::unique_ptr<FrameSource> source = inOptions.mInput.Open();
-    const RegionTruth truth(*source, inOptions.mTruthFile);
-    const Box start = StartBox(inOptions, truth, *source);
-    inOptions.mOutput.Prepare();
-    RegionTracker tracker(source->Name(), start, source->Height(), inOptions.mSettings);
-    Canvas canvas(source->Width(), source->Height());
-    const bool hasTruth = truth.At(0).has_value();
+// Where the rectangle of a frame comes from, and how long the library has taken so far.
+struct RegionFollower {
+    std::function<const RegionResult&(const Frame&, long long)> mFollow;
+    std::function<double()> mSeconds;
+};
+
+int WriteRun(const RegionOptions& inOptions, FrameSource& ioSource, const RegionTruth& inTruth,
+             const Box& inStart, const RegionFollower& inFollower) {
+    Canvas canvas(ioSource.Width(), ioSource.Height());
+    const bool hasTruth = inTruth.At(0).has_value();
     const Columns columns = RegionColumns(hasTruth);
     CsvFile file(inOptions.mOutput.Path("region.csv"), columns);
-    const auto json = OpenJson(inOptions, *source, start, columns);
+    const auto json = OpenJson(inOptions, ioSource, inStart, columns);
     std::optional<VideoWriter> video;
     if (!inOptions.mOutput.mWithoutVideo)
         video.emplace(inOptions.mOutput.Path("region.mp4"),
-                      VideoShape(canvas.Width(), canvas.Height(), *source));
+                      VideoShape(canvas.Width(), canvas.Height(), ioSource));
 
     RegionRun run;
-    Motion motion{source->Width(), source->Height(), source->FrameRate(), {}};
+    Motion motion{ioSource.Width(), ioSource.Height(), ioSource.FrameRate(), {}};
     FramePtr last;
     std::optional<RegionView> lastView;
     const auto step = [&](const FramePtr& inFrame, long long inNumber) -> DrawJob {
-        const double before = tracker.LibrarySeconds();
-        const Box& box = tracker.Track(*inFrame, inNumber);
-        const std::optional<Box> trueBox = truth.At(inNumber);
-        run.mMilliseconds.push_back((tracker.LibrarySeconds() - before) * 1e3);
-        run.Add(tracker, box, trueBox);
-        const double time = source->GetTimeBase().Seconds(inFrame->mTime);
-        motion.mKeys.push_back({inNumber, time, box});
-        const Row row = FrameRow(run, tracker, time, trueBox, hasTruth);
+        const double before = inFollower.mSeconds();
+        const RegionResult& result = inFollower.mFollow(*inFrame, inNumber);
+        const std::optional<Box> trueBox = inTruth.At(inNumber);
+        run.mMilliseconds.push_back((inFollower.mSeconds() - before) * 1e3);
+        run.Add(result, trueBox);
+        const double time = ioSource.GetTimeBase().Seconds(inFrame->mTime);
+        motion.mKeys.push_back({inNumber, time, run.mBoxes.back()});
+        const Row row = FrameRow(run, result, time, trueBox, hasTruth);
         file.Add(row);
         if (json) json->Add(RowObject(columns, row));
         last = inFrame;
-        lastView.emplace(tracker, run, trueBox);
+        lastView.emplace(result, run, trueBox);
         const bool isPicture = inOptions.mPngEvery > 0 && inNumber % inOptions.mPngEvery == 0;
         if (!video && !isPicture) return {};
         return [&, inFrame, inNumber, isPicture, view = *lastView] {
@@ -327,7 +331,7 @@ int RunRegion(const RegionOptions& inOptions) {
                 canvas.WritePng(inOptions.mOutput.NumberedPath("region", inNumber, ".png"));
         };
     };
-    const LoopResult result = ForEachFrame(*source, "region", inOptions.mOutput, step,
+    const LoopResult result = ForEachFrame(ioSource, "region", inOptions.mOutput, step,
                                            [&](const SoundPackets& inSound) {
                                                if (video) video->WriteSound(inSound);
                                            });
@@ -337,14 +341,58 @@ int RunRegion(const RegionOptions& inOptions) {
     if (json) json->Finish(result.Ending());
     WriteEditorFiles(motion, inOptions.mOutput.mEditors, inOptions.mOutput.Path("region"));
     if (result.mFrames == 0) return result.ExitCode();  // stopped before it began
-    Report(*source, result, run, tracker.LibrarySeconds());
+    Report(ioSource, result, run, inFollower.mSeconds());
     DrawRegion(canvas, *last, *lastView);
     canvas.WritePng(inOptions.mOutput.Path("region.png"));
     std::printf("  wrote region.png, region.csv%s in %s\n", video ? " and region.mp4" : "",
                 inOptions.mOutput.mFolder.c_str());
     ReportSound(video);
-    PlotRun(run, *source, inOptions.mOutput);
+    PlotRun(run, ioSource, inOptions.mOutput);
     return result.ExitCode();
+}
+
+// The true rectangles that a hand would draw: in the first frame, and a correction half way.
+KeyFrames DemoKeys(const RegionTruth& inTruth, const HeldClip& inClip) {
+    KeyFrames keys;
+    for (const long long frame : {0LL, inClip.FrameCount() / 2})
+        if (const std::optional<Box> box = inTruth.At(frame)) keys[frame] = *box;
+    return keys;
+}
+
+int RunWindow(const RegionOptions& inOptions, FrameSource& ioSource,
+              const RegionTruth& inTruth) {
+    HeldClip clip(ioSource);
+    KeyedRegion run(clip, inOptions.mSettings);
+    const KeyFrames demo = inOptions.mDemo ? DemoKeys(inTruth, clip) : KeyFrames();
+    if (!RunClipWindow(clip, run, demo, inOptions.mOutput))
+        return Interrupted() ? kInterruptedExitCode : 0;
+    return WriteRun(inOptions, clip, inTruth, ToBox(run.At(0)->rect),
+                    {[&](const Frame&, long long inNumber) -> const RegionResult& {
+                         return *run.At(inNumber);
+                     },
+                     [] {
+                         return 0.0;
+                     }});
+}
+
+int RunRegion(const RegionOptions& inOptions) {
+    CheckOutputs(inOptions);
+    const std::unique_ptr<FrameSource> source = inOptions.mInput.Open();
+    const RegionTruth truth(*source, inOptions.mTruthFile);
+    if (inOptions.mInteractive) {
+        inOptions.mOutput.Prepare();
+        return RunWindow(inOptions, *source, truth);
+    }
+    const Box start = StartBox(inOptions, truth, *source);
+    inOptions.mOutput.Prepare();
+    TimedRegion tracker(source->Name(), start, inOptions.mSettings);
+    return WriteRun(inOptions, *source, truth, start,
+                    {[&](const Frame& inFrame, long long inNumber) -> const RegionResult& {
+                         return tracker.Track(inFrame, inNumber);
+                     },
+                     [&] {
+                         return tracker.LibrarySeconds();
+                     }});
 }
 
 }  // namespace
@@ -366,14 +414,24 @@ void AddRegionCommand(CLI::App& ioProgram, Run& outRun) {
                      Wrapped("True rectangles, one x,y,w,h a line for each frame, to compare "
                              "with; its first line stands in for --rect."))
         ->type_name("FILE");
-    command->add_option("--features", options->mSettings.mFeatures, "Points at most (500).")
-        ->check(CLI::Range(1u, 100000u).description(""))
+    command->add_option("--features", options->mSettings.max_points, "Points at most (500).")
+        ->check(CLI::Range(1, 100000).description(""))
         ->type_name("N");
     command
-        ->add_option("--min-distance", options->mSettings.mMinDistance,
+        ->add_option("--min-distance", options->mSettings.min_distance,
                      "Pixels between new points (3).")
-        ->check(CLI::Range(0u, 10000u).description(""))
+        ->check(CLI::Range(0, 10000).description(""))
         ->type_name("N");
+    command->add_flag(
+        "--interactive", options->mInteractive,
+        Wrapped("In a window: draw the rectangle on any frame, look at the others, "
+                "correct it where it went wrong; what is written is followed from "
+                "all of them, both ways."));
+    command
+        ->add_flag("--demo", options->mDemo,
+                   Wrapped("With --interactive, on the rendered clip: draw the panel's true "
+                           "rectangle by itself, save and end."))
+        ->needs("--interactive");
     options->mOutput.AddTo(*command);
     options->mOutput.AddJsonTo(*command);
     options->mOutput.AddEditorsTo(*command, "The rectangle's motion");

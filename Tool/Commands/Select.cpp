@@ -8,23 +8,31 @@
 #include <string>
 #include <vector>
 
+#include "ClientFrames.h"
 #include "Commands.h"
 #include "FrameReader.h"
 #include "Help.h"
 #include "Insides.h"
-#include "Interactive.h"
 #include "Interrupt.h"
 #include "Options.h"
-#include "Selection.h"
+#include "RenderedScene.h"
 #include "SelectionPicture.h"
 #include "UserError.h"
+#include "Windows.h"
+#include "descriptor/Selection.h"
+#include "descriptor/StrokeMasks.h"
+#include "descriptor/strokes_json.h"
 
 namespace Host {
 namespace {
 
+using descriptor::Selection;
+using descriptor::Strokes;
+
 struct SelectOptions {
     std::string mPicture;
     std::vector<std::string> mForeground, mBackground;
+    std::string mStrokesFile;
     std::string mTruth;
     std::string mSize;
     bool mInteractive = false;
@@ -38,7 +46,6 @@ struct SelectInput {
     Frame mPicture;
     std::vector<Strokes> mStrokes;
     std::optional<Mask> mTruth;
-    std::vector<BrushLine> mLines;
 };
 
 // A plane of a picture file: grey as it is, colours by their luma, and what is
@@ -59,13 +66,42 @@ Mask ReadMask(const std::string& inFile, const Frame& inPicture) {
     return mask;
 }
 
+// What two files show as painted. A pixel of both is the background's.
+Strokes ReadStrokes(const std::string& inForeground, const std::string& inBackground,
+                    const Frame& inPicture) {
+    const auto read = [&](const std::string& inFile, descriptor::Label inLabel) {
+        return descriptor::strokes_of_mask(ViewOf(ReadMask(inFile, inPicture)), inLabel);
+    };
+    Strokes strokes = read(inForeground, descriptor::Label::foreground);
+    for (descriptor::Stroke& stroke : read(inBackground, descriptor::Label::background))
+        strokes.push_back(std::move(stroke));
+    if (strokes.empty())
+        throw UserError("nothing is painted in '" + inForeground + "' and '" + inBackground +
+                        "': strokes are bright");
+    return strokes;
+}
+
+// The cuts of a file as `--interactive` saves it.
+std::vector<Strokes> ReadSavedStrokes(const std::string& inFile, const Frame& inPicture) {
+    try {
+        const descriptor::StrokeFile file = descriptor::load_strokes(inFile);
+        if (file.width == inPicture.mWidth && file.height == inPicture.mHeight)
+            return file.history;
+        throw UserError("'" + inFile + "' has strokes on another size of picture, " +
+                        std::to_string(file.width) + "x" + std::to_string(file.height));
+    } catch (const descriptor::Error& error) {
+        throw UserError("'" + inFile + "' does not hold strokes: " + error.what());
+    }
+}
+
 SelectInput RenderedInput(const SelectOptions& inOptions) {
-    if (!inOptions.mForeground.empty() || !inOptions.mTruth.empty())
+    if (!inOptions.mForeground.empty() || !inOptions.mStrokesFile.empty() ||
+        !inOptions.mTruth.empty())
         throw UsageError("strokes and --truth belong to a picture, and none is named");
     const Size size = ParseSize(inOptions.mSize.empty() ? "640x480" : inOptions.mSize);
     RenderedScene scene = RenderScene(size.mWidth, size.mHeight);
     return {"rendered scene", std::move(scene.mPicture), std::move(scene.mStrokes),
-            std::move(scene.mTruth), std::move(scene.mLines)};
+            std::move(scene.mTruth)};
 }
 
 SelectInput ReadInput(const SelectOptions& inOptions) {
@@ -77,14 +113,18 @@ SelectInput ReadInput(const SelectOptions& inOptions) {
     if (!inOptions.mSize.empty())
         throw UsageError("--size is for the rendered scene; '" + inOptions.mPicture +
                          "' has a size of its own");
-    if (inOptions.mForeground.empty() && !inOptions.mInteractive)
+    if (inOptions.mForeground.empty() && inOptions.mStrokesFile.empty() &&
+        !inOptions.mInteractive)
         throw UsageError(
-            "a picture needs strokes: --foreground FILE --background FILE, or --interactive");
+            "a picture needs strokes: --strokes FILE, --foreground FILE --background FILE, or "
+            "--interactive");
 
-    SelectInput input{inOptions.mPicture, ReadPicture(inOptions.mPicture), {}, {}, {}};
+    SelectInput input{inOptions.mPicture, ReadPicture(inOptions.mPicture), {}, {}};
     for (std::size_t i = 0; i < inOptions.mForeground.size(); ++i)
-        input.mStrokes.push_back({ReadMask(inOptions.mForeground[i], input.mPicture),
-                                  ReadMask(inOptions.mBackground[i], input.mPicture)});
+        input.mStrokes.push_back(
+            ReadStrokes(inOptions.mForeground[i], inOptions.mBackground[i], input.mPicture));
+    if (!inOptions.mStrokesFile.empty())
+        input.mStrokes = ReadSavedStrokes(inOptions.mStrokesFile, input.mPicture);
     if (!inOptions.mTruth.empty()) input.mTruth = ReadMask(inOptions.mTruth, input.mPicture);
     return input;
 }
@@ -98,7 +138,7 @@ double OverlapWithoutRim(Mask inLabels, Mask inTruth) {
 
 void ReportCut(std::size_t inNumber, const Selection& inSelection, const GraphInside& inGraph,
                const std::optional<Mask>& inTruth) {
-    const Mask& labels = inSelection.Labels();
+    const Mask labels = ToMask(inSelection.mask());
     const auto selected = std::count_if(labels.mBytes.begin(), labels.mBytes.end(),
                                         [](int b) { return b > 127; });
     if (inNumber == 0)
@@ -106,7 +146,7 @@ void ReportCut(std::size_t inNumber, const Selection& inSelection, const GraphIn
     std::printf(
         "  %-14s %9.2f ms, flow %.1f, %.1f %% of the picture selected",
         inNumber == 0 ? "first cut" : ("stroke " + std::to_string(inNumber + 1)).c_str(),
-        inSelection.Milliseconds(), inGraph.Flow(),
+        inSelection.last_cut_seconds() * 1e3, inGraph.Flow(),
         100.0 * double(selected) / double(labels.mBytes.size()));
     if (inTruth)
         std::printf(", overlap with the truth %.3f", OverlapWithoutRim(labels, *inTruth));
@@ -115,15 +155,16 @@ void ReportCut(std::size_t inNumber, const Selection& inSelection, const GraphIn
 
 Json CutRow(std::size_t inNumber, const Selection& inSelection, const GraphInside& inGraph,
             const std::optional<Mask>& inTruth) {
-    const std::vector<std::uint8_t>& bytes = inSelection.Labels().mBytes;
+    const Mask labels = ToMask(inSelection.mask());
+    const std::vector<std::uint8_t>& bytes = labels.mBytes;
     Json row{{"cut", inNumber},
-             {"milliseconds", inSelection.Milliseconds()},
+             {"milliseconds", inSelection.last_cut_seconds() * 1e3},
              {"regions", inGraph.Regions()},
              {"links", inGraph.Links()},
              {"flow", inGraph.Flow()},
              {"selected_pixels",
               std::count_if(bytes.begin(), bytes.end(), [](int b) { return b > 127; })}};
-    if (inTruth) row["overlap"] = OverlapWithoutRim(inSelection.Labels(), *inTruth);
+    if (inTruth) row["overlap"] = OverlapWithoutRim(labels, *inTruth);
     return row;
 }
 
@@ -140,7 +181,7 @@ public:
                  const Strokes& inStrokes) {
         const Box box = Panel(inNumber);
         DrawSelection(mCanvas, box, inPicture, inLabels);
-        DrawStrokes(mCanvas, box, inStrokes);
+        DrawStrokes(mCanvas, box, inPicture, inStrokes);
         mCanvas.Label(
             box.mX + 8.0, 8.0,
             inNumber == 0 ? "first strokes" : "strokes " + std::to_string(inNumber + 1));
@@ -178,6 +219,7 @@ void CheckOutputs(const SelectOptions& inOptions) {
     std::vector<std::string> inputs = inOptions.mForeground;
     inputs.insert(inputs.end(), inOptions.mBackground.begin(), inOptions.mBackground.end());
     inputs.push_back(inOptions.mPicture);
+    inputs.push_back(inOptions.mStrokesFile);
     inputs.push_back(inOptions.mTruth);
     Outputs files{"labels.png", "cutout.png"};
     if (inOptions.mInteractive)
@@ -191,14 +233,17 @@ int RunSelect(const SelectOptions& inOptions) {
     CheckOutputs(inOptions);
     const SelectInput input = ReadInput(inOptions);
     inOptions.mOutput.Prepare();
-    if (inOptions.mInteractive)
-        return RunInteractive(input.mPicture, input.mName,
-                              inOptions.mDemo ? input.mLines : std::vector<BrushLine>(),
-                              inOptions.mOutput);
+    if (inOptions.mInteractive) {
+        Strokes demo;
+        for (const Strokes& strokes : input.mStrokes)
+            if (inOptions.mDemo) demo.insert(demo.end(), strokes.begin(), strokes.end());
+        return RunStrokeWindow(input.mPicture, input.mName, demo, inOptions.mOutput);
+    }
 
     std::printf("%s, %dx%d\n", input.mName.c_str(), input.mPicture.mWidth,
                 input.mPicture.mHeight);
-    Selection selection(input.mPicture, input.mName);
+    Selection selection(ColourView(input.mPicture));
+    Mask labels;
     GraphInside graph(input.mPicture);
     SelectSheet sheet(input.mPicture, input.mStrokes.size());
     const auto json = inOptions.mOutput.OpenJson(
@@ -206,19 +251,20 @@ int RunSelect(const SelectOptions& inOptions) {
     std::size_t cuts = 0;
     for (const Strokes& strokes : input.mStrokes) {
         if (Interrupted()) break;
-        selection.Cut(strokes);
+        selection.add(strokes);
+        labels = ToMask(selection.mask());
         graph.Cut(strokes);
-        if (graph.Labels().mBytes != selection.Labels().mBytes)
+        if (graph.Labels().mBytes != labels.mBytes)
             std::printf("  the library and its sources disagree on the selection\n");
         ReportCut(cuts, selection, graph, input.mTruth);
         if (json) json->Add(CutRow(cuts, selection, graph, input.mTruth));
-        sheet.DrawCut(cuts++, input.mPicture, selection.Labels(), strokes);
+        sheet.DrawCut(cuts++, input.mPicture, labels, strokes);
     }
     if (json) json->Finish({{"stopped", Interrupted()}});
     if (cuts == 0) return kInterruptedExitCode;
-    sheet.DrawResult(cuts, input.mPicture, selection.Labels());
+    sheet.DrawResult(cuts, input.mPicture, labels);
     sheet.GetCanvas().WritePng(inOptions.mOutput.Path("select.png"));
-    WritePictures(input, selection.Labels(), graph, inOptions.mOutput);
+    WritePictures(input, labels, graph, inOptions.mOutput);
     std::printf("  wrote select.png, labels.png, cutout.png and regions.png in %s\n",
                 inOptions.mOutput.mFolder.c_str());
     return Interrupted() ? kInterruptedExitCode : 0;
@@ -244,6 +290,13 @@ void AddSelectCommand(CLI::App& ioProgram, Run& outRun) {
           "several, each pair is applied after the one before.");
     files("--background", options->mBackground, "The same for the background.");
     command
+        ->add_option("--strokes", options->mStrokesFile,
+                     Wrapped("Strokes as --interactive saves them (strokes.json), in place of "
+                             "pictures of them."))
+        ->excludes("--foreground")
+        ->excludes("--background")
+        ->type_name("FILE");
+    command
         ->add_option("--truth", options->mTruth,
                      Wrapped("A mask of the true foreground (255; 128 for undecided), to "
                              "compare with."))
@@ -261,6 +314,7 @@ void AddSelectCommand(CLI::App& ioProgram, Run& outRun) {
     options->mOutput.AddFolderTo(*command);
     options->mOutput.AddJsonTo(*command);
     command->get_option("--json")->excludes("--interactive");
+    command->get_option("--strokes")->excludes("--interactive");
     command->footer(
         "Writes select.png (each cut with its strokes), labels.png, cutout.png (on a\n"
         "checkerboard) and regions.png (the small regions that the cut runs between).\n"

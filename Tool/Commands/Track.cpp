@@ -1,6 +1,7 @@
 // track: points followed through a clip by one tracker, or by both side by side.
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cstdio>
 #include <memory>
 #include <optional>
@@ -12,12 +13,14 @@
 #include "FrameLoop.h"
 #include "Help.h"
 #include "Options.h"
-#include "PointTracker.h"
+#include "RenderedClip.h"
 #include "Table.h"
 #include "TrackPicture.h"
 #include "TrackPlots.h"
+#include "Trackers.h"
 #include "UserError.h"
 #include "VideoWriter.h"
+#include "Windows.h"
 
 namespace Host {
 namespace {
@@ -25,23 +28,25 @@ namespace {
 struct TrackOptions {
     InputOptions mInput;
     OutputOptions mOutput;
-    TrackSettings mSettings;
+    descriptor::PointSettings mSettings;
+    int mStep = 1;  // every how many frames are tracked
     std::string mEngine = "apt";
     bool mExported = false;
     bool mCompare = false;
     int mPngEvery = 0;
+    bool mInteractive = false, mDemo = false;
 };
 
 // One tracker with what belongs to it.
 struct TrackRun {
-    TrackRun(std::unique_ptr<PointTracker> inTracker, const RenderedClip* inTruth,
+    TrackRun(std::unique_ptr<TimedPoints> inTracker, const RenderedClip* inTruth,
              const std::string& inFile)
         : mTracker(std::move(inTracker)),
           mColumns(ColumnsOf(*mTracker)),
           mHistory(inTruth),
           mFile(inFile, mColumns) {}
 
-    static Columns ColumnsOf(const PointTracker& inTracker) {
+    static Columns ColumnsOf(const TimedPoints& inTracker) {
         Columns columns = FrameColumns();
         columns.push_back(
             {"state", "word", "tracked, or held: the frame repeats the one before"});
@@ -52,7 +57,7 @@ struct TrackRun {
 
     void Track(const Frame& inFrame, long long inNumber) {
         const double before = mTracker->LibrarySeconds();
-        const std::vector<TrackedPoint>& points = mTracker->Track(inFrame, inNumber);
+        const descriptor::FramePoints& points = mTracker->Track(inFrame, inNumber);
         mMilliseconds.push_back((mTracker->LibrarySeconds() - before) * 1e3);
         if (mTracker->IsHeld()) {
             ++mHeldFrames;
@@ -62,27 +67,26 @@ struct TrackRun {
         }
     }
 
-    // Every slot is a row in the table; the frame with its rows is an object in JSON.
+    // Every point that lives, or was lost in this frame, is a row in the table, in the order
+    // of their slots; the frame with its rows is an object in JSON.
     Json Write(long long inNumber, double inTime, bool inWantsJson) {
         const char* const state = mTracker->IsHeld() ? "held" : "tracked";
         Json rows = Json::array();
-        const auto& points = mTracker->Points();
-        for (std::size_t slot = 0; slot < points.size(); ++slot) {
-            const TrackedPoint& point = points[slot];
-            const Row row{inNumber,
-                          inTime,
-                          state,
-                          slot,
-                          Shortest(point.mX),
-                          Shortest(point.mY),
-                          point.mStatus,
-                          point.mMark,
-                          point.mAge,
-                          Shortest(point.mDeltaX),
-                          Shortest(point.mDeltaY)};
+        const auto write = [&](const descriptor::Point& inPoint) {
+            Row row{inNumber, inTime, state};
+            for (Json& value : mTracker->PointRow(inPoint))
+                row.push_back(std::move(value));
             mFile.Add(row);
             if (inWantsJson) rows.push_back(RowObject(mColumns, row, kPointColumn));
+        };
+        const descriptor::FramePoints& points = mTracker->Points();
+        auto lost = points.lost.begin();
+        for (const descriptor::Point& point : points) {
+            for (; lost != points.lost.end() && lost->slot <= point.slot; ++lost)
+                write(*lost);
+            write(point);
         }
+        std::for_each(lost, points.lost.end(), write);
         return {{"tracker", mTracker->Name()},
                 {"state", state},
                 {"milliseconds", mMilliseconds.back()},
@@ -91,7 +95,7 @@ struct TrackRun {
     }
 
     static constexpr std::size_t kPointColumn = 3;  // the first that is not the frame's
-    std::unique_ptr<PointTracker> mTracker;
+    std::unique_ptr<TimedPoints> mTracker;
     Columns mColumns;
     TrackHistory mHistory;
     CsvFile mFile;
@@ -103,13 +107,23 @@ struct TrackRun {
 using TrackRuns = std::vector<std::unique_ptr<TrackRun>>;
 
 TrackRuns MakeRuns(const TrackOptions& inOptions, const FrameSource& inSource) {
-    std::vector<std::unique_ptr<PointTracker>> trackers;
+    using descriptor::Engine;
+    const std::string source = inSource.Name();
+    std::vector<std::unique_ptr<TimedPoints>> trackers;
     if (inOptions.mExported)
-        trackers.push_back(MakeExportedTracker(inSource.Name(), inOptions.mSettings.mStep));
-    else if (inOptions.mCompare || inOptions.mEngine == "apt")
-        trackers.push_back(MakeAptTracker(inSource.Name(), inOptions.mSettings));
-    if (inOptions.mCompare || inOptions.mEngine == "klt")
-        trackers.push_back(MakeKltTracker(inSource.Name(), inOptions.mSettings));
+        trackers.push_back(std::make_unique<TimedPoints>(source, inOptions.mStep));
+    for (const Engine engine : {Engine::apt, Engine::klt}) {
+        if (!inOptions.mCompare &&
+            (inOptions.mExported || inOptions.mEngine != to_string(engine)))
+            continue;
+        if (inOptions.mExported && engine == Engine::apt) continue;
+        descriptor::PointSettings settings = inOptions.mSettings;
+        if (engine == Engine::klt)
+            settings = {.engine = engine,
+                        .max_points = settings.max_points,
+                        .min_points = settings.min_points};
+        trackers.push_back(std::make_unique<TimedPoints>(source, settings, inOptions.mStep));
+    }
 
     TrackRuns runs;
     for (auto& tracker : trackers) {
@@ -233,6 +247,7 @@ void WriteEditors(const TrackOptions& inOptions, const FrameSource& inSource,
 
 void CheckOutputs(const TrackOptions& inOptions) {
     Outputs files{"track.mp4", "track.png"}, plots;
+    if (inOptions.mInteractive) files.insert(files.end(), {"keys.json", "window.png"});
     if (inOptions.mPngEvery > 0) files.push_back("track-*.png");
     for (const char* name :
          {"track.csv", "track-apt.csv", "track-apt-exported.csv", "track-klt.csv"})
@@ -245,26 +260,22 @@ void CheckOutputs(const TrackOptions& inOptions) {
     inOptions.mOutput.Check(inOptions.mInput.Files(), files, plots);
 }
 
-int RunTrack(const TrackOptions& inOptions) {
-    CheckOutputs(inOptions);
-    const std::unique_ptr<FrameSource> source = inOptions.mInput.Open();
-    inOptions.mOutput.Prepare();
-    const auto runs = MakeRuns(inOptions, *source);
-    TrackSheet sheet(source->Width(), source->Height(), int(runs.size()));
+int WriteRuns(const TrackOptions& inOptions, FrameSource& ioSource, const TrackRuns& inRuns) {
+    TrackSheet sheet(ioSource.Width(), ioSource.Height(), int(inRuns.size()));
     const Canvas& canvas = sheet.GetCanvas();
     std::optional<VideoWriter> video;
     if (!inOptions.mOutput.mWithoutVideo)
         video.emplace(inOptions.mOutput.Path("track.mp4"),
-                      VideoShape(canvas.Width(), canvas.Height(), *source));
+                      VideoShape(canvas.Width(), canvas.Height(), ioSource));
 
-    const auto json = OpenJson(inOptions, *source, runs);
+    const auto json = OpenJson(inOptions, ioSource, inRuns);
     long long tracked = 0, lastNumber = 0;
     FramePtr last;
     const auto step = [&](const FramePtr& inFrame, long long inNumber) -> DrawJob {
-        if (inNumber % inOptions.mSettings.mStep != 0) return {};
-        const double time = source->GetTimeBase().Seconds(inFrame->mTime);
+        if (inNumber % inOptions.mStep != 0) return {};
+        const double time = ioSource.GetTimeBase().Seconds(inFrame->mTime);
         Json row{{"frame", inNumber}, {"time", time}, {"trackers", Json::array()}};
-        for (const auto& run : runs) {
+        for (const auto& run : inRuns) {
             run->Track(*inFrame, inNumber);
             if (!inOptions.mOutput.mEditors.empty())
                 run->mPaths.Add(run->mTracker->Points(), inNumber, time);
@@ -276,32 +287,63 @@ int RunTrack(const TrackOptions& inOptions) {
         lastNumber = inNumber;
         const bool isPicture = inOptions.mPngEvery > 0 && inNumber % inOptions.mPngEvery == 0;
         if (!video && !isPicture) return {};
-        return [&, inFrame, inNumber, isPicture, views = ViewsOf(runs, inNumber)] {
+        return [&, inFrame, inNumber, isPicture, views = ViewsOf(inRuns, inNumber)] {
             sheet.Draw(*inFrame, views);
             if (video) video->Write(canvas, inFrame->mTime, inFrame->mDuration);
             if (isPicture)
                 canvas.WritePng(inOptions.mOutput.NumberedPath("track", inNumber, ".png"));
         };
     };
-    const LoopResult result = ForEachFrame(*source, "track", inOptions.mOutput, step,
+    const LoopResult result = ForEachFrame(ioSource, "track", inOptions.mOutput, step,
                                            [&](const SoundPackets& inSound) {
                                                if (video) video->WriteSound(inSound);
                                            });
 
     if (video) video->Finish();
-    for (const auto& run : runs)
+    for (const auto& run : inRuns)
         run->mFile.Finish();
-    if (json) json->Finish(JsonTail(result, runs));
-    WriteEditors(inOptions, *source, runs);
+    if (json) json->Finish(JsonTail(result, inRuns));
+    WriteEditors(inOptions, ioSource, inRuns);
     if (tracked == 0) return result.ExitCode();  // stopped before it began
-    Report(*source, result, runs, tracked);
-    sheet.Draw(*last, ViewsOf(runs, lastNumber));
+    Report(ioSource, result, inRuns, tracked);
+    sheet.Draw(*last, ViewsOf(inRuns, lastNumber));
     canvas.WritePng(inOptions.mOutput.Path("track.png"));
     std::printf("  wrote track.png, the tables (csv)%s in %s\n", video ? " and track.mp4" : "",
                 inOptions.mOutput.mFolder.c_str());
     ReportSound(video);
-    PlotRuns(inOptions, runs);
+    PlotRuns(inOptions, inRuns);
     return result.ExitCode();
+}
+
+// The rectangles that a hand would draw: the panel's in the first frame, and half way.
+KeyFrames DemoKeys(const HeldClip& inClip) {
+    KeyFrames keys;
+    if (inClip.Truth())
+        for (const long long frame : {0LL, inClip.FrameCount() / 2})
+            keys[frame] = inClip.Truth()->ObjectBox(int(frame));
+    return keys;
+}
+
+int RunWindow(const TrackOptions& inOptions, FrameSource& ioSource) {
+    HeldClip clip(ioSource);
+    descriptor::PointSettings settings = inOptions.mSettings;
+    if (inOptions.mEngine == "klt") settings.engine = descriptor::Engine::klt;
+    KeyedPoints run(clip, settings);
+    const KeyFrames demo = inOptions.mDemo ? DemoKeys(clip) : KeyFrames();
+    if (!RunClipWindow(clip, run, demo, inOptions.mOutput))
+        return Interrupted() ? kInterruptedExitCode : 0;
+    const TrackRuns runs = MakeRuns(inOptions, clip);
+    runs.front()->mTracker->TakeFrom(
+        [&](long long inNumber) -> const descriptor::FramePoints& { return run.At(inNumber); });
+    return WriteRuns(inOptions, clip, runs);
+}
+
+int RunTrack(const TrackOptions& inOptions) {
+    CheckOutputs(inOptions);
+    const std::unique_ptr<FrameSource> source = inOptions.mInput.Open();
+    inOptions.mOutput.Prepare();
+    if (inOptions.mInteractive) return RunWindow(inOptions, *source);
+    return WriteRuns(inOptions, *source, MakeRuns(inOptions, *source));
 }
 
 // Options that belong to one tracker are refused for the other, not passed over.
@@ -318,13 +360,16 @@ void CheckOptions(const CLI::App& inCommand, const TrackOptions& inOptions) {
         if (inOptions.mEngine == "klt") refuse("--exported-tracker", "is an APT tracker");
     }
     if (inOptions.mCompare) refuse("--engine", "and --compare exclude each other");
+    if (inOptions.mInteractive)
+        for (const char* option : {"--compare", "--exported-tracker", "--step"})
+            refuse(option, "and --interactive exclude each other");
     if (inOptions.mEngine == "klt")
         for (const char* option : {"--min-distance", "--stationary-limit", "--verify"})
             refuse(option, "is for the APT tracker");
 }
 
 void AddTrackerOptions(CLI::App& ioCommand, TrackOptions& outOptions) {
-    TrackSettings& settings = outOptions.mSettings;
+    descriptor::PointSettings& settings = outOptions.mSettings;
     const auto number = [&](const char* inName, auto& outValue, auto inLeast, auto inMost,
                             const std::string& inHelp) {
         ioCommand.add_option(inName, outValue, Wrapped(inHelp))
@@ -341,20 +386,20 @@ void AddTrackerOptions(CLI::App& ioCommand, TrackOptions& outOptions) {
     ioCommand.add_flag("--exported-tracker", outOptions.mExported,
                        Wrapped("APT by the library's one-call-a-frame class, DP::Tracker, in "
                                "place of descriptors; its settings are fixed."));
-    number("--features", settings.mFeatures, 1u, 100000u, "Points at most (500).");
-    number("--min-features", settings.mMinFeatures, 0u, 100000u,
+    number("--features", settings.max_points, 1, 100000, "Points at most (500).");
+    number("--min-features", settings.min_points, 0, 100000,
            "Below so many live points new ones are looked for (nine tenths of --features).");
-    number("--min-distance", settings.mMinDistance, 0u, 10000u,
+    number("--min-distance", settings.min_distance, 0, 10000,
            "APT: pixels between new points (10).");
     ioCommand
-        .add_option("--stationary-limit", settings.mStationaryLimit,
+        .add_option("--stationary-limit", settings.stationary_limit,
                     Wrapped("APT: points that move no more than so many pixels are dropped "
                             "(0)."))
         ->check(CLI::Range(-1.0, 1000.0).description(""))
         ->type_name("PX");
-    ioCommand.add_flag("--verify", settings.mVerify,
+    ioCommand.add_flag("--verify", settings.verify,
                        Wrapped("APT: check each point against its first patch."));
-    number("--step", settings.mStep, 1, 1000, "Track every so many frames only (1).");
+    number("--step", outOptions.mStep, 1, 1000, "Track every so many frames only (1).");
 }
 
 }  // namespace
@@ -365,6 +410,16 @@ void AddTrackCommand(CLI::App& ioProgram, Run& outRun) {
     const auto options = std::make_shared<TrackOptions>();
     options->mInput.AddTo(*command);
     AddTrackerOptions(*command, *options);
+    command->add_flag(
+        "--interactive", options->mInteractive,
+        Wrapped("In a window: draw a rectangle on any frame, and the points in it "
+                "are followed up to the next one that you draw; only they are "
+                "written."));
+    command
+        ->add_flag("--demo", options->mDemo,
+                   Wrapped("With --interactive, on the rendered clip: draw the panel's true "
+                           "rectangle by itself, save and end."))
+        ->needs("--interactive");
     options->mOutput.AddTo(*command);
     options->mOutput.AddJsonTo(*command);
     options->mOutput.AddEditorsTo(*command, "The four points that were followed longest,");
@@ -377,13 +432,11 @@ void AddTrackCommand(CLI::App& ioProgram, Run& outRun) {
         ->type_name("N");
     command->footer(
         "Writes track.mp4 (trails coloured by the age of the point), track.png of the last\n"
-        "frame, and track.csv with every slot of every frame. On the rendered clip it prints\n"
+        "frame, and track.csv with every point of every frame. On the rendered clip it prints\n"
         "how far the points are off.\n"
         "Example:  descriptor-host track holiday.mp4 --engine klt --features 300 -o out");
     command->callback([&outRun, command, options] {
         CheckOptions(*command, *options);
-        if (command->count("--min-features") == 0)
-            options->mSettings.mMinFeatures = options->mSettings.mFeatures * 9 / 10;
         outRun = [options] {
             return RunTrack(*options);
         };

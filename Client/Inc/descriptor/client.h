@@ -15,3 +15,4 @@
 #include "descriptor/Selection.h"
 #include "descriptor/Source.h"
 #include "descriptor/Stroke.h"
+#include "descriptor/StrokeMasks.h"
