@@ -21,6 +21,10 @@ set(components runtime development)
 if(TARGET descriptor-host)
     list(APPEND components tools)
 endif()
+set(python python3-descriptor)
+if(TARGET python_core)
+    list(APPEND components python)
+endif()
 if(TARGET docs)
     list(APPEND components documentation)
     install(DIRECTORY ${CMAKE_CURRENT_BINARY_DIR}/site/html
@@ -105,6 +109,22 @@ set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS
 set(CPACK_DEBIAN_TOOLS_DESCRIPTION "content descriptors of video frames - a program
 ${about}
 This package has descriptor-host, which tries every kind on a video.")
+
+# The module is for one version of Python, that of DP_PYTHON.
+set(CPACK_DEBIAN_PYTHON_PACKAGE_NAME ${python})
+set(CPACK_DEBIAN_PYTHON_PACKAGE_SECTION python)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_SHLIBDEPS ON)
+math(EXPR next "${Python_VERSION_MINOR} + 1")
+set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS "${runtime} (= ${debian_version}), \
+python3 (>= 3.${Python_VERSION_MINOR}), python3 (<< 3.${next}), python3-numpy")
+set(CPACK_DEBIAN_PYTHON_PACKAGE_RECOMMENDS "python3-av, python3-matplotlib")
+set(CPACK_DEBIAN_PYTHON_PACKAGE_SUGGESTS "python3-distributed, python3-opencv, python3-pandas")
+set(CPACK_DEBIAN_PYTHON_PACKAGE_CONTROL_EXTRA
+    ${CMAKE_CURRENT_SOURCE_DIR}/cmake/debian/python/postinst
+    ${CMAKE_CURRENT_SOURCE_DIR}/cmake/debian/python/prerm)
+set(CPACK_DEBIAN_PYTHON_DESCRIPTION "content descriptors of video frames - Python package
+${about}
+This package has the Python package descriptor: NumPy arrays in and out.")
 
 set(CPACK_DEBIAN_DOCUMENTATION_PACKAGE_NAME ${documentation})
 set(CPACK_DEBIAN_DOCUMENTATION_PACKAGE_SECTION doc)

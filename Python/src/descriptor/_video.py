@@ -65,8 +65,9 @@ def frames(
     start     frames before it are read and not given: nothing is sought, so that frame 7 is
               the same frame whatever came before
 
-    VideoError for a clip that cannot be read or breaks off, and where PyAV is needed and not
-    there.
+    VideoError for a clip that cannot be read, and where PyAV is needed and not there. A clip
+    that breaks off is told where its container counts its frames (MP4) or a packet is damaged;
+    what ends between two frames of Matroska is a shorter clip.
     """
     if isinstance(video, (str, os.PathLike)):
         path = os.fspath(video)
@@ -140,8 +141,6 @@ def _clip(path: str) -> Frames:
     if not container.streams.video:
         container.close()
         raise VideoError(f"{path}: has no pictures")
-    # A clip that breaks off is one whose last packet is short, or that ends before the frames
-    # that it promised.
     return Frames(_decoded(container, path, av, True), container.streams.video[0].frames or None)
 
 
@@ -170,6 +169,8 @@ def _decoded(container: Any, path: str, av: Any, owned: bool) -> Iterator[VideoF
     finally:
         if owned:
             container.close()
+    if owned and number == 0:
+        raise VideoError(f"{path}: has no picture that can be read")
     if packets < promised:
         raise VideoError(f"{path}: breaks off: {packets} of {promised} frames are there")
 
