@@ -8,7 +8,8 @@ TEST_PACKAGES="clang-14 libclang-rt-14-dev binutils make doxygen python3
     man-db libgtest-dev libgmock-dev libboost-graph-dev libmpfr-dev libgmp-dev gcovr xvfb xauth ffmpeg
     libmlt-dev melt"
 PYTHON_PACKAGES="python3-dev pybind11-dev python3-numpy python3-pytest mypy python3-av
-    python3-opencv python3-pandas python3-matplotlib"
+    python3-opencv python3-pandas python3-matplotlib python3-distributed
+    jupyter-nbconvert python3-ipykernel"
 WHEEL_PACKAGES="python3-build python3-skbuild python3-setuptools python3-wheel python3-venv python3-pip"
 FORMAT_PACKAGE="clang-format-14"
 TIDY_PACKAGES="clang-14 clang-tidy-14 python3"

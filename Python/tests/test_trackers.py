@@ -239,7 +239,15 @@ def test_threads_on_clips_of_their_own_give_the_bits_of_one():
     assert results == [run(frames) for frames in clips]
 
 
-def test_an_interrupt_ends_a_run_between_two_cuts():
+@pytest.fixture
+def interruptible():
+    """As at a terminal: who is started in the background ignores the signal."""
+    before = signal.signal(signal.SIGINT, signal.default_int_handler)
+    yield
+    signal.signal(signal.SIGINT, before)
+
+
+def test_an_interrupt_ends_a_run_between_two_cuts(interruptible):
     """The signal comes while the library cuts, and no callback of Python's is there."""
     picture, _ = disc()
     history = [STROKES] + [[Stroke([(60 + n % 9, 45)], 3)] for n in range(400)]
@@ -260,7 +268,7 @@ def test_an_interrupt_ends_a_run_between_two_cuts():
         selection.add(STROKES)  # and it goes on
 
 
-def test_an_interrupt_ends_a_run_after_the_frame():
+def test_an_interrupt_ends_a_run_after_the_frame(interruptible):
     frames = moving(6)
     done = []
 

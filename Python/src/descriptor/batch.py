@@ -356,12 +356,12 @@ def map(
             yield _run(job, span, path)
         return
 
-    from distributed import as_completed
+    import distributed
 
+    as_completed: Any = distributed.as_completed
     futures = [client.submit(_run, job, span, path, pure=False) for span, path in left]
     try:
-        completed = as_completed(futures)
-        for future in completed:
+        for future in as_completed(futures):
             yield future.result()
             future.release()
     finally:

@@ -271,8 +271,7 @@ def longest_motions(
         ended += [int(name) for name in frame.lost["id"]]
         time = frame.frame / frame_rate if frame.time is None else frame.time
         for point in frame.live:
-            rect = Rect(float(point["x"] + np.float32(0.5)), float(point["y"] + np.float32(0.5)),
-                        0.0, 0.0)
+            rect = Rect(float(point["x"]) + 0.5, float(point["y"]) + 0.5, 0.0, 0.0)
             slots[int(point["id"])] = int(point["slot"])
             paths.setdefault(int(point["id"]), []).append(Key(frame.frame, time, rect))
     alive = sorted(set(paths) - set(ended), key=lambda name: slots[name])
