@@ -25,9 +25,13 @@ const Taps& GetTaps() {
 
 }  // namespace
 
+// The pixels under the first block of a search, which begins three columns before the window
+// of seven pixels and with its first row.
 void KLTGradientBlock::ReadAhead(const IP::Image<float>& inImage, float inX, float inY) {
-    IP::ReadAhead({inImage.GetData(), inImage.GetColumns(), inImage.GetRows()}, inX, inY,
-                  kColumns / 2 + kRadius, kMostRows / 2 + kRadius);
+    constexpr int kToTheRight = 2, kDown = 1;
+    IP::ReadAhead({inImage.GetData(), inImage.GetColumns(), inImage.GetRows()},
+                  inX + kToTheRight, inY + kDown, kColumns / 2 + kRadius,
+                  kWindowSide / 2 + kRadius);
 }
 
 // The window in the middle; near an edge the block moves inward as far as it can. The first
