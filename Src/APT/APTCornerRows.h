@@ -25,6 +25,13 @@ struct APTConstProductRows {
     const float* mXY;
 };
 
+/// A row and its neighbours.
+struct APTGradientRows {
+    const float* mAbove;
+    const float* mRow;
+    const float* mBelow;
+};
+
 struct APTCornerRowProcs {
     const char* mName;
 
@@ -34,14 +41,12 @@ struct APTCornerRowProcs {
     /// out[i] = sum over k of taps[k] rows[k][i], k ascending.
     void (*mSmoothDown)(const float* const* inRows, const float* inTaps, int inTapCount,
                         int inCount, float* outRow);
-    /// Products of the differences to the neighbours on both sides, for columns 1 to
-    /// `inCount` - 1; column `inCount` of the row is read too. Column 0 has no neighbour on
-    /// the left: its difference along x is 0. With null rows above and below, that along y
-    /// is.
-    void (*mMultiply)(const float* inAbove, const float* inRow, const float* inBelow,
-                      int inCount, APTProductRows outRows);
-    /// Running totals from the left, each row started at 0.
-    void (*mTotalAcross)(APTProductRows ioRows, int inCount);
+    /// Running totals from the left, each started at 0, of the products of the differences to
+    /// the neighbours on both sides, for columns 0 to `inCount` - 1 of one row or two; column
+    /// `inCount` is read too. Column 0 has no neighbour on the left: its difference along x
+    /// is 0. With a null row above, a single one, that along y is.
+    void (*mTotalProducts)(const APTGradientRows* inRows, int inRowCount, int inCount,
+                           const APTProductRows* outRows);
     /// Adds the window sums along x of columns `inBegin` to `inEnd` - 1 to the running
     /// totals from the top: out = above + (totals[x + half] - totals[x - half - 1]).
     void (*mTotalDown)(APTConstProductRows inTotals, APTConstProductRows inAbove, int inHalf,

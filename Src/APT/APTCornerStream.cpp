@@ -1,8 +1,8 @@
 // Cornerness without planes. Each stage keeps the rows that the next one still needs:
 //
-//     image row --along x--> ring of 2 radius + 1 rows --along y--> ring of 3 smoothed rows
+//     image row --along x--> ring of 2 radius + 1 rows --along y--> ring of 4 smoothed rows
 //       --differences, products--> running totals along x --> window sums along x
-//       --running totals down--> ring of 2 half + 2 rows --> window sums --> cornerness
+//       --running totals down--> ring of 2 half + 3 rows --> window sums --> cornerness
 //
 // so the image is read once and nothing of the size of the image is written: the steps
 // `SmoothImage`, `ComputeCornerness` and `PickLocalMaxima` go through the rows together.
@@ -112,14 +112,14 @@ void APTCornerStream::Start(const float* inImage, int inWidth, int inHeight,
     if (stride != mStride) {
         mPadded.resize(stride + mTaps.size());
         mAcross.resize(mTaps.size() * stride);
-        mSmooth.resize(3 * stride);
-        mProducts.resize(3 * stride);
-        mTotals.resize(static_cast<std::size_t>(2 * mHalfHeight + 3) * 3 * stride);
+        mSmooth.resize(kSmoothRows * stride);
+        mProducts.resize(2 * 3 * stride);
+        mTotals.resize(static_cast<std::size_t>(TotalsRing() + 1) * 3 * stride);
         mRows.resize(3 * stride);
         mStride = stride;  // last: a row that could not be had is asked for again
     }
     // The row above the first one of the totals.
-    const APTProductRows zero = ProductsOf(mTotals, mStride, 2 * mHalfHeight + 2);
+    const APTProductRows zero = ProductsOf(mTotals, mStride, TotalsRing());
     for (float* row : {zero.mXX, zero.mYY, zero.mXY})
         std::fill_n(row, stride, 0.0f);
 }
@@ -141,8 +141,8 @@ bool APTCornerStream::NextRow() {
     if (mNextRow > mRange.mBottom) return false;
     const int areaRow = mNextRow - mCropY;
     while (mNextTotal <= areaRow + mHalfHeight)
-        TotalRow(mNextTotal++);
-    const int ring = 2 * mHalfHeight + 2;
+        mNextTotal += TotalRows(mNextTotal);
+    const int ring = TotalsRing();
     // Totals are indexed by area column, cornerness by image column.
     mProcs->mCornerness(Const(ProductsOf(mTotals, mStride, (areaRow + mHalfHeight) % ring)),
                         Const(ProductsOf(mTotals, mStride, (areaRow - mHalfHeight - 1) % ring)),
@@ -152,18 +152,30 @@ bool APTCornerStream::NextRow() {
     return true;
 }
 
-// Totals of one area row: those of the row above and the window sums along this one.
-void APTCornerStream::TotalRow(int inAreaRow) {
-    const float* const below = GetSmoothRow(inAreaRow + 1);
-    const float* const above = inAreaRow > 0 ? GetSmoothRow(inAreaRow - 1) : nullptr;
-    const APTProductRows products = ProductsOf(mProducts, mStride, 0);
-    mProcs->mMultiply(above, GetSmoothRow(inAreaRow), below, mTotalCols, products);
-    mProcs->mTotalAcross(products, mTotalCols);
-    const int ring = 2 * mHalfHeight + 2;
-    const int aboveRow = inAreaRow > 0 ? (inAreaRow - 1) % ring : ring;
-    mProcs->mTotalDown(Const(products), Const(ProductsOf(mTotals, mStride, aboveRow)),
-                       mHalfWidth, mRange.mLeft - 1 - mCropX, mRange.mRight + 1 - mCropX,
-                       ProductsOf(mTotals, mStride, inAreaRow % ring));
+// Totals of an area row, or of it and the next one: those of the row above and the window sums
+// along this one. Returns how many.
+int APTCornerStream::TotalRows(int inAreaRow) {
+    const int lastRow = mRange.mBottom - mCropY + mHalfHeight;
+    const int count = inAreaRow > 0 && inAreaRow < lastRow ? 2 : 1;
+    const APTProductRows products[] = {ProductsOf(mProducts, mStride, 0),
+                                       ProductsOf(mProducts, mStride, 1)};
+    GetSmoothRow(inAreaRow + count);  // makes all of them
+    APTGradientRows rows[2];
+    for (int k = 0; k < count; ++k) {
+        const int row = inAreaRow + k;
+        rows[k] = {row > 0 ? GetSmoothRow(row - 1) : nullptr, GetSmoothRow(row),
+                   GetSmoothRow(row + 1)};
+    }
+    mProcs->mTotalProducts(rows, count, mTotalCols, products);
+    const int ring = TotalsRing();
+    for (int k = 0; k < count; ++k) {
+        const int row = inAreaRow + k;
+        const int aboveRow = row > 0 ? (row - 1) % ring : ring;
+        mProcs->mTotalDown(Const(products[k]), Const(ProductsOf(mTotals, mStride, aboveRow)),
+                           mHalfWidth, mRange.mLeft - 1 - mCropX, mRange.mRight + 1 - mCropX,
+                           ProductsOf(mTotals, mStride, row % ring));
+    }
+    return count;
 }
 
 const float* APTCornerStream::GetImageRow(int inAreaRow) const {
@@ -172,7 +184,7 @@ const float* APTCornerStream::GetImageRow(int inAreaRow) const {
            mCropX;
 }
 
-// Rows are asked for in ascending order; the three latest can be asked for again.
+// Rows are asked for in ascending order; the latest can be asked for again.
 const float* APTCornerStream::GetSmoothRow(int inAreaRow) {
     if (mTaps.empty()) return GetImageRow(inAreaRow);
     const int taps = static_cast<int>(mTaps.size());
@@ -186,9 +198,9 @@ const float* APTCornerStream::GetSmoothRow(int inAreaRow) {
             mTapRows[static_cast<std::size_t>(k)] = RowOf(mAcross, mStride, row % taps);
         }
         mProcs->mSmoothDown(mTapRows.data(), mTaps.data(), taps, mSmoothCols,
-                            RowOf(mSmooth, mStride, mNextSmooth % 3));
+                            RowOf(mSmooth, mStride, mNextSmooth % kSmoothRows));
     }
-    return RowOf(mSmooth, mStride, inAreaRow % 3);
+    return RowOf(mSmooth, mStride, inAreaRow % kSmoothRows);
 }
 
 // One row along x, with the first and the last value repeated beyond the ends.

@@ -59,7 +59,11 @@ private:
     const float* GetImageRow(int inAreaRow) const;
     const float* SmoothAcross(int inImageRow);
     const float* GetSmoothRow(int inAreaRow);
-    void TotalRow(int inAreaRow);
+    int TotalRows(int inAreaRow);
+
+    static constexpr int kSmoothRows = 4;  // under two rows of totals
+    /// Rows of totals from above a window to below it, and one that is made with the last.
+    int TotalsRing() const { return 2 * mHalfHeight + 3; }
 
     const APTCornerRowProcs* mProcs = nullptr;
     int mHalfWidth = 0;
@@ -84,8 +88,8 @@ private:
 
     std::vector<float> mPadded;
     std::vector<float> mAcross;    // ring of rows smoothed along x
-    std::vector<float> mSmooth;    // ring of 3 smoothed rows
-    std::vector<float> mProducts;  // one row of each product
+    std::vector<float> mSmooth;    // ring of smoothed rows
+    std::vector<float> mProducts;  // two rows of totals along each product
     std::vector<float> mTotals;    // ring of totals from the top, three rows each
     std::vector<float> mRows;      // ring of 3 rows of cornerness
     std::vector<const float*> mTapRows;
