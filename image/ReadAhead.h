@@ -6,6 +6,14 @@
 
 namespace IP {
 
+inline constexpr std::ptrdiff_t kFloatsOfALine = 16;  // of the cache
+
+/// Has the processor fetch `inCount` floats while it works on something else.
+inline void ReadAhead(const float* inFloats, std::size_t inCount) {
+    for (std::size_t i = 0; i < inCount; i += kFloatsOfALine)
+        __builtin_prefetch(inFloats + i);
+}
+
 /// A plane of floats, row by row without gaps.
 struct FloatPlane {
     const float* mPixels;
@@ -13,13 +21,12 @@ struct FloatPlane {
     std::ptrdiff_t mRows;
 };
 
-/// Has the processor fetch the pixels up to `inReachX` and `inReachY` from (`inX`, `inY`) while
-/// it works on something else. Points lie all over frames that are larger than the caches
-/// near by, and waiting for the pixels takes longer than the work on them. Changes nothing;
-/// a block that is not inside the plane is left alone, as is one round a NaN.
+/// The same for the pixels up to `inReachX` and `inReachY` from (`inX`, `inY`). Points lie all
+/// over frames that are larger than the caches near by, and waiting for the pixels takes longer
+/// than the work on them. Changes nothing; a block that is not inside the plane is left alone,
+/// as is one round a NaN.
 inline void ReadAhead(const FloatPlane& inPlane, float inX, float inY, int inReachX,
                       int inReachY) {
-    constexpr std::ptrdiff_t kFloatsOfALine = 16;  // of the cache
     const auto fits = [](float inAt, std::ptrdiff_t inReach, std::ptrdiff_t inSize) {
         return inAt >= static_cast<float>(inReach) &&
                inAt < static_cast<float>(inSize - inReach - 1);

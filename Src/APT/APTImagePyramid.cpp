@@ -77,7 +77,7 @@ void APTImagePyramid::MakeTile(int inLevel, int inTileColumn, int inTileRow) {
     const int bottom = std::min(top + kTileHeight, level.mHeight);
     const bool isReduced =
         GetWidth(inLevel - 1) >= 3 && GetHeight(inLevel - 1) >= 3 && IsReducible(channels);
-    constexpr int kRowsAhead = 2, kFloatsOfALine = 16;  // the frame is far away
+    constexpr int kRowsAhead = 2;  // the frame is far away
     const int innerLeft = std::max(left, 1);
     const int innerRight = std::min(right, level.mWidth - 1);
 
@@ -88,8 +88,8 @@ void APTImagePyramid::MakeTile(int inLevel, int inTileColumn, int inTileRow) {
         const float* const source =
             GetBlock(inLevel - 1, 2 * innerLeft - 1, 2 * y, 2 * innerRight - 1, 2 * y);
         if (inLevel == 1 && y + kRowsAhead < bottom)
-            for (int x = 0; x < 2 * (innerRight - innerLeft) * mChannels; x += kFloatsOfALine)
-                __builtin_prefetch(source + 2 * kRowsAhead * GetRowLength(0) + x);
+            IP::ReadAhead(source + 2 * kRowsAhead * GetRowLength(0),
+                          2 * static_cast<std::size_t>(innerRight - innerLeft) * channels);
         ReduceRow(source - (2 * innerLeft - 1) * mChannels, channels,
                   static_cast<std::size_t>(innerLeft), static_cast<std::size_t>(innerRight),
                   row + innerLeft * mChannels);

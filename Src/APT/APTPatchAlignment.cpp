@@ -21,6 +21,7 @@
 #include <cmath>
 
 #include "Lapack/Cholesky.h"
+#include "image/ReadAhead.h"
 
 namespace DP {
 namespace {
@@ -227,6 +228,10 @@ APTTemplate APTPatchPyramid::GetLevel(int inLevel) {
     for (; mSampled <= inLevel; ++mSampled)
         Sample(mSampled);
     return {GetPlane(inLevel, 0), GetPlane(inLevel, 1), GetPlane(inLevel, 2)};
+}
+
+void APTPatchPyramid::ReadAhead() const {
+    IP::ReadAhead(mData.data(), static_cast<std::size_t>(kPlanes * mShape.GetBlockFloats()));
 }
 
 void APTPatchPyramid::Keep() {

@@ -39,6 +39,8 @@ public:
     const APTPatchShape& GetShape() const { return mShape; }
 
     APTTemplate GetLevel(int inLevel);
+    /// Fetches the template of level 0.
+    void ReadAhead() const;
     void Keep();
 
 private:

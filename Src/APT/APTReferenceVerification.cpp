@@ -9,6 +9,7 @@
 
 #include "Lapack/Cholesky.h"
 #include "image/Interruption.h"
+#include "image/ReadAhead.h"
 
 namespace DP {
 namespace {
@@ -239,6 +240,11 @@ bool APTReferenceTemplates::Factorise(const APTTemplate& inPlanes, APTWorkspace&
            CholeskyOutcome::kDone;
 }
 
+void APTReferenceTemplates::ReadAhead() const {
+    mPlanes.ReadAhead();
+    IP::ReadAhead(mFactors.data(), mFactorFloats);
+}
+
 // ---- One reference -------------------------------------------------------------------
 
 int SolveWarpLevel(APTWorkspace& ioWorkspace, const APTReferenceTemplates::Level& inTemplate,
@@ -318,12 +324,22 @@ void APTReferenceVerification::VerifyFeatures(APTImagePyramid& inCurrent,
         APTFeature& feature = ioFeatures[i];
         if (feature.mStatus != kAPTFeatureTracked) continue;
         IP::Checkpoint(std::int64_t(i), std::int64_t(slots));
+        if (i + 1 < slots) ReadAhead(i + 1, inCurrent, ioFeatures[i + 1]);
         if (VerifyFeature(i, inCurrent, inSearch, feature)) continue;
         feature.mStatus = inSearch.mMinCorrelation > feature.mCorrelation
                               ? kAPTFeatureLowCorrelation
                               : kAPTFeatureVerifyFailed;
         ++mLost;
     }
+}
+
+// What the verification of a point reads first.
+void APTReferenceVerification::ReadAhead(std::size_t inSlot, const APTImagePyramid& inCurrent,
+                                         const APTFeature& inFeature) const {
+    if (inFeature.mStatus != kAPTFeatureTracked) return;
+    mTemplates[inSlot].ReadAhead();
+    inCurrent.ReadAhead(inFeature.mX, inFeature.mY, mShape.mHalfWidth + 1,
+                        mShape.mHalfHeight + 1);
 }
 
 bool APTReferenceVerification::VerifyFeature(std::size_t inSlot, APTImagePyramid& inCurrent,

@@ -45,6 +45,8 @@ public:
 
     /// A level as the solver of a model needs it. Models without a system have no factor.
     Level GetLevel(int inLevel, APTMotionModel inModel, APTWorkspace& ioWorkspace);
+    /// Fetches what a search at level 0 reads.
+    void ReadAhead() const;
     const float* GetTemplate(int inLevel) { return mPlanes.GetLevel(inLevel).mTemplate; }
 
 private:
@@ -85,6 +87,8 @@ public:
                         APTFeatureList& ioFeatures);
 
 private:
+    void ReadAhead(std::size_t inSlot, const APTImagePyramid& inCurrent,
+                   const APTFeature& inFeature) const;
     bool VerifyFeature(std::size_t inSlot, APTImagePyramid& inCurrent,
                        const APTSearch& inSearch, APTFeature& ioFeature);
 
