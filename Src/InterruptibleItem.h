@@ -23,11 +23,15 @@ public:
 
 protected:
     /// Runs what makes the item's data, watched by the callback if there is one. Null where
-    /// that said stop.
+    /// that said stop. Without one nobody watches: a host's own object may request the item
+    /// in the middle of another one's computation, and is no part of that.
     template <class Compute>
     Ref<IDescriptorData> RunWatched(Compute inCompute) {
         mWasInterrupted = false;
-        if (mCallback == nullptr) return inCompute();
+        if (mCallback == nullptr) {
+            const IP::Unwatched unwatched;
+            return inCompute();
+        }
         mFailure = nullptr;
         const IP::Watch watch(&InterruptibleItem::Ask, this);
         try {

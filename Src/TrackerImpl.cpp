@@ -4,6 +4,7 @@
 
 #include "DP/Tracker.h"
 #include "TVK/ContractCheck.h"
+#include "image/Interruption.h"
 
 namespace DP {
 
@@ -80,6 +81,8 @@ unsigned int Tracker::GetMinFeatures() const { return kAPTTrackerMinFeatures; }
 
 void Tracker::TrackFeatures(IP::ImagePtr<float> inCurrentFloatGrayImage,
                             unsigned int inFrameNumber, APTFeatureListPtr& outFeatures) {
+    // A host's object may call this in the middle of a computation that somebody watches.
+    const IP::Unwatched unwatched;
     mImpl->TrackFeatures(inCurrentFloatGrayImage, inFrameNumber, outFeatures);
 }
 

@@ -19,11 +19,12 @@ bool Watch::GoesOn(std::int64_t inDone, std::int64_t inOf) {
     const double part =
         inOf > 0 ? static_cast<double>(inDone) / static_cast<double>(inOf) : 0.0;
     mDone = std::max(mDone, mBegin + (mEnd - mBegin) * std::clamp(part, 0.0, 1.0));
-    struct Unwatched {
-        Watch* mWatch = std::exchange(detail::tWatch, nullptr);
-        ~Unwatched() { detail::tWatch = mWatch; }
-    } const unwatched;
+    const Unwatched unwatched;
     return mGoesOn(mContext, mDone);
 }
+
+Unwatched::Unwatched() : mOuter(std::exchange(detail::tWatch, nullptr)) {}
+
+Unwatched::~Unwatched() { detail::tWatch = mOuter; }
 
 }  // namespace IP

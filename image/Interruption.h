@@ -42,6 +42,20 @@ namespace detail {
 inline constinit thread_local Watch* tWatch = nullptr;
 }
 
+/// Nobody watches what its thread computes, for its lifetime.
+///
+/// Threads: its own.
+class Unwatched {
+public:
+    Unwatched();
+    ~Unwatched();
+    Unwatched(const Unwatched&) = delete;
+    Unwatched& operator=(const Unwatched&) = delete;
+
+private:
+    Watch* mOuter;
+};
+
 inline bool IsWatched() { return detail::tWatch != nullptr; }
 
 /// At the head of a loop over rows or points: `inDone` of `inOf` of them are done. False if

@@ -28,6 +28,7 @@ RequestedPyramids RequestFramePyramids(const Ref<IDescriptorComputer>& inCompute
     item->SetDataKey(key);
     const Ref<ImagePyramidDescriptorWorkerItem> pyramidItem(item);
     pyramidItem->SetPyramidImage(inView.mPixels);
+    pyramidItem->BelongToStep();
     const Ref<ImagePyramidDescriptorData> data(inComputer->GetDescriptorData(item, true));
     RequestedPyramids result;
     result.mIsNew = pyramidItem->HasComputed();

@@ -1,8 +1,11 @@
 #include "Pyramid/ImagePyramidDescriptorWorkerItem.h"
 
+#include <optional>
+
 #include "Pyramid/ImagePyramidDescriptorData.h"
 #include "Pyramid/ImagePyramidDescriptorDataKey.h"
 #include "image/IPFramePyramids.h"
+#include "image/Interruption.h"
 
 namespace DP {
 
@@ -11,6 +14,8 @@ Ref<IDescriptorData> ImagePyramidDescriptorWorkerItem::ComputeData() {
     const Ref<IDescriptorData> result = CreateDescriptorData(kDescriptorDataTypeImagePyramid);
     if (key == NULL || result == NULL || !mCurrImage) return result;
 
+    std::optional<IP::Unwatched> unwatched;
+    if (!mBelongsToStep) unwatched.emplace();
     const IP::FramePyramids pyramids = IP::ComputeFramePyramids(
         {mCurrImage, key->GetColumns(), key->GetRows()},
         {key->GetGradientSigma(), key->GetSmoothSigma(), key->GetPyramidSigmaFactor(),

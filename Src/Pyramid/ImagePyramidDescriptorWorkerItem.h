@@ -13,6 +13,10 @@ public:
     /// allowed.
     void SetPyramidImage(const unsigned char* inCurrImage) { mCurrImage = inCurrImage; }
 
+    /// The pyramids are part of a tracker's step: who watches that watches them. Those that
+    /// somebody else requests in between are not.
+    void BelongToStep() { mBelongsToStep = true; }
+
     /// Empty data if there is no frame, or if the key is not that of an image pyramid.
     Ref<IDescriptorData> ComputeData() override;
 
@@ -22,6 +26,7 @@ public:
 
 private:
     const unsigned char* mCurrImage = nullptr;
+    bool mBelongsToStep = false;
     bool mHasComputed = false;
 };
 

@@ -5,6 +5,8 @@
 
 #include <algorithm>
 #include <functional>
+#include <memory>
+#include <random>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -16,12 +18,23 @@
 #include "DP/IInterruptibleWorkerItem.h"
 #include "DP/IKLTDescriptor.h"
 #include "DP/IRegionTrackerDescriptor.h"
+#include "DP/Tracker.h"
 #include "GraphCut/Scene.h"
 #include "Scenarios/Digest.h"
 #include "Support/Images.h"
 #include "Support/Reports.h"
 #include "Support/Textures.h"
 #include "Support/WideStrings.h"
+#include "TVK/Object.h"
+
+namespace {
+
+class HostsPoints;
+
+}  // namespace
+
+template <>
+inline constexpr TVK::InterfaceID TVK::kIdentifierOf<HostsPoints>{0x7e57, 21};
 
 namespace {
 
@@ -50,8 +63,8 @@ public:
             if (mStopAt != 0) interruptible->SetProgressCallback(&Host::GoesOn, this);
             mLastDone = 0;
             const auto result = computer->GetDescriptorData(item, true);
-            if (!interruptible->WasInterrupted()) return result;
-            EXPECT_TRUE(result == NULL);
+            if (result != NULL) return result;
+            EXPECT_TRUE(interruptible->WasInterrupted());
             ExpectNothingHeld(inProperty->GetDescriptorDataType(), item->GetDataKey());
         }
     }
@@ -253,6 +266,71 @@ TEST_P(Interruption, AtAnyCheckpointLeavesNoTrace) {
 INSTANTIATE_TEST_SUITE_P(EveryKind, Interruption, testing::ValuesIn(kCases),
                          [](const auto& inInfo) { return inInfo.param.mName; });
 
+// ---- Requests within a computation -----------------------------------------------------
+
+/// A host's own result of KLT, which calls the library when the next step asks for it.
+class HostsPoints
+    : public TVK::Object<HostsPoints, DP::IDescriptorData, DP::IKLTDescriptorData> {
+public:
+    void GetHash(TVK::HashValue&) override {}
+    void SetHash(const TVK::HashValue&) override {}
+    void GetTimeStamp(unsigned int& outTime) override { outTime = 0; }
+    void SetTimeStamp(const unsigned int&) override {}
+    unsigned int GetDataSize() override { return 0; }
+    Ref<IDescriptorData> CloneData() override { return {}; }
+    DP::KLTFeatureListPtr GetFeatureList() override {
+        mOnGet();
+        return mPoints;
+    }
+    std::function<void()> mOnGet;
+    DP::KLTFeatureListPtr mPoints;
+};
+
+// A cut, a step of APT, and one of the exported tracker, none with a callback.
+void ComputeWithoutCallback() {
+    Host host(0);
+    Digest digest;
+    RunCut(host, digest);
+    RunAPT(host, digest);
+    const std::unique_ptr<DP::Tracker> tracker(DP::Tracker::CreateTracker(kCols, kRows));
+    DP::APTFeatureListPtr points;
+    for (int number = 0; number < 2; ++number)
+        tracker->TrackFeatures(Frame(number), unsigned(number), points);
+}
+
+TEST(InterruptionWithin, ARequestWithoutACallbackIsNoPartOfTheOuterOne) {
+    struct Asked {
+        bool mIsWithin = false;
+        long mWithin = 0, mBehind = 0;
+    } asked;
+    const auto image = Testing::ImageOf<unsigned char>(
+        kCols, kRows, Testing::TexturedBytes(kCols, kRows, 0, 0));
+    const Ref<HostsPoints> points = HostsPoints::Create();
+    points->mPoints = TVK::MakeObject<DP::KLTFeatureList>(1);
+    points->mOnGet = [&] {
+        asked.mIsWithin = true;
+        EXPECT_NO_THROW(ComputeWithoutCallback());
+        asked.mIsWithin = false;
+    };
+    const auto item = DP::CreateDescriptorWorkerItem(DP::kDescriptorDataTypeKLT);
+    item->SetDataKey(
+        DP::CreateKLTDescriptorDataKey(Wide("own"), 1, 1, kPoints, kRows, kCols, 5, kPoints));
+    Ref<DP::IKLTDescriptorWorkerItem>(item)->SetInputImages(image, image, points);
+    Ref<IInterruptibleWorkerItem>(item)->SetProgressCallback(
+        [](void* ioAsked, double) {
+            Asked& all = *static_cast<Asked*>(ioAsked);
+            ++(all.mIsWithin ? all.mWithin : all.mBehind);
+            return !all.mIsWithin;
+        },
+        &asked);
+    const auto property = DP::CreateKLTDescriptorProperty(
+        kPoints, 1, 5, kPoints, Wide("own"), DP::kDescriptorDataTypeKLT);
+    DP::CreateDescriptorComputer(property)->GetDescriptorData(item, false);
+    EXPECT_EQ(asked.mWithin, 0);
+    EXPECT_GT(asked.mBehind, 0) << "the step's own pyramids are";
+    DP::FlushAllDescriptorResources();
+}
+
 // ---- The graph cut's two states ------------------------------------------------------
 
 class CutInterruption : public testing::Test {
@@ -263,14 +341,45 @@ protected:
     Ref<IDescriptorData> Cut(int inNumber, const ByteImage& inForeground,
                              const ByteImage& inBackground, const ByteImage& inLabels,
                              long inStopAt = 0) {
+        return CutOf(mScene, inNumber, inForeground, inBackground, inLabels, inStopAt);
+    }
+    Ref<IDescriptorData> CutOf(const Testing::Scene& inScene, int inNumber,
+                               const ByteImage& inForeground, const ByteImage& inBackground,
+                               const ByteImage& inLabels, long inStopAt) {
         long left = inStopAt;
-        const auto item = CutItem(mScene, inNumber, inForeground, inBackground, inLabels);
+        const auto item = CutItem(inScene, inNumber, inForeground, inBackground, inLabels);
         Ref<IInterruptibleWorkerItem>(item)->SetProgressCallback(
             [](void* inLeft, double) { return --*static_cast<long*>(inLeft) != 0; }, &left);
         const auto data =
             DP::CreateDescriptorComputer(CutProperty())->GetDescriptorData(item, false);
         mAsked = inStopAt - left;
         return data;
+    }
+
+    static bool Same(const ByteImage& inA, const ByteImage& inB) {
+        return std::equal(inA->GetData(), inA->GetData() + kCols * kRows, inB->GetData());
+    }
+
+    // A picture of squares in any colours, with noise on them.
+    static Testing::Scene Patches(std::mt19937& ioRandom) {
+        constexpr int kSide = 9, kAcross = kCols / kSide + 1, kDown = kRows / kSide + 1;
+        unsigned int colours[kDown][kAcross][3];
+        for (auto& row : colours)
+            for (auto& colour : row)
+                for (auto& channel : colour)
+                    channel = ioRandom() % 256;
+        Testing::Scene scene(kCols, kRows);
+        for (int i = 0; i < kCols * kRows * 4; ++i) {
+            const int x = i / 4 % kCols, y = i / 4 / kCols;
+            const unsigned int flat = i % 4 < 3 ? colours[y / kSide][x / kSide][i % 4] : 0;
+            scene.mPixels[std::size_t(i)] =
+                static_cast<unsigned char>(flat + ioRandom() % 24 + 60);
+        }
+        return scene;
+    }
+    static void PaintAny(const ByteImage& ioImage, std::mt19937& ioRandom) {
+        const int x = int(ioRandom() % kCols), y = int(ioRandom() % kRows);
+        Testing::PaintDab(ioImage, x, y, int(2 + ioRandom() % 8));
     }
 
     long mAsked = 0;  // by the last cut
@@ -293,15 +402,12 @@ TEST_F(CutInterruption, AStrokeStaysAndIsCutByTheNextCall) {
         Testing::PaintDab(wall, kCols / 2 + 8, y, 1);
     const auto first = LabelsOf(Cut(0, mForeground, mNone, {}));
     const auto expected = LabelsOf(Cut(1, mNone, wall, first));
-    const auto same = [](const ByteImage& inA, const ByteImage& inB) {
-        return std::equal(inA->GetData(), inA->GetData() + kCols * kRows, inB->GetData());
-    };
-    ASSERT_FALSE(same(first, expected));
+    ASSERT_FALSE(Same(first, expected));
 
     const auto again = LabelsOf(Cut(2, mForeground, mNone, {}));
     ASSERT_TRUE(Cut(3, mNone, wall, again, 1) == NULL) << "it asks at least once";
     const auto resumed = LabelsOf(Cut(4, mNone, mNone, again));
-    EXPECT_TRUE(same(resumed, expected));
+    EXPECT_TRUE(Same(resumed, expected));
 }
 
 TEST_F(CutInterruption, WhatTheCallbackThrowsPassesThrough) {
