@@ -135,6 +135,7 @@ Image GraphCutWrapper::ComputeLabelImage(const unsigned char* inRGBImage,
 void GraphCutWrapper::DropFrame() {
     if (mImageGraph != NULL) mImageGraph->ReleaseGraph();
     mImageGraph = nullptr;
+    mOwesFlow = false;
 }
 
 Image GraphCutWrapper::Cut(const unsigned char* inRGBImage, unsigned int inRowBytes,
@@ -163,6 +164,9 @@ Image GraphCutWrapper::Cut(const unsigned char* inRGBImage, unsigned int inRowBy
         inCurrentLabelImage = NewImage(columns, rows);
         inCurrentLabelImage->CopyPixelsFrom(inForegroundStrokeImage);
     } else {
+        // How a flow rounds depends on the order in which strokes and paths come: one that
+        // was stopped comes to its end before anything new is bound.
+        if (mOwesFlow) FinishFlow();
         MergeForegroundIntoLabel(inForegroundStrokeImage, inCurrentLabelImage);
     }
 
@@ -175,17 +179,24 @@ Image GraphCutWrapper::Cut(const unsigned char* inRGBImage, unsigned int inRowBy
     // whole again only behind it, and until then a further stroke is refused.
     mImageGraph->mValid = false;
     SetEnergies(inForegroundStrokeImage, inBackgroundStrokeImage, inCurrentLabelImage);
-    constexpr double kNoTimeLimit = -1.0;
     IP::EnterStage(isNewFrame ? 0.9 : 0.0, 1.0);
     if (isNewFrame) IP::Checkpoint(0, 1);
-    WatchedFlow watched;
-    RunMaxFlow(*mImageGraph->mFlowGraph, mImageGraph->mSourceNode, mImageGraph->mSinkNode,
-               *mImageGraph->mSegments, kNoTimeLimit, IP::IsWatched() ? &watched : nullptr);
-    mImageGraph->mValid = true;
-    if (watched.mIsStopped) throw IP::Interrupted();
+    FinishFlow();
     mImageGraph->UpdateLabels(mLabels->GetData(), mSegments);
     std::memcpy(result->GetData(), mLabels->GetData(), PixelCount(result));
     return result;
+}
+
+// Runs the flow to its end, or to where it is stopped. The graph is whole behind either.
+void GraphCutWrapper::FinishFlow() {
+    constexpr double kNoTimeLimit = -1.0;
+    WatchedFlow watched;
+    mImageGraph->mValid = false;
+    RunMaxFlow(*mImageGraph->mFlowGraph, mImageGraph->mSourceNode, mImageGraph->mSinkNode,
+               *mImageGraph->mSegments, kNoTimeLimit, IP::IsWatched() ? &watched : nullptr);
+    mImageGraph->mValid = true;
+    mOwesFlow = watched.mIsStopped;
+    if (mOwesFlow) throw IP::Interrupted();
 }
 
 // All pixels once per frame, and after that those under the strokes alone.

@@ -35,7 +35,9 @@ struct FrameBounds {
 /// Errors: a broken precondition throws the contract error; the kept graph and the caller's
 ///   images stay as they were. `std::bad_alloc` passes through; what was half built is
 ///   dropped by the next new frame. `IP::Interrupted` (image/Interruption.h) drops a new
-///   frame, and leaves a kept frame whole, with the stroke's energies and its flow so far.
+///   frame, and leaves a kept frame whole, with the stroke's energies and its flow so far;
+///   the next call brings that to its end before it applies its own stroke, and does not
+///   apply it where it is stopped in this.
 /// Frozen: the order of the members.
 class GraphCutWrapper {
 public:
@@ -72,6 +74,7 @@ private:
               Image inForegroundStrokeImage, Image inBackgroundStrokeImage,
               Image inCurrentLabelImage);
     void DropFrame();
+    void FinishFlow();
     bool KeepsFrame(int inColumns, int inRows) const;
     void SetEnergies(const Image& inForeground, const Image& inBackground,
                      const Image& inCurrentLabel);
@@ -79,11 +82,12 @@ private:
     TVK::ObjectPtr<ImageGraph> mImageGraph;
     Image mUnused[3];  // no operation sets them
 
-    // Of the kept frame: a fit of nothing but 0, and the labels of the last cut with the
-    // segments that they show.
+    // Of the kept frame: a fit of nothing but 0, the labels of the last cut with the
+    // segments that they show, and whether the flow of the last stroke was stopped.
     Image mFit;
     Image mLabels;
     std::vector<unsigned char> mSegments;
+    bool mOwesFlow = false;
 };
 
 }  // namespace DP

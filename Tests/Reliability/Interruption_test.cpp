@@ -410,6 +410,40 @@ TEST_F(CutInterruption, AStrokeStaysAndIsCutByTheNextCall) {
     EXPECT_TRUE(Same(resumed, expected));
 }
 
+// Sums of single floats depend on the order in which strokes and paths come. The same pictures
+// and strokes are cut undisturbed, and with strokes 1 and 3 stopped and not asked for again.
+TEST_F(CutInterruption, StrokesThatFollowAStoppedOneFindItsFlowDone) {
+    constexpr int kSeeds = 40, kStrokes = 6;
+    int stopped = 0;
+    for (int seed = 1; seed <= kSeeds; ++seed) {
+        std::mt19937 random{unsigned(seed)};
+        Testing::Scene scene = Patches(random);
+        std::vector<ByteImage> foreground, background;
+        for (int stroke = 0; stroke < kStrokes; ++stroke)
+            for (auto* const images : {&foreground, &background}) {
+                images->push_back(Testing::FlatImage(kCols, kRows, 0));
+                for (int dab = 0; dab < 2; ++dab)
+                    PaintAny(images->back(), random);
+            }
+        const auto cutAll = [&](long inStopAt) {
+            std::vector<ByteImage> labels(1);
+            for (int stroke = 0; stroke < kStrokes; ++stroke) {
+                const bool isStopped = stroke == 1 || stroke == 3;
+                const auto data = CutOf(scene, stroke, foreground[std::size_t(stroke)],
+                                        background[std::size_t(stroke)], labels.back(),
+                                        isStopped ? inStopAt : 0);
+                if (data != NULL) labels.push_back(LabelsOf(data));
+                stopped += data == NULL;
+            }
+            return labels.back();
+        };
+        const ByteImage expected = cutAll(0);
+        for (const long stopAt : {1, 2, 5})
+            EXPECT_TRUE(Same(cutAll(stopAt), expected)) << seed << " at " << stopAt;
+    }
+    EXPECT_GT(stopped, kSeeds);
+}
+
 TEST_F(CutInterruption, WhatTheCallbackThrowsPassesThrough) {
     const auto item = CutItem(mScene, 0, mForeground, mNone, {});
     Ref<IInterruptibleWorkerItem>(item)->SetProgressCallback(
