@@ -288,7 +288,7 @@ template <class RowOf, class RowDone>
 void RunTile(Passes& ioPasses, const Tile& inTile, RowOf inRowOf, RowDone inRowDone) {
     constexpr int kMargin = MAX_KERNEL_WIDTH / 2;
     for (int y = 0; y < ioPasses.mRows; ++y) {
-        Checkpoint(y, ioPasses.mRows);
+        Checkpoint(0, 0);
         const float* const row =
             inRowOf(y, std::max(inTile.mFirst - kMargin, 0),
                     std::min(inTile.mEnd, ioPasses.mCols - kMargin) + kMargin);
@@ -379,7 +379,8 @@ public:
         for (int m = 0; m < inKernel.mWidth; ++m) {
             float* const phase = mPixels.begin() + std::ptrdiff_t{PhaseOf(m)} * (mGroups + 1);
             mPhases[PhaseOf(m)] = phase;
-            mLines[m] = phase + (mInterior.mFirst + GroupOf(m));
+            if (mInterior.mFirst < mInterior.mEnd)
+                mLines[m] = phase + (mInterior.mFirst + GroupOf(m));
         }
     }
 
@@ -549,7 +550,7 @@ void ComputeSmoothedSamples(ImagePtr<float> inImage, float inSigma, int inStep,
     const std::ptrdiff_t cols = inImage->GetColumns();
     BlockSamples samples(gauss, inStep, inImage->GetColumns(), inImage->GetRows(), *outSamples);
     for (int y = 0; y < inImage->GetRows(); ++y) {
-        Checkpoint(y, inImage->GetRows());
+        Checkpoint(0, 0);
         samples.AddRow(y, inImage->GetData() + y * cols);
     }
 }
