@@ -1,5 +1,5 @@
 // The library's double is rounded where it is clear which float it goes to. For about 60 of
-// all floats it is not, since C libraries promise no last bit, and four come within 4 last
+// all floats it is not, since C libraries promise no last bit, and five come within 4 last
 // places of a middle: these are evaluated in pairs of doubles, in sums and products alone,
 // which are the same on every machine.
 

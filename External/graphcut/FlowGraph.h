@@ -10,7 +10,7 @@
 
 #include "image/RecycledAllocator.h"
 
-/// Asked after each augmentation of a solve.
+/// Asked after each augmentation of a solve, and every 1024 nodes of growth.
 ///
 /// Ownership: the caller's; a solve keeps no pointer to it.
 /// Threads: called on the thread that solves.

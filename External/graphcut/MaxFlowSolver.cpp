@@ -11,10 +11,12 @@
 //   such an arc look for a new parent in their tree or become free. Solving ends when the
 //   trees can no longer grow: then the source tree is the source's side of a minimum cut.
 //
-// Two things differ from the paper. All paths source-node-sink are filled at once before
+// Three things differ from the paper. All paths source-node-sink are filled at once before
 // anything grows, so that in a picture, where nearly each node has a terminal arc, the
 // trees cover everything from the start. And a node that became free goes straight back
-// to a terminal whose arc still has residual, the source being preferred.
+// to a terminal whose arc still has residual, the source being preferred. And a solve can be
+// ended, behind a path and in the middle of growth: the trees are valid at both places, and a
+// resumed solve goes on there.
 //
 // The trees, the times and the distances outlive a solve (Kohli and Torr: FlowGraph.cpp). A
 // changed capacity touches the nodes concerned and a resumed solve looks only there.

@@ -84,7 +84,7 @@ struct KLTKernels {
 
     /// Gradients of `inRows` (at most 13) rows of 16 pixels by two kernels of seven taps:
     /// the derivative along an axis, whose middle tap is 0, and the Gaussian across it,
-    /// horizontal pass first. The pixels are finite.
+    /// horizontal pass first. Pixels are finite: they come from bytes, smoothed.
     /// `inPixels` starts three rows and columns before the block, rows `inStride` apart.
     void (*mBlockGradients)(const float* inPixels, long long inStride, const float* inGaussTaps,
                             const float* inDerivativeTaps, int inRows, float* outX,

@@ -323,8 +323,8 @@ TEST(InterruptionWithin, ARequestWithoutACallbackIsNoPartOfTheOuterOne) {
             return !all.mIsWithin;
         },
         &asked);
-    const auto property = DP::CreateKLTDescriptorProperty(
-        kPoints, 1, 5, kPoints, Wide("own"), DP::kDescriptorDataTypeKLT);
+    const auto property = DP::CreateKLTDescriptorProperty(kPoints, 1, 5, kPoints, Wide("own"),
+                                                          DP::kDescriptorDataTypeKLT);
     DP::CreateDescriptorComputer(property)->GetDescriptorData(item, false);
     EXPECT_EQ(asked.mWithin, 0);
     EXPECT_GT(asked.mBehind, 0) << "the step's own pyramids are";

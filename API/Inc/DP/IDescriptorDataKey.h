@@ -47,7 +47,7 @@ public:
     virtual bool IsLessThan(Ref<IDescriptorDataKey> inDataKey) = 0;
 };
 
-/// The comparator of the caches' maps.
+/// The order in which the caches keep their keys, for maps of a host's own.
 /// @throws the contract error for a null key on either side.
 struct DataKeyLess {
     /// What a report names as its source.

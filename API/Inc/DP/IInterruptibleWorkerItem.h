@@ -23,31 +23,50 @@ namespace DP {
 ///     it was dropped when it began;
 ///   - a further stroke that was stopped stays: its pixels are bound, and the label image that
 ///     was handed in holds it. The kept frame is whole, and the next call, with this stroke,
-///     another or none, goes on where this one ended.
+///     another or none, first brings the flow of this one to its end: what follows is, bit by
+///     bit, what it would have been. A call that is stopped in this first part has not begun
+///     with its own stroke, and its label image is as it was. So ask again for a stroke that
+///     was stopped: where it stayed, a second time changes nothing.
 ///
 /// Without a callback the item computes as an item without this interface, bit by bit; with
-/// one that never says stop as well.
+/// one that never says stop as well. Requests that a host's own objects make in the
+/// middle of it are watched by their own items' callbacks alone.
 ///
 /// Ownership: one more base of the item, whose count it shares. The context is the host's.
 /// Threads: one, that of the request. A callback that is to stop by another thread's wish
-///   reads an atomic of the host's.
-/// Errors: what the callback throws passes through `GetDescriptorData`; the computation has
-///   ended then as if it had been stopped.
+///   reads an atomic of the host's. A request that waits for another thread's computation of
+///   the same key is not asked while it waits.
+/// Errors: a callback should not throw. What it throws all the same passes through
+///   `GetDescriptorData`, behind a computation that has ended as if it had been stopped. It
+///   is no cancellation point: a `pthread_cancel` that acts in it ends the process.
 /// Frozen: the order of the virtual operations.
 class IInterruptibleWorkerItem : public TVK::TVKUnknown {
 public:
-    /// Called on the thread that computes, while it holds the mutex of the item's key, many
-    /// times: at 8K every few milliseconds, in a small frame every few microseconds. Returns
-    /// whether to go on. It may call what a host may call in between requests, but for the
-    /// cut or the tracker that is at work, this item and a flush.
+    /// Called on the thread that computes, many times, and returns whether to go on. It holds
+    /// the mutex of the item's key then, and in KLT, where pyramids are made, that of the
+    /// frame's pyramids: it must not wait for a thread that needs either. It may call what a
+    /// host may call in between requests, but for the cut or the tracker that is at work,
+    /// this item and a flush. In a further stroke the labels are merged when it is called,
+    /// but for the rest of an earlier stroke.
     ///
-    /// @param inDone  from 0 to 1; never falls, and is a rough estimate.
+    /// At 8K mostly every few milliseconds. It is not called in a further stroke while that is
+    /// bound and the trees are mended, nor where large arrays are made: Docs/Reliability.md
+    /// has the longest times in between.
+    ///
+    /// @param inDone  from 0 to 1; never falls. Parts of the work, not of the time: of a
+    ///        tracker's step 0 to 0.6 are the points that were followed and 0.6 to 1 the rows
+    ///        searched for new ones, of a first frame those rows are most of it; of a new
+    ///        frame's cut 0 to 0.7 the rows cut into regions and 0.7 to 0.9 those of links. It
+    ///        stands still while pyramids are made and points verified or picked, at 0.9
+    ///        throughout the flow of a new frame, and at 0 throughout a further stroke.
     using ProgressCallback = bool (*)(void* inContext, double inDone);
 
     /// Before the request. Null, the state at first, is no callback.
     virtual void SetProgressCallback(ProgressCallback inCallback, void* inContext) = 0;
 
-    /// Whether the item's last computation was stopped by its callback.
+    /// Whether the item's last computation was stopped by its callback. Means something where
+    /// the result was null: an item whose result came from the cache has computed nothing,
+    /// and answers for the time before.
     virtual bool WasInterrupted() = 0;
 };
 
