@@ -15,12 +15,21 @@ void Blend(std::uint8_t* ioPixel, const Colour& inColour, double inShare) {
         ioPixel[i] = std::uint8_t(ioPixel[i] + (samples[i] - ioPixel[i]) * inShare + 0.5);
 }
 
-// Whether a value differs from that of the pixel to the right or below.
+// Whether a value differs from one up to so many pixels to the right or below.
 template <class ValueAt>
-bool IsBorder(int inX, int inY, int inWidth, int inHeight, ValueAt inValueAt) {
+bool IsBorder(int inX, int inY, int inWidth, int inHeight, ValueAt inValueAt, int inThick = 1) {
     const auto value = inValueAt(inX, inY);
-    return (inX + 1 < inWidth && inValueAt(inX + 1, inY) != value) ||
-           (inY + 1 < inHeight && inValueAt(inX, inY + 1) != value);
+    for (int i = 1; i <= inThick; ++i)
+        if ((inX + i < inWidth && inValueAt(inX + i, inY) != value) ||
+            (inY + i < inHeight && inValueAt(inX, inY + i) != value))
+            return true;
+    return false;
+}
+
+// How many pixels of a picture a fine line has, so that it shows at every size.
+int FineLine(const Frame& inPicture) {
+    return std::max(
+        1, int(UnitOf({0.0, 0.0, double(inPicture.mWidth), double(inPicture.mHeight)})));
 }
 
 // Calls `inChange(pixel, x, y)` for each pixel of a copy and draws the copy.
@@ -38,6 +47,7 @@ void DrawChanged(Canvas& ioCanvas, const Box& inWhere, const Frame& inPicture,
 
 void DrawSelection(Canvas& ioCanvas, const Box& inWhere, const Frame& inPicture,
                    const Mask& inLabels) {
+    const int thick = FineLine(inPicture);
     const auto isSelected = [&](int inX, int inY) {
         return inLabels.At(inX, inY) > 127;
     };
@@ -47,7 +57,7 @@ void DrawSelection(Canvas& ioCanvas, const Box& inWhere, const Frame& inPicture,
             Blend(ioPixel, {grey, grey, grey}, 0.75);
             Blend(ioPixel, {20.0, 26.0, 40.0}, 0.45);
         }
-        if (IsBorder(inX, inY, inLabels.mWidth, inLabels.mHeight, isSelected))
+        if (IsBorder(inX, inY, inLabels.mWidth, inLabels.mHeight, isSelected, thick))
             Blend(ioPixel, kOutline, 1.0);
     });
 }
@@ -72,10 +82,10 @@ void DrawStrokes(Canvas& ioCanvas, const Box& inWhere, const Frame& inPicture,
 
 void DrawCutout(Canvas& ioCanvas, const Box& inWhere, const Frame& inPicture,
                 const Mask& inLabels) {
-    constexpr int kSquare = 12;
+    const int square = 12 * FineLine(inPicture);
     DrawChanged(ioCanvas, inWhere, inPicture, [&](std::uint8_t* ioPixel, int inX, int inY) {
         if (inLabels.At(inX, inY) > 127) return;
-        const bool isDark = (inX / kSquare + inY / kSquare) % 2 != 0;
+        const bool isDark = (inX / square + inY / square) % 2 != 0;
         Blend(ioPixel, isDark ? Colour{198.0, 198.0, 202.0} : Colour{238.0, 238.0, 240.0}, 1.0);
     });
 }
@@ -86,11 +96,12 @@ void DrawRegions(Canvas& ioCanvas, const Box& inWhere, const Frame& inPicture,
     const auto region = [&](int inX, int inY) {
         return inRegionOfPixels[std::size_t(inY) * std::size_t(width) + std::size_t(inX)];
     };
+    const int thick = FineLine(inPicture);
     const auto isSelected = [&](int inX, int inY) {
         return inLabels.At(inX, inY) > 127;
     };
     DrawChanged(ioCanvas, inWhere, inPicture, [&](std::uint8_t* ioPixel, int inX, int inY) {
-        if (IsBorder(inX, inY, width, inPicture.mHeight, isSelected))
+        if (IsBorder(inX, inY, width, inPicture.mHeight, isSelected, thick))
             Blend(ioPixel, kOutline, 1.0);
         else if (IsBorder(inX, inY, width, inPicture.mHeight, region))
             Blend(ioPixel, {0.0, 0.0, 0.0}, 0.5);

@@ -90,6 +90,7 @@ const descriptor::FramePoints& TimedPoints::Track(const Frame& inFrame, long lon
 }
 
 void TimedPoints::TakeFrom(Replay inReplay) {
+    mIsReplay = true;
     mAdvance = [inReplay](const descriptor::Frame& inFrame) {
         return inReplay(*inFrame.number);
     };

@@ -32,6 +32,8 @@ public:
     /// Gives, frame by frame, what was computed already.
     using Replay = std::function<const descriptor::FramePoints&(long long)>;
     void TakeFrom(Replay inReplay);
+    /// Then there is no time to tell.
+    bool IsReplay() const { return mIsReplay; }
 
     const descriptor::FramePoints& Track(const Frame& inFrame, long long inNumber);
     /// Those of the last frame.
@@ -67,6 +69,7 @@ private:
     descriptor::FramePoints mPoints;
     long long mFoundIn = 0;  // the last frame in which points could be found
     double mSeconds = 0.0;
+    bool mIsReplay = false;
 };
 
 /// Carries a rectangle from frame to frame.

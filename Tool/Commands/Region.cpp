@@ -190,14 +190,18 @@ Columns RegionColumns(bool inHasTruth) {
     return columns;
 }
 
-Row FrameRow(const RegionRun& inRun, const RegionResult& inResult, double inTime,
-             const std::optional<Box>& inTruth, bool inHasTruth) {
+Row FrameRow(const RegionRun& inRun, const RegionResult& inResult, bool inIsReplay,
+             double inTime, const std::optional<Box>& inTruth, bool inHasTruth) {
     const Box& box = inRun.mBoxes.back();
-    Row row{inRun.mBoxes.size() - 1,       inTime,
-            to_string(inResult.state),     Shortest(float(box.mX)),
-            Shortest(float(box.mY)),       Shortest(float(box.Right())),
-            Shortest(float(box.Bottom())), inResult.points.size(),
-            inRun.mMilliseconds.back()};
+    Row row{inRun.mBoxes.size() - 1,
+            inTime,
+            to_string(inResult.state),
+            Shortest(float(box.mX)),
+            Shortest(float(box.mY)),
+            Shortest(float(box.Right())),
+            Shortest(float(box.Bottom())),
+            inResult.points.size(),
+            inIsReplay ? Json() : Json(inRun.mMilliseconds.back())};
     if (inHasTruth) row.push_back(inTruth ? Json(Overlap(box, *inTruth)) : Json());
     return row;
 }
@@ -237,8 +241,9 @@ void Report(const FrameSource& inSource, const LoopResult& inResult, const Regio
     const double frames = double(inResult.mFrames);
     std::printf("%s, %dx%d, %s\n", inSource.Name().c_str(), inSource.Width(), inSource.Height(),
                 FramesText(inResult.mFrames).c_str());
-    std::printf("  tracking  %8.3f ms a frame, %.1f points on average\n",
-                inSeconds / frames * 1e3, double(inRun.mPoints) / frames);
+    if (inSeconds > 0.0)
+        std::printf("  tracking  %8.3f ms a frame\n", inSeconds / frames * 1e3);
+    std::printf("  points    %8.1f on average\n", double(inRun.mPoints) / frames);
     if (const long long held = inRun.Count(RegionState::held))
         std::printf("  held in   %8lld frames: repeats, or without a place\n", held);
     if (const long long restarts = inRun.Count(RegionState::restarted))
@@ -290,7 +295,8 @@ void CheckOutputs(const RegionOptions& inOptions) {
 // Where the rectangle of a frame comes from, and how long the library has taken so far.
 struct RegionFollower {
     std::function<const RegionResult&(const Frame&, long long)> mFollow;
-    std::function<double()> mSeconds;
+    std::function<double()> mSeconds;  // empty: there is no time to tell
+    double Seconds() const { return mSeconds ? mSeconds() : 0.0; }
 };
 
 int WriteRun(const RegionOptions& inOptions, FrameSource& ioSource, const RegionTruth& inTruth,
@@ -310,14 +316,14 @@ int WriteRun(const RegionOptions& inOptions, FrameSource& ioSource, const Region
     FramePtr last;
     std::optional<RegionView> lastView;
     const auto step = [&](const FramePtr& inFrame, long long inNumber) -> DrawJob {
-        const double before = inFollower.mSeconds();
+        const double before = inFollower.Seconds();
         const RegionResult& result = inFollower.mFollow(*inFrame, inNumber);
         const std::optional<Box> trueBox = inTruth.At(inNumber);
-        run.mMilliseconds.push_back((inFollower.mSeconds() - before) * 1e3);
+        run.mMilliseconds.push_back((inFollower.Seconds() - before) * 1e3);
         run.Add(result, trueBox);
         const double time = ioSource.GetTimeBase().Seconds(inFrame->mTime);
         motion.mKeys.push_back({inNumber, time, run.mBoxes.back()});
-        const Row row = FrameRow(run, result, time, trueBox, hasTruth);
+        const Row row = FrameRow(run, result, !inFollower.mSeconds, time, trueBox, hasTruth);
         file.Add(row);
         if (json) json->Add(RowObject(columns, row));
         last = inFrame;
@@ -341,7 +347,7 @@ int WriteRun(const RegionOptions& inOptions, FrameSource& ioSource, const Region
     if (json) json->Finish(result.Ending());
     WriteEditorFiles(motion, inOptions.mOutput.mEditors, inOptions.mOutput.Path("region"));
     if (result.mFrames == 0) return result.ExitCode();  // stopped before it began
-    Report(ioSource, result, run, inFollower.mSeconds());
+    Report(ioSource, result, run, inFollower.Seconds());
     DrawRegion(canvas, *last, *lastView);
     canvas.WritePng(inOptions.mOutput.Path("region.png"));
     std::printf("  wrote region.png, region.csv%s in %s\n", video ? " and region.mp4" : "",

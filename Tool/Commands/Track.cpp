@@ -89,7 +89,7 @@ struct TrackRun {
         std::for_each(lost, points.lost.end(), write);
         return {{"tracker", mTracker->Name()},
                 {"state", state},
-                {"milliseconds", mMilliseconds.back()},
+                {"milliseconds", mTracker->IsReplay() ? Json() : Json(mMilliseconds.back())},
                 {"live", mHistory.LiveNow()},
                 {"points", std::move(rows)}};
     }
@@ -192,8 +192,9 @@ Json JsonTail(const LoopResult& inResult, const TrackRuns& inRuns) {
 void ReportRun(const TrackRun& inRun, long long inFrames, bool inHasTruth) {
     const TrackHistory::Summary summary = inRun.mHistory.Summarise();
     std::printf("  %s\n", inRun.mTracker->Name().c_str());
-    std::printf("    tracking      %8.3f ms a frame\n",
-                inRun.mTracker->LibrarySeconds() / double(inFrames) * 1e3);
+    if (!inRun.mTracker->IsReplay())
+        std::printf("    tracking      %8.3f ms a frame\n",
+                    inRun.mTracker->LibrarySeconds() / double(inFrames) * 1e3);
     std::printf(
         "    live points   %8.1f on average; at the end half are %.0f frames old or more\n",
         summary.mMeanLive, summary.mMedianAge);
