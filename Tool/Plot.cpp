@@ -43,11 +43,12 @@ struct Range {
 struct Axes {
     Box mBox;
     Range mX, mY;
-    bool mDown = false;
+    bool mDown = false, mLogarithmic = false;
 
     double X(double inX) const { return mBox.mX + mX.Part(inX) * mBox.mWidth; }
     double Y(double inY) const {
-        const double part = mDown ? mY.Part(inY) : 1.0 - mY.Part(inY);
+        const double value = mLogarithmic ? std::log10(std::max(inY, 1.0)) : inY;
+        const double part = mDown ? mY.Part(value) : 1.0 - mY.Part(value);
         return mBox.mY + part * mBox.mHeight;
     }
 };
@@ -74,11 +75,16 @@ Axes AxesOf(const Plot& inPlot, const Box& inBox) {
         axes.mY.Take(bar.mY);
     }
     if (inPlot.mFromZero) axes.mY.Take(0.0);
+    if (inPlot.mLogarithmic) {
+        // A single one is seen above the axis.
+        axes.mY = {std::log10(0.7), std::log10(std::max(axes.mY.mTo, 10.0))};
+        axes.mLogarithmic = true;
+    }
     axes.mX.Widen();
     axes.mY.Widen();
     const double room = (axes.mY.mTo - axes.mY.mFrom) * 0.06;
     axes.mY.mTo += room;
-    if (!inPlot.mFromZero) axes.mY.mFrom -= room;
+    if (!inPlot.mFromZero && !inPlot.mLogarithmic) axes.mY.mFrom -= room;
     return axes;
 }
 
@@ -102,13 +108,22 @@ std::string MarkText(double inValue) {
     return text;
 }
 
+std::vector<double> PowersOfTen(double inMost) {
+    std::vector<double> marks;
+    for (int power = 0; power <= inMost; ++power)
+        marks.push_back(std::pow(10.0, power));
+    return marks;
+}
+
 void DrawAxes(Canvas& ioCanvas, const Plot& inPlot, const Axes& inAxes) {
     const Box& box = inAxes.mBox;
     cairo_t* const cairo = ioCanvas.Cairo();
     cairo_set_line_width(cairo, 1.0);
     ioCanvas.SetColour(kGrid);
     const auto across = AxisMarks(inAxes.mX.mFrom, inAxes.mX.mTo, int(box.mWidth / 70.0));
-    const auto along = AxisMarks(inAxes.mY.mFrom, inAxes.mY.mTo, int(box.mHeight / 45.0));
+    const auto along = inAxes.mLogarithmic
+                           ? PowersOfTen(inAxes.mY.mTo)
+                           : AxisMarks(inAxes.mY.mFrom, inAxes.mY.mTo, int(box.mHeight / 45.0));
     for (const double x : across) {
         cairo_move_to(cairo, std::round(inAxes.X(x)) + 0.5, box.mY);
         cairo_line_to(cairo, std::round(inAxes.X(x)) + 0.5, box.Bottom());
@@ -142,7 +157,7 @@ void DrawBars(Canvas& ioCanvas, const Plot& inPlot, const Axes& inAxes) {
         const double left = inAxes.X(bar.mX);
         const double width = inAxes.X(bar.mX + inPlot.mBarWidth) - left;
         cairo_rectangle(cairo, left + 0.5, inAxes.Y(bar.mY), std::max(width - 1.0, 1.0),
-                        inAxes.Y(0.0) - inAxes.Y(bar.mY));
+                        (bar.mY > 0.0 ? inAxes.mBox.Bottom() - inAxes.Y(bar.mY) : 0.0));
     }
     cairo_fill(cairo);
 }
@@ -159,6 +174,29 @@ void DrawLine(Canvas& ioCanvas, const PlotLine& inLine, const Axes& inAxes) {
     ioCanvas.SetColour(inLine.mColour);
     cairo_set_line_width(cairo, inLine.mWidth);
     cairo_stroke(cairo);
+}
+
+void DrawMarks(Canvas& ioCanvas, const Plot& inPlot, const Axes& inAxes) {
+    cairo_t* const cairo = ioCanvas.Cairo();
+    const double dashes[] = {5.0, 4.0};
+    for (const auto& [at, name] : inPlot.mMarks) {
+        ioCanvas.SetColour(kPlotColours[3]);
+        cairo_set_line_width(cairo, 1.5);
+        cairo_set_dash(cairo, dashes, 2, 0.0);
+        cairo_move_to(cairo, inAxes.X(at), inAxes.mBox.mY);
+        cairo_line_to(cairo, inAxes.X(at), inAxes.mBox.Bottom());
+        cairo_stroke(cairo);
+        cairo_set_dash(cairo, nullptr, 0, 0.0);
+        Text(ioCanvas, inAxes.X(at) + 4.0, inAxes.mBox.mY + 15.0, name, 0.0);
+    }
+    for (const auto& [place, name] : inPlot.mDots) {
+        ioCanvas.Dot({inAxes.X(place.mX), inAxes.Y(place.mY)}, 4.0, kPlotColours[1],
+                     inAxes.mBox);
+        // On the side with more room.
+        const bool isLeft = inAxes.mX.Part(place.mX) < 0.5;
+        Text(ioCanvas, inAxes.X(place.mX) + (isLeft ? 9.0 : -9.0), inAxes.Y(place.mY) + 4.5,
+             name, isLeft ? 0.0 : 1.0);
+    }
 }
 
 // The names of the lines, at the upper right above the axes.
@@ -188,6 +226,7 @@ void DrawPlot(Canvas& ioCanvas, const Plot& inPlot, double inTop) {
     DrawBars(ioCanvas, inPlot, axes);
     for (const PlotLine& line : inPlot.mLines)
         DrawLine(ioCanvas, line, axes);
+    DrawMarks(ioCanvas, inPlot, axes);
     cairo_restore(ioCanvas.Cairo());
     DrawKey(ioCanvas, inPlot, axes.mBox);
 }
@@ -225,8 +264,10 @@ PlotLine LineOver(const std::vector<double>& inFrames, const std::vector<double>
     return line;
 }
 
-void WritePlots(const std::vector<Plot>& inPlots, const std::string& inFile) {
-    double height = 0.0;
+void WritePlots(const std::vector<Plot>& inPlots, const std::string& inCaption,
+                const std::string& inFile) {
+    constexpr double kCaption = 26.0;
+    double height = kCaption;
     for (const Plot& plot : inPlots)
         height += HeightOf(plot);
     Canvas canvas(static_cast<int>(kWidth), static_cast<int>(height));
@@ -236,6 +277,7 @@ void WritePlots(const std::vector<Plot>& inPlots, const std::string& inFile) {
         DrawPlot(canvas, plot, top);
         top += HeightOf(plot);
     }
+    Text(canvas, kLeft, top + 12.0, inCaption, 0.0, 12.0);
     canvas.WritePng(inFile);
 }
 

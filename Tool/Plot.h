@@ -3,6 +3,7 @@
 #pragma once
 
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "Canvas.h"
@@ -29,7 +30,12 @@ struct Plot {
     std::vector<PlotLine> mLines;
     std::vector<Point> mBars;  ///< left edge and height
     double mBarWidth = 0.0;
-    bool mFromZero = true;  ///< the y axis begins at 0
+    bool mFromZero = true;      ///< the y axis begins at 0
+    bool mLogarithmic = false;  ///< the y axis counts powers of ten, from 1; bars alone
+    /// Lines from top to bottom, each with its name: where a clip has cuts.
+    std::vector<std::pair<double, std::string>> mMarks;
+    /// Dots with a text beside them: where a path begins and ends.
+    std::vector<std::pair<Point, std::string>> mDots;
     /// A place in the picture: y runs downward, and both axes have one scale and span the
     /// whole picture.
     double mPictureWidth = 0.0, mPictureHeight = 0.0;
@@ -50,8 +56,10 @@ void AddHistogram(Plot& ioPlot, const std::vector<double>& inValues, int inMaxBa
 PlotLine LineOver(const std::vector<double>& inFrames, const std::vector<double>& inValues,
                   const std::string& inName = {}, const Colour& inColour = kPlotColours[0]);
 
-/// Writes a picture with the plots one below the other.
+/// Writes a picture with the plots one below the other, and a line below them that says what
+/// they are of: the clip and its settings.
 /// @throws UserError if it cannot be written.
-void WritePlots(const std::vector<Plot>& inPlots, const std::string& inFile);
+void WritePlots(const std::vector<Plot>& inPlots, const std::string& inCaption,
+                const std::string& inFile);
 
 }  // namespace Host

@@ -19,7 +19,7 @@ PlotLine LineOf(const TrackHistory& inHistory, Value FrameFigures::*inValue,
 }  // namespace
 
 void WriteTrackPlots(const TrackHistory& inHistory, const std::vector<double>& inMilliseconds,
-                     const std::string& inStem) {
+                     const std::string& inCaption, const std::string& inStem) {
     Plot live;
     live.SetTitles("Live points", "frame", "points");
     live.mLines = {LineOf(inHistory, &FrameFigures::mLive, "live", kPlotColours[0]),
@@ -32,13 +32,17 @@ void WriteTrackPlots(const TrackHistory& inHistory, const std::vector<double>& i
         LineOf(inHistory, &FrameFigures::mAgeTen, "10 % are below", kPlotColours[1])};
     ages.mLines[0].mWidth = 6.0;  // lines that run together are all seen
     ages.mLines[1].mWidth = 3.5;
-    WritePlots({live, ages}, inStem + "points.png");
+    for (const long long cut : inHistory.Cuts())
+        for (Plot* const plot : {&live, &ages})
+            plot->mMarks.emplace_back(double(cut), "cut?");
+    WritePlots({live, ages}, inCaption, inStem + "points.png");
 
     Plot lengths;
     lengths.SetTitles("Lengths of the tracks, those that live at the end too",
                       "frames that a point was seen in", "tracks");
+    lengths.mLogarithmic = true;
     AddHistogram(lengths, inHistory.Lengths(), 60);
-    WritePlots({lengths}, inStem + "lengths.png");
+    WritePlots({lengths}, inCaption, inStem + "lengths.png");
 
     std::vector<double> numbers;
     for (const FrameFigures& frame : inHistory.Frames())
@@ -46,7 +50,7 @@ void WriteTrackPlots(const TrackHistory& inHistory, const std::vector<double>& i
     Plot time;
     time.SetTitles("Time in the tracker", "frame", "milliseconds");
     time.mLines = {LineOver(numbers, inMilliseconds)};
-    WritePlots({time}, inStem + "milliseconds.png");
+    WritePlots({time}, inCaption, inStem + "milliseconds.png");
 }
 
 }  // namespace Host

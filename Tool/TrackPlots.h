@@ -13,6 +13,6 @@ namespace Host {
 /// each point was followed through) and milliseconds.png; their paths begin with `inStem`.
 /// @throws UserError if one cannot be written.
 void WriteTrackPlots(const TrackHistory& inHistory, const std::vector<double>& inMilliseconds,
-                     const std::string& inStem);
+                     const std::string& inCaption, const std::string& inStem);
 
 }  // namespace Host

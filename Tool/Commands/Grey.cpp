@@ -164,7 +164,8 @@ Json Summary(const LoopResult& inResult, const GreyFigures& inFigures) {
             {"largest_difference", inFigures.mLargestDifference}};
 }
 
-void PlotRun(const GreyFigures& inFigures, const OutputOptions& inOutput) {
+void PlotRun(const GreyFigures& inFigures, const std::string& inSource,
+             const OutputOptions& inOutput) {
     if (inOutput.mPlotFolder.empty()) return;
     Plot time;
     time.SetTitles("Time to compute an image", "frame", "milliseconds");
@@ -172,7 +173,7 @@ void PlotRun(const GreyFigures& inFigures, const OutputOptions& inOutput) {
         LineOver(inFigures.mFrames, inFigures.mGreyMilliseconds, "grey", kPlotColours[0]),
         LineOver(inFigures.mFrames, inFigures.mFloatMilliseconds, "float grey",
                  kPlotColours[1])};
-    WritePlots({time}, inOutput.PlotPath("milliseconds.png"));
+    WritePlots({time}, inSource, inOutput.PlotPath("milliseconds.png"));
     std::printf("  wrote plots in %s\n", inOutput.mPlotFolder.c_str());
 }
 
@@ -233,7 +234,7 @@ int RunGrey(const GreyOptions& inOptions) {
     std::printf("  wrote %s%s\n", inOptions.mOutput.Path("grey.png").c_str(),
                 video ? (" and " + video->File()).c_str() : "");
     ReportSound(video);
-    PlotRun(figures, inOptions.mOutput);
+    PlotRun(figures, source->Name(), inOptions.mOutput);
     return result.ExitCode();
 }
 

@@ -83,6 +83,7 @@ struct RegionRun {
     std::vector<Box> mBoxes;
     std::vector<RegionState> mStates;
     std::vector<double> mMilliseconds;
+    double mFirstTime = 0.0, mLastTime = 0.0;  // seconds
 
     void Add(const RegionResult& inResult, const std::optional<Box>& inTruth) {
         const Box box = ToBox(inResult.rect);
@@ -256,8 +257,9 @@ void Report(const FrameSource& inSource, const LoopResult& inResult, const Regio
 }
 
 void PlotRun(const RegionRun& inRun, const FrameSource& inSource,
-             const OutputOptions& inOutput) {
-    if (inOutput.mPlotFolder.empty()) return;
+             const RegionOptions& inOptions) {
+    const OutputOptions& output = inOptions.mOutput;
+    if (output.mPlotFolder.empty()) return;
     std::vector<double> frames, widths, heights;
     for (const Box& box : inRun.mBoxes) {
         frames.push_back(double(frames.size()));
@@ -267,18 +269,30 @@ void PlotRun(const RegionRun& inRun, const FrameSource& inSource,
     Plot path, size, time;
     path.SetTitles("Path of the region's centre", "x in pixels", "y in pixels, downward");
     path.mLines = {{"", kPlotColours[0], inRun.mPath, 2.0}};
+    char end[48];
+    std::snprintf(end, sizeof end, "end, %.2f s", inRun.mLastTime);
+    char start[48];
+    std::snprintf(start, sizeof start, "start, %.2f s", inRun.mFirstTime);
+    path.mDots = {{inRun.mPath.front(), start}, {inRun.mPath.back(), end}};
     path.mPictureWidth = inSource.Width();
     path.mPictureHeight = inSource.Height();
-    WritePlots({path}, inOutput.PlotPath("path.png"));
+    const Box& first = inRun.mBoxes.front();
+    char settings[160];
+    std::snprintf(settings, sizeof settings,
+                  ", features %d, min_distance %d, rect %.6g,%.6g,%.6g,%.6g",
+                  inOptions.mSettings.max_points, inOptions.mSettings.min_distance, first.mX,
+                  first.mY, first.mWidth, first.mHeight);
+    const std::string caption = inSource.Name() + settings;
+    WritePlots({path}, caption, output.PlotPath("path.png"));
     size.SetTitles("Size of the region", "frame", "pixels");
     size.mFromZero = false;
     size.mLines = {LineOver(frames, widths, "width", kPlotColours[0]),
                    LineOver(frames, heights, "height", kPlotColours[1])};
-    WritePlots({size}, inOutput.PlotPath("size.png"));
+    WritePlots({size}, caption, output.PlotPath("size.png"));
     time.SetTitles("Time in the region tracker", "frame", "milliseconds");
     time.mLines = {LineOver(frames, inRun.mMilliseconds)};
-    WritePlots({time}, inOutput.PlotPath("milliseconds.png"));
-    std::printf("  wrote plots in %s\n", inOutput.mPlotFolder.c_str());
+    WritePlots({time}, caption, output.PlotPath("milliseconds.png"));
+    std::printf("  wrote plots in %s\n", output.mPlotFolder.c_str());
 }
 
 void CheckOutputs(const RegionOptions& inOptions) {
@@ -322,6 +336,8 @@ int WriteRun(const RegionOptions& inOptions, FrameSource& ioSource, const Region
         run.mMilliseconds.push_back((inFollower.Seconds() - before) * 1e3);
         run.Add(result, trueBox);
         const double time = ioSource.GetTimeBase().Seconds(inFrame->mTime);
+        if (inNumber == 0) run.mFirstTime = time;
+        run.mLastTime = time;
         motion.mKeys.push_back({inNumber, time, run.mBoxes.back()});
         const Row row = FrameRow(run, result, !inFollower.mSeconds, time, trueBox, hasTruth);
         file.Add(row);
@@ -353,7 +369,7 @@ int WriteRun(const RegionOptions& inOptions, FrameSource& ioSource, const Region
     std::printf("  wrote region.png, region.csv%s in %s\n", video ? " and region.mp4" : "",
                 inOptions.mOutput.mFolder.c_str());
     ReportSound(video);
-    PlotRun(run, ioSource, inOptions.mOutput);
+    PlotRun(run, ioSource, inOptions);
     return result.ExitCode();
 }
 

@@ -222,11 +222,20 @@ void Report(const FrameSource& inSource, const LoopResult& inResult, const Track
                 inResult.FramesPerSecond());
 }
 
-void PlotRuns(const TrackOptions& inOptions, const TrackRuns& inRuns) {
+// The clip, the tracker and what it was asked for, in a line.
+std::string Caption(const TrackRun& inRun, const FrameSource& inSource) {
+    std::string caption = inSource.Name() + ", " + inRun.mTracker->Name();
+    for (const auto& [name, value] : inRun.mTracker->Settings().items())
+        caption += ", " + name + " " + JsonText(value);
+    return caption;
+}
+
+void PlotRuns(const TrackOptions& inOptions, const FrameSource& inSource,
+              const TrackRuns& inRuns) {
     if (inOptions.mOutput.mPlotFolder.empty()) return;
     for (const auto& run : inRuns)
         WriteTrackPlots(
-            run->mHistory, run->mMilliseconds,
+            run->mHistory, run->mMilliseconds, Caption(*run, inSource),
             inOptions.mOutput.PlotPath(inRuns.size() > 1 ? run->mTracker->Name() + "-" : ""));
     std::printf("  wrote plots in %s\n", inOptions.mOutput.mPlotFolder.c_str());
 }
@@ -312,7 +321,7 @@ int WriteRuns(const TrackOptions& inOptions, FrameSource& ioSource, const TrackR
     std::printf("  wrote track.png, the tables (csv)%s in %s\n", video ? " and track.mp4" : "",
                 inOptions.mOutput.mFolder.c_str());
     ReportSound(video);
-    PlotRuns(inOptions, inRuns);
+    PlotRuns(inOptions, ioSource, inRuns);
     return result.ExitCode();
 }
 
