@@ -277,7 +277,12 @@ void WritePlots(const std::vector<Plot>& inPlots, const std::string& inCaption,
         DrawPlot(canvas, plot, top);
         top += HeightOf(plot);
     }
-    Text(canvas, kLeft, top + 12.0, inCaption, 0.0, 12.0);
+    // A long name is made smaller.
+    cairo_set_font_size(canvas.Cairo(), 12.0);
+    cairo_text_extents_t extents;
+    cairo_text_extents(canvas.Cairo(), inCaption.c_str(), &extents);
+    const double room = (kWidth - kLeft - 8.0) / std::max(extents.x_advance, 1.0);
+    Text(canvas, kLeft, top + 12.0, inCaption, 0.0, 12.0 * std::min(1.0, room));
     canvas.WritePng(inFile);
 }
 
