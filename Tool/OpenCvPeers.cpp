@@ -8,6 +8,8 @@
 #include <opencv2/tracking/tracking_legacy.hpp>
 #endif
 
+#include <deque>
+
 #include "Peers.h"
 
 namespace Host {
@@ -29,12 +31,12 @@ class OpenCvPeers final : public Peers {
 public:
     OpenCvPeers() { cv::setNumThreads(1); }
 
-    void Grey(const Frame& inFrame) override {
-        cv::cvtColor(Colours(inFrame), mGrey, cv::COLOR_BGRA2GRAY);
+    void Grey(const Frame& inFrame, Result inResult) override {
+        cv::cvtColor(Colours(inFrame), Target(inResult, mGrey), cv::COLOR_BGRA2GRAY);
     }
-    void FloatGrey(const Frame& inFrame) override {
-        Grey(inFrame);
-        mGrey.convertTo(mFloats, CV_32F);
+    void FloatGrey(const Frame& inFrame, Result inResult) override {
+        cv::cvtColor(Colours(inFrame), mGrey, cv::COLOR_BGRA2GRAY);
+        mGrey.convertTo(Target(inResult, mFloats), CV_32F);
     }
     void Select(const GreyPlane& inGrey, int inFeatures, int inDistance,
                 int inWindow) override {
@@ -87,7 +89,12 @@ public:
     }
 
 private:
+    cv::Mat& Target(Result inResult, cv::Mat& ioReplaced) {
+        return inResult == Result::kKept ? mKept.emplace_back() : ioReplaced;
+    }
+
     cv::Mat mGrey, mFloats, mPicture, mMarkers, mMask;
+    std::deque<cv::Mat> mKept;
     std::vector<cv::Point2f> mPoints, mFound;
     std::vector<unsigned char> mStatus;
     std::vector<float> mErrors;

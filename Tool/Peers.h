@@ -29,8 +29,10 @@ class Peers {
 public:
     virtual ~Peers() = default;
 
-    virtual void Grey(const Frame& inFrame) = 0;
-    virtual void FloatGrey(const Frame& inFrame) = 0;
+    /// A result in memory of its own, which stays as the cache's do, or in place of the last.
+    enum class Result { kKept, kReplaced };
+    virtual void Grey(const Frame& inFrame, Result inResult) = 0;
+    virtual void FloatGrey(const Frame& inFrame, Result inResult) = 0;
     virtual void Select(const GreyPlane& inGrey, int inFeatures, int inDistance,
                         int inWindow) = 0;
     /// Both pyramids and one step; `inLevels` above the first.

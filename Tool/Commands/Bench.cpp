@@ -103,7 +103,11 @@ public:
 
     int Run() {
         PrintHead();
-        TimeGrey();
+        const descriptor::GreyFrames images{descriptor::Source("bench grey")};
+        TimeGrey("grey", &Peers::Grey, "cvtColor",
+                 [&](const descriptor::Frame& inFrame) { images.grey8(inFrame); });
+        TimeGrey("float grey", &Peers::FloatGrey, "cvtColor, convertTo",
+                 [&](const descriptor::Frame& inFrame) { images.grey_float(inFrame); });
         TimePoints("APT", Engine::apt, {11, 2});
         TimePoints("KLT", Engine::klt, {7, 1});
         TimeRegion();
@@ -147,20 +151,24 @@ private:
             inStep(i);
     }
 
-    void TimeGrey() {
-        const descriptor::GreyFrames images{descriptor::Source("bench grey")};
-        Times greyTimes, floatTimes;
+    // Two rows of one run: beside a peer that keeps its results in memory of their own, as the
+    // cache does, and beside one that writes over its last one.
+    template <class Ours>
+    void TimeGrey(const std::string& inWork, void (Peers::*inPeer)(const Frame&, Peers::Result),
+                  const std::string& inPeerName, Ours inOurs) {
+        Times kept, replaced;
         Each(0, mClip.mFrames.size(), [&](std::size_t i) {
             const Frame& frame = mClip.mFrames[i];
             const descriptor::Frame view = ColourView(frame, (long long)i);
-            greyTimes.TakeOurs([&] { images.grey8(view); });
-            floatTimes.TakeOurs([&] { images.grey_float(view); });
+            kept.TakeOurs([&] { inOurs(view); });
             if (!mPeers) return;
-            greyTimes.TakePeer([&] { mPeers->Grey(frame); });
-            floatTimes.TakePeer([&] { mPeers->FloatGrey(frame); });
+            kept.TakePeer([&] { (*mPeers.*inPeer)(frame, Peers::Result::kKept); });
+            replaced.TakePeer([&] { (*mPeers.*inPeer)(frame, Peers::Result::kReplaced); });
         });
-        Print("grey", greyTimes, "cvtColor");
-        Print("float grey", floatTimes, "cvtColor, convertTo");
+        Print(inWork, kept, inPeerName + ", all results kept");
+        if (!mPeers) return;
+        replaced.mOurs = kept.mOurs;
+        Print(inWork, replaced, inPeerName + ", one matrix");
     }
 
     // A tracker's first frame is a selection. In the run of steps no new points are looked
@@ -288,8 +296,9 @@ void AddBenchCommand(CLI::App& ioProgram, Run& outRun) {
         "Takes 30 frames unless --frames says otherwise, all held in memory. A ratio below 1\n"
         "means that this library is faster. Times are the processor's, in the same run and in\n"
         "turns; of points and regions from the grey image to the result, pyramids included.\n"
-        "Each result here is new memory that the cache keeps; OpenCV writes over its last "
-        "one.\n"
+        "Each result here is new memory that the cache keeps; grey images stand beside an "
+        "OpenCV\n"
+        "that keeps its own and beside one that writes over its last one.\n"
         "Without OpenCV there is one column.\n"
         "Example:  descriptor-host bench holiday.mp4 --rect 320,180,120,90");
     command->callback([&outRun, options] {
