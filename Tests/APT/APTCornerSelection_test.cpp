@@ -3,30 +3,16 @@
 
 #include "APT/APTCornerSelection.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cmath>
-#include <cstring>
-#include <limits>
-#include <string>
-#include <tuple>
-#include <vector>
-
 #include "APT/APTCornerRows.h"
 #include "APTFrames.h"
 #include "PlainCornerSelection.h"
+#include "Support/Test.h"
 #include "image/VectorTargets.h"
 
 namespace {
 
-using DP::APTCandidate;
-using DP::APTCornerSelection;
-using DP::APTFeature;
-using DP::APTTrackerParams;
-using Testing::FullFrame;
-using Testing::NewPoint;
-using Testing::PlainCornerSelection;
+using namespace DP;
+using namespace Testing;
 
 bool SameBits(float inA, float inB) { return std::memcmp(&inA, &inB, sizeof(float)) == 0; }
 
@@ -40,8 +26,8 @@ void ExpectSamePoints(const std::vector<APTCandidate>& inActual,
     }
 }
 
-std::vector<const DP::APTCornerRowProcs*> Variants() {
-    const auto forms = DP::GetAPTCornerRowTargets().All();
+std::vector<const APTCornerRowProcs*> Variants() {
+    const auto forms = GetAPTCornerRowTargets().All();
     return {forms.begin(), forms.end()};
 }
 
@@ -96,17 +82,17 @@ class RowsAgainstPlanes : public testing::TestWithParam<SizeAndParams> {};
 TEST_P(RowsAgainstPlanes, EveryVariantGivesTheCornernessOfThePlanes) {
     const auto [cols, rows, number] = GetParam();
     const APTTrackerParams params = ParamsNumber(number);
-    const auto image = Testing::TexturedFrame(cols, rows, 0.5, 0.25, 7);
+    const auto image = TexturedFrame(cols, rows, 0.5, 0.25, 7);
     PlainCornerSelection plain;
     plain.ApplyParams(params);
     plain.SetImage(image.data(), cols, rows);
     plain.FindCorners(nullptr, nullptr, FullFrame(cols, rows), SIZE_MAX);
     for (const auto* procs : Variants()) {
         SCOPED_TRACE(procs->mName);
-        DP::APTCornerStream stream;
+        APTCornerStream stream;
         stream.SetProcs(*procs);
         stream.ApplyParams(params);
-        const DP::APTPixelRange range = stream.GetScanRange(cols, rows);
+        const APTPixelRange range = stream.GetScanRange(cols, rows);
         if (range.IsEmpty()) {
             EXPECT_TRUE(plain.GetSelected().empty());
             continue;
@@ -129,7 +115,7 @@ TEST_P(RowsAgainstPlanes, EveryVariantGivesTheCornernessOfThePlanes) {
 TEST_P(RowsAgainstPlanes, EveryVariantSelectsThePointsOfThePlanes) {
     const auto [cols, rows, number] = GetParam();
     const APTTrackerParams params = ParamsNumber(number);
-    const auto image = Testing::TexturedFrame(cols, rows, 3.5, 1.25, 8);
+    const auto image = TexturedFrame(cols, rows, 3.5, 1.25, 8);
     const std::vector<APTFeature> points{NewPoint(20.4f, 11.7f), NewPoint(-3.0f, 30.0f)};
     const auto expected =
         SelectPlainly(params, image, cols, rows, FullFrame(cols, rows), points);
@@ -156,7 +142,7 @@ TEST(RowsAgainstPlanesOnOddImages, NoiseSpikesAndValuesThatAreNoNumbersGiveTheSa
     constexpr int kRows = 70;
     for (int kind = 0; kind < 6; ++kind) {
         SCOPED_TRACE(kind);
-        auto image = Testing::NoiseFrame(kCols, kRows, 3);
+        auto image = NoiseFrame(kCols, kRows, 3);
         const std::size_t at = 35 * kCols + 50;
         if (kind == 1) image[at] = std::numeric_limits<float>::quiet_NaN();
         if (kind == 2) image[at] = std::numeric_limits<float>::infinity();
@@ -196,7 +182,7 @@ TEST(PickMaxima, APixelThatANeighbourEqualsIsNone) {
 
 TEST(CornerSelection, ALimitBeyondEveryNumberOfCornersIsServed) {
     APTTrackerParams params;
-    const auto image = Testing::TexturedFrame(90, 70, 0.0, 0.0, 5);
+    const auto image = TexturedFrame(90, 70, 0.0, 0.0, 5);
     const auto expected = SelectOnce(params, image, 90, 70, FullFrame(90, 70));
     ASSERT_GT(expected.size(), 5u);
     params.mMaxFeatures = std::uint64_t{1} << 62;
@@ -207,7 +193,7 @@ TEST(CornerSelection, ALimitBeyondEveryNumberOfCornersIsServed) {
 }
 
 TEST(CornerSelection, ACornerAtTheThresholdIsTaken) {
-    const auto image = Testing::TexturedFrame(90, 70, 0.0, 0.0, 5);
+    const auto image = TexturedFrame(90, 70, 0.0, 0.0, 5);
     APTTrackerParams params;
     const auto expected = SelectOnce(params, image, 90, 70, FullFrame(90, 70));
     params.mMinEigenRelative = 1.0f;  // the best one is its own threshold
@@ -216,12 +202,12 @@ TEST(CornerSelection, ACornerAtTheThresholdIsTaken) {
 }
 
 TEST(CornerSelection, ADiscOnWholePixelsHoldsItsRim) {
-    const auto image = Testing::TexturedFrame(90, 70, 0.0, 0.0, 5);
+    const auto image = TexturedFrame(90, 70, 0.0, 0.0, 5);
     const APTTrackerParams params;
     const auto points = SelectOnce(params, image, 90, 70, FullFrame(90, 70));
     const auto first = [&](float inAwayX, float inAwayY) {
         APTFeature tracked = NewPoint(points[0].mX + inAwayX, points[0].mY + inAwayY);
-        tracked.mStatus = DP::kAPTFeatureTracked;
+        tracked.mStatus = kAPTFeatureTracked;
         return SelectOnce(params, image, 90, 70, FullFrame(90, 70), {tracked})[0];
     };
     for (const auto& [x, y] :
@@ -244,7 +230,7 @@ TEST(PartOfTheImage, ARectangleHasThePointsOfTheFullSelectionInIt) {
         {0.0f, NAN, 150.0f, 110.0f},   {-INFINITY, -INFINITY, INFINITY, INFINITY}};
     // Corners of every strength: the threshold may depend on the whole image or not.
     for (const float contrast : {1.0f, 0.3f, 0.1f, 0.04f, 0.02f, 0.005f}) {
-        auto image = Testing::TexturedFrame(kCols, kRows, 0.0, 0.0, 5);
+        auto image = TexturedFrame(kCols, kRows, 0.0, 0.0, 5);
         for (std::size_t i = 0; i < image.size(); ++i)
             if (i % kCols > 20) image[i] *= contrast;
         APTTrackerParams params;
@@ -271,7 +257,7 @@ TEST(PartOfTheImage, AStrongCornerAnywhereLeavesThePointsOfTheFullSelection) {
     constexpr int kCols = 110;
     constexpr int kRows = 90;
     const TVK::ParamRect<float> rect{35.0f, 30.0f, 75.0f, 62.0f};
-    auto weak = Testing::TexturedFrame(kCols, kRows, 0.0, 0.0, 5);
+    auto weak = TexturedFrame(kCols, kRows, 0.0, 0.0, 5);
     for (float& pixel : weak)
         pixel *= 0.12f;
     APTTrackerParams params;

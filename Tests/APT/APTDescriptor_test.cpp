@@ -1,18 +1,13 @@
 // What is special about the APT kind: its computer's numbers, and its wrapper. What it shares
 // with the other trackers is tested in Tests/Kinds.
 
-#include <gtest/gtest.h>
-
-#include <climits>
-
 #include "APT/APTDescriptorComputer.h"
 #include "APT/APTDescriptorData.h"
 #include "APT/APTWrapper.h"
 #include "APTFrames.h"
 #include "DP/DescriptorFactory.h"
 #include "Support/Images.h"
-#include "Support/Reports.h"
-#include "Support/WideStrings.h"
+#include "Support/Test.h"
 
 namespace {
 
@@ -54,8 +49,8 @@ protected:
         item->SetDataKey(Key(inFrame, inMinFeatures));
         Ref<IAPTDescriptorWorkerItem>(item)->SetInputs(
             inPrevious != NULL ? FrameImage(mClip, inFrame - 1) : IP::ImagePtr<float>(),
-            FrameImage(mClip, inFrame), inPrevious, static_cast<unsigned int>(mClip.mCols),
-            static_cast<unsigned int>(mClip.mRows));
+            FrameImage(mClip, inFrame), inPrevious, unsigned(mClip.mCols),
+            unsigned(mClip.mRows));
         return inComputer->GetDescriptorData(item, true);
     }
 

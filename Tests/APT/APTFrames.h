@@ -2,10 +2,8 @@
 
 #pragma once
 
-#include <vector>
-
 #include "APT/APTTracker.h"
-#include "Support/Textures.h"
+#include "Support/Test.h"
 
 namespace Testing {
 
@@ -38,7 +36,7 @@ inline DP::APTFeature NewPoint(float inX, float inY) {
 }
 
 inline TVK::ParamRect<float> FullFrame(int inCols, int inRows) {
-    return {0.0f, 0.0f, static_cast<float>(inCols), static_cast<float>(inRows)};
+    return {0.0f, 0.0f, float(inCols), float(inRows)};
 }
 
 /// An engine set up from `inParams`.

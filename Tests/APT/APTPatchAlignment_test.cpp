@@ -3,49 +3,34 @@
 
 #include "APT/APTPatchAlignment.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cmath>
-#include <cstring>
-#include <limits>
-#include <memory>
 #include <sstream>
-#include <string>
-#include <tuple>
-#include <utility>
-#include <vector>
 
 #include "APTFrames.h"
 #include "ColourPyramid/ColourPyramidData.h"
 #include "PlainAlignment.h"
+#include "Support/Test.h"
 
 namespace {
 
-using DP::APTImagePyramid;
-using DP::APTMotionModel;
-using DP::APTPatchPyramid;
-using DP::APTPatchShape;
-using DP::APTWorkspace;
-using DP::ColourPyramidData;
+using namespace DP;
+using namespace Testing;
 
 // The warp's is nobody's here: who took it would never converge.
-constexpr DP::APTTolerances kTolerances{0.1f, 1e-6f, 0.05f, 1.0f};
+constexpr APTTolerances kTolerances{0.1f, 1e-6f, 0.05f, 1.0f};
 constexpr int kLevels = 3;
 constexpr int kIterations = 15;
 
-constexpr DP::APTSearch SearchBy(APTMotionModel inModel, float inMinCorrelation = 0.5f) {
+constexpr APTSearch SearchBy(APTMotionModel inModel, float inMinCorrelation = 0.5f) {
     return {inModel, kTolerances, inMinCorrelation, kIterations};
 }
 
 // Interleaved channels, each a texture of its own.
 std::vector<float> ChannelFrame(int inCols, int inRows, int inChannels, double inX,
                                 double inY) {
-    const auto channels = static_cast<std::size_t>(inChannels);
-    std::vector<float> frame(static_cast<std::size_t>(inCols * inRows) * channels);
+    const auto channels = std::size_t(inChannels);
+    std::vector<float> frame(std::size_t(inCols * inRows) * channels);
     for (std::size_t c = 0; c < channels; ++c) {
-        const auto plane =
-            Testing::TexturedFrame(inCols, inRows, inX, inY, static_cast<std::uint32_t>(5 + c));
+        const auto plane = TexturedFrame(inCols, inRows, inX, inY, std::uint32_t(5 + c));
         for (std::size_t i = 0; i < plane.size(); ++i)
             frame[i * channels + c] = plane[i];
     }
@@ -54,9 +39,9 @@ std::vector<float> ChannelFrame(int inCols, int inRows, int inChannels, double i
 
 std::unique_ptr<ColourPyramidData> WholePyramid(const std::vector<float>& inFrame, int inCols,
                                                 int inRows, int inChannels) {
-    return std::unique_ptr<ColourPyramidData>(ColourPyramidData::Create(
-        static_cast<std::uint32_t>(inCols), static_cast<std::uint32_t>(inRows), kLevels, 2,
-        static_cast<std::uint32_t>(inChannels), inFrame.data()));
+    return std::unique_ptr<ColourPyramidData>(
+        ColourPyramidData::Create(std::uint32_t(inCols), std::uint32_t(inRows), kLevels, 2,
+                                  std::uint32_t(inChannels), inFrame.data()));
 }
 
 // Two frames, which stay the caller's, and what is needed to align points between them.
@@ -76,11 +61,11 @@ struct Aligner {
     Aligner(const std::vector<float>&, std::vector<float>&&, int, int,
             const APTPatchShape&) = delete;
 
-    int Align(float inX, float inY, APTMotionModel inModel = DP::kAPTModelTranslation,
+    int Align(float inX, float inY, APTMotionModel inModel = kAPTModelTranslation,
               float inCorrelationLimit = 0.5f) {
         mTemplates.Locate(kLevels, {inX, inY}, mFrom);
-        return DP::AlignPatch(mWorkspace, mTemplates, mTo, {inX, inY},
-                              SearchBy(inModel, inCorrelationLimit), mStart, mResult);
+        return AlignPatch(mWorkspace, mTemplates, mTo, {inX, inY},
+                          SearchBy(inModel, inCorrelationLimit), mStart, mResult);
     }
 
     APTPatchShape mShape;
@@ -88,8 +73,8 @@ struct Aligner {
     APTImagePyramid mTo;
     APTWorkspace mWorkspace;
     APTPatchPyramid mTemplates;
-    float mStart[DP::kAPTMaxParameters] = {};
-    float mResult[DP::kAPTMaxParameters] = {};
+    float mStart[kAPTMaxParameters] = {};
+    float mResult[kAPTMaxParameters] = {};
 };
 
 // ---- Against the plain form, by bits -------------------------------------------------
@@ -109,17 +94,16 @@ TEST_P(AgainstThePlainForm, EveryPointHasTheSameResultToTheBit) {
         const auto to = ChannelFrame(kCols, kRows, shape.mChannels, -motion, 0.4 * motion);
         const auto wholeFrom = WholePyramid(from, kCols, kRows, shape.mChannels);
         const auto wholeTo = WholePyramid(to, kCols, kRows, shape.mChannels);
-        Testing::PlainAlignment plain(shape, *wholeFrom, *wholeTo);
+        PlainAlignment plain(shape, *wholeFrom, *wholeTo);
         Aligner aligner(from, to, kCols, kRows, shape);
-        Testing::Random random(9);
+        Random random(9);
         for (int point = 0; point < 60; ++point) {
-            const float x = static_cast<float>(random.Real() * kCols);
-            const float y = static_cast<float>(random.Real() * kRows);
+            const float x = float(random.Real() * kCols);
+            const float y = float(random.Real() * kRows);
             // Half of the limits are near what the points reach.
-            const float limit =
-                point % 2 == 0 ? 0.5f : 0.9f + 0.0999f * static_cast<float>(random.Real());
-            float expected[DP::kAPTMaxParameters] = {};
-            std::fill_n(aligner.mResult, DP::kAPTMaxParameters, 0.0f);
+            const float limit = point % 2 == 0 ? 0.5f : 0.9f + 0.0999f * float(random.Real());
+            float expected[kAPTMaxParameters] = {};
+            std::fill_n(aligner.mResult, kAPTMaxParameters, 0.0f);
             const int start =
                 plain.Align({x, y}, SearchBy(model, limit), aligner.mStart, expected);
             ASSERT_EQ(aligner.Align(x, y, model, limit), start) << "at " << x << ", " << y;
@@ -128,7 +112,7 @@ TEST_P(AgainstThePlainForm, EveryPointHasTheSameResultToTheBit) {
             converged += start >= 0;
         }
     }
-    if (model != DP::kAPTModelReserved) {
+    if (model != kAPTModelReserved) {
         EXPECT_GT(converged, 40);
     }
 }
@@ -154,14 +138,13 @@ TEST(APTImagePyramid, BlocksHoldThePixelsOfAWholePyramid) {
                                      pyramid.GetHeight(level) - 1);
             }
             for (int level = 0; level < kLevels; ++level) {
-                const auto floats = static_cast<std::size_t>(pyramid.GetRowLength(level) *
-                                                             pyramid.GetHeight(level));
+                const auto floats =
+                    std::size_t(pyramid.GetRowLength(level) * pyramid.GetHeight(level));
                 const float* const pixels = pyramid.GetBlock(
                     level, 0, 0, pyramid.GetWidth(level) - 1, pyramid.GetHeight(level) - 1);
-                ASSERT_EQ(
-                    std::memcmp(pixels, whole->GetLevelData(static_cast<std::size_t>(level)),
-                                floats * sizeof(float)),
-                    0)
+                ASSERT_EQ(std::memcmp(pixels, whole->GetLevelData(std::size_t(level)),
+                                      floats * sizeof(float)),
+                          0)
                     << cols << "x" << rows << ", channels " << channels << ", level " << level;
             }
         }
@@ -174,7 +157,7 @@ constexpr int kRows = 48;
 const APTPatchShape kShape{5, 5, 1};
 
 int TemplateLevels(float inX, float inY, int inCols = kCols, int inRows = kRows) {
-    const auto frame = Testing::TexturedFrame(inCols, inRows, 0, 0);
+    const auto frame = TexturedFrame(inCols, inRows, 0, 0);
     APTImagePyramid pyramid;
     pyramid.Reset(frame.data(), inCols, inRows, 1, kLevels);
     APTPatchPyramid templates;
@@ -183,12 +166,12 @@ int TemplateLevels(float inX, float inY, int inCols = kCols, int inRows = kRows)
 }
 
 bool PatchFits(float inX, float inY, int inCols = kCols, int inRows = kRows) {
-    const auto frame = Testing::TexturedFrame(inCols, inRows, 0, 0);
+    const auto frame = TexturedFrame(inCols, inRows, 0, 0);
     APTImagePyramid pyramid;
     pyramid.Reset(frame.data(), inCols, inRows, 1, kLevels);
     APTWorkspace workspace;
     workspace.Init(kShape);
-    return DP::APTBlockSampler(*workspace.mKernels, kShape, 0, {pyramid, 0})
+    return APTBlockSampler(*workspace.mKernels, kShape, 0, {pyramid, 0})
         .Sample({inX, inY}, workspace.mPatch.data());
 }
 
@@ -223,8 +206,6 @@ TEST(SamplingLimits, ImagesJustLargeEnoughHaveOnePlace) {
 }
 
 TEST(SamplingLimits, PositionsThatAreNoNumbersOrFarAwayFail) {
-    constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
-    constexpr float kInfinity = std::numeric_limits<float>::infinity();
     for (const float bad : {kNaN, kInfinity, -kInfinity, 3e38f, -3e38f, 2147483648.0f, -1.0f}) {
         EXPECT_FALSE(PatchFits(bad, 20.0f)) << bad;
         EXPECT_FALSE(PatchFits(20.0f, bad)) << bad;
@@ -244,7 +225,7 @@ TEST(SamplingLimits, PositionsAreRoundedDownAndIntegersAreTheLimit) {
                        {-2147483904.0f, false, 7}, {NAN, false, 7}};
     for (const auto& one : cases) {
         int floor = 7;
-        EXPECT_EQ(DP::FloorToInt(one.mValue, floor), one.mFits) << one.mValue;
+        EXPECT_EQ(FloorToInt(one.mValue, floor), one.mFits) << one.mValue;
         EXPECT_EQ(floor, one.mFloor) << one.mValue;
     }
 }
@@ -253,18 +234,17 @@ TEST(SamplingLimits, PositionsAreRoundedDownAndIntegersAreTheLimit) {
 
 // The first step of a level and no other, with this tolerance.
 int SolveOnce(Aligner& ioAligner, float inX, float inTolerance) {
-    float parameters[DP::kAPTMaxParameters] = {};
+    float parameters[kAPTMaxParameters] = {};
     ioAligner.mTemplates.Locate(1, {30.0f, 22.0f}, ioAligner.mFrom);
-    const DP::APTSearch search{
-        DP::kAPTModelTranslation, {inTolerance, 0.0f, 0.0f, 0.0f}, 0.0f, 1};
-    return DP::SolveLevel(ioAligner.mWorkspace, ioAligner.mTemplates.GetLevel(0),
-                          {ioAligner.mTo, 0}, {inX, 22.0f}, search, parameters);
+    const APTSearch search{kAPTModelTranslation, {inTolerance, 0.0f, 0.0f, 0.0f}, 0.0f, 1};
+    return SolveLevel(ioAligner.mWorkspace, ioAligner.mTemplates.GetLevel(0),
+                      {ioAligner.mTo, 0}, {inX, 22.0f}, search, parameters);
 }
 
 TEST(SolveLevel, AStepAsLongAsTheToleranceAlongEitherAxisHasNotConverged) {
-    const auto from = Testing::TexturedFrame(kCols, kRows, 0, 0);
+    const auto from = TexturedFrame(kCols, kRows, 0, 0);
     for (const auto& [dx, dy] : {std::pair{0.4, 0.02}, {0.02, 0.4}}) {
-        const auto to = Testing::TexturedFrame(kCols, kRows, -dx, -dy);
+        const auto to = TexturedFrame(kCols, kRows, -dx, -dy);
         Aligner aligner(from, to, kCols, kRows, kShape);
         ASSERT_EQ(SolveOnce(aligner, 30.0f, 0.0f), 1);
         const float step = std::max(std::abs(aligner.mWorkspace.mUpdate[0]),
@@ -275,51 +255,49 @@ TEST(SolveLevel, AStepAsLongAsTheToleranceAlongEitherAxisHasNotConverged) {
 }
 
 TEST(SolveLevel, SaysAtWhichIterationThePatchLeftTheLevel) {
-    const auto frame = Testing::TexturedFrame(kCols, kRows, 0, 0);
+    const auto frame = TexturedFrame(kCols, kRows, 0, 0);
     Aligner aligner(frame, frame, kCols, kRows, kShape);
     EXPECT_EQ(SolveOnce(aligner, 2.0f, 0.1f), -1);
     const std::vector<float> flat(frame.size(), 50.0f);
     Aligner untextured(flat, flat, kCols, kRows, kShape);
-    float parameters[DP::kAPTMaxParameters] = {};
+    float parameters[kAPTMaxParameters] = {};
     untextured.mTemplates.Locate(1, {30.0f, 22.0f}, untextured.mFrom);
     const auto solve = [&](APTMotionModel inModel) {
-        return DP::SolveLevel(untextured.mWorkspace, untextured.mTemplates.GetLevel(0),
-                              {untextured.mTo, 0}, {30.0f, 22.0f}, SearchBy(inModel),
-                              parameters);
+        return SolveLevel(untextured.mWorkspace, untextured.mTemplates.GetLevel(0),
+                          {untextured.mTo, 0}, {30.0f, 22.0f}, SearchBy(inModel), parameters);
     };
-    EXPECT_EQ(solve(DP::kAPTModelTranslation), -2)
+    EXPECT_EQ(solve(kAPTModelTranslation), -2)
         << "the first step leads nowhere, and the second sample fails";
-    EXPECT_EQ(solve(DP::kAPTModelGainOffset), -2 - kIterations);
+    EXPECT_EQ(solve(kAPTModelGainOffset), -2 - kIterations);
 }
 
 TEST(SolveLevel, EachAnswerHasOneMeaning) {
     for (int answer = -kIterations - 3; answer <= kIterations + 1; ++answer) {
         const bool isTold =
             answer >= -2 - kIterations && answer != -1 - kIterations && answer < kIterations;
-        EXPECT_EQ(DP::Converged(answer, kIterations) + DP::LeftTheLevel(answer, kIterations) +
-                      DP::NotSolved(answer, kIterations),
+        EXPECT_EQ(Converged(answer, kIterations) + LeftTheLevel(answer, kIterations) +
+                      NotSolved(answer, kIterations),
                   isTold)
             << answer;
     }
 }
 
 TEST(AlignPatch, ACorrelationAtTheLimitIsAccepted) {
-    const auto from = Testing::TexturedFrame(kCols, kRows, 0, 0);
-    const auto to = Testing::TexturedFrame(kCols, kRows, -0.6, 0.3);
+    const auto from = TexturedFrame(kCols, kRows, 0, 0);
+    const auto to = TexturedFrame(kCols, kRows, -0.6, 0.3);
     Aligner aligner(from, to, kCols, kRows, kShape);
     ASSERT_EQ(aligner.Align(30.0f, 22.0f), 0);
     float correlation = 0.0f;
-    ASSERT_TRUE(DP::NormalisedCorrelation(aligner.mTemplates.GetLevel(0).mTemplate,
-                                          aligner.mWorkspace.mPatch.data(), kShape,
-                                          correlation));
-    EXPECT_EQ(aligner.Align(30.0f, 22.0f, DP::kAPTModelTranslation, correlation), 0);
-    EXPECT_NE(aligner.Align(30.0f, 22.0f, DP::kAPTModelTranslation,
-                            std::nextafter(correlation, 2.0f)),
-              0);
+    ASSERT_TRUE(NormalisedCorrelation(aligner.mTemplates.GetLevel(0).mTemplate,
+                                      aligner.mWorkspace.mPatch.data(), kShape, correlation));
+    EXPECT_EQ(aligner.Align(30.0f, 22.0f, kAPTModelTranslation, correlation), 0);
+    EXPECT_NE(
+        aligner.Align(30.0f, 22.0f, kAPTModelTranslation, std::nextafter(correlation, 2.0f)),
+        0);
 }
 
 TEST(AlignPatch, FlatPatchesHaveNoSolutionInAnyModel) {
-    const std::vector<float> flat(static_cast<std::size_t>(kCols * kRows), 50.0f);
+    const std::vector<float> flat(std::size_t(kCols * kRows), 50.0f);
     Aligner aligner(flat, flat, kCols, kRows, kShape);
     for (int model = 0; model < 4; ++model)
         EXPECT_EQ(aligner.Align(30.0f, 22.0f, static_cast<APTMotionModel>(model), -2.0f), -1);
@@ -338,13 +316,13 @@ TEST(AlignPatch, MoreThanFourChannelsAreNotSupported) {
     ASSERT_EQ(templates.Locate(1, {30.0f, 20.0f}, pyramid), 1);
     const float start[12] = {};
     float result[12] = {};
-    EXPECT_EQ(DP::AlignPatch(workspace, templates, pyramid, {30.0f, 20.0f},
-                             SearchBy(DP::kAPTModelTranslation), start, result),
+    EXPECT_EQ(AlignPatch(workspace, templates, pyramid, {30.0f, 20.0f},
+                         SearchBy(kAPTModelTranslation), start, result),
               -1);
 }
 
 TEST(AlignPatch, PixelsThatAreNoNumbersLoseThePointAndNothingElse) {
-    const auto from = Testing::TexturedFrame(kCols, kRows, 0, 0);
+    const auto from = TexturedFrame(kCols, kRows, 0, 0);
     for (const float bad : {NAN, INFINITY, -INFINITY, 3e38f}) {
         auto to = from;
         to[22 * kCols + 30] = bad;
@@ -359,7 +337,7 @@ TEST(AlignPatch, PixelsThatAreNoNumbersLoseThePointAndNothingElse) {
 
 // A descent in which the levels answer one after the other as given, and those asked whether
 // they accept do. Tells the calls: level and position of a solve, "ok" for the other.
-class PlayedDescent final : public DP::APTLevelDescent {
+class PlayedDescent final : public APTLevelDescent {
 public:
     PlayedDescent(std::vector<int> inAnswers, bool inAccepts)
         : mAnswers(std::move(inAnswers)), mAccepts(inAccepts) {}
@@ -371,7 +349,7 @@ public:
     }
 
 private:
-    int Solve(int inLevel, DP::APTPoint inPoint, float* ioParameters) override {
+    int Solve(int inLevel, APTPoint inPoint, float* ioParameters) override {
         mCalls << ' ' << inLevel << '@' << inPoint.mX << ',' << inPoint.mY << '+'
                << ioParameters[0] << ',' << ioParameters[1] << ',' << ioParameters[2];
         return mAnswers[mNext++];
@@ -406,22 +384,22 @@ TEST(LevelDescent, StartsOneLevelCoarserAfterEachFailureAndJudgesTheFirstLevelAl
 // ---- Correlation ---------------------------------------------------------------------
 
 TEST(NormalisedCorrelation, HasTheBitsOfItsFormula) {
-    const float n = static_cast<float>(kShape.GetPixels());
+    const float n = float(kShape.GetPixels());
     for (int seed = 1; seed <= 20; ++seed) {
-        auto a = Testing::NoiseFrame(kShape.GetBlockFloats(), 1, seed);
-        auto b = Testing::NoiseFrame(kShape.GetBlockFloats(), 1, seed + 100);
+        auto a = NoiseFrame(kShape.GetBlockFloats(), 1, seed);
+        auto b = NoiseFrame(kShape.GetBlockFloats(), 1, seed + 100);
         for (int i = kShape.GetFloats(); i < kShape.GetBlockFloats(); ++i)
-            a[static_cast<std::size_t>(i)] = b[static_cast<std::size_t>(i)] = 0.0f;
-        const float sumA = DP::ChannelSum(a.data(), kShape, 0);
-        const float sumB = DP::ChannelSum(b.data(), kShape, 0);
+            a[std::size_t(i)] = b[std::size_t(i)] = 0.0f;
+        const float sumA = ChannelSum(a.data(), kShape, 0);
+        const float sumB = ChannelSum(b.data(), kShape, 0);
         const auto dot = [](const auto& inA, const auto& inB) {
-            return DP::ChannelDot(inA.data(), inB.data(), kShape, 0);
+            return ChannelDot(inA.data(), inB.data(), kShape, 0);
         };
         const float expected =
             (n * dot(a, b) - sumA * sumB) /
             std::sqrt((n * dot(b, b) - sumB * sumB) * (n * dot(a, a) - sumA * sumA));
         float correlation = 9.0f;
-        ASSERT_TRUE(DP::NormalisedCorrelation(a.data(), b.data(), kShape, correlation));
+        ASSERT_TRUE(NormalisedCorrelation(a.data(), b.data(), kShape, correlation));
         EXPECT_EQ(correlation, expected) << seed;
     }
 }
@@ -430,7 +408,7 @@ TEST(UpdateGains, AnUpdateAsLargeAsItsToleranceIsNotSmall) {
     const auto isSmall = [](float inGain, float inOffset) {
         const float update[2] = {inGain, inOffset};
         float gains[2] = {1.0f, 0.0f};
-        return DP::UpdateGains(update, 0.25f, 2.0f, 1, gains);
+        return UpdateGains(update, 0.25f, 2.0f, 1, gains);
     };
     EXPECT_TRUE(isSmall(std::nextafter(0.25f, 0.0f), -std::nextafter(2.0f, 0.0f)));
     EXPECT_FALSE(isSmall(0.25f, 0.0f));
@@ -439,11 +417,11 @@ TEST(UpdateGains, AnUpdateAsLargeAsItsToleranceIsNotSmall) {
 
 TEST(NormalisedCorrelation, AFlatChannelPullsTheMeanDown) {
     const APTPatchShape shape{5, 5, 2};
-    std::vector<float> a(static_cast<std::size_t>(shape.GetBlockFloats()), 0.0f);
+    std::vector<float> a(std::size_t(shape.GetBlockFloats()), 0.0f);
     for (int i = 0; i < shape.GetFloats(); i += 2)
-        a[static_cast<std::size_t>(i)] = static_cast<float>((i * 37) % 101);
+        a[std::size_t(i)] = float((i * 37) % 101);
     float correlation = 0.0f;
-    ASSERT_TRUE(DP::NormalisedCorrelation(a.data(), a.data(), shape, correlation));
+    ASSERT_TRUE(NormalisedCorrelation(a.data(), a.data(), shape, correlation));
     EXPECT_NEAR(correlation, 0.5f, 1e-5f);
 }
 

@@ -3,19 +3,15 @@
 
 #include "APT/APTPatchKernels.h"
 
-#include <gtest/gtest.h>
-
-#include <cstring>
-#include <vector>
-
-#include "Support/Textures.h"
+#include "Support/Test.h"
 #include "image/VectorTargets.h"
 
 namespace {
 
+using namespace Testing;
 using Floats = std::vector<float>;
 
-Floats Noise(int inCount, int inSeed) { return Testing::NoiseFrame(inCount, 1, inSeed); }
+Floats Noise(int inCount, int inSeed) { return NoiseFrame(inCount, 1, inSeed); }
 
 // What all loops of a form make of the same input, one after the other.
 Floats Outputs(const DP::APTPatchKernels& inKernels, int inFloats, int inRows, int inChannels) {
@@ -24,7 +20,7 @@ Floats Outputs(const DP::APTPatchKernels& inKernels, int inFloats, int inRows, i
     const auto keep = [&](const Floats& inBlock) {
         outputs.insert(outputs.end(), inBlock.begin(), inBlock.end());
     };
-    const auto size = static_cast<std::size_t>(inFloats * inRows);
+    const auto size = std::size_t(inFloats * inRows);
     // Behind a block stand guards that nothing may write.
     Floats block(size + 16, 5.0f);
     inKernels.mInterpolate({image.data() + 3, 80, inChannels, 0.3f, 0.7f}, {inFloats, inRows},
@@ -50,10 +46,10 @@ Floats Outputs(const DP::APTPatchKernels& inKernels, int inFloats, int inRows, i
     const int pixels = inFloats * inRows / inChannels;
     Floats offsetsX((pixels + 15) / 16 * 16 + 0u), offsetsY(offsetsX.size());
     for (int i = 0; i < pixels; ++i) {
-        offsetsX[static_cast<std::size_t>(i)] = static_cast<float>(i % 9 - 4);
-        offsetsY[static_cast<std::size_t>(i)] = static_cast<float>(i / 9 % 9 - 4);
+        offsetsX[std::size_t(i)] = float(i % 9 - 4);
+        offsetsY[std::size_t(i)] = float(i / 9 % 9 - 4);
     }
-    Floats patch(static_cast<std::size_t>(pixels * inChannels) + 16, 5.0f);
+    Floats patch(std::size_t(pixels * inChannels) + 16, 5.0f);
     inKernels.mSampleWarped({1.1f, 0.2f, -0.3f, 0.9f, 9.3f, 38.7f, 0.1f, -0.4f},
                             {offsetsX.data(), offsetsY.data()}, {image.data(), 80, inChannels},
                             pixels, patch.data());

@@ -3,37 +3,19 @@
 
 #include "APT/APTReferenceVerification.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cmath>
-#include <cstring>
-#include <memory>
-#include <string>
-#include <utility>
-#include <vector>
-
 #include "APTFrames.h"
 #include "ColourPyramid/ColourPyramidData.h"
 #include "PlainAlignment.h"
+#include "Support/Test.h"
 
 namespace {
 
-using DP::APTFeature;
-using DP::APTFeatureListPtr;
-using DP::APTImagePyramid;
-using DP::APTMotionModel;
-using DP::APTPatchShape;
-using DP::APTReferenceTemplates;
-using DP::APTWorkspace;
-using Testing::EmptyList;
-using Testing::ListOf;
-using Testing::MakeEngine;
-using Testing::NewPoint;
+using namespace DP;
+using namespace Testing;
 
 constexpr int kCols = 96;
 constexpr int kRows = 80;
-constexpr DP::APTTolerances kTolerances{0.1f, 0.05f, 0.05f, 1.0f};
+constexpr APTTolerances kTolerances{0.1f, 0.05f, 0.05f, 1.0f};
 const APTPatchShape kShape{5, 5, 1};
 
 // The frame in which offset (dx, dy) from (inX, inY) of the first lies at the warped place:
@@ -55,8 +37,8 @@ struct Warped {
                 const double py = y - mY - mTY;
                 const double dx = (m11 * px - mB * py) / determinant;
                 const double dy = (-mC * px + m00 * py) / determinant;
-                const double value = Testing::TextureAt(mX + dx, mY + dy, 1);
-                frame.push_back(static_cast<float>((value - mOffset) / mGain));
+                const double value = TextureAt(mX + dx, mY + dy, 1);
+                frame.push_back(float((value - mOffset) / mGain));
             }
         return frame;
     }
@@ -73,8 +55,8 @@ struct Verifier {
         mParameters[6] = 1.0f;
     }
     int Align(APTMotionModel inModel, int inIterations = 15) {
-        return DP::AlignReferencePatch(mWorkspace, mTemplates, mTo, {mX, mY},
-                                       {inModel, kTolerances, 0.5f, inIterations}, mParameters);
+        return AlignReferencePatch(mWorkspace, mTemplates, mTo, {mX, mY},
+                                   {inModel, kTolerances, 0.5f, inIterations}, mParameters);
     }
 
     std::vector<float> mFromFrame;
@@ -85,7 +67,7 @@ struct Verifier {
     APTImagePyramid mTo;
     APTWorkspace mWorkspace;
     APTReferenceTemplates mTemplates;
-    float mParameters[DP::kAPTMaxParameters] = {};
+    float mParameters[kAPTMaxParameters] = {};
 };
 
 // ---- Against the plain form, by bits -------------------------------------------------
@@ -104,7 +86,7 @@ std::vector<float> Interleaved(const std::vector<float>& inPlane, int inChannels
     std::vector<float> frame;
     for (const float value : inPlane)
         for (int c = 0; c < inChannels; ++c)
-            frame.push_back(value * (1.0f - 0.2f * static_cast<float>(c)));
+            frame.push_back(value * (1.0f - 0.2f * float(c)));
     return frame;
 }
 
@@ -114,8 +96,8 @@ TEST_P(WarpAgainstThePlainForm, EveryPointHasTheSameParametersToTheBit) {
     const APTPatchShape shape{halfWidth, halfHeight, channels};
     const auto model = static_cast<APTMotionModel>(number);
     const auto whole = [&](const std::vector<float>& inFrame) {
-        return std::unique_ptr<DP::ColourPyramidData>(DP::ColourPyramidData::Create(
-            kCols, kRows, 3, 2, static_cast<std::uint32_t>(channels), inFrame.data()));
+        return std::unique_ptr<ColourPyramidData>(ColourPyramidData::Create(
+            kCols, kRows, 3, 2, std::uint32_t(channels), inFrame.data()));
     };
     int converged = 0;
     for (const double strength : {0.2, 1.0, 3.0}) {
@@ -126,11 +108,11 @@ TEST_P(WarpAgainstThePlainForm, EveryPointHasTheSameParametersToTheBit) {
         warped.mB = -0.03 * strength;
         warped.mC = 0.02 * strength;
         warped.mGain = 1.0 - 0.05 * strength;
-        const auto from = Interleaved(Testing::TexturedFrame(kCols, kRows, 0, 0), channels);
+        const auto from = Interleaved(TexturedFrame(kCols, kRows, 0, 0), channels);
         const auto to = Interleaved(warped.Frame(), channels);
         const auto wholeFrom = whole(from);
         const auto wholeTo = whole(to);
-        Testing::PlainAlignment plain(shape, *wholeFrom, *wholeTo);
+        PlainAlignment plain(shape, *wholeFrom, *wholeTo);
         APTImagePyramid previous;
         APTImagePyramid current;
         previous.Reset(from.data(), kCols, kRows, channels, 3);
@@ -139,23 +121,22 @@ TEST_P(WarpAgainstThePlainForm, EveryPointHasTheSameParametersToTheBit) {
         workspace.Init(shape);
         APTReferenceTemplates templates;
         templates.Init(shape, 3);
-        Testing::Random random(9);
+        Random random(9);
         for (int point = 0; point < 40; ++point) {
-            const DP::APTPoint at{static_cast<float>(random.Real() * kCols),
-                                  static_cast<float>(random.Real() * kRows)};
-            const DP::APTSearch search{model, kTolerances, 0.5f, point % 3 == 0 ? 3 : 15};
-            float expected[DP::kAPTMaxParameters] = {};
-            for (int i = 6; i < DP::kAPTMaxParameters; i += 2)
+            const APTPoint at{float(random.Real() * kCols), float(random.Real() * kRows)};
+            const APTSearch search{model, kTolerances, 0.5f, point % 3 == 0 ? 3 : 15};
+            float expected[kAPTMaxParameters] = {};
+            for (int i = 6; i < kAPTMaxParameters; i += 2)
                 expected[i] = 1.0f;
-            float actual[DP::kAPTMaxParameters];
-            std::copy(expected, expected + DP::kAPTMaxParameters, actual);
+            float actual[kAPTMaxParameters];
+            std::copy(expected, expected + kAPTMaxParameters, actual);
             templates.Capture(at, previous);
             const int start = plain.AlignReference(at, search, expected);
             // Twice: the second time nothing of the template is new.
             for (int round = 0; round < 2; ++round) {
                 if (round == 1) plain.AlignReference(at, search, expected);
                 const int answer =
-                    DP::AlignReferencePatch(workspace, templates, current, at, search, actual);
+                    AlignReferencePatch(workspace, templates, current, at, search, actual);
                 if (round == 0) {
                     ASSERT_EQ(answer, start) << at.mX << ", " << at.mY;
                 }
@@ -183,7 +164,7 @@ INSTANTIATE_TEST_SUITE_P(Cases, WarpAgainstThePlainForm,
 // ---- The warp ------------------------------------------------------------------------
 
 TEST(AlignReferencePatch, FailuresLeaveTheParametersAlone) {
-    const auto frame = Testing::TexturedFrame(kCols, kRows, 0, 0);
+    const auto frame = TexturedFrame(kCols, kRows, 0, 0);
     const std::vector<float> flat(frame.size(), 9.0f);
     const auto expectFailure = [](Verifier& ioVerifier, APTMotionModel inModel) {
         const std::vector<float> before(ioVerifier.mParameters, ioVerifier.mParameters + 8);
@@ -191,32 +172,32 @@ TEST(AlignReferencePatch, FailuresLeaveTheParametersAlone) {
         EXPECT_TRUE(std::equal(before.begin(), before.end(), ioVerifier.mParameters));
     };
     Verifier good(frame, frame, 45.0f, 40.0f);
-    expectFailure(good, DP::kAPTModelReserved);
-    expectFailure(good, DP::kAPTModelFittedGainOffset);
+    expectFailure(good, kAPTModelReserved);
+    expectFailure(good, kAPTModelFittedGainOffset);
     Verifier untextured(flat, frame, 45.0f, 40.0f);
-    expectFailure(untextured, DP::kAPTModelGainOffset);
+    expectFailure(untextured, kAPTModelGainOffset);
     Verifier noTemplate(frame, frame, 3.0f, 40.0f);
-    expectFailure(noTemplate, DP::kAPTModelGainOffset);
+    expectFailure(noTemplate, kAPTModelGainOffset);
     for (const float bad : {1000.0f, -45.0f, NAN, INFINITY}) {
         Verifier outside(frame, frame, 45.0f, 40.0f);
         outside.mParameters[0] = bad;
-        EXPECT_EQ(outside.Align(DP::kAPTModelGainOffset), -1) << bad;
+        EXPECT_EQ(outside.Align(kAPTModelGainOffset), -1) << bad;
         Verifier torn(frame, frame, 45.0f, 40.0f);
         torn.mParameters[3] = bad;
-        EXPECT_EQ(torn.Align(DP::kAPTModelGainOffset), -1) << bad;
+        EXPECT_EQ(torn.Align(kAPTModelGainOffset), -1) << bad;
     }
 }
 
 TEST(SolveWarpLevel, TheCornersMustBeStrictlyInside) {
-    const auto frame = Testing::TexturedFrame(kCols, kRows, 0, 0);
+    const auto frame = TexturedFrame(kCols, kRows, 0, 0);
     Verifier verifier(frame, frame, 45.0f, 40.0f);
     const auto level =
-        verifier.mTemplates.GetLevel(0, DP::kAPTModelGainOffset, verifier.mWorkspace);
+        verifier.mTemplates.GetLevel(0, kAPTModelGainOffset, verifier.mWorkspace);
     const auto solveAt = [&](float inX, float inY) {
-        float parameters[DP::kAPTMaxParameters] = {};
+        float parameters[kAPTMaxParameters] = {};
         parameters[6] = 1.0f;
-        return DP::SolveWarpLevel(verifier.mWorkspace, level, {verifier.mTo, 0}, {inX, inY},
-                                  {DP::kAPTModelGainOffset, kTolerances, 0.5f, 1}, parameters);
+        return SolveWarpLevel(verifier.mWorkspace, level, {verifier.mTo, 0}, {inX, inY},
+                              {kAPTModelGainOffset, kTolerances, 0.5f, 1}, parameters);
     };
     EXPECT_EQ(solveAt(5.0f, 40.0f), -1);
     EXPECT_EQ(solveAt(5.01f, 40.0f), 1) << "sampled, and not converged";
@@ -229,14 +210,14 @@ TEST(SolveWarpLevel, TheCornersMustBeStrictlyInside) {
 
 // ---- In the engine -------------------------------------------------------------------
 
-DP::APTTrackerParams VerifyingParams() {
-    DP::APTTrackerParams params;
+APTTrackerParams VerifyingParams() {
+    APTTrackerParams params;
     params.mVerifyAgainstReference = true;
     params.mMaxFeatures = 4;
     return params;
 }
 
-APTFeatureListPtr Step(DP::APTTracker& inEngine, const std::vector<float>& inFrom,
+APTFeatureListPtr Step(APTTracker& inEngine, const std::vector<float>& inFrom,
                        const std::vector<float>& inTo, const APTFeatureListPtr& inList,
                        APTFeatureListPtr inOutput = EmptyList()) {
     inEngine.TrackFeatures(inFrom.data(), inTo.data(), kCols, kRows, 1, {inList}, {inOutput});
@@ -244,9 +225,9 @@ APTFeatureListPtr Step(DP::APTTracker& inEngine, const std::vector<float>& inFro
 }
 
 std::vector<float> Moved(int inFrame, double inGain = 1.0) {
-    auto frame = Testing::TexturedFrame(kCols, kRows, -0.8 * inFrame, 0.5 * inFrame);
+    auto frame = TexturedFrame(kCols, kRows, -0.8 * inFrame, 0.5 * inFrame);
     for (float& value : frame)
-        value = static_cast<float>(value * inGain);
+        value = float(value * inGain);
     return frame;
 }
 
@@ -260,14 +241,14 @@ TEST(VerifiedTracking, ANewPointIsVerifiedInItsFirstStepAndFadingIsNoLoss) {
         EXPECT_GT((*list)[0].mCorrelation, 0.95f);
         EXPECT_NEAR((*list)[0].mX, 45.0 + 0.8 * frame, 0.25);
         EXPECT_NEAR((*list)[0].mY, 40.0 - 0.5 * frame, 0.25);
-        EXPECT_EQ((*list)[0].mAge, static_cast<unsigned int>(frame));
+        EXPECT_EQ((*list)[0].mAge, unsigned(frame));
     }
 }
 
 TEST(VerifyFeatures, ACorrelationAtTheLimitPassesAndOneBelowItIsLow) {
     const auto from = Moved(0);
     auto to = Moved(1);
-    const auto noise = Testing::NoiseFrame(kCols, kRows, 3);
+    const auto noise = NoiseFrame(kCols, kRows, 3);
     for (std::size_t i = 0; i < to.size(); ++i)
         to[i] += 0.1f * noise[i];
     const auto verify = [&](float inLimit) {
@@ -275,14 +256,14 @@ TEST(VerifyFeatures, ACorrelationAtTheLimitPassesAndOneBelowItIsLow) {
         APTImagePyramid current;
         previous.Reset(from.data(), kCols, kRows, 1, 3);
         current.Reset(to.data(), kCols, kRows, 1, 3);
-        DP::APTReferenceVerification verification;
+        APTReferenceVerification verification;
         verification.Init(kShape, 3, 1);
-        DP::APTFeatureList list{NewPoint(45.0f, 40.0f)};
+        APTFeatureList list{NewPoint(45.0f, 40.0f)};
         verification.Capture(list, previous);
-        list[0].mStatus = DP::kAPTFeatureTracked;
+        list[0].mStatus = kAPTFeatureTracked;
         verification.HandOver(list);
-        verification.VerifyFeatures(current,
-                                    {DP::kAPTModelGainOffset, kTolerances, inLimit, 15}, list);
+        verification.VerifyFeatures(current, {kAPTModelGainOffset, kTolerances, inLimit, 15},
+                                    list);
         return list[0];
     };
     const APTFeature passed = verify(0.0f);
@@ -292,7 +273,7 @@ TEST(VerifyFeatures, ACorrelationAtTheLimitPassesAndOneBelowItIsLow) {
     EXPECT_NE(passed.mX, 45.0f) << "the position found here";
     EXPECT_EQ(verify(passed.mCorrelation).mStatus, 0);
     const APTFeature low = verify(std::nextafter(passed.mCorrelation, 2.0f));
-    EXPECT_EQ(low.mStatus, DP::kAPTFeatureLowCorrelation);
+    EXPECT_EQ(low.mStatus, kAPTFeatureLowCorrelation);
     EXPECT_EQ(low.mCorrelation, passed.mCorrelation);
     EXPECT_EQ(low.mX, 45.0f);
 }
@@ -304,42 +285,41 @@ TEST(VerifyFeatures, BeginsWhereTheFrameToFrameStepEnded) {
     APTImagePyramid current;
     previous.Reset(from.data(), kCols, kRows, 1, 1);
     current.Reset(to.data(), kCols, kRows, 1, 1);
-    DP::APTReferenceVerification verification;
+    APTReferenceVerification verification;
     verification.Init(kShape, 1, 1);
-    DP::APTFeatureList list{NewPoint(45.0f, 40.0f)};
+    APTFeatureList list{NewPoint(45.0f, 40.0f)};
     verification.Capture(list, previous);
     list[0] = NewPoint(45.0f + 9.6f, 40.0f - 6.0f);
-    list[0].mStatus = DP::kAPTFeatureTracked;
+    list[0].mStatus = kAPTFeatureTracked;
     verification.HandOver(list);
-    verification.VerifyFeatures(current, {DP::kAPTModelGainOffset, kTolerances, 0.5f, 5}, list);
-    EXPECT_EQ(list[0].mStatus, DP::kAPTFeatureTracked);
+    verification.VerifyFeatures(current, {kAPTModelGainOffset, kTolerances, 0.5f, 5}, list);
+    EXPECT_EQ(list[0].mStatus, kAPTFeatureTracked);
 }
 
 TEST(VerifiedTracking, ATrackedPointWithoutAReferenceFails) {
     const auto engine = MakeEngine(VerifyingParams());
     APTFeature tracked = NewPoint(45.0f, 40.0f);
-    tracked.mStatus = DP::kAPTFeatureTracked;  // was never new to this engine
+    tracked.mStatus = kAPTFeatureTracked;  // was never new to this engine
     const auto list = ListOf({tracked});
-    EXPECT_EQ((*Step(*engine, Moved(0), Moved(1), list))[0].mStatus,
-              DP::kAPTFeatureLowCorrelation);
+    EXPECT_EQ((*Step(*engine, Moved(0), Moved(1), list))[0].mStatus, kAPTFeatureLowCorrelation);
     // A reused record may hold a correlation from before.
     APTFeature old;
     old.mCorrelation = 0.9f;
     EXPECT_EQ((*Step(*engine, Moved(0), Moved(1), list, ListOf({old})))[0].mStatus,
-              DP::kAPTFeatureVerifyFailed);
+              kAPTFeatureVerifyFailed);
 }
 
 TEST(VerifiedTracking, DriftOntoAnotherPatchIsDropped) {
     // Frame to frame the patch is cross-faded into another texture, slowly enough to be
     // followed; it is no longer what was selected.
     const auto engine = MakeEngine(VerifyingParams());
-    DP::APTTrackerParams unverified = VerifyingParams();
+    APTTrackerParams unverified = VerifyingParams();
     unverified.mVerifyAgainstReference = false;
     const auto plain = MakeEngine(unverified);
     const auto frameAt = [](int inFrame) {
-        auto frame = Testing::TexturedFrame(kCols, kRows, -0.5 * inFrame, 0, 1);
-        const auto other = Testing::TexturedFrame(kCols, kRows, -0.5 * inFrame, 0, 77);
-        const float share = std::min(1.0f, static_cast<float>(inFrame) / 12.0f);
+        auto frame = TexturedFrame(kCols, kRows, -0.5 * inFrame, 0, 1);
+        const auto other = TexturedFrame(kCols, kRows, -0.5 * inFrame, 0, 77);
+        const float share = std::min(1.0f, float(inFrame) / 12.0f);
         for (std::size_t i = 0; i < frame.size(); ++i)
             frame[i] = (1.0f - share) * frame[i] + share * other[i];
         return frame;
@@ -398,37 +378,35 @@ TEST(VerifiedTracking, ReferencesOfAnotherDepthAreForgotten) {
     EXPECT_EQ((*Step(*engine, Moved(1), Moved(2), list))[0].mStatus, 0);
     engine->mParams.mPyramidLevels = 2;
     engine->ApplyParams();
-    EXPECT_EQ((*Step(*engine, Moved(1), Moved(2), list))[0].mStatus,
-              DP::kAPTFeatureLowCorrelation);
+    EXPECT_EQ((*Step(*engine, Moved(1), Moved(2), list))[0].mStatus, kAPTFeatureLowCorrelation);
 }
 
 // A tolerance of 0 is never met, and each has its place.
 TEST(VerifiedTracking, EveryToleranceCountsForWhatItIsNamedAfter) {
     struct {
         const char* mName;
-        double DP::APTTrackerParams::*mTolerance;
+        double APTTrackerParams::*mTolerance;
         bool mTracks;
         bool mVerifies;
-    } const cases[] = {
-        {"none", nullptr, true, true},
-        {"translation", &DP::APTTrackerParams::mTranslationTolerance, false, false},
-        {"warp", &DP::APTTrackerParams::mWarpTolerance, true, false},
-        {"gain", &DP::APTTrackerParams::mGainTolerance, false, false},
-        {"offset", &DP::APTTrackerParams::mOffsetTolerance, false, false}};
+    } const cases[] = {{"none", nullptr, true, true},
+                       {"translation", &APTTrackerParams::mTranslationTolerance, false, false},
+                       {"warp", &APTTrackerParams::mWarpTolerance, true, false},
+                       {"gain", &APTTrackerParams::mGainTolerance, false, false},
+                       {"offset", &APTTrackerParams::mOffsetTolerance, false, false}};
     for (const auto& one : cases) {
         SCOPED_TRACE(one.mName);
-        DP::APTTrackerParams params = VerifyingParams();
-        params.mTrackingModel = DP::kAPTModelGainOffset;
+        APTTrackerParams params = VerifyingParams();
+        params.mTrackingModel = kAPTModelGainOffset;
         if (one.mTolerance) params.*one.mTolerance = 0.0;
         const auto list = Step(*MakeEngine(params), Moved(0), Moved(1, 0.9),
                                ListOf({NewPoint(45.0f, 40.0f)}));
-        EXPECT_EQ((*list)[0].mStatus != DP::kAPTFeatureLost, one.mTracks);
+        EXPECT_EQ((*list)[0].mStatus != kAPTFeatureLost, one.mTracks);
         EXPECT_EQ((*list)[0].mStatus == 0, one.mVerifies);
     }
 }
 
 TEST(VerifiedTracking, SwitchingItOnWithoutApplyParamsHasNoEffect) {
-    DP::APTTrackerParams params = VerifyingParams();
+    APTTrackerParams params = VerifyingParams();
     params.mVerifyAgainstReference = false;
     const auto engine = MakeEngine(params);
     engine->mParams.mVerifyAgainstReference = true;

@@ -2,45 +2,28 @@
 
 #include "APT/APTTracker.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <climits>
-#include <cmath>
-#include <cstdint>
-#include <utility>
-#include <vector>
-
 #include "APTFrames.h"
 #include "PlainCornerSelection.h"
-#include "Support/Reports.h"
+#include "Support/Test.h"
 #include "TVK/Exception.h"
 
 namespace {
 
-using DP::APTFeature;
-using DP::APTFeatureListPtr;
-using Testing::EmptyList;
-using Testing::FullFrame;
-using Testing::ListOf;
-using Testing::MakeEngine;
-using Testing::MovingClip;
-using Testing::NewPoint;
+using namespace DP;
+using namespace Testing;
 
-APTFeatureListPtr Select(DP::APTTracker& inEngine, const MovingClip& inClip, int inFrame) {
+APTFeatureListPtr Select(APTTracker& inEngine, const MovingClip& inClip, int inFrame) {
     const auto list = EmptyList();
     inEngine.SelectFeatures(inClip.Frame(inFrame).data(), inClip.mCols, inClip.mRows,
-                            static_cast<unsigned int>(inFrame),
-                            {FullFrame(inClip.mCols, inClip.mRows)}, {list});
+                            unsigned(inFrame), {FullFrame(inClip.mCols, inClip.mRows)}, {list});
     return list;
 }
 
-APTFeatureListPtr Track(DP::APTTracker& inEngine, const MovingClip& inClip, int inFrame,
+APTFeatureListPtr Track(APTTracker& inEngine, const MovingClip& inClip, int inFrame,
                         const APTFeatureListPtr& inList) {
     const auto output = EmptyList();
     inEngine.TrackFeatures(inClip.Frame(inFrame - 1).data(), inClip.Frame(inFrame).data(),
-                           inClip.mCols, inClip.mRows, static_cast<unsigned int>(inFrame),
-                           {inList}, {output});
+                           inClip.mCols, inClip.mRows, unsigned(inFrame), {inList}, {output});
     return output;
 }
 
@@ -60,8 +43,8 @@ TEST_P(KnownMotion, PointsFollowItToAFractionOfAPixel) {
     const auto engine = MakeEngine();
     const auto list = Select(*engine, clip, 0);
     const auto tracked = Track(*engine, clip, 1, list);
-    ASSERT_GT(DP::CountLiveFeatures(*list), 50u);
-    EXPECT_GE(DP::CountLiveFeatures(*tracked), DP::CountLiveFeatures(*list) * 7 / 10);
+    ASSERT_GT(CountLiveFeatures(*list), 50u);
+    EXPECT_GE(CountLiveFeatures(*tracked), CountLiveFeatures(*list) * 7 / 10);
     std::vector<double> errors;
     for (const APTFeature& feature : *tracked)
         if (feature.mStatus >= 0)
@@ -87,7 +70,7 @@ TEST(SelectFeatures, FirstSlotsHoldTheCandidatesAndTheRestIsInactive) {
     const auto engine = MakeEngine();
     const auto list = Select(*engine, clip, 41);
     ASSERT_EQ(list->size(), 500u);
-    const unsigned int live = DP::CountLiveFeatures(*list);
+    const unsigned int live = CountLiveFeatures(*list);
     ASSERT_GT(live, 20u);
     ASSERT_LT(live, 500u);
     for (std::size_t i = 0; i < list->size(); ++i) {
@@ -131,12 +114,12 @@ TEST(SelectFeatures, ARectangleSmallerThanTheFrameCountsFromTheFoot) {
     const MovingClip clip;
     const auto frame = clip.Frame(0);
     const auto engine = MakeEngine();
-    const float rows = static_cast<float>(clip.mRows);
-    const float cols = static_cast<float>(clip.mCols);
+    const float rows = float(clip.mRows);
+    const float cols = float(clip.mCols);
     const auto select = [&](TVK::ParamRect<float> inRect) {
         const auto list = EmptyList();
         engine->SelectFeatures(frame.data(), clip.mCols, clip.mRows, 0, {inRect}, {list});
-        EXPECT_GT(DP::CountLiveFeatures(*list), 5u);
+        EXPECT_GT(CountLiveFeatures(*list), 5u);
         return *list;
     };
     for (const auto& feature : select({0.0f, 0.0f, cols, 40.0f})) {
@@ -164,12 +147,12 @@ class SelectFeaturesUpTo : public testing::TestWithParam<std::uint64_t> {};
 TEST_P(SelectFeaturesUpTo, ASecondRectangleWorksOnTheMaskOfTheFirst) {
     const MovingClip clip;
     const auto frame = clip.Frame(0);
-    DP::APTTrackerParams params;
+    APTTrackerParams params;
     params.mMinFeatureDistance = 12;
     params.mMinEigenPerPixel = 0.0f;   // a mask of 0 and 1 has little contrast
     params.mMaxFeatures = GetParam();  // behind a full list the last disc is not cleared
     const TVK::ParamRect<float> rect = FullFrame(clip.mCols, clip.mRows);
-    Testing::PlainCornerSelection plain;
+    PlainCornerSelection plain;
     plain.ApplyParams(params);
     plain.SetImage(frame.data(), clip.mCols, clip.mRows);
     const auto lists = std::vector{EmptyList(), EmptyList(), EmptyList()};
@@ -179,7 +162,7 @@ TEST_P(SelectFeaturesUpTo, ASecondRectangleWorksOnTheMaskOfTheFirst) {
         plain.FindCorners(nullptr, nullptr, rect, SIZE_MAX);
         const auto& expected = plain.GetSelected();
         ASSERT_GT(expected.size(), 4u);
-        ASSERT_EQ(DP::CountLiveFeatures(*list), expected.size());
+        ASSERT_EQ(CountLiveFeatures(*list), expected.size());
         for (std::size_t i = 0; i < expected.size(); ++i) {
             EXPECT_EQ((*list)[i].mX, expected[i].mX);
             EXPECT_EQ((*list)[i].mY, expected[i].mY);
@@ -194,7 +177,7 @@ TEST(SelectFeatures, RectanglesAndListsMustBeAsMany) {
     const auto engine = MakeEngine();
     const auto frame = clip.Frame(0);
     const auto list = EmptyList();
-    const Testing::RecordedReports reports;
+    const RecordedReports reports;
     EXPECT_ANY_THROW(
         engine->SelectFeatures(frame.data(), clip.mCols, clip.mRows, 0, {}, {list}));
     ASSERT_EQ(reports.Contracts().size(), 1u);
@@ -209,12 +192,12 @@ TEST(ReplenishFeatures, FillsFreeSlotsInOrderAndLeavesTheOthersAlone) {
     const MovingClip clip;
     const auto engine = MakeEngine();
     const auto full = Select(*engine, clip, 0);
-    const auto list = TVK::MakeObject<DP::APTFeatureList>(*full);
-    list->resize(DP::CountLiveFeatures(*full));
-    (*list)[4].mStatus = DP::kAPTFeatureLost;
+    const auto list = TVK::MakeObject<APTFeatureList>(*full);
+    list->resize(CountLiveFeatures(*full));
+    (*list)[4].mStatus = kAPTFeatureLost;
     (*list)[4].mDeltaX = 7.0f;
     (*list)[4].mAge = 30;
-    (*list)[9].mStatus = DP::kAPTFeatureInactive;
+    (*list)[9].mStatus = kAPTFeatureInactive;
     engine->ReplenishFeatures(clip.Frame(0).data(), clip.mCols, clip.mRows, 5,
                               {FullFrame(clip.mCols, clip.mRows)}, {list});
     // The two corners that were given up are the best that are free now, in their order.
@@ -234,7 +217,7 @@ TEST(ReplenishFeatures, NewPointsKeepTheirDistanceFromLivePoints) {
     list->resize(300);
     engine->ReplenishFeatures(clip.Frame(0).data(), clip.mCols, clip.mRows, 5,
                               {FullFrame(clip.mCols, clip.mRows)}, {list});
-    ASSERT_GT(DP::CountLiveFeatures(*list), 20u);
+    ASSERT_GT(CountLiveFeatures(*list), 20u);
     for (std::size_t i = 0; i < list->size(); ++i)
         for (std::size_t j = std::max<std::size_t>(i + 1, 2); j < list->size(); ++j) {
             const APTFeature& a = (*list)[i];
@@ -249,7 +232,7 @@ TEST(ReplenishFeatures, NewPointsKeepTheirDistanceFromLivePoints) {
 TEST(ReplenishFeatures, ASecondRectangleWorksOnTheWholeMaskOfTheFirst) {
     const MovingClip clip;
     const auto frame = clip.Frame(0);
-    DP::APTTrackerParams params;
+    APTTrackerParams params;
     params.mMinEigenPerPixel = 0.0f;
     const auto rect = FullFrame(clip.mCols, clip.mRows);
     const auto first = ListOf({NewPoint(80.3f, 60.6f),
@@ -259,7 +242,7 @@ TEST(ReplenishFeatures, ASecondRectangleWorksOnTheWholeMaskOfTheFirst) {
                                {}});
     const auto second = ListOf({NewPoint(30.9f, 90.1f)});
     second->resize(40);
-    Testing::PlainCornerSelection plain;
+    PlainCornerSelection plain;
     plain.ApplyParams(params);
     plain.SetImage(frame.data(), clip.mCols, clip.mRows);
     plain.FindCorners(first->data(), first->data() + first->size(), rect, SIZE_MAX);
@@ -304,14 +287,14 @@ TEST(TrackFeatures, APointKeepsItsSlotAndCarriesAgeAndMotion) {
                 continue;
             }
             if (to.mStatus < 0) {
-                EXPECT_EQ(to.mStatus, DP::kAPTFeatureLost);
+                EXPECT_EQ(to.mStatus, kAPTFeatureLost);
                 EXPECT_EQ(to.mX, 0.0f) << "the output record's own position";
                 EXPECT_EQ(to.mAge, 0u);
                 continue;
             }
             ++tracked;
             EXPECT_EQ(to.mStatus, 0);
-            EXPECT_EQ(to.mAge, static_cast<unsigned int>(frame));
+            EXPECT_EQ(to.mAge, unsigned(frame));
             EXPECT_EQ(to.mDeltaX, to.mX - from.mX);
             EXPECT_EQ(to.mDeltaY, to.mY - from.mY);
             EXPECT_EQ(to.mCorrelation, 0.0f);
@@ -361,18 +344,18 @@ TEST(TrackFeatures, ALostPointReadsLostForOneFrame) {
     auto list = ListOf({NewPoint(33.0f, 44.0f)});
     engine->TrackFeatures(clip.Frame(0).data(), clip.Frame(1).data(), clip.mCols, clip.mRows, 1,
                           {ListOf({NewPoint(2.0f, 2.0f), NewPoint(80.0f, 60.0f)})}, {list});
-    EXPECT_EQ((*list)[0].mStatus, DP::kAPTFeatureLost);
+    EXPECT_EQ((*list)[0].mStatus, kAPTFeatureLost);
     EXPECT_EQ((*list)[0].mX, 33.0f) << "the record's own position";
     EXPECT_EQ((*list)[0].mY, 44.0f);
     EXPECT_EQ((*list)[1].mStatus, 0);
     list = Track(*engine, clip, 2, list);
-    EXPECT_EQ((*list)[0].mStatus, DP::kAPTFeatureInactive);
+    EXPECT_EQ((*list)[0].mStatus, kAPTFeatureInactive);
     EXPECT_EQ((*list)[1].mStatus, 0);
 }
 
 TEST(TrackFeatures, AShorterInputLeavesDefaultsBehindItAndALongerOneIsCutOff) {
     const MovingClip clip;
-    DP::APTTrackerParams params;
+    APTTrackerParams params;
     params.mMaxFeatures = 2;
     const auto engine = MakeEngine(params);
     const auto shorter = Track(*engine, clip, 1, ListOf({NewPoint(80.0f, 60.0f)}));
@@ -408,8 +391,7 @@ TEST(BadInput, NullImagesAndListsAreTurnedDownBeforeAnythingIsRead) {
     const auto output = EmptyList();
     const auto input = ListOf({NewPoint(80.0f, 60.0f)});
     const auto track = [&](const float* inFrom, const float* inTo,
-                           const DP::APTTracker::Lists& inIn,
-                           const DP::APTTracker::Lists& inOut) {
+                           const APTTracker::Lists& inIn, const APTTracker::Lists& inOut) {
         engine->TrackFeatures(inFrom, inTo, clip.mCols, clip.mRows, 1, inIn, inOut);
     };
     EXPECT_THROW(track(nullptr, frame.data(), {input}, {output}), TVK::NullInterfaceException);
@@ -427,7 +409,7 @@ TEST(BadInput, NullImagesAndListsAreTurnedDownBeforeAnythingIsRead) {
 
 TEST(BadInput, AnEngineWithoutParametersSelectsNothing) {
     const MovingClip clip;
-    const auto engine = TVK::MakeObject<DP::APTTracker>();
+    const auto engine = TVK::MakeObject<APTTracker>();
     const auto frame = clip.Frame(0);
     const auto rect = FullFrame(clip.mCols, clip.mRows);
     const auto lists = std::vector{EmptyList(), EmptyList()};
@@ -440,17 +422,17 @@ class SmallImages : public testing::TestWithParam<std::pair<int, int>> {};
 
 TEST_P(SmallImages, GiveNoPointsAndLoseThoseThatCome) {
     const auto [cols, rows] = GetParam();
-    const auto frame = Testing::NoiseFrame(std::max(cols, 1), std::max(rows, 1), 5);
+    const auto frame = NoiseFrame(std::max(cols, 1), std::max(rows, 1), 5);
     const auto engine = MakeEngine();
     const auto list = EmptyList();
     engine->SelectFeatures(frame.data(), cols, rows, 0, {FullFrame(cols, rows)}, {list});
     EXPECT_EQ(list->size(), 500u);
-    EXPECT_EQ(DP::CountLiveFeatures(*list), 0u);
+    EXPECT_EQ(CountLiveFeatures(*list), 0u);
     const auto output = EmptyList();
     engine->TrackFeatures(frame.data(), frame.data(), cols, rows, 1,
                           {ListOf({NewPoint(0.5f, 0.5f), NewPoint(6.0f, 6.0f)})}, {output});
-    EXPECT_EQ((*output)[0].mStatus, DP::kAPTFeatureLost);
-    EXPECT_EQ((*output)[1].mStatus, DP::kAPTFeatureLost);
+    EXPECT_EQ((*output)[0].mStatus, kAPTFeatureLost);
+    EXPECT_EQ((*output)[1].mStatus, kAPTFeatureLost);
 }
 
 INSTANTIATE_TEST_SUITE_P(Sizes, SmallImages,
@@ -464,11 +446,11 @@ TEST(BadInput, BlankImagesAndImagesOfNoNumbersGiveNoPoints) {
         const auto engine = MakeEngine();
         const auto list = EmptyList();
         engine->SelectFeatures(frame.data(), 64, 48, 0, {FullFrame(64, 48)}, {list});
-        EXPECT_EQ(DP::CountLiveFeatures(*list), 0u) << value;
+        EXPECT_EQ(CountLiveFeatures(*list), 0u) << value;
         const auto output = EmptyList();
         engine->TrackFeatures(frame.data(), frame.data(), 64, 48, 1,
                               {ListOf({NewPoint(30.0f, 20.0f)})}, {output});
-        EXPECT_EQ((*output)[0].mStatus, DP::kAPTFeatureLost) << value;
+        EXPECT_EQ((*output)[0].mStatus, kAPTFeatureLost) << value;
     }
 }
 
@@ -478,9 +460,9 @@ TEST(BadInput, PointsThatAreNowhereAreLostAndClearNoDisc) {
     const auto list = ListOf({NewPoint(NAN, 20.0f), NewPoint(20.0f, INFINITY),
                               NewPoint(-3e38f, 3e38f), NewPoint(80.0f, 60.0f)});
     const auto next = Track(*engine, clip, 1, list);
-    EXPECT_EQ((*next)[0].mStatus, DP::kAPTFeatureLost);
-    EXPECT_EQ((*next)[1].mStatus, DP::kAPTFeatureLost);
-    EXPECT_EQ((*next)[2].mStatus, DP::kAPTFeatureLost);
+    EXPECT_EQ((*next)[0].mStatus, kAPTFeatureLost);
+    EXPECT_EQ((*next)[1].mStatus, kAPTFeatureLost);
+    EXPECT_EQ((*next)[2].mStatus, kAPTFeatureLost);
     EXPECT_EQ((*next)[3].mStatus, 0);
     list->pop_back();
     list->resize(400);
@@ -489,28 +471,28 @@ TEST(BadInput, PointsThatAreNowhereAreLostAndClearNoDisc) {
     for (const auto& each : {list, alone})
         engine->ReplenishFeatures(clip.Frame(0).data(), clip.mCols, clip.mRows, 0,
                                   {FullFrame(clip.mCols, clip.mRows)}, {each});
-    EXPECT_EQ(DP::CountLiveFeatures(*list), DP::CountLiveFeatures(*alone) + 3);
+    EXPECT_EQ(CountLiveFeatures(*list), CountLiveFeatures(*alone) + 3);
 }
 
 TEST(BadInput, ADistanceBeyondEveryImageLeavesOnePoint) {
     const MovingClip clip;
     for (const std::uint64_t distance :
          {std::uint64_t{1000}, std::uint64_t{0xFFFFFFFF}, std::uint64_t{UINT64_MAX}}) {
-        DP::APTTrackerParams params;
+        APTTrackerParams params;
         params.mMinFeatureDistance = distance;
         const auto engine = MakeEngine(params);
         const auto list = Select(*engine, clip, 0);
-        EXPECT_EQ(DP::CountLiveFeatures(*list), 1u);
+        EXPECT_EQ(CountLiveFeatures(*list), 1u);
         (*list)[0].mX += 0.3f;
         engine->ReplenishFeatures(clip.Frame(0).data(), clip.mCols, clip.mRows, 0,
                                   {FullFrame(clip.mCols, clip.mRows)}, {list});
-        EXPECT_EQ(DP::CountLiveFeatures(*list), 1u);
+        EXPECT_EQ(CountLiveFeatures(*list), 1u);
     }
 }
 
 TEST(BadInput, NoSlotsAndAMillionSlotsAreBothServed) {
     const MovingClip clip;
-    DP::APTTrackerParams params;
+    APTTrackerParams params;
     params.mMaxFeatures = 0;
     const auto none = MakeEngine(params);
     EXPECT_TRUE(Select(*none, clip, 0)->empty());
@@ -521,7 +503,7 @@ TEST(BadInput, NoSlotsAndAMillionSlotsAreBothServed) {
     const auto many = MakeEngine(params);
     const auto list = Select(*many, clip, 0);
     EXPECT_EQ(list->size(), 1000000u);
-    EXPECT_GT(DP::CountLiveFeatures(*list), 60u);
+    EXPECT_GT(CountLiveFeatures(*list), 60u);
     EXPECT_EQ(Track(*many, clip, 1, list)->size(), 1000000u);
 }
 
@@ -534,7 +516,7 @@ TEST(BadInput, TheImageSizeMayChangeBetweenCalls) {
         clip.mRows = rows;
         const auto list = Select(*engine, clip, 0);
         const auto fresh = Select(*MakeEngine(), clip, 0);
-        ASSERT_EQ(DP::CountLiveFeatures(*list), DP::CountLiveFeatures(*fresh));
+        ASSERT_EQ(CountLiveFeatures(*list), CountLiveFeatures(*fresh));
         const auto next = Track(*engine, clip, 1, list);
         const auto freshNext = Track(*MakeEngine(), clip, 1, list);
         for (std::size_t i = 0; i < next->size(); ++i)

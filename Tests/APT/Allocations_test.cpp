@@ -1,22 +1,15 @@
 // In the steady state a frame takes a few small blocks from the heap and nothing of the
 // size of an image, and never a block for a point.
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cstddef>
-#include <cstring>
-#include <vector>
-
 #include "APTFrames.h"
 #include "DP/Tracker.h"
 #include "Support/HeapCounter.h"
 #include "Support/Images.h"
+#include "Support/Test.h"
 
 namespace {
 
-using Testing::HeapAllocations;
-using Testing::MovingClip;
+using namespace Testing;
 
 constexpr std::size_t kListBytes = 500 * sizeof(DP::APTFeature);
 
@@ -25,12 +18,12 @@ TEST(Allocations, AnEngineStepTakesTheOutputListAlone) {
     for (const bool isVerified : {false, true}) {
         DP::APTTrackerParams params;
         params.mVerifyAgainstReference = isVerified;
-        const auto engine = Testing::MakeEngine(params);
-        const DP::APTTracker::Rects rects{Testing::FullFrame(clip.mCols, clip.mRows)};
+        const auto engine = MakeEngine(params);
+        const DP::APTTracker::Rects rects{FullFrame(clip.mCols, clip.mRows)};
         std::vector<std::vector<float>> frames;
         for (int i = 0; i < 6; ++i)
             frames.push_back(clip.Frame(i));
-        DP::APTTracker::Lists lists[2] = {{Testing::EmptyList()}, {Testing::EmptyList()}};
+        DP::APTTracker::Lists lists[2] = {{EmptyList()}, {EmptyList()}};
         engine->SelectFeatures(frames[0].data(), clip.mCols, clip.mRows, 0, rects, lists[0]);
         lists[1][0]->resize(500);
         const auto step = [&](std::size_t inFrame) {
@@ -38,10 +31,9 @@ TEST(Allocations, AnEngineStepTakesTheOutputListAlone) {
             const auto& to = lists[inFrame % 2];
             std::fill(to[0]->begin(), to[0]->end(), DP::APTFeature());
             engine->TrackFeatures(frames[inFrame - 1].data(), frames[inFrame].data(),
-                                  clip.mCols, clip.mRows, static_cast<unsigned int>(inFrame),
-                                  from, to);
+                                  clip.mCols, clip.mRows, unsigned(inFrame), from, to);
             engine->ReplenishFeatures(frames[inFrame].data(), clip.mCols, clip.mRows,
-                                      static_cast<unsigned int>(inFrame), rects, to);
+                                      unsigned(inFrame), rects, to);
         };
         for (std::size_t frame = 1; frame < 5; ++frame)
             step(frame);
@@ -54,18 +46,18 @@ TEST(Allocations, AnEngineStepTakesTheOutputListAlone) {
 
 TEST(Allocations, ACallOfTheExportedTrackerTakesTheListAndAFewSmallBlocks) {
     const MovingClip clip;
-    DP::Tracker* const tracker = DP::Tracker::CreateTracker(
-        static_cast<unsigned int>(clip.mCols), static_cast<unsigned int>(clip.mRows));
+    DP::Tracker* const tracker =
+        DP::Tracker::CreateTracker(unsigned(clip.mCols), unsigned(clip.mRows));
     DP::APTFeatureListPtr features;
     long most = 0;
     for (int frame = 0; frame < 12; ++frame) {
-        const auto image = Testing::ImageOf(clip.mCols, clip.mRows, clip.Frame(frame));
+        const auto image = ImageOf(clip.mCols, clip.mRows, clip.Frame(frame));
         const long before = HeapAllocations();
-        Testing::ResetLargestHeapAllocation();
-        tracker->TrackFeatures(image, static_cast<unsigned int>(frame), features);
+        ResetLargestHeapAllocation();
+        tracker->TrackFeatures(image, unsigned(frame), features);
         if (frame < 6) continue;
         most = std::max<long>(most, HeapAllocations() - before);
-        EXPECT_LE(Testing::LargestHeapAllocation(), kListBytes);
+        EXPECT_LE(LargestHeapAllocation(), kListBytes);
     }
     delete tracker;
     EXPECT_GT(most, 0) << "the counter counts";
@@ -85,13 +77,13 @@ public:
     }
 
     bool Run(long inFailure) {
-        Testing::FailHeapAllocation(inFailure);
+        FailHeapAllocation(inFailure);
         Attempt([&] { mEngine->ApplyParams(); });
         Attempt([&] {
             mEngine->SelectFeatures(mFrames[0].data(), kCols, kRows, 0, mRects, mLists[0]);
         });
         for (std::size_t frame = 1; frame < 3; ++frame) {
-            const auto number = static_cast<unsigned int>(frame);
+            const auto number = unsigned(frame);
             Attempt([&] {
                 mEngine->TrackFeatures(mFrames[frame - 1].data(), mFrames[frame].data(), kCols,
                                        kRows, number, mLists[frame - 1], mLists[frame]);
@@ -101,7 +93,7 @@ public:
                                            mLists[frame]);
             });
         }
-        Testing::FailHeapAllocation(0);
+        FailHeapAllocation(0);
         return mHasFailed;
     }
 
@@ -123,9 +115,8 @@ private:
 
     const std::vector<std::vector<float>>& mFrames;
     DP::APTTrackerPtr mEngine = TVK::MakeObject<DP::APTTracker>();
-    const DP::APTTracker::Rects mRects{Testing::FullFrame(kCols, kRows)};
-    const DP::APTTracker::Lists mLists[3] = {
-        {Testing::EmptyList()}, {Testing::EmptyList()}, {Testing::EmptyList()}};
+    const DP::APTTracker::Rects mRects{FullFrame(kCols, kRows)};
+    const DP::APTTracker::Lists mLists[3] = {{EmptyList()}, {EmptyList()}, {EmptyList()}};
     bool mHasFailed = false;
 };
 

@@ -1,29 +1,22 @@
 // The small systems: solved where they have a solution, and one of three answers always.
 
 #include "Lapack/Cholesky.h"
-
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <limits>
-#include <vector>
+#include "Support/Test.h"
 
 namespace {
 
-using DP::CholeskyFactorise;
-using DP::CholeskyOutcome;
-using DP::CholeskySolve;
+using namespace DP;
 
 // A matrix J'J + I of the order, with garbage above the diagonal, which nobody reads.
 std::vector<float> PositiveMatrix(int inOrder) {
-    const auto n = static_cast<std::size_t>(inOrder);
+    const auto n = std::size_t(inOrder);
     std::vector<float> matrix(n * n, std::numeric_limits<float>::quiet_NaN());
     for (std::size_t column = 0; column < n; ++column)
         for (std::size_t row = column; row < n; ++row) {
             float sum = row == column ? 1.0f : 0.0f;
             for (std::size_t k = 0; k < 2 * n; ++k)
-                sum += std::sin(static_cast<float>(1 + 3 * row * (k + 1))) *
-                       std::sin(static_cast<float>(1 + 3 * column * (k + 1)));
+                sum += std::sin(float(1 + 3 * row * (k + 1))) *
+                       std::sin(float(1 + 3 * column * (k + 1)));
             matrix[column * n + row] = sum;
         }
     return matrix;
@@ -31,13 +24,13 @@ std::vector<float> PositiveMatrix(int inOrder) {
 
 TEST(Cholesky, SolvesEveryOrderFromOneToFourteen) {
     for (int order = 1; order <= 14; ++order) {
-        const auto n = static_cast<std::size_t>(order);
+        const auto n = std::size_t(order);
         const std::vector<float> matrix = PositiveMatrix(order);
         std::vector<float> factor = matrix;
         ASSERT_EQ(CholeskyFactorise(factor.data(), order), CholeskyOutcome::kDone);
         std::vector<float> solution(n);
         for (std::size_t i = 0; i < n; ++i)
-            solution[i] = static_cast<float>(i) - 2.5f;
+            solution[i] = float(i) - 2.5f;
         const std::vector<float> right = solution;
         ASSERT_EQ(CholeskySolve(factor.data(), order, solution.data()), CholeskyOutcome::kDone);
         for (std::size_t row = 0; row < n; ++row) {

@@ -1,30 +1,18 @@
 // The colour pyramid: sizes, the filter with its frame of zeros, and the descriptor.
 
-#include <gtest/gtest.h>
-
-#include <cstdint>
-#include <cstring>
-#include <memory>
-#include <new>
-#include <utility>
-#include <vector>
-
 #include "ColourPyramid/ColourPyramidData.h"
 #include "ColourPyramid/ColourPyramidDescriptorData.h"
 #include "ColourPyramid/ColourPyramidDescriptorDataKey.h"
 #include "ColourPyramid/ColourPyramidDescriptorWorkerItem.h"
 #include "ColourPyramid/ReduceByTwo.h"
-#include "Support/Textures.h"
-#include "Support/WideStrings.h"
+#include "Support/Test.h"
 #include "TVK/Exception.h"
 #include "TVK/MemoryRecycler.h"
 
 namespace {
 
-using DP::ColourPyramidData;
-using DP::ColourPyramidDescriptorData;
-using DP::ColourPyramidDescriptorWorkerItem;
-using DP::Ref;
+using namespace DP;
+using namespace Testing;
 
 std::unique_ptr<ColourPyramidData> Whole(std::uint32_t inWidth, std::uint32_t inHeight,
                                          std::uint32_t inLevels, std::uint32_t inChannels,
@@ -33,12 +21,10 @@ std::unique_ptr<ColourPyramidData> Whole(std::uint32_t inWidth, std::uint32_t in
         ColourPyramidData::Create(inWidth, inHeight, inLevels, 2, inChannels, inPixels.data()));
 }
 
-std::vector<float> Floats(std::size_t inCount) {
-    return Testing::NoiseFrame(static_cast<int>(inCount), 1, 4);
-}
+std::vector<float> Floats(std::size_t inCount) { return NoiseFrame(int(inCount), 1, 4); }
 
 TEST(ColourPyramidShape, SidesAreHalvedAndRoundedUp) {
-    const DP::ColourPyramidShape shape{5, 9, 3, 5};
+    const ColourPyramidShape shape{5, 9, 3, 5};
     const std::size_t widths[] = {5, 3, 2, 1, 1};
     const std::size_t heights[] = {9, 5, 3, 2, 1};
     std::size_t before = 0;
@@ -52,13 +38,13 @@ TEST(ColourPyramidShape, SidesAreHalvedAndRoundedUp) {
 }
 
 TEST(ColourPyramidShape, NumbersBeyondEveryMemoryThrowAndManyLevelsAreCountedAtOnce) {
-    EXPECT_THROW((DP::ColourPyramidShape{UINT32_MAX, UINT32_MAX, UINT32_MAX, 1}.TotalFloats()),
+    EXPECT_THROW((ColourPyramidShape{UINT32_MAX, UINT32_MAX, UINT32_MAX, 1}.TotalFloats()),
                  std::bad_alloc);
     constexpr std::uint32_t kHalf = 1u << 31;  // 2^62 floats have a number, but no address
-    EXPECT_THROW((DP::ColourPyramidShape{kHalf, kHalf, 1, 1}.TotalFloats()), std::bad_alloc);
-    EXPECT_EQ((DP::ColourPyramidShape{1, 1, 2, UINT32_MAX}.TotalFloats()),
+    EXPECT_THROW((ColourPyramidShape{kHalf, kHalf, 1, 1}.TotalFloats()), std::bad_alloc);
+    EXPECT_EQ((ColourPyramidShape{1, 1, 2, UINT32_MAX}.TotalFloats()),
               std::size_t{2} * UINT32_MAX);
-    EXPECT_EQ((DP::ColourPyramidShape{0, 7, 1, UINT32_MAX}.TotalFloats()), 0u);
+    EXPECT_EQ((ColourPyramidShape{0, 7, 1, UINT32_MAX}.TotalFloats()), 0u);
 }
 
 // The rule, pixel by pixel, for the channel counts that have a filter.
@@ -104,11 +90,11 @@ TEST(ReduceByTwo, TheOrderOfASumIsMiddleBeforeMiddleAfter) {
 TEST(ReduceByTwo, ASmallSourceWritesTheFirstRowAndLeavesTheOthers) {
     const auto pixels = Floats(2 * 6);
     std::vector<float> target(3, 7.0f);
-    DP::ReduceByTwo(pixels.data(), 2, 6, 1, target.data(), nullptr);
+    ReduceByTwo(pixels.data(), 2, 6, 1, target.data(), nullptr);
     EXPECT_EQ(target, (std::vector<float>{0.0f, 7.0f, 7.0f}));
     float scratch[3];
     target.assign(4, 7.0f);
-    DP::ReduceByTwo(pixels.data(), 3, 3, 1, target.data(), scratch);
+    ReduceByTwo(pixels.data(), 3, 3, 1, target.data(), scratch);
     EXPECT_EQ(target, std::vector<float>(4, 0.0f)) << "large enough to be written as a whole";
 }
 
@@ -140,19 +126,18 @@ TEST(ColourPyramidData, NullPixelsThrowAndASecondInitReplacesTheBlock) {
 
 // ---- The descriptor ------------------------------------------------------------------
 
-Ref<DP::IDescriptorData> Compute(const Ref<DP::IDescriptorDataKey>& inKey,
-                                 const float* inPixels) {
+Ref<IDescriptorData> Compute(const Ref<IDescriptorDataKey>& inKey, const float* inPixels) {
     const Ref<ColourPyramidDescriptorWorkerItem> item(
-        DP::CreateDescriptorWorkerItem(DP::kDescriptorDataTypeColourPyramid));
+        CreateDescriptorWorkerItem(kDescriptorDataTypeColourPyramid));
     item->SetDataKey(inKey);
     item->SetCurrImage(inPixels);
     return item->ComputeData();
 }
 
-Ref<DP::IDescriptorDataKey> Key(int inRows, int inCols, unsigned int inLevels,
-                                unsigned int inChannels) {
-    return DP::CreateColourPyramidDescriptorDataKey(Testing::Wide("clip"), 1, inRows, inCols, 0,
-                                                    inLevels, inChannels);
+Ref<IDescriptorDataKey> Key(int inRows, int inCols, unsigned int inLevels,
+                            unsigned int inChannels) {
+    return CreateColourPyramidDescriptorDataKey(Wide("clip"), 1, inRows, inCols, 0, inLevels,
+                                                inChannels);
 }
 
 TEST(ColourPyramidDescriptor, HoldsTheLevelsOfThePlainPyramid) {
@@ -189,9 +174,8 @@ TEST(ColourPyramidDescriptor, ASecondInitGivesTheFirstBlockBack) {
 TEST(ColourPyramidDescriptor, BadKeysThrowAndANullFrameGivesNull) {
     const auto pixels = Floats(48);
     EXPECT_THROW(Compute(nullptr, pixels.data()), TVK::NullInterfaceException);
-    EXPECT_THROW(
-        Compute(DP::CreateDescriptorDataKey(Testing::Wide("clip"), 1, 4, 4), pixels.data()),
-        TVK::NullInterfaceException);
+    EXPECT_THROW(Compute(CreateDescriptorDataKey(Wide("clip"), 1, 4, 4), pixels.data()),
+                 TVK::NullInterfaceException);
     EXPECT_TRUE(Compute(Key(4, 4, 2, 3), nullptr) == NULL);
     EXPECT_THROW(Compute(Key(-1, -1, 1, 4), pixels.data()), std::bad_alloc);
 }

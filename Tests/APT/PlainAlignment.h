@@ -4,10 +4,9 @@
 
 #pragma once
 
-#include <vector>
-
 #include "APT/APTPatchAlignment.h"
 #include "ColourPyramid/ColourPyramidData.h"
+#include "Support/Test.h"
 
 namespace Testing {
 

@@ -1,8 +1,5 @@
 #include "PlainCornerSelection.h"
-
-#include <algorithm>
-#include <cmath>
-#include <numeric>
+#include "Support/Test.h"
 
 namespace Testing {
 namespace {
@@ -11,13 +8,13 @@ int Crop(int inMargin, int inReach) { return std::max(inMargin - inReach, 0); }
 
 std::vector<float> GaussianTaps(double inSigma) {
     // The usual ones, worked out by hand.
-    if (inSigma == static_cast<double>(11.0f * 0.1f))
+    if (inSigma == double(11.0f * 0.1f))
         return {0x1.7468d4p-11f, 0x1.619124p-7f, 0x1.327988p-4f, 0x1.e837a2p-3f, 0x1.66fe1ep-2f,
                 0x1.e837a2p-3f,  0x1.327988p-4f, 0x1.619124p-7f, 0x1.7468d4p-11f};
     // The others by the mass of the bell over each pixel: right half first, then both.
     const double unit = 1.0 / (inSigma * std::sqrt(2.0));
     std::vector<double> right;
-    for (int offset = 0; offset <= static_cast<int>(3.5 * inSigma + 0.5); ++offset) {
+    for (int offset = 0; offset <= int(3.5 * inSigma + 0.5); ++offset) {
         const double from = (offset - 0.5) * unit;
         const double to = (offset + 0.5) * unit;
         const bool isTail = offset * unit >= 2.5;
@@ -28,7 +25,7 @@ std::vector<float> GaussianTaps(double inSigma) {
         2.0 * std::accumulate(right.begin() + 1, right.end(), 0.0) + right.front();
     std::vector<float> taps;
     for (const double mass : right)
-        taps.push_back(static_cast<float>(static_cast<double>(static_cast<float>(mass)) / all));
+        taps.push_back(float(double(float(mass)) / all));
     const std::vector<float> outwards(taps.begin() + 1, taps.end());
     taps.insert(taps.begin(), outwards.rbegin(), outwards.rend());
     return taps;
@@ -37,14 +34,14 @@ std::vector<float> GaussianTaps(double inSigma) {
 // A line of `inCount` floats, `inStep` apart, with its ends repeated.
 void ConvolveLine(float* ioLine, std::ptrdiff_t inStep, int inCount,
                   const std::vector<float>& inTaps, std::vector<float>& ioPadded) {
-    const int radius = static_cast<int>(inTaps.size() / 2);
+    const int radius = int(inTaps.size() / 2);
     ioPadded.clear();
     for (int i = -radius; i < inCount + radius; ++i)
         ioPadded.push_back(ioLine[std::clamp(i, 0, inCount - 1) * inStep]);
     for (int i = 0; i < inCount; ++i) {
         float sum = 0.0f;
         for (std::size_t k = 0; k < inTaps.size(); ++k)
-            sum += inTaps[k] * ioPadded[static_cast<std::size_t>(i) + k];
+            sum += inTaps[k] * ioPadded[std::size_t(i) + k];
         ioLine[i * inStep] = sum;
     }
 }
@@ -57,8 +54,8 @@ void SumLine(float* ioLine, std::ptrdiff_t inStep, int inCount, int inHalf,
     for (int i = 0; i < inCount; ++i)
         ioTotals.push_back(total += ioLine[i * inStep]);
     for (int i = 0; i < inCount; ++i) {
-        float sum = ioTotals[static_cast<std::size_t>(std::min(inCount - 1, i + inHalf))];
-        if (i - inHalf - 1 >= 0) sum -= ioTotals[static_cast<std::size_t>(i - inHalf - 1)];
+        float sum = ioTotals[std::size_t(std::min(inCount - 1, i + inHalf))];
+        if (i - inHalf - 1 >= 0) sum -= ioTotals[std::size_t(i - inHalf - 1)];
         ioLine[i * inStep] = sum;
     }
 }
@@ -72,7 +69,7 @@ void PlainCornerSelection::ApplyParams(const DP::APTTrackerParams& inParams) {
 void PlainCornerSelection::SetImage(const float* inImage, int inWidth, int inHeight) {
     mWidth = std::max(inWidth, 0);
     mHeight = std::max(inHeight, 0);
-    const auto pixels = static_cast<std::size_t>(mWidth) * static_cast<std::size_t>(mHeight);
+    const auto pixels = std::size_t(mWidth) * std::size_t(mHeight);
     for (auto& plane : mPlanes)
         plane.resize(pixels);
     mCornerness.resize(pixels);
@@ -88,15 +85,15 @@ void PlainCornerSelection::FindCorners(const DP::APTFeature* inFirst,
     ComputeCornerness();
     const float largest = PickLocalMaxima();
 
-    const float pixels = static_cast<float>((2 * mParams.mPatchHalfWidth + 1) *
-                                            (2 * mParams.mPatchHalfHeight + 1));
+    const float pixels =
+        float((2 * mParams.mPatchHalfWidth + 1) * (2 * mParams.mPatchHalfHeight + 1));
     const float threshold = std::max(
         mParams.mMinEigenRelative * std::min(largest, pixels * mParams.mMaxEigenPerPixel),
         pixels * mParams.mMinEigenPerPixel);
-    const auto width = static_cast<std::uint64_t>(mWidth);
+    const auto width = std::uint64_t(mWidth);
     std::erase_if(mCorners, [&](const Corner& inCorner) {
-        const float x = static_cast<float>(inCorner.mIndex % width);
-        const float y = static_cast<float>(inCorner.mIndex / width);
+        const float x = float(inCorner.mIndex % width);
+        const float y = float(inCorner.mIndex / width);
         return inCorner.mScore < threshold || !(inRect.mLeft < x && x < inRect.mRight &&
                                                 inRect.mTop < y && y < inRect.mBottom);
     });
@@ -112,20 +109,20 @@ void PlainCornerSelection::FindCorners(const DP::APTFeature* inFirst,
     for (const Corner& corner : mCorners) {
         if (mSelected.size() >= limit) break;
         if (mPlanes[0][corner.mIndex] == 0.0f) continue;
-        const int x = static_cast<int>(corner.mIndex % width);
-        const int y = static_cast<int>(corner.mIndex / width);
-        mSelected.push_back({static_cast<float>(x), static_cast<float>(y), corner.mScore});
-        if (mSelected.size() < limit) ClearDisc(static_cast<float>(x), static_cast<float>(y));
+        const int x = int(corner.mIndex % width);
+        const int y = int(corner.mIndex / width);
+        mSelected.push_back({float(x), float(y), corner.mScore});
+        if (mSelected.size() < limit) ClearDisc(float(x), float(y));
     }
 }
 
 void PlainCornerSelection::SmoothImage() {
-    const int hw = static_cast<int>(mParams.mPatchHalfWidth);
-    const int hh = static_cast<int>(mParams.mPatchHalfHeight);
-    const int border = static_cast<int>(mParams.mBorder);
-    const std::vector<float> taps = GaussianTaps(static_cast<double>(
-        static_cast<float>(2 * std::max(hw, hh) + 1) * mParams.mSmoothSigmaFactor));
-    const int radius = static_cast<int>(taps.size() / 2);
+    const int hw = int(mParams.mPatchHalfWidth);
+    const int hh = int(mParams.mPatchHalfHeight);
+    const int border = int(mParams.mBorder);
+    const std::vector<float> taps =
+        GaussianTaps(double(float(2 * std::max(hw, hh) + 1) * mParams.mSmoothSigmaFactor));
+    const int radius = int(taps.size() / 2);
     const int cropX = Crop(border, hw + radius + 2);
     const int cropY = Crop(border, hh + radius + 2);
     const int cols = mWidth - 2 * cropX;
@@ -140,9 +137,9 @@ void PlainCornerSelection::SmoothImage() {
 }
 
 void PlainCornerSelection::ComputeCornerness() {
-    const int hw = static_cast<int>(mParams.mPatchHalfWidth);
-    const int hh = static_cast<int>(mParams.mPatchHalfHeight);
-    const int border = static_cast<int>(mParams.mBorder);
+    const int hw = int(mParams.mPatchHalfWidth);
+    const int hh = int(mParams.mPatchHalfHeight);
+    const int border = int(mParams.mBorder);
     const int cropX = Crop(border, hw + 2);
     const int cropY = Crop(border, hh + 2);
     const int cols = mWidth - 2 * cropX;
@@ -155,9 +152,9 @@ void PlainCornerSelection::ComputeCornerness() {
             const float* const at = mPlanes[0].data() + i;
             const float gx = x > 0 && x < cols - 1 ? at[1] - at[-1] : 0.0f;
             const float gy = y > 0 && y < rows - 1 ? at[mWidth] - at[-mWidth] : 0.0f;
-            mPlanes[1][static_cast<std::size_t>(i)] = gx * gx;
-            mPlanes[2][static_cast<std::size_t>(i)] = gy * gy;
-            mPlanes[3][static_cast<std::size_t>(i)] = gx * gy;
+            mPlanes[1][std::size_t(i)] = gx * gx;
+            mPlanes[2][std::size_t(i)] = gy * gy;
+            mPlanes[3][std::size_t(i)] = gx * gy;
         }
     std::vector<float> totals;
     for (int plane = 1; plane <= 3; ++plane) {
@@ -171,7 +168,7 @@ void PlainCornerSelection::ComputeCornerness() {
     std::fill(mCornerness.begin(), mCornerness.end(), 0.0f);
     for (int y = hh + 1; y < rows - hh - 1; ++y)
         for (int x = hw + 1; x < cols - hw - 1; ++x) {
-            const auto i = static_cast<std::size_t>(start + std::ptrdiff_t{y} * mWidth + x);
+            const auto i = std::size_t(start + std::ptrdiff_t{y} * mWidth + x);
             const float a = mPlanes[1][i];
             const float b = mPlanes[2][i];
             const float c = mPlanes[3][i];
@@ -181,10 +178,8 @@ void PlainCornerSelection::ComputeCornerness() {
 }
 
 float PlainCornerSelection::PickLocalMaxima() {
-    const int marginX = std::max(static_cast<int>(mParams.mPatchHalfWidth) + 2,
-                                 static_cast<int>(mParams.mBorder));
-    const int marginY = std::max(static_cast<int>(mParams.mPatchHalfHeight) + 2,
-                                 static_cast<int>(mParams.mBorder));
+    const int marginX = std::max(int(mParams.mPatchHalfWidth) + 2, int(mParams.mBorder));
+    const int marginY = std::max(int(mParams.mPatchHalfHeight) + 2, int(mParams.mBorder));
     mCorners.clear();
     float largest = -100000.0f;
     for (int y = marginY; y < mHeight - marginY; ++y)
@@ -197,8 +192,7 @@ float PlainCornerSelection::PickLocalMaxima() {
                   value > at[1] && value > down[-1] && value > down[0] && value > down[1]))
                 continue;
             mCorners.push_back(
-                {value, static_cast<std::uint64_t>(y) * static_cast<std::uint64_t>(mWidth) +
-                            static_cast<std::uint64_t>(x)});
+                {value, std::uint64_t(y) * std::uint64_t(mWidth) + std::uint64_t(x)});
             largest = std::max(largest, value);
         }
     return largest;
@@ -207,14 +201,13 @@ float PlainCornerSelection::PickLocalMaxima() {
 // Every pixel is asked: a distance equal to the radius is cleared.
 void PlainCornerSelection::ClearDisc(float inX, float inY) {
     if (!std::isfinite(inX) || !std::isfinite(inY)) return;
-    const auto radius = static_cast<double>(mParams.mMinFeatureDistance);
+    const auto radius = double(mParams.mMinFeatureDistance);
     for (int y = 0; y < mHeight; ++y)
         for (int x = 0; x < mWidth; ++x) {
-            const double dx = x - static_cast<double>(inX);
-            const double dy = y - static_cast<double>(inY);
+            const double dx = x - double(inX);
+            const double dy = y - double(inY);
             if (dx * dx + dy * dy <= radius * radius)
-                mPlanes[0][static_cast<std::size_t>(y) * static_cast<std::size_t>(mWidth) +
-                           static_cast<std::size_t>(x)] = 0.0f;
+                mPlanes[0][std::size_t(y) * std::size_t(mWidth) + std::size_t(x)] = 0.0f;
         }
 }
 

@@ -3,11 +3,8 @@
 
 #pragma once
 
-#include <cstddef>
-#include <cstdint>
-#include <vector>
-
 #include "APT/APTCornerSelection.h"
+#include "Support/Test.h"
 
 namespace Testing {
 

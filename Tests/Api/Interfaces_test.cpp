@@ -1,15 +1,6 @@
 // The frozen surface: the slot of every virtual operation, the layout of what crosses the
 // boundary by value, and the identifiers.
 
-#include <gtest/gtest.h>
-
-#include <cstddef>
-#include <cstdint>
-#include <cstring>
-#include <set>
-#include <string>
-#include <utility>
-
 #include "DP/DescriptorFactory.h"
 #include "DP/IAPTDescriptor.h"
 #include "DP/IFloatGreyImageDescriptor.h"
@@ -127,6 +118,7 @@ const std::pair<const char*, TVK::InterfaceID> kRows[] = {
     {"TVKUnknown", TVK::kIdentifierOf<TVK::TVKUnknown>},
 #define DP_ROW(inName) {#inName, TVK::kIdentifierOf<DP::inName>},
 #include "Identifiers.inc"
+#include "Support/Test.h"
 };
 
 TEST(Identifiers, AllDifferButTheOnePairThatIsShared) {

@@ -2,22 +2,14 @@
 
 #include "DP/Tracker.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <memory>
-#include <vector>
-
 #include "Support/Images.h"
-#include "Support/Reports.h"
-#include "Support/Textures.h"
+#include "Support/Test.h"
 #include "TVK/Exception.h"
 
 namespace {
 
-using DP::APTFeature;
-using DP::APTFeatureListPtr;
-using DP::Tracker;
+using namespace DP;
+using namespace Testing;
 
 constexpr int kCols = 320;
 constexpr int kRows = 240;
@@ -27,9 +19,8 @@ std::unique_ptr<Tracker> MakeTracker(unsigned int inCols = kCols, unsigned int i
 }
 
 IP::ImagePtr<float> Frame(int inNumber, int inCols = kCols, int inRows = kRows) {
-    return Testing::ImageOf(
-        inCols, inRows,
-        Testing::TexturedFrame(inCols, inRows, -1.2 * inNumber, 0.9 * inNumber));
+    return ImageOf(inCols, inRows,
+                   TexturedFrame(inCols, inRows, -1.2 * inNumber, 0.9 * inNumber));
 }
 
 unsigned int CountLive(const APTFeatureListPtr& inList) {
@@ -56,7 +47,7 @@ TEST(Tracker, FollowsAClipAndFillsUp) {
     for (int frame = 1; frame <= 6; ++frame) {
         const APTFeatureListPtr before = features;
         const std::vector<APTFeature> copy = *before;
-        tracker->TrackFeatures(Frame(frame), static_cast<unsigned int>(10 - frame), features);
+        tracker->TrackFeatures(Frame(frame), unsigned(10 - frame), features);
         EXPECT_FALSE(features == before) << "a fresh list";
         for (std::size_t i = 0; i < copy.size(); ++i)
             EXPECT_EQ((*before)[i].mStatus, copy[i].mStatus) << "only read";
@@ -74,8 +65,7 @@ TEST(Tracker, FollowsAClipAndFillsUp) {
 TEST(Tracker, PointsStandMoreThanThreePixelsApart) {
     const auto tracker = MakeTracker();
     APTFeatureListPtr features;
-    tracker->TrackFeatures(Testing::ImageOf(kCols, kRows, Testing::NoiseFrame(kCols, kRows, 3)),
-                           0, features);
+    tracker->TrackFeatures(ImageOf(kCols, kRows, NoiseFrame(kCols, kRows, 3)), 0, features);
     float nearest = 1e9f;
     for (const APTFeature& a : *features)
         for (const APTFeature& b : *features)
@@ -125,7 +115,7 @@ TEST(Tracker, ANullImageBreaksTheContractAndChangesNothing) {
     tracker->TrackFeatures(Frame(0), 0, features);
     const APTFeatureListPtr before = features;
     {
-        const Testing::RecordedReports reports;
+        const RecordedReports reports;
         EXPECT_ANY_THROW(tracker->TrackFeatures({}, 1, features));
         ASSERT_EQ(reports.Contracts().size(), 1u);
         EXPECT_EQ(reports.Contracts()[0].mText, "inCurrentFloatGrayImage != NULL");
@@ -140,14 +130,12 @@ TEST(Tracker, ANullImageBreaksTheContractAndChangesNothing) {
 
 TEST(Tracker, SmallAndBlankImagesGiveFreeSlotsOnEveryCall) {
     for (const auto& [cols, rows] : {std::pair{1, 1}, {13, 200}, {64, 64}}) {
-        const auto tracker =
-            MakeTracker(static_cast<unsigned int>(cols), static_cast<unsigned int>(rows));
+        const auto tracker = MakeTracker(unsigned(cols), unsigned(rows));
         for (unsigned int frame = 0; frame < 3; ++frame) {
             APTFeatureListPtr features;
             tracker->TrackFeatures(
-                Testing::ImageOf(
-                    cols, rows, std::vector<float>(static_cast<std::size_t>(cols * rows), 9.f)),
-                frame, features);
+                ImageOf(cols, rows, std::vector<float>(std::size_t(cols * rows), 9.f)), frame,
+                features);
             EXPECT_EQ(features->size(), 500u);
             EXPECT_EQ(CountLive(features), 0u);
         }
@@ -160,8 +148,8 @@ TEST(Tracker, TrackersShareNothing) {
     APTFeatureListPtr a;
     APTFeatureListPtr b;
     for (int frame = 0; frame < 3; ++frame) {
-        first->TrackFeatures(Frame(frame), static_cast<unsigned int>(frame), a);
-        second->TrackFeatures(Frame(frame), static_cast<unsigned int>(frame), b);
+        first->TrackFeatures(Frame(frame), unsigned(frame), a);
+        second->TrackFeatures(Frame(frame), unsigned(frame), b);
         for (std::size_t i = 0; i < a->size(); ++i) {
             EXPECT_EQ((*a)[i].mX, (*b)[i].mX);
             EXPECT_EQ((*a)[i].mStatus, (*b)[i].mStatus);

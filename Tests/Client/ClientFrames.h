@@ -2,12 +2,8 @@
 
 #pragma once
 
-#include <cstddef>
-#include <memory>
-#include <vector>
-
 #include "Support/RegionScene.h"
-#include "Support/Textures.h"
+#include "Support/Test.h"
 #include "descriptor/Frame.h"
 
 namespace Testing {

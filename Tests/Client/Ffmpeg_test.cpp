@@ -1,9 +1,6 @@
 #include "descriptor/ffmpeg.h"
 
-#include <gtest/gtest.h>
-
-#include <memory>
-
+#include "Support/Test.h"
 #include "descriptor/GreyFrames.h"
 
 namespace {
@@ -31,7 +28,7 @@ FramePtr MakeRamp(AVPixelFormat inFormat, int inBytes) {
     for (int i = 0; i < 15; ++i) {
         unsigned char* const line = frame->data[0] + i / 5 * frame->linesize[0];
         if (inFormat == AV_PIX_FMT_GRAYF32)
-            reinterpret_cast<float*>(line)[i % 5] = static_cast<float>(i) / 16;
+            reinterpret_cast<float*>(line)[i % 5] = float(i) / 16;
         else
             std::fill_n(line + i % 5 * inBytes, inBytes, static_cast<unsigned char>(i));
     }
@@ -84,7 +81,7 @@ TEST(Ffmpeg, FloatsRunTo255) {
     const Frame floats = GreyFrames().grey_float(frame_of(*frame));
     for (int i = 0; i < 15; ++i)
         EXPECT_EQ(reinterpret_cast<const float*>(floats.row(i / 5))[i % 5],
-                  255.0f / 16 * static_cast<float>(i));
+                  255.0f / 16 * float(i));
 }
 
 TEST(Ffmpeg, TimesAreSeconds) {

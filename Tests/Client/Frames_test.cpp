@@ -1,12 +1,8 @@
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <cstring>
-#include <limits>
 
 #include "Client/ClientFrames.h"
 #include "DP/DescriptorFactory.h"
 #include "Support/GuardedMemory.h"
+#include "Support/Test.h"
 #include "descriptor/Caches.h"
 #include "descriptor/GreyFrames.h"
 #include "descriptor/PointTracker.h"
@@ -15,6 +11,7 @@
 namespace {
 
 using namespace descriptor;
+using namespace Testing;
 
 constexpr int kWidth = 37;
 constexpr int kHeight = 23;
@@ -49,7 +46,7 @@ void Put(PixelFormat inFormat, Colour inColour, unsigned char* outPixel) {
             *outPixel = inColour.mGreen;
             break;
         case PixelFormat::grey_float: {
-            const auto value = static_cast<float>(inColour.mGreen);
+            const auto value = float(inColour.mGreen);
             std::memcpy(outPixel, &value, sizeof value);
         }
     }
@@ -60,7 +57,7 @@ void Put(PixelFormat inFormat, Colour inColour, unsigned char* outPixel) {
 struct Sample {
     Sample(PixelFormat inFormat, int inGap, bool inUpsideDown)
         : mRow(kWidth * bytes_per_pixel(inFormat)),
-          mMemory(static_cast<std::size_t>((mRow + inGap) * (kHeight - 1) + mRow)) {
+          mMemory(std::size_t((mRow + inGap) * (kHeight - 1) + mRow)) {
         const int stride = mRow + inGap;
         for (int y = 0; y < kHeight; ++y) {
             unsigned char* const row =
@@ -102,10 +99,10 @@ TEST_P(EveryLayout, GivesTheSameGreyAndReadsNoByteTooMany) {
                 15;
             const auto value = reinterpret_cast<const float*>(floats.row(y))[x];
             ASSERT_EQ(bytes.row(y)[x], isGrey ? colour.mGreen : luma) << x << " " << y;
-            ASSERT_EQ(value, isGrey ? static_cast<float>(colour.mGreen)
-                                    : (0.114f * static_cast<float>(colour.mBlue) +
-                                       0.587f * static_cast<float>(colour.mGreen)) +
-                                          0.299f * static_cast<float>(colour.mRed));
+            ASSERT_EQ(value,
+                      isGrey ? float(colour.mGreen)
+                             : (0.114f * float(colour.mBlue) + 0.587f * float(colour.mGreen)) +
+                                   0.299f * float(colour.mRed));
         }
 }
 
@@ -173,7 +170,7 @@ TEST(Frames, ThatCannotBeAreRefusedByName) {
                   "frame.format: there is no such");
     std::vector<float> values(6, 1.0f);
     values[4] = std::numeric_limits<float>::quiet_NaN();
-    ExpectRefused(Testing::FrameOf(values, 3, 2),
+    ExpectRefused(FrameOf(values, 3, 2),
                   "frame.pixels: the value at (1, 1) is not a finite number");
 }
 

@@ -1,7 +1,6 @@
 #include "descriptor/opencv.h"
 
-#include <gtest/gtest.h>
-
+#include "Support/Test.h"
 #include "descriptor/GreyFrames.h"
 
 namespace {

@@ -1,20 +1,15 @@
 #include "descriptor/PointTracker.h"
 
-#include <gtest/gtest.h>
-
-#include <map>
-#include <set>
-
 #include "Client/ClientFrames.h"
 #include "DP/Tracker.h"
-#include "Support/Bits.h"
 #include "Support/Images.h"
+#include "Support/Test.h"
 #include "descriptor/Caches.h"
 
 namespace {
 
 using namespace descriptor;
-using Testing::MovingFrame;
+using namespace Testing;
 
 constexpr int kWidth = 200;
 constexpr int kHeight = 160;
@@ -55,7 +50,7 @@ TEST_P(BothEngines, FollowTheMotionAndKeepTheNames) {
         }
         EXPECT_GE(carried, n > 0 ? 25 : 0);
         // Who is no longer there is told once, with a reason.
-        std::size_t carriedOrLost = static_cast<std::size_t>(carried);
+        std::size_t carriedOrLost = std::size_t(carried);
         for (const Point& point : points.lost) {
             ++carriedOrLost;
             EXPECT_TRUE(before.count(point.id));
@@ -103,9 +98,9 @@ TEST_P(BothEngines, TellACutAndOnlyACut) {
 // In the second frame the right half shows another texture: what was carried into it did not
 // come from where it says. The run itself is not changed by being checked.
 TEST_P(BothEngines, CheckThePointsByTheWayBack) {
-    const auto first = Testing::TexturedBytes(kWidth, kHeight, 0, 0, 1);
-    auto second = Testing::TexturedBytes(kWidth, kHeight, -1.5, -0.75, 1);
-    const auto other = Testing::TexturedBytes(kWidth, kHeight, 0, 0, 7);
+    const auto first = TexturedBytes(kWidth, kHeight, 0, 0, 1);
+    auto second = TexturedBytes(kWidth, kHeight, -1.5, -0.75, 1);
+    const auto other = TexturedBytes(kWidth, kHeight, 0, 0, 7);
     for (int y = 0; y < kHeight; ++y)
         std::copy_n(other.begin() + y * kWidth + kWidth / 2, kWidth / 2,
                     second.begin() + y * kWidth + kWidth / 2);
@@ -114,7 +109,7 @@ TEST_P(BothEngines, CheckThePointsByTheWayBack) {
     settings.round_trip = 0.5;
     PointTracker checked(settings);
     for (const auto& pixels : {first, second}) {
-        const Frame frame = Testing::FrameOf(pixels, kWidth, kHeight);
+        const Frame frame = FrameOf(pixels, kWidth, kHeight);
         plain.advance(frame);
         checked.advance(frame);
     }
@@ -201,17 +196,17 @@ TEST(PointTracker, GivesTheBitsOfTheRawTracker) {
     const std::unique_ptr<DP::Tracker> raw(DP::Tracker::CreateTracker(kWidth, kHeight));
     PointTracker tracker({.min_distance = 3});
     for (int n = 0; n < 5; ++n) {
-        const auto pixels = Testing::TexturedFrame(kWidth, kHeight, -1.5 * n, -0.75 * n);
+        const auto pixels = TexturedFrame(kWidth, kHeight, -1.5 * n, -0.75 * n);
         DP::APTFeatureListPtr features;
-        raw->TrackFeatures(Testing::ImageOf(kWidth, kHeight, pixels), static_cast<unsigned>(n),
+        raw->TrackFeatures(ImageOf(kWidth, kHeight, pixels), static_cast<unsigned>(n),
                            features);
-        const FramePoints points = tracker.advance(Testing::FrameOf(pixels, kWidth, kHeight));
+        const FramePoints points = tracker.advance(FrameOf(pixels, kWidth, kHeight));
         std::size_t at = 0;
         for (std::size_t slot = 0; slot < features->size(); ++slot) {
             const DP::APTFeature& feature = (*features)[slot];
             if (feature.mStatus < 0) continue;
             ASSERT_LT(at, points.size());
-            EXPECT_EQ(points[at].slot, static_cast<int>(slot));
+            EXPECT_EQ(points[at].slot, int(slot));
             EXPECT_EQ(points[at].x, feature.mX);
             EXPECT_EQ(points[at].y, feature.mY);
             EXPECT_EQ(points[at].age, feature.mAge);

@@ -1,25 +1,20 @@
 #include "descriptor/RegionTracker.h"
 
-#include <gtest/gtest.h>
-
 #include "Client/ClientFrames.h"
+#include "Support/Test.h"
 #include "descriptor/Caches.h"
 #include "descriptor/KeyFrames.h"
 
 namespace {
 
 using namespace descriptor;
-using Testing::Overlap;
-using Testing::RectAt;
-using Testing::RegionScene;
-using Testing::SceneFrame;
+using namespace Testing;
 
 const RegionScene kScene{.mSpeedX = 1.25, .mSpeedY = -0.5, .mGrowth = 1.004};
 
 Frame Flash(int inSeed) {
-    return Testing::FrameOf(
-        Testing::NoiseBytes(static_cast<std::size_t>(kScene.mCols * kScene.mRows), inSeed),
-        kScene.mCols, kScene.mRows);
+    return FrameOf(NoiseBytes(std::size_t(kScene.mCols * kScene.mRows), inSeed), kScene.mCols,
+                   kScene.mRows);
 }
 
 TEST(RegionTracker, FollowsWithYDownward) {
@@ -60,9 +55,8 @@ TEST(RegionTracker, GoesOnAfterAFrameThatShowsNothing) {
         if (n == 4) {
             const Rect before = tracker.result().rect;
             const RegionResult flash = tracker.advance(
-                Testing::FrameOf(std::vector<unsigned char>(
-                                     static_cast<std::size_t>(kScene.mCols * kScene.mRows), 9),
-                                 kScene.mCols, kScene.mRows));
+                FrameOf(std::vector<unsigned char>(std::size_t(kScene.mCols * kScene.mRows), 9),
+                        kScene.mCols, kScene.mRows));
             EXPECT_EQ(flash.state, RegionState::held);
             EXPECT_EQ(flash.lost_since, 4);
             EXPECT_EQ(flash.rect, before);
@@ -81,9 +75,8 @@ TEST(RegionTracker, GoesOnAfterAFrameThatShowsNothing) {
 TEST(RegionTracker, IsLostWhereThereIsNothingAndRestartsWhereThereIs) {
     const RegionScene still{.mNoise = 0.5};
     const auto blank = [&] {
-        return Testing::FrameOf(
-            std::vector<unsigned char>(static_cast<std::size_t>(still.mCols * still.mRows), 40),
-            still.mCols, still.mRows);
+        return FrameOf(std::vector<unsigned char>(std::size_t(still.mCols * still.mRows), 40),
+                       still.mCols, still.mRows);
     };
     RegionTracker tracker(RectAt(still.At(0)), {.hold_frames = 1});
     tracker.advance(SceneFrame(still, 0));
@@ -96,18 +89,16 @@ TEST(RegionTracker, IsLostWhereThereIsNothingAndRestartsWhereThereIs) {
         EXPECT_EQ(tracker.result().rect, good);
     }
     // Another scene altogether: nothing to recognise, but something to follow.
-    const RegionResult anew = tracker.advance(
-        Testing::FrameOf(Testing::TexturedBytes(still.mCols, still.mRows, 300, 300, 77),
-                         still.mCols, still.mRows));
+    const RegionResult anew = tracker.advance(FrameOf(
+        TexturedBytes(still.mCols, still.mRows, 300, 300, 77), still.mCols, still.mRows));
     if (anew.state != RegionState::tracked) {
         EXPECT_EQ(anew.state, RegionState::restarted);
         EXPECT_EQ(anew.rect, good);
         EXPECT_EQ(anew.lost_since, 2);
         EXPECT_FALSE(anew.points.empty());
     }
-    const RegionResult next = tracker.advance(
-        Testing::FrameOf(Testing::TexturedBytes(still.mCols, still.mRows, 299, 300, 77),
-                         still.mCols, still.mRows));
+    const RegionResult next = tracker.advance(FrameOf(
+        TexturedBytes(still.mCols, still.mRows, 299, 300, 77), still.mCols, still.mRows));
     EXPECT_EQ(next.state, RegionState::tracked);
     EXPECT_NEAR(next.rect.x, anew.rect.x + 1, 0.3);
     EXPECT_FALSE(next.lost_since);
@@ -144,7 +135,7 @@ TEST(RegionTracker, AnswersARunThatIsMadeAgainFromTheCache) {
 
 TEST(KeyFrames, BlendWhatBothWaysSay) {
     const auto frameAt = [](std::int64_t inFrame) {
-        return SceneFrame(kScene, static_cast<int>(inFrame));
+        return SceneFrame(kScene, int(inFrame));
     };
     const std::vector<KeyFrame> keys{{.frame = 0, .rect = RectAt(kScene.At(0))},
                                      {.frame = 10, .rect = RectAt(kScene.At(10))},
@@ -152,11 +143,11 @@ TEST(KeyFrames, BlendWhatBothWaysSay) {
     const auto results = track_between(frameAt, keys);
     ASSERT_EQ(results.size(), 16u);
     for (int n = 0; n <= 15; ++n) {
-        EXPECT_EQ(results[static_cast<std::size_t>(n)].frame, n);
-        EXPECT_GT(Overlap(results[static_cast<std::size_t>(n)].rect, kScene.At(n)), 0.9) << n;
+        EXPECT_EQ(results[std::size_t(n)].frame, n);
+        EXPECT_GT(Overlap(results[std::size_t(n)].rect, kScene.At(n)), 0.9) << n;
     }
     for (const KeyFrame& key : keys) {
-        const Rect rect = results[static_cast<std::size_t>(key.frame)].rect;
+        const Rect rect = results[std::size_t(key.frame)].rect;
         EXPECT_NEAR(rect.x, key.rect.x, 1e-4) << "key frames are what they were given as";
         EXPECT_NEAR(rect.height, key.rect.height, 1e-4);
     }
@@ -165,21 +156,21 @@ TEST(KeyFrames, BlendWhatBothWaysSay) {
 // The way forward meets a cover and loses the object; the way back does not.
 TEST(KeyFrames, BelieveTheWayThatSawIt) {
     const auto frameAt = [](std::int64_t inFrame) {
-        return inFrame >= 2 && inFrame <= 7 ? Flash(static_cast<int>(inFrame))
-                                            : SceneFrame(kScene, static_cast<int>(inFrame));
+        return inFrame >= 2 && inFrame <= 7 ? Flash(int(inFrame))
+                                            : SceneFrame(kScene, int(inFrame));
     };
     const std::vector<KeyFrame> keys{{.frame = 0, .rect = RectAt(kScene.At(0))},
                                      {.frame = 12, .rect = RectAt(kScene.At(12))}};
     const auto results = track_between(frameAt, keys);
     for (int n = 8; n <= 12; ++n)
-        EXPECT_GT(Overlap(results[static_cast<std::size_t>(n)].rect, kScene.At(n)), 0.85) << n;
+        EXPECT_GT(Overlap(results[std::size_t(n)].rect, kScene.At(n)), 0.85) << n;
 }
 
 TEST(KeyFrames, StopBetweenFrames) {
     int asked = 0;
     const auto frameAt = [&](std::int64_t inFrame) {
         ++asked;
-        return SceneFrame(kScene, static_cast<int>(inFrame));
+        return SceneFrame(kScene, int(inFrame));
     };
     const std::vector<KeyFrame> keys{{.frame = 0, .rect = RectAt(kScene.At(0))},
                                      {.frame = 5, .rect = RectAt(kScene.At(5))}};

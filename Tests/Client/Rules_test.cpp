@@ -1,20 +1,17 @@
 // The rules of the layer as a whole: names, settings, threads, and what the library reports.
 
-#include <gtest/gtest.h>
-
 #include <atomic>
-#include <functional>
-#include <set>
 #include <thread>
 
 #include "Client/ClientFrames.h"
-#include "Support/Reports.h"
+#include "Support/Test.h"
 #include "TVK/ContractCheck.h"
 #include "descriptor/client.h"
 
 namespace {
 
 using namespace descriptor;
+using namespace Testing;
 
 TEST(Source, CollidesWithNoOther) {
     std::set<quillet::WideString> names;
@@ -85,7 +82,7 @@ TEST(Settings, ThatCannotBeAreRefusedByName) {
             track_between([](std::int64_t) { return Frame{}; }, keys);
         },
         "keys: frame 5 does not come after frame 5");
-    Selection selection(Testing::MovingFrame(0));
+    Selection selection(MovingFrame(0));
     ExpectArgument([&] { selection.add(Strokes{}); }, "strokes: there are none");
     ExpectArgument([&] { selection.add(Stroke{}); }, "strokes[0].path: it has no points");
     ExpectArgument(
@@ -102,17 +99,17 @@ TEST(Trackers, StandWhereTheyStoodAfterABadFrame) {
     RegionTracker plainRegion({.x = 60, .y = 60, .width = 60, .height = 50});
     for (int n = 0; n < 4; ++n) {
         if (n > 0) {
-            ExpectArgument([&] { tracker.advance(Testing::MovingFrame(n, 100, 90)); },
+            ExpectArgument([&] { tracker.advance(MovingFrame(n, 100, 90)); },
                            "frame: 100x90 after frames of 200x160; restart for another size");
             EXPECT_THROW(region.advance(Frame{}, {.width = 5, .height = 5}), ArgumentError);
         }
-        tracker.advance(Testing::MovingFrame(n));
-        plain.advance(Testing::MovingFrame(n));
+        tracker.advance(MovingFrame(n));
+        plain.advance(MovingFrame(n));
         EXPECT_EQ(tracker.points().frame, n);
         ASSERT_EQ(tracker.points().size(), plain.points().size());
         EXPECT_EQ(tracker.points()[3].x, plain.points()[3].x);
-        EXPECT_EQ(region.advance(Testing::MovingFrame(n)).rect,
-                  plainRegion.advance(Testing::MovingFrame(n)).rect);
+        EXPECT_EQ(region.advance(MovingFrame(n)).rect,
+                  plainRegion.advance(MovingFrame(n)).rect);
     }
 }
 
@@ -133,7 +130,7 @@ TEST(Threads, TwoInOneObjectAreTold) {
         second.join();
         return true;
     };
-    Selection selection(Testing::MovingFrame(0, 64, 48), settings);
+    Selection selection(MovingFrame(0, 64, 48), settings);
     object = &selection;
     selection.add(Stroke{.path = {{20, 20}}});
     EXPECT_EQ(told,
@@ -148,11 +145,10 @@ TEST(Threads, TrackersOfTheirOwnGiveTheSameBitsSideBySide) {
         RegionTracker region({.x = 60, .y = 60, .width = 60, .height = 50});
         std::vector<float> values;
         for (int n = 0; n < 5; ++n) {
-            for (const Point& point : tracker.advance(Testing::MovingFrame(n)))
+            for (const Point& point : tracker.advance(MovingFrame(n)))
                 values.insert(values.end(),
                               {point.x, point.y, point.age > 0 ? point.round_trip : 0});
-            values.push_back(
-                static_cast<float>(region.advance(Testing::MovingFrame(n)).rect.x));
+            values.push_back(float(region.advance(MovingFrame(n)).rect.x));
         }
         return values;
     };
@@ -189,7 +185,7 @@ TEST(Reports, OfTheLibraryArriveInTheError) {
 }
 
 TEST(Reports, OfAHostWithADialogOfItsOwnStayTheHosts) {
-    const Testing::RecordedReports reports;
+    const RecordedReports reports;
     EXPECT_THROW(detail::call_library("a sum", [] { BreakAContract(); }), LibraryError);
     ASSERT_EQ(reports.Contracts().size(), 1u);
     EXPECT_EQ(reports.Contracts()[0].mText, "1 + 1 == 3");
@@ -247,11 +243,11 @@ TEST(Caches, KeepNoComputerOfATrackerThatIsGone) {
         PointTracker klt({.engine = Engine::klt, .max_points = 20, .round_trip = 1},
                          Source("a"));
         RegionTracker region({.width = 30, .height = 30});
-        Selection selection(Testing::MovingFrame(0, 80, 60));
+        Selection selection(MovingFrame(0, 80, 60));
         GreyFrames grey(Source("a"));
         for (int n = 0; n < 2; ++n) {
-            apt.advance(Testing::MovingFrame(n, 80, 60));
-            klt.advance(Testing::MovingFrame(n, 80, 60));
+            apt.advance(MovingFrame(n, 80, 60));
+            klt.advance(MovingFrame(n, 80, 60));
         }
         EXPECT_GE(Census::Computers(), 8);
     }

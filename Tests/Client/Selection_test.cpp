@@ -1,11 +1,8 @@
 #include "descriptor/Selection.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-
 #include "Client/ClientFrames.h"
 #include "DP/DescriptorFactory.h"
+#include "Support/Test.h"
 #include "descriptor/Caches.h"
 #include "descriptor/StrokeMasks.h"
 #include "descriptor/strokes_json.h"
@@ -13,6 +10,7 @@
 namespace {
 
 using namespace descriptor;
+using namespace Testing;
 
 constexpr int kWidth = 96;
 constexpr int kHeight = 64;
@@ -32,7 +30,7 @@ Frame Picture(int inShift = 0) {
             for (const int value : {disc ? 40 : 120, disc ? 90 : 110, disc ? 210 : 60, 245})
                 pixels.push_back(static_cast<unsigned char>(value + grain));
         }
-    Frame frame = Testing::FrameOf(pixels, kWidth, kHeight);
+    Frame frame = FrameOf(pixels, kWidth, kHeight);
     frame.format = PixelFormat::bgra;
     return frame;
 }
@@ -46,7 +44,7 @@ std::vector<unsigned char> Bytes(const Frame& inMask) {
 }
 int Count(const Selection& inSelection) {
     const auto bytes = Bytes(inSelection.mask());
-    return static_cast<int>(std::count(bytes.begin(), bytes.end(), 255));
+    return int(std::count(bytes.begin(), bytes.end(), 255));
 }
 
 // What the library's own interface gives for the same calls.
@@ -82,7 +80,7 @@ TEST(Selection, SelectsWhatTheStrokesSay) {
     EXPECT_GT(selection.last_cut_seconds(), 0.0);
 }
 
-Strokes RandomStrokes(Testing::Random& ioRandom) {
+Strokes RandomStrokes(Random& ioRandom) {
     const auto number = [&](int inMost) {
         return double(ioRandom.Integer(0, inMost - 1));
     };
@@ -100,7 +98,7 @@ Strokes RandomStrokes(Testing::Random& ioRandom) {
 // Any walk of strokes, undo and redo shows at each step what the strokes that count give
 // when they are made anew with the raw interface.
 TEST(Selection, UndoesAndRedoesToTheBitsOfAFreshReplay) {
-    Testing::Random random(5);
+    Random random(5);
     for (int trial = 0; trial < 6; ++trial) {
         const Frame picture = Picture(trial);
         Selection selection(picture, {.take_turns = true});
@@ -262,14 +260,14 @@ TEST(StrokeMasks, AreDrawnAgainToThePixelAndCutTheSame) {
 }
 
 TEST(Outline, GoesRoundEveryPixelOnce) {
-    Testing::Random random(3);
+    Random random(3);
     for (int trial = 0; trial < 40; ++trial) {
         const int width = random.Integer(1, 12);
         const int height = random.Integer(1, 12);
-        std::vector<unsigned char> pixels(static_cast<std::size_t>(width * height));
+        std::vector<unsigned char> pixels(std::size_t(width * height));
         for (auto& pixel : pixels)
             pixel = random.Integer(0, 4) < 1 + trial % 4 ? 255 : 0;
-        const auto lines = outline_of(Testing::FrameOf(pixels, width, height));
+        const auto lines = outline_of(FrameOf(pixels, width, height));
         std::vector<int> winding(pixels.size());
         for (const Polyline& line : lines)
             for (std::size_t i = 0; i < line.size(); ++i) {
@@ -283,8 +281,7 @@ TEST(Outline, GoesRoundEveryPixelOnce) {
                     for (int x = 0; x < width; ++x)
                         if (x < from.x && y > std::min(from.y, to.y) &&
                             y < std::max(from.y, to.y))
-                            winding[static_cast<std::size_t>(y * width + x)] +=
-                                to.y > from.y ? 1 : -1;
+                            winding[std::size_t(y * width + x)] += to.y > from.y ? 1 : -1;
             }
         for (std::size_t i = 0; i < pixels.size(); ++i)
             ASSERT_EQ(winding[i], pixels[i] ? 1 : 0) << trial;
@@ -293,7 +290,7 @@ TEST(Outline, GoesRoundEveryPixelOnce) {
 
 TEST(Outline, IsAnSvgPath) {
     const std::vector<unsigned char> pixels{0, 255, 255, 0, 0, 255};
-    const auto lines = outline_of(Testing::FrameOf(pixels, 3, 2));
+    const auto lines = outline_of(FrameOf(pixels, 3, 2));
     EXPECT_EQ(svg_path(lines), "M1 0L3 0L3 2L2 2L2 1L1 1Z");
     EXPECT_EQ(
         to_svg(lines, 3, 2),

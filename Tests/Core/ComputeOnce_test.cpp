@@ -1,42 +1,33 @@
 // The promise of a computer: a key is computed once, by one thread, while others run on.
 // The interleavings are staged with gates; nothing here depends on how fast a thread is.
 
-#include <gtest/gtest.h>
-
 #include <atomic>
 #include <barrier>
 #include <latch>
 #include <stdexcept>
 #include <thread>
-#include <vector>
 
 #include "DP/DescriptorFactory.h"
 #include "DescriptorComputer.h"
 #include "Support/Items.h"
-#include "Support/Reports.h"
-#include "Support/Textures.h"
-#include "Support/WideStrings.h"
+#include "Support/Test.h"
 #include "quillet/Error.h"
 
 namespace {
 
-using DP::IDescriptorData;
-using DP::Ref;
-using Testing::CountedData;
-using Testing::RecordedReports;
-using Testing::ScriptedItem;
-using Testing::Wide;
+using namespace DP;
+using namespace Testing;
 using Data = Ref<IDescriptorData>;
 
-Ref<DP::IDescriptorDataKey> KeyOf(long long inFrame) {
-    return DP::CreateDescriptorDataKey(Wide("clip"), inFrame, 1, 1);
+Ref<IDescriptorDataKey> KeyOf(long long inFrame) {
+    return CreateDescriptorDataKey(Wide("clip"), inFrame, 1, 1);
 }
 
 class ComputeOnce : public testing::Test {
 protected:
     ~ComputeOnce() override {
         mComputer = nullptr;
-        DP::FlushAllDescriptorResources();
+        FlushAllDescriptorResources();
         EXPECT_EQ(CountedData::Alive(), 0);
         EXPECT_EQ(ScriptedItem::Alive(), 0);
     }
@@ -53,8 +44,8 @@ protected:
         });
     }
 
-    Ref<DP::IDescriptorComputer> mComputer = DP::CreateDescriptorComputer(
-        DP::CreateDescriptorProperty(Wide("clip"), DP::kDescriptorDataTypeGreyImage));
+    Ref<IDescriptorComputer> mComputer = CreateDescriptorComputer(
+        CreateDescriptorProperty(Wide("clip"), kDescriptorDataTypeGreyImage));
     std::atomic<int> mComputed{0};
     ScriptedItem::Script mCount = [this] {
         ++mComputed;
@@ -120,12 +111,12 @@ TEST_F(ComputeOnce, AComputationMayAskForOtherKeys) {
 
 TEST_F(ComputeOnce, ResultsOfBeforeAFlushAreNotFoundAfterIt) {
     const Data before = Get(1, mCount);
-    DP::FlushAllDescriptorResources();
+    FlushAllDescriptorResources();
     // The held computer stays usable: it asks for its cache afresh on every call.
     EXPECT_FALSE(Get(1, mCount) == before);
     EXPECT_EQ(mComputed, 2);
     const Data third = Get(1, mCount);
-    DP::CreateDescriptorDataCacheMgr()->ClearAllCaches();
+    CreateDescriptorDataCacheMgr()->ClearAllCaches();
     EXPECT_FALSE(Get(1, mCount) == third);
 }
 
@@ -155,13 +146,13 @@ TEST_F(ComputeOnce, AnItemWithoutAKeyOnAnEmptyCacheSpoilsItUntilCleared) {
     EXPECT_THROW(mComputer->GetDescriptorData(ScriptedItem::Make(nullptr, mCount), true),
                  quillet::config::ReportedError);
     EXPECT_THROW(Get(1, mCount), quillet::config::ReportedError);
-    DP::CreateDescriptorDataCacheMgr()->ClearAllCaches();
+    CreateDescriptorDataCacheMgr()->ClearAllCaches();
     EXPECT_TRUE(Get(1, mCount) != NULL);
     EXPECT_EQ(mComputed, 1);
 }
 
 TEST_F(ComputeOnce, AComputerWithoutAPropertyThrows) {
-    const Ref<DP::IDescriptorComputer> bare = DP::DescriptorComputer::Create();
+    const Ref<IDescriptorComputer> bare = DescriptorComputer::Create();
     EXPECT_THROW(bare->GetDescriptorData(ScriptedItem::Make(KeyOf(1), mCount), true),
                  TVK::NullInterfaceException);
 }
@@ -247,7 +238,7 @@ TEST_F(ComputeOnce, ManyThreadsOnManyKeysComputeEachOnce) {
     std::vector<std::thread> threads;
     for (int t = 0; t < kThreads; ++t)
         threads.emplace_back([&, t] {
-            Testing::Random random(std::uint64_t(t) + 1);
+            Random random(std::uint64_t(t) + 1);
             start.arrive_and_wait();
             for (int i = 0; i < 400; ++i) {
                 const int frame = random.Integer(0, kKeys - 1);

@@ -2,40 +2,30 @@
 
 #include "DescriptorComputerMgr.h"
 
-#include <gtest/gtest.h>
-
 #include <barrier>
 #include <thread>
-#include <vector>
 
 #include "DP/DescriptorFactory.h"
 #include "DescriptorComputer.h"
 #include "DescriptorDataCacheMgr.h"
 #include "Support/Items.h"
-#include "Support/Reports.h"
-#include "Support/WideStrings.h"
+#include "Support/Test.h"
 #include "quillet/Error.h"
 
 namespace {
 
-using DP::CreateDescriptorComputer;
-using DP::CreateDescriptorComputerMgr;
-using DP::CreateDescriptorProperty;
-using DP::kDescriptorDataTypeFloatGreyImage;
-using DP::kDescriptorDataTypeGreyImage;
-using DP::Ref;
-using Testing::RecordedReports;
-using Testing::Wide;
+using namespace DP;
+using namespace Testing;
 
 class ComputerMgr : public testing::Test {
 protected:
-    ~ComputerMgr() override { DP::FlushAllDescriptorResources(); }
+    ~ComputerMgr() override { FlushAllDescriptorResources(); }
 
-    static Ref<DP::IDescriptorComputer> Grey(const char* inSource) {
+    static Ref<IDescriptorComputer> Grey(const char* inSource) {
         return CreateDescriptorComputer(
             CreateDescriptorProperty(Wide(inSource), kDescriptorDataTypeGreyImage));
     }
-    static Ref<DP::IDescriptorComputer> FloatGrey(const char* inSource) {
+    static Ref<IDescriptorComputer> FloatGrey(const char* inSource) {
         return CreateDescriptorComputer(
             CreateDescriptorProperty(Wide(inSource), kDescriptorDataTypeFloatGreyImage));
     }
@@ -73,9 +63,9 @@ TEST_F(ComputerMgr, NullPropertyBreaksTheContractAndAnUnknownKindIsReported) {
     EXPECT_THROW(CreateDescriptorComputer(nullptr), quillet::config::ReportedError);
     EXPECT_EQ(reports.Contracts()[0].mText, "inDescriptorProperty != NULL");
     EXPECT_EQ(reports.Contracts()[0].mFile, "Src/DescriptorComputerMgr.cpp");
-    for (int kind : {DP::kDescriptorDataTypeCount, -1}) {
+    for (int kind : {kDescriptorDataTypeCount, -1}) {
         const auto property =
-            CreateDescriptorProperty(Wide("a"), static_cast<DP::DescriptorDataType>(kind));
+            CreateDescriptorProperty(Wide("a"), static_cast<DescriptorDataType>(kind));
         EXPECT_TRUE(CreateDescriptorComputer(property) == NULL);
     }
     ASSERT_EQ(reports.Asserts().size(), 2u);
@@ -88,8 +78,8 @@ TEST_F(ComputerMgr, NullPropertyBreaksTheContractAndAnUnknownKindIsReported) {
 
 TEST_F(ComputerMgr, APlainPropertyOfATrackersKindThrowsAndLeavesNothingBehind) {
     const auto grey = Grey("a");
-    for (const auto kind : {DP::kDescriptorDataTypeKLT, DP::kDescriptorDataTypeAPT,
-                            DP::kDescriptorDataTypeRegionTracker}) {
+    for (const auto kind :
+         {kDescriptorDataTypeKLT, kDescriptorDataTypeAPT, kDescriptorDataTypeRegionTracker}) {
         const auto property = CreateDescriptorProperty(Wide("a"), kind);
         EXPECT_THROW(CreateDescriptorComputer(property), TVK::NullInterfaceException);
         EXPECT_THROW(CreateDescriptorComputer(property), TVK::NullInterfaceException)
@@ -99,7 +89,7 @@ TEST_F(ComputerMgr, APlainPropertyOfATrackersKindThrowsAndLeavesNothingBehind) {
 }
 
 TEST_F(ComputerMgr, ComputerWithoutAPropertyHasNoSourceAndThrowsForItsKind) {
-    const auto computer = DP::DescriptorComputer::Create();
+    const auto computer = DescriptorComputer::Create();
     EXPECT_TRUE(computer->GetSourceID().empty());
     EXPECT_TRUE(computer->GetDescriptorProperty() == NULL);
     EXPECT_THROW(computer->GetDescriptorDataType(), TVK::NullInterfaceException);
@@ -108,17 +98,17 @@ TEST_F(ComputerMgr, ComputerWithoutAPropertyHasNoSourceAndThrowsForItsKind) {
 // ---- The life of the managers --------------------------------------------------------
 
 TEST_F(ComputerMgr, FlushWithNothingBuiltBuildsAndTearsDown) {
-    DP::FlushAllDescriptorResources();
-    EXPECT_LT(TVK::gSingleton<DP::DescriptorComputerMgr>.GetWord(), 0);
-    EXPECT_LT(TVK::gSingleton<DP::DescriptorDataCacheMgr>.GetWord(), 0);
-    DP::FlushAllDescriptorResources();
-    EXPECT_LT(TVK::gSingleton<DP::DescriptorComputerMgr>.GetWord(), 0);
+    FlushAllDescriptorResources();
+    EXPECT_LT(TVK::gSingleton<DescriptorComputerMgr>.GetWord(), 0);
+    EXPECT_LT(TVK::gSingleton<DescriptorDataCacheMgr>.GetWord(), 0);
+    FlushAllDescriptorResources();
+    EXPECT_LT(TVK::gSingleton<DescriptorComputerMgr>.GetWord(), 0);
 }
 
 TEST_F(ComputerMgr, AManagerHeldAcrossAFlushIsTheSameObjectEmptied) {
     const auto held = CreateDescriptorComputerMgr();
     const auto computer = Grey("a");
-    DP::FlushAllDescriptorResources();
+    FlushAllDescriptorResources();
     EXPECT_EQ(CreateDescriptorComputerMgr(), held);
     EXPECT_FALSE(Grey("a") == computer);
 }
@@ -131,19 +121,19 @@ TEST_F(ComputerMgr, FirstCallersInARaceLoseNoCount) {
             threads.emplace_back([&] {
                 start.arrive_and_wait();
                 EXPECT_TRUE(CreateDescriptorComputerMgr() != NULL);
-                EXPECT_TRUE(DP::CreateDescriptorDataCacheMgr() != NULL);
+                EXPECT_TRUE(CreateDescriptorDataCacheMgr() != NULL);
             });
         for (auto& thread : threads)
             thread.join();
-        DP::FlushAllDescriptorResources();
-        ASSERT_LT(TVK::gSingleton<DP::DescriptorComputerMgr>.GetWord(), 0);
-        ASSERT_LT(TVK::gSingleton<DP::DescriptorDataCacheMgr>.GetWord(), 0);
+        FlushAllDescriptorResources();
+        ASSERT_LT(TVK::gSingleton<DescriptorComputerMgr>.GetWord(), 0);
+        ASSERT_LT(TVK::gSingleton<DescriptorDataCacheMgr>.GetWord(), 0);
     }
 }
 
 TEST_F(ComputerMgr, TheIncomingPropertyComparesAndOneThreadAtATime) {
-    Testing::Crossing crossing;
-    const auto property = Testing::WatchedProperty::Create();
+    Crossing crossing;
+    const auto property = WatchedProperty::Create();
     property->Init(Wide("another"), kDescriptorDataTypeGreyImage);
     property->mCrossing = &crossing;
     const auto computer = Grey("a");
@@ -161,7 +151,7 @@ TEST_F(ComputerMgr, TheIncomingPropertyComparesAndOneThreadAtATime) {
 
 TEST_F(ComputerMgr, ThreadsWithEqualPropertiesGetOneComputer) {
     std::barrier start(8);
-    std::vector<Ref<DP::IDescriptorComputer>> computers(8);
+    std::vector<Ref<IDescriptorComputer>> computers(8);
     std::vector<std::thread> threads;
     for (std::size_t t = 0; t < 8; ++t)
         threads.emplace_back([&, t] {

@@ -2,36 +2,28 @@
 
 #include "DescriptorDataCacheMgr.h"
 
-#include <gtest/gtest.h>
-
-#include <iterator>
-
 #include "DP/DescriptorFactory.h"
 #include "Kinds.h"
 #include "Support/Items.h"
-#include "Support/Reports.h"
-#include "Support/WideStrings.h"
+#include "Support/Test.h"
 
 namespace {
 
-using DP::DescriptorDataType;
-using DP::IDescriptorDataCache;
-using DP::Ref;
-using Testing::CountedData;
-using Testing::RecordedReports;
+using namespace DP;
+using namespace Testing;
 
 class CacheMgr : public testing::Test {
 protected:
-    ~CacheMgr() override { DP::FlushAllDescriptorResources(); }
+    ~CacheMgr() override { FlushAllDescriptorResources(); }
 
     Ref<IDescriptorDataCache> CacheOf(int inKind) {
-        return DP::CreateDescriptorDataCacheMgr()->GetDescriptorDataCache(
+        return CreateDescriptorDataCacheMgr()->GetDescriptorDataCache(
             static_cast<DescriptorDataType>(inKind));
     }
 };
 
-Ref<DP::IDescriptorDataKey> KeyOf(long long inFrame) {
-    return DP::CreateDescriptorDataKey(Testing::Wide("clip"), inFrame, 1, 1);
+Ref<IDescriptorDataKey> KeyOf(long long inFrame) {
+    return CreateDescriptorDataKey(Wide("clip"), inFrame, 1, 1);
 }
 
 // How many results a cache takes before a store empties it, less the one over the limit.
@@ -43,11 +35,11 @@ int LimitOf(const Ref<IDescriptorDataCache>& inCache) {
 }
 
 TEST_F(CacheMgr, EachKindHasOneCacheOfItsOwnWithItsLimit) {
-    for (int kind = 0; kind < DP::kDescriptorDataTypeCount; ++kind) {
+    for (int kind = 0; kind < kDescriptorDataTypeCount; ++kind) {
         EXPECT_EQ(CacheOf(kind), CacheOf(kind));
-        EXPECT_FALSE(CacheOf(kind) == CacheOf((kind + 1) % DP::kDescriptorDataTypeCount));
+        EXPECT_FALSE(CacheOf(kind) == CacheOf((kind + 1) % kDescriptorDataTypeCount));
         EXPECT_EQ(unsigned(LimitOf(CacheOf(kind))),
-                  DP::FindKind(DescriptorDataType(kind))->mMaxCachedResults)
+                  FindKind(DescriptorDataType(kind))->mMaxCachedResults)
             << "kind " << kind;
     }
 }
@@ -61,7 +53,7 @@ TEST_F(CacheMgr, LimitsAreThoseOfTheTable) {
 
 TEST_F(CacheMgr, ImpossibleKindIsReportedAndGetsACacheWithoutRoomForTwo) {
     const RecordedReports reports(RecordedReports::Later::kShow);
-    for (int kind : {DP::kDescriptorDataTypeCount, -1}) {
+    for (int kind : {kDescriptorDataTypeCount, -1}) {
         const auto cache = CacheOf(kind);
         ASSERT_TRUE(cache != NULL);
         EXPECT_EQ(CacheOf(kind), cache);
@@ -75,7 +67,7 @@ TEST_F(CacheMgr, ImpossibleKindIsReportedAndGetsACacheWithoutRoomForTwo) {
 }
 
 TEST_F(CacheMgr, ClearingEmptiesHeldCachesAndMakesNewOnes) {
-    const auto mgr = DP::CreateDescriptorDataCacheMgr();
+    const auto mgr = CreateDescriptorDataCacheMgr();
     const auto held = CacheOf(2);
     held->StoreData(KeyOf(1), CountedData::Make(5));
     CacheOf(5)->StoreData(KeyOf(1), CountedData::Make(6));

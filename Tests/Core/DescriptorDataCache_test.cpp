@@ -3,20 +3,14 @@
 
 #include "DescriptorDataCache.h"
 
-#include <gtest/gtest.h>
-
 #include <chrono>
-#include <cstdint>
 #include <latch>
-#include <limits>
 #include <thread>
-#include <vector>
 
 #include "DP/DescriptorFactory.h"
 #include "Pyramid/ImagePyramidDescriptorDataKey.h"
 #include "Support/Items.h"
-#include "Support/Reports.h"
-#include "Support/WideStrings.h"
+#include "Support/Test.h"
 #include "platform/Clock.h"
 #include "quillet/Error.h"
 
@@ -49,22 +43,17 @@ bool platform::QueryPerformanceFrequency(std::int64_t& outCountsPerSecond) {
     outCountsPerSecond = 1'000'000'000;
     return true;
 }
-std::uint32_t platform::GetTickCount() { return static_cast<std::uint32_t>(Now() / 1'000'000); }
+std::uint32_t platform::GetTickCount() { return std::uint32_t(Now() / 1'000'000); }
 
 #endif
 
 namespace {
 
-using DP::DescriptorDataCache;
-using DP::IDescriptorData;
-using DP::RecursiveMutexPtr;
-using DP::Ref;
-using Testing::CountedData;
-using Testing::RecordedReports;
-using Testing::Wide;
+using namespace DP;
+using namespace Testing;
 
-Ref<DP::IDescriptorDataKey> KeyOf(long long inFrame) {
-    return DP::CreateDescriptorDataKey(Wide("clip"), inFrame, 2, 3);
+Ref<IDescriptorDataKey> KeyOf(long long inFrame) {
+    return CreateDescriptorDataKey(Wide("clip"), inFrame, 2, 3);
 }
 
 class Cache : public testing::Test {
@@ -168,8 +157,7 @@ TEST_F(Cache, StoreAndHitStampTheDataInMilliseconds) {
 // take the mutex of one of them, and of no more.
 TEST_F(Cache, StoreUnderANaNKeyTakesOneMutexAtMost) {
     const auto keyOf = [](float inSigma) {
-        return DP::CreateImagePyramidDescriptorDataKey(Wide("clip"), 1, inSigma, 1, 1, 4, 2, 8,
-                                                       8);
+        return CreateImagePyramidDescriptorDataKey(Wide("clip"), 1, inSigma, 1, 1, 4, 2, 8, 8);
     };
     const auto mutexOf = [&](float inSigma) {
         Ref<IDescriptorData> data;
@@ -202,7 +190,7 @@ TEST_F(Cache, NullKeyIsStoredIntoAnEmptyCacheAndSpoilsItUntilCleared) {
 TEST_F(Cache, NullKeyIsNoHitWhereAHostsProcedureReturns) {
     const RecordedReports reports;
     mCache->StoreData(KeyOf(1), CountedData::Make());
-    const Testing::ThrowErrorReturns host;
+    const ThrowErrorReturns host;
     Ref<IDescriptorData> data;
     RecursiveMutexPtr mutex;
     EXPECT_FALSE(mCache->GetCachedData(nullptr, data, mutex));
@@ -250,8 +238,8 @@ TEST_F(Cache, NullKeyOnAnEmptyCacheStaysBehind) {
 }
 
 TEST_F(Cache, OneThreadAtATimeLooksAtTheData) {
-    Testing::Crossing crossing;
-    const auto stored = Testing::WatchedKey::Create();
+    Crossing crossing;
+    const auto stored = WatchedKey::Create();
     stored->Init(Wide("clip"), 1, 2, 3);
     stored->mCrossing = &crossing;
     mCache->StoreData(stored, CountedData::Make());

@@ -2,26 +2,21 @@
 
 #include "DescriptorObjects.h"
 
-#include <gtest/gtest.h>
-
 #include "Support/Items.h"
-#include "Support/WideStrings.h"
+#include "Support/Test.h"
 
 namespace {
 
-using DP::Ref;
-using Testing::CountedData;
-using Testing::LongWide;
-using Testing::ScriptedItem;
-using Testing::Wide;
+using namespace DP;
+using namespace Testing;
 
-Ref<DP::IDescriptorDataKey> KeyOf(const char* inSource, long long inFrame, int inRows = 1,
-                                  int inCols = 1) {
-    return DP::CreateDescriptorDataKey(Wide(inSource), inFrame, inRows, inCols);
+Ref<IDescriptorDataKey> KeyOf(const char* inSource, long long inFrame, int inRows = 1,
+                              int inCols = 1) {
+    return CreateDescriptorDataKey(Wide(inSource), inFrame, inRows, inCols);
 }
 
 TEST(DescriptorDataKey, KeepsWhatItWasMadeOf) {
-    const auto key = DP::CreateDescriptorDataKey(LongWide(), -7, 480, 640);
+    const auto key = CreateDescriptorDataKey(LongWide(), -7, 480, 640);
     EXPECT_EQ(key->GetSourceID(), LongWide());
     EXPECT_EQ(key->GetFrameNumber(), -7);
     EXPECT_EQ(key->GetRows(), 480);
@@ -35,20 +30,18 @@ TEST(DescriptorDataKey, HashIsOfShortSourceAndFrameOnly) {
     EXPECT_FALSE(hash == KeyOf("clip", 5 + (1LL << 56))->GetHash()) << "its last byte";
     EXPECT_FALSE(hash == KeyOf("clap", 5)->GetHash());
     EXPECT_FALSE(hash == KeyOf("cli", 5)->GetHash());
-    EXPECT_EQ(hash,
-              DP::CreateKLTDescriptorDataKey(Wide("clip"), 5, 1, 2, 3, 4, 5, 6)->GetHash());
+    EXPECT_EQ(hash, CreateKLTDescriptorDataKey(Wide("clip"), 5, 1, 2, 3, 4, 5, 6)->GetHash());
 }
 
 // A string that was longer before leaves stale units behind its terminator.
 TEST(DescriptorDataKey, HashDoesNotSeeStaleUnits) {
     quillet::WideString once = Wide("abcdefg");
     once.resize(4);
-    EXPECT_EQ(DP::CreateDescriptorDataKey(once, 5, 1, 1)->GetHash(),
-              KeyOf("abcd", 5)->GetHash());
+    EXPECT_EQ(CreateDescriptorDataKey(once, 5, 1, 1)->GetHash(), KeyOf("abcd", 5)->GetHash());
 }
 
 TEST(DescriptorData, StartsAtZeroWithoutSizeAndClone) {
-    const auto data = DP::DescriptorData::Create();
+    const auto data = DescriptorData::Create();
     TVK::HashValue hash{{1, 2, 3}};
     unsigned int time = 1;
     data->GetHash(hash);
@@ -66,7 +59,7 @@ TEST(DescriptorData, StartsAtZeroWithoutSizeAndClone) {
 }
 
 TEST(DescriptorWorkerItem, HoldsOneKeyAtATime) {
-    const Ref<DP::IDescriptorWorkerItem> item = DP::DescriptorWorkerItem::Create();
+    const Ref<IDescriptorWorkerItem> item = DescriptorWorkerItem::Create();
     EXPECT_TRUE(item->GetDataKey() == NULL);
     const auto first = KeyOf("a", 1);
     const auto second = KeyOf("a", 2);
@@ -76,14 +69,14 @@ TEST(DescriptorWorkerItem, HoldsOneKeyAtATime) {
     EXPECT_EQ(item->GetDataKey(), second);
     item->SetDataKey(nullptr);
     EXPECT_TRUE(item->GetDataKey() == NULL);
-    EXPECT_TRUE(Ref<DP::DescriptorWorkerItem>(item)->ComputeData() == NULL);
+    EXPECT_TRUE(Ref<DescriptorWorkerItem>(item)->ComputeData() == NULL);
 }
 
 TEST(FillNewData, ADataObjectOfAnotherClassThrows) {
-    Ref<DP::IDescriptorData> result;
-    EXPECT_THROW(DP::FillNewData<CountedData>(DP::kDescriptorDataTypeGreyImage, result,
-                                              [](CountedData&) {}),
-                 TVK::NullInterfaceException);
+    Ref<IDescriptorData> result;
+    EXPECT_THROW(
+        FillNewData<CountedData>(kDescriptorDataTypeGreyImage, result, [](CountedData&) {}),
+        TVK::NullInterfaceException);
 }
 
 }  // namespace

@@ -1,29 +1,21 @@
 // Which properties are equal, class by class.
 
-#include <gtest/gtest.h>
-
-#include <functional>
-#include <string>
-#include <vector>
-
 #include "DP/DescriptorFactory.h"
-#include "Support/WideStrings.h"
+#include "Support/Test.h"
 
 namespace {
 
-using DP::IDescriptorProperty;
-using DP::Ref;
-using Testing::LongWide;
-using Testing::Wide;
+using namespace DP;
+using namespace Testing;
 using Property = Ref<IDescriptorProperty>;
 
 quillet::WideString Source(int inNumber) {
     return Wide(("clip" + std::to_string(inNumber)).c_str());
 }
 
-DP::DescriptorDataType Kind(int inKind) { return static_cast<DP::DescriptorDataType>(inKind); }
+DescriptorDataType Kind(int inKind) { return static_cast<DescriptorDataType>(inKind); }
 
-DP::RegionPtr Region(float inLeft, float inTop, float inRight, float inBottom) {
+RegionPtr Region(float inLeft, float inTop, float inRight, float inBottom) {
     return TVK::MakeObject<TVK::ParamRect<float>>(
         TVK::ParamRect<float>{inLeft, inTop, inRight, inBottom});
 }
@@ -38,22 +30,22 @@ struct PropertyClass {
 const PropertyClass kClasses[] = {
     {"Plain", 2,
      [](const auto& v) {
-         return DP::CreateDescriptorProperty(Source(v[0]), Kind(v[1]));
+         return CreateDescriptorProperty(Source(v[0]), Kind(v[1]));
      }},
     {"KLT", 6,
      [](const auto& v) {
-         return DP::CreateKLTDescriptorProperty(unsigned(v[0]), v[1], unsigned(v[2]),
-                                                unsigned(v[3]), Source(v[4]), Kind(v[5]));
+         return CreateKLTDescriptorProperty(unsigned(v[0]), v[1], unsigned(v[2]),
+                                            unsigned(v[3]), Source(v[4]), Kind(v[5]));
      }},
     {"APT", 8,
      [](const auto& v) {
-         return DP::CreateAPTDescriptorProperty(unsigned(v[0]), v[1], unsigned(v[2]),
-                                                unsigned(v[3]), Source(v[4]), Kind(v[5]),
-                                                float(v[6]), unsigned(v[7]));
+         return CreateAPTDescriptorProperty(unsigned(v[0]), v[1], unsigned(v[2]),
+                                            unsigned(v[3]), Source(v[4]), Kind(v[5]),
+                                            float(v[6]), unsigned(v[7]));
      }},
     {"RegionTracker", 10,
      [](const auto& v) {
-         return DP::CreateRegionTrackerDescriptorProperty(
+         return CreateRegionTrackerDescriptorProperty(
              unsigned(v[0]), v[1], unsigned(v[2]), unsigned(v[3]), Source(v[4]),
              Region(float(v[5]), 0.0f, 10.0f, float(v[6]) + 20.0f), v[7], Kind(v[8]));
      }},
@@ -74,10 +66,9 @@ TEST(DescriptorProperty, EqualMembersAreEqualAndEveryMemberCounts) {
 }
 
 TEST(DescriptorProperty, APlainPropertyLooksAtSourceAndKindOnlyAndADerivedOneAtTheClassToo) {
-    const Property plain = DP::CreateDescriptorProperty(Source(1), Kind(0));
-    const Property klt = DP::CreateKLTDescriptorProperty(1, 1, 1, 1, Source(1), Kind(0));
-    const Property apt =
-        DP::CreateAPTDescriptorProperty(1, 1, 1, 1, Source(1), Kind(0), 0.0f, 0);
+    const Property plain = CreateDescriptorProperty(Source(1), Kind(0));
+    const Property klt = CreateKLTDescriptorProperty(1, 1, 1, 1, Source(1), Kind(0));
+    const Property apt = CreateAPTDescriptorProperty(1, 1, 1, 1, Source(1), Kind(0), 0.0f, 0);
     EXPECT_TRUE(plain->IsEqual(klt));
     EXPECT_FALSE(klt->IsEqual(plain));
     EXPECT_FALSE(klt->IsEqual(apt));
@@ -85,10 +76,10 @@ TEST(DescriptorProperty, APlainPropertyLooksAtSourceAndKindOnlyAndADerivedOneAtT
 }
 
 TEST(DescriptorProperty, EmptyAndLongSourcesCompareByContent) {
-    EXPECT_TRUE(DP::CreateDescriptorProperty({}, Kind(2))
-                    ->IsEqual(DP::CreateDescriptorProperty({}, Kind(2))));
-    EXPECT_TRUE(DP::CreateDescriptorProperty(LongWide(), Kind(2))
-                    ->IsEqual(DP::CreateDescriptorProperty(LongWide(), Kind(2))));
+    EXPECT_TRUE(
+        CreateDescriptorProperty({}, Kind(2))->IsEqual(CreateDescriptorProperty({}, Kind(2))));
+    EXPECT_TRUE(CreateDescriptorProperty(LongWide(), Kind(2))
+                    ->IsEqual(CreateDescriptorProperty(LongWide(), Kind(2))));
 }
 
 TEST(DescriptorProperty, NullThrows) {
@@ -99,9 +90,9 @@ TEST(DescriptorProperty, NullThrows) {
 }
 
 TEST(RegionTrackerProperty, RegionsOfOneWidthAndHeightAreEqualAtAnyHeight) {
-    const auto make = [](DP::RegionPtr inRegion) {
-        return DP::CreateRegionTrackerDescriptorProperty(1, 1, 1, 1, Source(1), inRegion, 1,
-                                                         Kind(7));
+    const auto make = [](RegionPtr inRegion) {
+        return CreateRegionTrackerDescriptorProperty(1, 1, 1, 1, Source(1), inRegion, 1,
+                                                     Kind(7));
     };
     const Property low = make(Region(10, 0, 30, 20));
     EXPECT_TRUE(low->IsEqual(make(Region(10, 100, 30, 120))));

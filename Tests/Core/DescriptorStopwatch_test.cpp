@@ -1,12 +1,11 @@
 // The rule by which two clocks make one answer.
 
 #include "DescriptorStopwatch.h"
-
-#include <gtest/gtest.h>
+#include "Support/Test.h"
 
 namespace {
 
-using DP::DescriptorStopwatch;
+using namespace DP;
 
 double Seconds(std::int64_t inCounter, double inFrequency, bool inUsable,
                std::uint32_t inTicks) {

@@ -1,23 +1,20 @@
 // A repeated hit takes nothing from the heap.
 
-#include <gtest/gtest.h>
-
 #include "DP/DescriptorFactory.h"
 #include "Support/HeapCounter.h"
 #include "Support/Items.h"
-#include "Support/WideStrings.h"
+#include "Support/Test.h"
 
 namespace {
 
-using Testing::HeapAllocations;
+using namespace Testing;
 
 TEST(CacheHit, TakesNothingFromTheHeapOnceItsMutexIsMade) {
     const auto computer = DP::CreateDescriptorComputer(
-        DP::CreateDescriptorProperty(Testing::Wide("clip"), DP::kDescriptorDataTypeGreyImage));
+        DP::CreateDescriptorProperty(Wide("clip"), DP::kDescriptorDataTypeGreyImage));
     const auto request = [&](long long inFrame) {
-        return Testing::ScriptedItem::Make(
-            DP::CreateDescriptorDataKey(Testing::Wide("clip"), inFrame, 1, 1),
-            [] { return Testing::CountedData::Make(); });
+        return ScriptedItem::Make(DP::CreateDescriptorDataKey(Wide("clip"), inFrame, 1, 1),
+                                  [] { return CountedData::Make(); });
     };
     for (int frame = 0; frame < 50; ++frame)
         computer->GetDescriptorData(request(frame), true);

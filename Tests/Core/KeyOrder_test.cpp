@@ -1,27 +1,16 @@
 // The order of keys, one class after the other: which member decides, in which order; that
 // it is an order at all; what happens with keys of another class and with NaN.
 
-#include <gtest/gtest.h>
-
-#include <functional>
-#include <limits>
-#include <string>
-#include <vector>
-
 #include "ColourPyramid/ColourPyramidDescriptorDataKey.h"
 #include "DP/DescriptorFactory.h"
 #include "Pyramid/ImagePyramidDescriptorDataKey.h"
-#include "Support/Reports.h"
-#include "Support/Textures.h"
-#include "Support/WideStrings.h"
+#include "Support/Test.h"
 #include "quillet/Error.h"
 
 namespace {
 
-using DP::IDescriptorDataKey;
-using DP::Ref;
-using Testing::RecordedReports;
-using Testing::Wide;
+using namespace DP;
+using namespace Testing;
 using Key = Ref<IDescriptorDataKey>;
 
 // A key as a list of small numbers, one a member, in the order in which the class compares
@@ -32,7 +21,7 @@ quillet::WideString Source(int inNumber) {
     return Wide(("source" + std::to_string(inNumber)).c_str());
 }
 
-DP::RegionPtr Region(int inLeft, int inTop, int inRight, int inBottom) {
+RegionPtr Region(int inLeft, int inTop, int inRight, int inBottom) {
     return TVK::MakeObject<TVK::ParamRect<float>>(
         TVK::ParamRect<float>{float(inLeft), float(inTop), float(inRight), float(inBottom)});
 }
@@ -48,31 +37,31 @@ void PrintTo(const KeyClass& inClass, std::ostream* outStream) { *outStream << i
 const KeyClass kClasses[] = {
     {"Plain", 4,  // frame, rows, columns, source
      [](const Values& v) {
-         return DP::CreateDescriptorDataKey(Source(v[3]), v[0], v[1], v[2]);
+         return CreateDescriptorDataKey(Source(v[3]), v[0], v[1], v[2]);
      }},
     {"ImagePyramid", 9,
      [](const Values& v) {
-         return DP::CreateImagePyramidDescriptorDataKey(
+         return CreateImagePyramidDescriptorDataKey(
              Source(v[8]), v[0], float(v[1]), float(v[6]), float(v[3]), v[7], v[2], v[5], v[4]);
      }},
     {"ColourPyramid", 7,
      [](const Values& v) {
-         return DP::CreateColourPyramidDescriptorDataKey(
+         return CreateColourPyramidDescriptorDataKey(
              Source(v[0]), v[1], v[3], v[4], unsigned(v[5]), unsigned(v[2]), unsigned(v[6]));
      }},
     {"KLT", 8,  // features, step, distance, minimum, then the plain key's
      [](const Values& v) {
-         return DP::CreateKLTDescriptorDataKey(Source(v[7]), v[4], v[1], unsigned(v[0]), v[5],
-                                               v[6], unsigned(v[2]), unsigned(v[3]));
+         return CreateKLTDescriptorDataKey(Source(v[7]), v[4], v[1], unsigned(v[0]), v[5], v[6],
+                                           unsigned(v[2]), unsigned(v[3]));
      }},
     {"APT", 8,
      [](const Values& v) {
-         return DP::CreateAPTDescriptorDataKey(Source(v[7]), v[4], v[1], unsigned(v[0]), v[5],
-                                               v[6], unsigned(v[2]), unsigned(v[3]), 0.5f, 1);
+         return CreateAPTDescriptorDataKey(Source(v[7]), v[4], v[1], unsigned(v[0]), v[5], v[6],
+                                           unsigned(v[2]), unsigned(v[3]), 0.5f, 1);
      }},
     {"RegionTracker", 13,  // left, right, top, bottom, tag, then the APT key's
      [](const Values& v) {
-         return DP::CreateRegionTrackerDescriptorDataKey(
+         return CreateRegionTrackerDescriptorDataKey(
              Source(v[12]), v[9], v[6], unsigned(v[5]), v[10], v[11],
              Region(v[0], v[2], v[1], v[3]), v[4], unsigned(v[7]), unsigned(v[8]));
      }},
@@ -104,7 +93,7 @@ TEST_P(KeyOrder, FirstMemberThatDiffersDecides) {
 }
 
 TEST_P(KeyOrder, IsThatOfTheMemberLists) {
-    Testing::Random random(99);
+    Random random(99);
     for (int round = 0; round < 300; ++round) {
         Values one(GetParam().mMembers);
         Values other(GetParam().mMembers);
@@ -134,21 +123,20 @@ TEST(KeyOrderAcrossClasses, AKeyOfAnotherClassIsNeverLess) {
 }
 
 TEST(KeyOrderAcrossClasses, APlainKeyComparesItsOwnMembersWithAnyKey) {
-    const Key plain = DP::CreateDescriptorDataKey(Source(5), 1, 5, 5);
-    const Key pyramid =
-        DP::CreateImagePyramidDescriptorDataKey(Source(5), 1, 1, 1, 1, 4, 2, 5, 5);
+    const Key plain = CreateDescriptorDataKey(Source(5), 1, 5, 5);
+    const Key pyramid = CreateImagePyramidDescriptorDataKey(Source(5), 1, 1, 1, 1, 4, 2, 5, 5);
     EXPECT_FALSE(plain->IsLessThan(pyramid));
     EXPECT_FALSE(pyramid->IsLessThan(plain));
-    EXPECT_TRUE(DP::CreateDescriptorDataKey(Source(5), 0, 5, 5)->IsLessThan(pyramid));
+    EXPECT_TRUE(CreateDescriptorDataKey(Source(5), 0, 5, 5)->IsLessThan(pyramid));
 }
 
 TEST(KeyOrderAcrossClasses, ARegionKeyThrowsForAKeyOfAnotherClassAndForANullRegion) {
     const KeyClass& region = kClasses[5];
     const Key key = region.mMake(Values(region.mMembers, 5));
-    EXPECT_THROW(key->IsLessThan(DP::CreateDescriptorDataKey(Source(5), 5, 5, 5)),
+    EXPECT_THROW(key->IsLessThan(CreateDescriptorDataKey(Source(5), 5, 5, 5)),
                  TVK::NullInterfaceException);
     const Key null =
-        DP::CreateRegionTrackerDescriptorDataKey(Source(5), 5, 5, 5, 5, 5, nullptr, 5, 5, 5);
+        CreateRegionTrackerDescriptorDataKey(Source(5), 5, 5, 5, 5, 5, nullptr, 5, 5, 5);
     EXPECT_THROW(key->IsLessThan(null), TVK::NullInterfaceException);
     EXPECT_THROW(null->IsLessThan(key), TVK::NullInterfaceException);
 }
@@ -172,9 +160,9 @@ TEST(KeyOrderNull, DerivedKeysBreakTheContractAndThePlainOneDereferencesNull) {
 
 TEST(DataKeyLess, NamesTheSideThatIsNull) {
     const RecordedReports reports;
-    const Key key = DP::CreateDescriptorDataKey(Wide("a"), 1, 1, 1);
-    EXPECT_THROW(DP::DataKeyLess()(nullptr, key), quillet::config::ReportedError);
-    EXPECT_THROW(DP::DataKeyLess()(key, nullptr), quillet::config::ReportedError);
+    const Key key = CreateDescriptorDataKey(Wide("a"), 1, 1, 1);
+    EXPECT_THROW(DataKeyLess()(nullptr, key), quillet::config::ReportedError);
+    EXPECT_THROW(DataKeyLess()(key, nullptr), quillet::config::ReportedError);
     EXPECT_EQ(reports.Contracts()[0].mText, "inFirstDataKey != NULL");
     EXPECT_EQ(reports.Contracts()[1].mText, "inSecondDataKey != NULL");
 }
@@ -183,8 +171,7 @@ TEST(DataKeyLess, NamesTheSideThatIsNull) {
 
 TEST(KeyOrderAPT, StationaryLimitAndVerificationDoNotTellKeysApart) {
     const auto make = [](float inLimit, unsigned int inVerify) {
-        return DP::CreateAPTDescriptorDataKey(Wide("a"), 1, 2, 3, 4, 5, 6, 7, inLimit,
-                                              inVerify);
+        return CreateAPTDescriptorDataKey(Wide("a"), 1, 2, 3, 4, 5, 6, 7, inLimit, inVerify);
     };
     EXPECT_FALSE(make(0.0f, 0)->IsLessThan(make(1.0f, 1)));
     EXPECT_FALSE(make(1.0f, 1)->IsLessThan(make(0.0f, 0)));
@@ -193,8 +180,8 @@ TEST(KeyOrderAPT, StationaryLimitAndVerificationDoNotTellKeysApart) {
 TEST(KeyOrderNaN, ANaNIsEqualAndTheNextMemberDecides) {
     const float nan = std::numeric_limits<float>::quiet_NaN();
     const auto make = [](float inGradientSigma, int inLevels) {
-        return DP::CreateImagePyramidDescriptorDataKey(Wide("a"), 1, inGradientSigma, 1, 1, 4,
-                                                       inLevels, 8, 8);
+        return CreateImagePyramidDescriptorDataKey(Wide("a"), 1, inGradientSigma, 1, 1, 4,
+                                                   inLevels, 8, 8);
     };
     EXPECT_TRUE(make(nan, 1)->IsLessThan(make(3.0f, 2)));
     EXPECT_TRUE(make(3.0f, 1)->IsLessThan(make(nan, 2)));
@@ -204,17 +191,16 @@ TEST(KeyOrderNaN, ANaNIsEqualAndTheNextMemberDecides) {
 // Signed and unsigned members at the ends of their ranges.
 TEST(KeyOrderSigns, EachMemberComparesByItsOwnSign) {
     const auto klt = [](int inStep, unsigned int inFeatures) {
-        return DP::CreateKLTDescriptorDataKey(Wide("a"), 1, inStep, inFeatures, 1, 1, 1, 1);
+        return CreateKLTDescriptorDataKey(Wide("a"), 1, inStep, inFeatures, 1, 1, 1, 1);
     };
     EXPECT_TRUE(klt(-1, 1)->IsLessThan(klt(1, 1)));
     EXPECT_TRUE(klt(1, 1)->IsLessThan(klt(1, 0xFFFFFFFFu)));
     const auto colour = [](unsigned int inLevels) {
-        return DP::CreateColourPyramidDescriptorDataKey(Wide("a"), 1, 1, 1, 1, inLevels, 1);
+        return CreateColourPyramidDescriptorDataKey(Wide("a"), 1, 1, 1, 1, inLevels, 1);
     };
     EXPECT_TRUE(colour(1)->IsLessThan(colour(0xFFFFFFFFu)));
     const auto pyramid = [](int inLevels) {
-        return DP::CreateImagePyramidDescriptorDataKey(Wide("a"), 1, 1, 1, 1, 4, inLevels, 8,
-                                                       8);
+        return CreateImagePyramidDescriptorDataKey(Wide("a"), 1, 1, 1, 1, 4, inLevels, 8, 8);
     };
     EXPECT_TRUE(pyramid(-1)->IsLessThan(pyramid(1)));
 }

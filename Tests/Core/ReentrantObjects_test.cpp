@@ -2,14 +2,10 @@
 // from a comparison, from a getter, from a destructor. What the walk stands on must stay.
 // A fault here is a use of freed memory: the address sanitizer sees each one.
 
-#include <gtest/gtest.h>
-
-#include <functional>
-
 #include "DP/DescriptorFactory.h"
 #include "DescriptorDataCache.h"
 #include "DescriptorObjects.h"
-#include "Support/WideStrings.h"
+#include "Support/Test.h"
 
 namespace {
 
@@ -29,8 +25,8 @@ inline constexpr TVK::InterfaceID TVK::kIdentifierOf<CallingKey>{0x7e57, 13};
 
 namespace {
 
-using DP::Ref;
-using Testing::Wide;
+using namespace DP;
+using namespace Testing;
 
 class Callback {
 public:
@@ -46,10 +42,10 @@ private:
     std::function<void()> mCall;
 };
 
-class CallingProperty : public TVK::Object<CallingProperty, DP::DescriptorProperty> {
+class CallingProperty : public TVK::Object<CallingProperty, DescriptorProperty> {
 public:
     ~CallingProperty() override { mOnDestruction(); }
-    bool IsEqual(Ref<DP::IDescriptorProperty> inOther) override {
+    bool IsEqual(Ref<IDescriptorProperty> inOther) override {
         mOnIsEqual();
         return DescriptorProperty::IsEqual(inOther);
     }
@@ -60,26 +56,26 @@ public:
     Callback mOnIsEqual, mOnGetSourceID, mOnDestruction;
 };
 
-class CallingKey : public TVK::Object<CallingKey, DP::DescriptorDataKey> {
+class CallingKey : public TVK::Object<CallingKey, DescriptorDataKey> {
 public:
     ~CallingKey() override { mOnDestruction(); }
     Callback mOnDestruction;
 };
 
-class CallingData : public TVK::Object<CallingData, DP::DescriptorData> {
+class CallingData : public TVK::Object<CallingData, DescriptorData> {
 public:
     ~CallingData() override { mOnDestruction(); }
     unsigned int GetDataSize() override { return 1; }
     Callback mOnDestruction;
 };
 
-Ref<DP::IDescriptorDataKey> KeyOf(long long inFrame) {
-    return DP::CreateDescriptorDataKey(Wide("clip"), inFrame, 1, 1);
+Ref<IDescriptorDataKey> KeyOf(long long inFrame) {
+    return CreateDescriptorDataKey(Wide("clip"), inFrame, 1, 1);
 }
 
-bool Has(DP::IDescriptorDataCache& ioCache, long long inFrame) {
-    Ref<DP::IDescriptorData> data;
-    DP::RecursiveMutexPtr mutex;
+bool Has(IDescriptorDataCache& ioCache, long long inFrame) {
+    Ref<IDescriptorData> data;
+    RecursiveMutexPtr mutex;
     return ioCache.GetCachedData(KeyOf(inFrame), data, mutex);
 }
 
@@ -87,30 +83,27 @@ bool Has(DP::IDescriptorDataCache& ioCache, long long inFrame) {
 
 class ReentrantProperty : public testing::Test {
 protected:
-    ~ReentrantProperty() override { DP::FlushAllDescriptorResources(); }
+    ~ReentrantProperty() override { FlushAllDescriptorResources(); }
 
     static Ref<CallingProperty> Property(const char* inSource) {
-        return DP::MakeInitialised<CallingProperty>(Wide(inSource),
-                                                    DP::kDescriptorDataTypeGreyImage);
+        return MakeInitialised<CallingProperty>(Wide(inSource), kDescriptorDataTypeGreyImage);
     }
-    static Ref<DP::IDescriptorComputer> Grey(const char* inSource) {
-        return DP::CreateDescriptorComputer(
-            DP::CreateDescriptorProperty(Wide(inSource), DP::kDescriptorDataTypeGreyImage));
+    static Ref<IDescriptorComputer> Grey(const char* inSource) {
+        return CreateDescriptorComputer(
+            CreateDescriptorProperty(Wide(inSource), kDescriptorDataTypeGreyImage));
     }
     static void AddComputers() {
         for (const char* source : {"a", "b", "c", "d", "e"})
             Grey(source);
     }
-    static void RemoveAll() {
-        DP::CreateDescriptorComputerMgr()->RemoveAllDescriptorComputers();
-    }
+    static void RemoveAll() { CreateDescriptorComputerMgr()->RemoveAllDescriptorComputers(); }
 };
 
 TEST_F(ReentrantProperty, ComparisonRemovesTheComputersThatItIsComparedWith) {
     AddComputers();
     const auto property = Property("a");
     property->mOnIsEqual = RemoveAll;
-    const auto computer = DP::CreateDescriptorComputer(property);
+    const auto computer = CreateDescriptorComputer(property);
     ASSERT_TRUE(computer != NULL);
     EXPECT_EQ(computer->GetSourceID(), Wide("a"));
     EXPECT_FALSE(Grey("a") == NULL);
@@ -123,16 +116,16 @@ TEST_F(ReentrantProperty, ComparisonMakesMoreComputers) {
         for (const char* source : {"f", "g", "h", "i", "j", "k", "l", "m", "n"})
             Grey(source);
     };
-    const auto computer = DP::CreateDescriptorComputer(property);
+    const auto computer = CreateDescriptorComputer(property);
     EXPECT_EQ(Grey("z"), computer);
 }
 
 TEST_F(ReentrantProperty, SourceIsAskedForByARemovalAndRemovesAll) {
     const auto property = Property("a");
-    DP::CreateDescriptorComputer(property);
+    CreateDescriptorComputer(property);
     AddComputers();
     property->mOnGetSourceID = RemoveAll;
-    DP::CreateDescriptorComputerMgr()->RemoveDescriptorComputers(Wide("c"));
+    CreateDescriptorComputerMgr()->RemoveDescriptorComputers(Wide("c"));
     property->mOnGetSourceID = [] {
     };
     const auto late = Grey("c");
@@ -142,28 +135,28 @@ TEST_F(ReentrantProperty, SourceIsAskedForByARemovalAndRemovesAll) {
 // The one that was asked is gone before it can be removed: no other goes in its place.
 TEST_F(ReentrantProperty, RemovalTakesNobodyElseWhereTheMatchHasGone) {
     const auto property = Property("a");
-    DP::CreateDescriptorComputer(property);
-    Ref<DP::IDescriptorComputer> other;
+    CreateDescriptorComputer(property);
+    Ref<IDescriptorComputer> other;
     property->mOnGetSourceID = [&] {
         RemoveAll();
         other = Grey("b");
     };
-    DP::CreateDescriptorComputerMgr()->RemoveDescriptorComputers(Wide("a"));
+    CreateDescriptorComputerMgr()->RemoveDescriptorComputers(Wide("a"));
     EXPECT_EQ(Grey("b"), other);
 }
 
 TEST_F(ReentrantProperty, DestructorUsesTheManagerWhileItsComputerIsRemoved) {
     const auto removals = {
         std::function<void()>(RemoveAll), std::function<void()>([] {
-            DP::CreateDescriptorComputerMgr()->RemoveDescriptorComputers(Wide("dying"));
+            CreateDescriptorComputerMgr()->RemoveDescriptorComputers(Wide("dying"));
         }),
-        std::function<void()>(DP::FlushAllDescriptorResources)};
+        std::function<void()>(FlushAllDescriptorResources)};
     for (const auto& remove : removals) {
         bool called = false;
         AddComputers();
         {
             const auto property = Property("dying");
-            DP::CreateDescriptorComputer(property);
+            CreateDescriptorComputer(property);
             property->mOnDestruction = [&] {
                 called = true;
                 RemoveAll();
@@ -174,7 +167,7 @@ TEST_F(ReentrantProperty, DestructorUsesTheManagerWhileItsComputerIsRemoved) {
         EXPECT_FALSE(called);
         remove();
         EXPECT_TRUE(called);
-        DP::FlushAllDescriptorResources();
+        FlushAllDescriptorResources();
     }
 }
 
@@ -183,9 +176,9 @@ TEST_F(ReentrantProperty, DestructorUsesTheManagerWhileItsComputerIsRemoved) {
 class ReentrantData : public testing::Test {
 protected:
     ReentrantData() { mCache->SetMaxEntries(15); }
-    ~ReentrantData() override { DP::FlushAllDescriptorResources(); }
+    ~ReentrantData() override { FlushAllDescriptorResources(); }
 
-    static void Fill(DP::IDescriptorDataCache& ioCache, std::function<void()> inOnDestruction,
+    static void Fill(IDescriptorDataCache& ioCache, std::function<void()> inOnDestruction,
                      int inFrom = 0, int inTo = 16) {
         for (int frame = inFrom; frame < inTo; ++frame) {
             const auto data = CallingData::Create();
@@ -198,7 +191,7 @@ protected:
             Has(*mCache.operator->(), frame);
     }
 
-    Ref<DP::DescriptorDataCache> mCache = DP::DescriptorDataCache::Create();
+    Ref<DescriptorDataCache> mCache = DescriptorDataCache::Create();
 };
 
 TEST_F(ReentrantData, DestructorAsksTheCacheThatIsCleared) {
@@ -219,8 +212,8 @@ TEST_F(ReentrantData, DestructorStoresUnderTheKeyThatRoomIsMadeFor) {
     const auto early = CallingData::Create();
     Fill(*mCache.operator->(), [&] { mCache->StoreData(KeyOf(16), early); });
     mCache->StoreData(KeyOf(16), CallingData::Create());
-    Ref<DP::IDescriptorData> data;
-    DP::RecursiveMutexPtr mutex;
+    Ref<IDescriptorData> data;
+    RecursiveMutexPtr mutex;
     ASSERT_TRUE(mCache->GetCachedData(KeyOf(16), data, mutex));
     EXPECT_EQ(Ref<CallingData>(data), early);
     EXPECT_EQ(mCache->GetTotalDataSize(), 1u);
@@ -228,37 +221,37 @@ TEST_F(ReentrantData, DestructorStoresUnderTheKeyThatRoomIsMadeFor) {
 
 TEST_F(ReentrantData, DestructorClearsOrFlushesEverythingWhileEverythingIsCleared) {
     const auto clearAll = [] {
-        DP::CreateDescriptorDataCacheMgr()->ClearAllCaches();
+        CreateDescriptorDataCacheMgr()->ClearAllCaches();
     };
     for (const std::function<void()>& call :
          {std::function<void()>(clearAll),
-          std::function<void()>(DP::FlushAllDescriptorResources)}) {
-        for (const auto kind : {DP::kDescriptorDataTypeKLT, DP::kDescriptorDataTypeAPT,
-                                DP::kDescriptorDataTypeGraphCut})
-            Fill(*DP::CreateDescriptorDataCacheMgr()->GetDescriptorDataCache(kind).operator->(),
+          std::function<void()>(FlushAllDescriptorResources)}) {
+        for (const auto kind :
+             {kDescriptorDataTypeKLT, kDescriptorDataTypeAPT, kDescriptorDataTypeGraphCut})
+            Fill(*CreateDescriptorDataCacheMgr()->GetDescriptorDataCache(kind).operator->(),
                  call);
         clearAll();
-        EXPECT_EQ(DP::CreateDescriptorDataCacheMgr()->GetTotalDataSize(), 0u);
+        EXPECT_EQ(CreateDescriptorDataCacheMgr()->GetTotalDataSize(), 0u);
     }
 }
 
 // The walk's reference to the cache may be the last one: its keys in work go with it.
 TEST_F(ReentrantData, KeyInWorkClearsEverythingWhenItsCacheGoes) {
-    const auto mgr = DP::CreateDescriptorDataCacheMgr();
-    auto cache = mgr->GetDescriptorDataCache(DP::kDescriptorDataTypeKLT);
+    const auto mgr = CreateDescriptorDataCacheMgr();
+    auto cache = mgr->GetDescriptorDataCache(kDescriptorDataTypeKLT);
     const auto clearAndMakeAnother = [] {
-        const auto again = DP::CreateDescriptorDataCacheMgr();
+        const auto again = CreateDescriptorDataCacheMgr();
         again->ClearAllCaches();
-        again->GetDescriptorDataCache(DP::kDescriptorDataTypeGraphCut);
+        again->GetDescriptorDataCache(kDescriptorDataTypeGraphCut);
     };
     Fill(*cache.operator->(), clearAndMakeAnother, 0, 1);
     {
-        const auto key = DP::MakeInitialised<CallingKey>(Wide("clip"), 99LL, 1, 1);
+        const auto key = MakeInitialised<CallingKey>(Wide("clip"), 99LL, 1, 1);
         key->mOnDestruction = [] {
-            DP::CreateDescriptorDataCacheMgr()->ClearAllCaches();
+            CreateDescriptorDataCacheMgr()->ClearAllCaches();
         };
-        Ref<DP::IDescriptorData> data;
-        DP::RecursiveMutexPtr mutex;
+        Ref<IDescriptorData> data;
+        RecursiveMutexPtr mutex;
         cache->GetCachedData(key, data, mutex);
     }
     cache = nullptr;
@@ -268,9 +261,9 @@ TEST_F(ReentrantData, KeyInWorkClearsEverythingWhenItsCacheGoes) {
 
 // A cache that was cleared early in the walk and filled again since is cleared once more.
 TEST_F(ReentrantData, HeldCacheThatIsFilledAnewDuringTheWalkIsEmptyAfterIt) {
-    const auto mgr = DP::CreateDescriptorDataCacheMgr();
-    const auto held = mgr->GetDescriptorDataCache(DP::kDescriptorDataTypeKLT);
-    const auto later = mgr->GetDescriptorDataCache(DP::kDescriptorDataTypeGraphCut);
+    const auto mgr = CreateDescriptorDataCacheMgr();
+    const auto held = mgr->GetDescriptorDataCache(kDescriptorDataTypeKLT);
+    const auto later = mgr->GetDescriptorDataCache(kDescriptorDataTypeGraphCut);
     Fill(
         *later.operator->(),
         [&] {
@@ -285,19 +278,19 @@ TEST_F(ReentrantData, HeldCacheThatIsFilledAnewDuringTheWalkIsEmptyAfterIt) {
 // A flush tears the managers down, so they must be empty by then.
 TEST_F(ReentrantData, DestructorStoresAnewWhileEverythingIsFlushed) {
     const auto store = [] {
-        const auto mgr = DP::CreateDescriptorDataCacheMgr();
-        for (const auto kind : {DP::kDescriptorDataTypeKLT, DP::kDescriptorDataTypeGraphCut})
+        const auto mgr = CreateDescriptorDataCacheMgr();
+        for (const auto kind : {kDescriptorDataTypeKLT, kDescriptorDataTypeGraphCut})
             Fill(
                 *mgr->GetDescriptorDataCache(kind).operator->(),
                 [] {
-                    DP::CreateDescriptorDataCacheMgr()->GetDescriptorDataCache(
-                        DP::kDescriptorDataTypeAPT);
+                    CreateDescriptorDataCacheMgr()->GetDescriptorDataCache(
+                        kDescriptorDataTypeAPT);
                 },
                 0, 1);
     };
-    const auto mgr = DP::CreateDescriptorDataCacheMgr();
-    Fill(*mgr->GetDescriptorDataCache(DP::kDescriptorDataTypeKLT).operator->(), store, 0, 3);
-    DP::FlushAllDescriptorResources();
+    const auto mgr = CreateDescriptorDataCacheMgr();
+    Fill(*mgr->GetDescriptorDataCache(kDescriptorDataTypeKLT).operator->(), store, 0, 3);
+    FlushAllDescriptorResources();
     EXPECT_EQ(mgr->GetTotalDataSize(), 0u);
 }
 

@@ -1,11 +1,7 @@
 // The allocator's edges: every size it can be asked for.
 
 #include "TVK/Allocator.h"
-
-#include <gtest/gtest.h>
-
-#include <cstdint>
-#include <cstring>
+#include "Support/Test.h"
 
 namespace {
 

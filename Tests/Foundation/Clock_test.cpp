@@ -1,8 +1,7 @@
 // The clocks of the system, as the stopwatch reads them.
 
 #include "platform/Clock.h"
-
-#include <gtest/gtest.h>
+#include "Support/Test.h"
 
 namespace {
 

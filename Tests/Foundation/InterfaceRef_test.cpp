@@ -1,11 +1,7 @@
 // The smart pointer: which calls each operation makes on the object, in which order.
 
 #include "TVK/InterfaceRef.h"
-
-#include <gtest/gtest.h>
-
-#include <string>
-#include <utility>
+#include "Support/Test.h"
 
 namespace {
 

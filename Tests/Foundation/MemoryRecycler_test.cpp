@@ -1,19 +1,14 @@
 // The recycler: size classes, the bound, and blocks under threads.
 
 #include "TVK/MemoryRecycler.h"
+#include "Support/Test.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
 #include <atomic>
-#include <cstdint>
-#include <cstring>
 #include <thread>
-#include <vector>
-
-#include "Support/Textures.h"
 
 namespace {
+
+using namespace Testing;
 
 // Destroyed after the library's own statics, whose first use comes later: what it asks for
 // then must still work.
@@ -149,7 +144,7 @@ TEST(MemoryRecycler, ThreadsNeverShareABlock) {
     std::vector<std::thread> threads;
     for (int t = 0; t < 4; ++t)
         threads.emplace_back([&, t] {
-            Testing::Random random(std::uint64_t(t) + 1);
+            Random random(std::uint64_t(t) + 1);
             for (int i = 0; i < 20000; ++i) {  // as close together as can be
                 MemoryBuffer buffer = recycler.AllocateBuffer(1);
                 recycler.RecycleBuffer(buffer);

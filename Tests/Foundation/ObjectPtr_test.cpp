@@ -1,15 +1,10 @@
 // Shared ownership of plain objects.
 
 #include "TVK/ObjectPtr.h"
-
-#include <gtest/gtest.h>
+#include "Support/Test.h"
 
 #include <atomic>
-#include <cstdint>
-#include <cstring>
 #include <thread>
-#include <utility>
-#include <vector>
 
 namespace {
 

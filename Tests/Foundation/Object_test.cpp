@@ -2,8 +2,7 @@
 // every arrangement of bases that the kinds use, and the count.
 
 #include "TVK/Object.h"
-
-#include <gtest/gtest.h>
+#include "Support/Test.h"
 
 namespace {
 

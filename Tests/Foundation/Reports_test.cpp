@@ -1,8 +1,6 @@
 // The two reporting patterns: what the developer sees, what is thrown, and what happens
 // where a host has put its own procedures in place.
 
-#include <gtest/gtest.h>
-
 #if defined(__linux__)
 #include <sys/ptrace.h>
 #include <unistd.h>
@@ -10,10 +8,8 @@
 
 #include <csignal>
 #include <cstdio>
-#include <cstring>
-#include <string>
 
-#include "Support/Reports.h"
+#include "Support/Test.h"
 #include "TVK/ContractCheck.h"
 #include "TVK/Exception.h"
 #include "platform/Debugger.h"
@@ -25,7 +21,7 @@ using quillet::config::ErrorLevel;
 using quillet::config::ReplacementValue;
 using quillet::config::ReportedError;
 using quillet::config::SetThrowError;
-using Testing::RecordedReports;
+using namespace Testing;
 
 int GuardedAnswer(const int* inPointer) {
     ContractCheck(inPointer != NULL, -1);

@@ -1,15 +1,11 @@
 // Singletons that are torn down with their last reference and built again.
 
 #include "TVK/SingletonGuard.h"
-
-#include <gtest/gtest.h>
+#include "Support/Test.h"
 
 #include <atomic>
 #include <barrier>
-#include <cstddef>
-#include <new>
 #include <thread>
-#include <vector>
 
 namespace {
 

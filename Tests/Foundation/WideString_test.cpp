@@ -2,13 +2,7 @@
 
 #include "quillet/WideString.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <set>
-#include <string>
-#include <vector>
-
+#include "Support/Test.h"
 #include "TVK/MakeStdString.h"
 #include "quillet/UTF8ToUTF16.h"
 

@@ -2,16 +2,14 @@
 
 #include "External/graphcut/FlowGraph.h"
 
-#include <gtest/gtest.h>
-
-#include <cstdint>
 #include <stdexcept>
-#include <vector>
 
 #include "External/graphcut/MaxFlowSolver.h"
-#include "Support/Textures.h"
+#include "Support/Test.h"
 
 namespace {
+
+using namespace Testing;
 
 // The plain way to an arc.
 unsigned int Walk(const FlowGraph& inGraph, unsigned int inFrom, unsigned int inTo) {
@@ -22,7 +20,7 @@ unsigned int Walk(const FlowGraph& inGraph, unsigned int inFrom, unsigned int in
 }
 
 TEST(FlowGraphLists, ArcsAreFoundAsByAWalkAlsoAmongDuplicatesAndBothWays) {
-    Testing::Random random(1);
+    Random random(1);
     FlowGraph graph;
     constexpr int kNodes = 60;
     for (int i = 0; i < kNodes; ++i)

@@ -3,11 +3,8 @@
 
 #pragma once
 
-#include <cstddef>
-#include <string>
-#include <vector>
-
 #include "External/graphcut/MaxFlowSolver.h"
+#include "Support/Test.h"
 
 namespace Testing {
 

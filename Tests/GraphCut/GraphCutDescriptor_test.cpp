@@ -1,14 +1,10 @@
 // The graph cut as a kind: item, data, and the road through computer and cache.
 
-#include <gtest/gtest.h>
-
-#include <string>
-
 #include "DP/DescriptorFactory.h"
 #include "DP/IGraphCutDescriptor.h"
 #include "GraphCut/GraphCutDescriptorWorkerItem.h"
 #include "Scene.h"
-#include "Support/WideStrings.h"
+#include "Support/Test.h"
 #include "TVK/Exception.h"
 #include "platform/Debugger.h"
 

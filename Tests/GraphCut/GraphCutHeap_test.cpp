@@ -1,25 +1,18 @@
 // Nothing grows: the heap and the recycler under many strokes and many frames.
 
-#include <gtest/gtest.h>
-
-#include <new>
-
 #include "GraphCut/GraphCutWrapper.h"
 #include "Scene.h"
 #include "Support/HeapCounter.h"
-#include "Support/Reports.h"
+#include "Support/Test.h"
 #include "TVK/MemoryRecycler.h"
 #include "quillet/Error.h"
 
 namespace {
 
-using Testing::ByteImage;
-using Testing::FlatImage;
-using Testing::PaintDab;
-using Testing::Scene;
+using namespace Testing;
 
 struct Held {
-    long mBlocks = Testing::LiveHeapBlocks();
+    long mBlocks = LiveHeapBlocks();
     std::size_t mUsed = TVK::MemoryRecycler::Instance()->GetUsedBytes();
     std::size_t mUnused = TVK::MemoryRecycler::Instance()->GetUnusedBytes();
 };
@@ -77,24 +70,24 @@ TEST(GraphCutHeap, AFrameThatRanOutOfMemoryTakesNoStrokes) {
         ioWrapper.ComputeLabelImage(scene.mPixels.data(), scene.mRowBytes, foreground,
                                     background, {});
     };
-    const Testing::RecordedReports reports;
+    const RecordedReports reports;
     long allocations = 0;
     for (int round = 0; round < 2; ++round) {  // the first one fills pools
         DP::GraphCutWrapper wrapper;
-        const long before = Testing::HeapAllocations();
+        const long before = HeapAllocations();
         cut(wrapper);
-        allocations = Testing::HeapAllocations() - before;
+        allocations = HeapAllocations() - before;
     }
     int failed = 0, accepted = 0;
     for (long number = 1; number <= allocations; ++number) {
         DP::GraphCutWrapper wrapper;
-        Testing::FailHeapAllocation(number);
+        FailHeapAllocation(number);
         try {
             cut(wrapper);
-            Testing::FailHeapAllocation(0);
+            FailHeapAllocation(0);
             continue;  // a region that could not grow is a smaller one
         } catch (const std::bad_alloc&) {
-            Testing::FailHeapAllocation(0);
+            FailHeapAllocation(0);
             ++failed;
         }
         try {

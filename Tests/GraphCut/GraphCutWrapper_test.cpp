@@ -2,26 +2,15 @@
 
 #include "GraphCut/GraphCutWrapper.h"
 
-#include <gtest/gtest.h>
-
-#include <limits>
-#include <vector>
-
 #include "PlainTwins.h"
 #include "Scene.h"
-#include "Support/Reports.h"
+#include "Support/Test.h"
 #include "quillet/Error.h"
 
 namespace {
 
-using DP::GraphCutWrapper;
-using Testing::ByteImage;
-using Testing::FlatImage;
-using Testing::ImageOf;
-using Testing::PaintDab;
-using Testing::PixelsOf;
-using Testing::RecordedReports;
-using Testing::Scene;
+using namespace DP;
+using namespace Testing;
 
 ByteImage FirstCut(GraphCutWrapper& ioWrapper, const Scene& inScene, ByteImage inForeground,
                    ByteImage inBackground) {
@@ -85,7 +74,7 @@ TEST(GraphCutWrapper, RowsMayBeLongerThanTheirPixels) {
 
 TEST(GraphCutWrapper, FirstCutAndFurtherStrokesHaveTheLabelsOfTheLiteralForm) {
     const Scene scene(97, 71, 5);
-    Testing::Picture<unsigned char> picture{97, 71, 97, {}};
+    Picture<unsigned char> picture{97, 71, 97, {}};
     picture.mPlanes.assign(3, std::vector<unsigned char>(97 * 71));
     for (std::size_t i = 0; i < 97 * 71; ++i)
         for (std::size_t plane = 0; plane < 3; ++plane)
@@ -93,7 +82,7 @@ TEST(GraphCutWrapper, FirstCutAndFurtherStrokesHaveTheLabelsOfTheLiteralForm) {
 
     ImageGraph plain;
     plain.Initialize({0, 0, 71, 97}, nullptr, 8, nullptr, 0, 1);
-    const auto regions = Testing::PlainSegment(picture, 10.0f / 255.0f, 5);
+    const auto regions = PlainSegment(picture, 10.0f / 255.0f, 5);
     plain.mRegionMode = true;
     plain.mMaxRegionPixels = 121;
     for (std::size_t i = 0; i < regions.size(); ++i) {
@@ -103,7 +92,7 @@ TEST(GraphCutWrapper, FirstCutAndFurtherStrokesHaveTheLabelsOfTheLiteralForm) {
     }
     plain.mPixelSourceEnergies.assign(regions.size(), 0);
     plain.mPixelSinkEnergies.assign(regions.size(), 0);
-    Testing::PlainNeighborEnergies(plain, picture, 500, double{16.0f / 255.0f}, 0.5, true);
+    PlainNeighborEnergies(plain, picture, 500, double{16.0f / 255.0f}, 0.5, true);
 
     GraphCutWrapper wrapper;
     auto foreground = scene.ForegroundStrokes(), background = scene.BackgroundStrokes();
@@ -112,12 +101,12 @@ TEST(GraphCutWrapper, FirstCutAndFurtherStrokesHaveTheLabelsOfTheLiteralForm) {
         SCOPED_TRACE(stroke);
         labels = wrapper.ComputeLabelImage(scene.mPixels.data(), scene.mRowBytes, foreground,
                                            background, labels);
-        Testing::PlainTerminalEnergies(plain, PixelsOf(foreground), PixelsOf(background), 0.5,
-                                       128, stroke > 0);
+        PlainTerminalEnergies(plain, PixelsOf(foreground), PixelsOf(background), 0.5, 128,
+                              stroke > 0);
         RunMaxFlow(*plain.mFlowGraph, 0, 1, *plain.mSegments, -1.0, nullptr);
         for (std::size_t i = 0; i < regions.size(); ++i)
             ASSERT_EQ(labels->GetData()[i], (*plain.mSegments)[regions[i]] == 1 ? 255 : 0);
-        Testing::ExpectSameGraph(*wrapper.GetImageGraph()->mFlowGraph, *plain.mFlowGraph);
+        ExpectSameGraph(*wrapper.GetImageGraph()->mFlowGraph, *plain.mFlowGraph);
         foreground = FlatImage(97, 71, 0);
         background = FlatImage(97, 71, 0);
         PaintDab(stroke % 2 ? foreground : background, (stroke * 37) % 97, (stroke * 23) % 71,
@@ -251,7 +240,7 @@ TEST_F(BrokenContracts, NullImages) {
 
 TEST_F(BrokenContracts, WhereAHostGoesOnThereIsNoResult) {
     const RecordedReports reports;
-    const Testing::ThrowErrorReturns host;
+    const ThrowErrorReturns host;
     EXPECT_TRUE(Stroke({}, Full()) == NULL);
     EXPECT_TRUE(Stroke(Full(), FlatImage(79, 60, 0)) == NULL);
     EXPECT_TRUE(mWrapper.ComputeLabelImage(nullptr, 4, Full(), Full(), {}) == NULL);

@@ -2,25 +2,13 @@
 
 #include "External/graphcut/imgraphcut.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cmath>
-#include <limits>
-#include <vector>
-
 #include "Pictures.h"
 #include "PlainTwins.h"
-#include "Support/Reports.h"
+#include "Support/Test.h"
 
 namespace {
 
-using Testing::BuildRegions;
-using Testing::ExpectSameGraph;
-using Testing::MakePicture;
-using Testing::Picture;
-using Testing::PlainNeighborEnergies;
-using Testing::SetEnergies;
+using namespace Testing;
 
 constexpr unsigned short kNeighborhoods[] = {4, 8, 20};
 
@@ -71,11 +59,11 @@ TEST(ImageGraph, RegionNodesAreTheLabelsWithTerminalLinksSinkFirst) {
     ImageGraph graph;
     BuildRegions(graph, picture);
     EXPECT_EQ(std::vector<unsigned int>(&graph.mNodeImage[0], &graph.mNodeImage[0] + 1200),
-              Testing::PlainSegment(picture, 10.0f / 255.0f, 5));
+              PlainSegment(picture, 10.0f / 255.0f, 5));
     EXPECT_EQ(graph.mFlowGraph->mNodeCount, graph.mRegionCount + 2);
     EXPECT_EQ(graph.mMaxRegionPixels, 121);
     EXPECT_EQ(graph.mPixelSinkEnergies, ImageGraph::PixelEnergies(1200, 0.0f));
-    const auto arcs = Testing::ArcsOf(*graph.mFlowGraph, 2);
+    const auto arcs = ArcsOf(*graph.mFlowGraph, 2);
     ASSERT_EQ(arcs.size(), 2u);
     EXPECT_EQ(arcs[0].mHead, 1u);
     EXPECT_EQ(arcs[1].mHead, 0u);
@@ -193,7 +181,7 @@ TEST(LinkEnergyLaws, AreaIsClippedToTheGraph) {
 // ---- Formats that there are not ------------------------------------------------------
 
 TEST(ImageGraphFormats, UnknownFormatsAreReportedAndNothingIsDone) {
-    const Testing::RecordedReports reports(Testing::RecordedReports::Later::kShow);
+    const RecordedReports reports(RecordedReports::Later::kShow);
     ImageGraph graph;
     graph.Initialize({0, 0, 2, 2}, nullptr, 8, nullptr, 0, 1);
     graph.AddPixelNodes(2, 2);
@@ -222,7 +210,7 @@ TEST(ImageGraphFormats, UnknownFormatsAreReportedAndNothingIsDone) {
 TEST(ImageGraphFormats, PlaneReportsAreHiddenOncePerDepth) {
     ImageGraph graph;
     graph.Initialize({0, 0, 1, 1}, nullptr, 8, nullptr, 0, 1);
-    const Testing::RecordedReports reports(Testing::RecordedReports::Later::kHide);
+    const RecordedReports reports(RecordedReports::Later::kHide);
     for (int round = 0; round < 2; ++round)
         for (const int depth : {8, 16, 32})
             graph.SetNeighborEnergies(nullptr, nullptr, nullptr, nullptr, 1, 1, 0, 0, 4, 2,
@@ -300,8 +288,8 @@ TEST(ImageGraphResults, QueriesLeaveTerminalArcsOut) {
 
 TEST(ImageGraphLife, ResetGraphSolvesLikeANewOne) {
     const auto picture = MakePicture<unsigned char>(30, 20, 3, 6);
-    const std::vector<unsigned char> foreground = Testing::NoiseBytes(600, 3);
-    const std::vector<unsigned char> background = Testing::NoiseBytes(600, 4);
+    const std::vector<unsigned char> foreground = NoiseBytes(600, 3);
+    const std::vector<unsigned char> background = NoiseBytes(600, 4);
     const auto solve = [&](ImageGraph& ioGraph, unsigned char inThreshold) {
         SetEnergies(ioGraph, picture, true);
         ioGraph.SetTerminalEnergies(nullptr, nullptr, foreground.data(), background.data(), 0.5,
@@ -349,7 +337,7 @@ TEST(ImageGraphLife, ResetLeavesASharedGraphToItsOwner) {
 }
 
 TEST(ImageGraphLife, RegionsOfALargerSizeThanTheGraphBreakTheContract) {
-    const Testing::RecordedReports reports;
+    const RecordedReports reports;
     const auto picture = MakePicture<unsigned char>(10, 10, 1, 6);
     ImageGraph graph;
     graph.Initialize({0, 0, 9, 10}, nullptr, 8, nullptr, 0, 1);

@@ -2,26 +2,17 @@
 
 #include "External/graphcut/MWSegment.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <limits>
-#include <map>
-#include <new>
 #include <stdexcept>
-#include <vector>
 
 #include "External/graphcut/MWSegmentSeedFill.h"
 #include "External/graphcut/SquaredRadius.h"
 #include "Pictures.h"
 #include "PlainTwins.h"
-#include "Support/Reports.h"
+#include "Support/Test.h"
 
 namespace {
 
-using Testing::MakePicture;
-using Testing::Picture;
-using Testing::PlainSegment;
+using namespace Testing;
 
 struct Segments {
     std::vector<unsigned int> mLabels;
@@ -81,7 +72,7 @@ TEST(MWSegment, RegionsAreWhatIsReachedFromTheirSeedsForAllFormats) {
 
 TEST(MWSegment, NoiseOfFewLevelsMakesCrookedRegionsThatAreReachedAllTheSame) {
     Picture<unsigned char> picture{50, 40, 50, {}};
-    Testing::Random random(3);
+    Random random(3);
     picture.mPlanes.assign(1, std::vector<unsigned char>(2000));
     for (auto& sample : picture.mPlanes[0])
         sample = static_cast<unsigned char>(random.Integer(0, 2) * 100);
@@ -141,7 +132,7 @@ TEST(MWSegment, SampleThatIsNoNumberUsesItsRegionUpAndStaysUnlabelled) {
 }
 
 TEST(MWSegment, UnknownFormatsAreReportedAndLeaveTheLabels) {
-    const Testing::RecordedReports reports(Testing::RecordedReports::Later::kShow);
+    const RecordedReports reports(RecordedReports::Later::kShow);
     std::vector<unsigned int> labels(4, kUntouched);
     const float samples[4] = {};
     const auto run = [&](int inPlanes, int inBitDepth) {

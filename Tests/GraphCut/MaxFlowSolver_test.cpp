@@ -2,26 +2,12 @@
 
 #include "External/graphcut/MaxFlowSolver.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cmath>
-#include <cstdint>
-#include <limits>
-#include <set>
-#include <string>
-#include <utility>
-#include <vector>
-
 #include "FlowModel.h"
-#include "Support/Textures.h"
+#include "Support/Test.h"
 
 namespace {
 
-using Testing::FaultOfCut;
-using Testing::FaultOfFlow;
-using Testing::FlowModel;
-using Testing::Random;
+using namespace Testing;
 
 int RandomCapacity(Random& ioRandom, int inMost) {
     return ioRandom.Integer(0, 3) == 0 ? 0 : ioRandom.Integer(1, inMost);

@@ -3,10 +3,8 @@
 
 #pragma once
 
-#include <algorithm>
-
 #include "PlainTwins.h"
-#include "Support/Textures.h"
+#include "Support/Test.h"
 
 namespace Testing {
 

@@ -3,11 +3,8 @@
 
 #pragma once
 
-#include <algorithm>
 #include <deque>
-#include <limits>
-#include <utility>
-#include <vector>
+#include "Support/Test.h"
 
 namespace Testing {
 

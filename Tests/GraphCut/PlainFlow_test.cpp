@@ -3,19 +3,14 @@
 
 #include "PlainFlow.h"
 
-#include <gtest/gtest.h>
-
 #include <bit>
-#include <climits>
-#include <cstdint>
 
 #include "External/graphcut/MaxFlowSolver.h"
-#include "Support/Textures.h"
+#include "Support/Test.h"
 
 namespace {
 
-using Testing::PlainFlow;
-using Testing::Random;
+using namespace Testing;
 
 struct AbortAfter : AbortCallback {
     explicit AbortAfter(int inPaths) : mPathsLeft(inPaths) {}

@@ -4,17 +4,11 @@
 
 #pragma once
 
-#include <gtest/gtest.h>
-
 #include <bit>
-#include <cmath>
-#include <cstdint>
-#include <limits>
-#include <utility>
-#include <vector>
 
 #include "External/graphcut/MaxFlowSolver.h"
 #include "External/graphcut/imgraphcut.h"
+#include "Support/Test.h"
 
 namespace Testing {
 

@@ -3,12 +3,8 @@
 
 #pragma once
 
-#include <algorithm>
-#include <cmath>
-#include <vector>
-
 #include "Support/Images.h"
-#include "Support/Textures.h"
+#include "Support/Test.h"
 #include "image/IPImage.h"
 
 namespace Testing {

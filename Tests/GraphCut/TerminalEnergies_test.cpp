@@ -1,21 +1,12 @@
 // Strokes, bias and fit into terminal capacities.
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cmath>
-#include <limits>
-#include <vector>
-
 #include "Pictures.h"
 #include "PlainTwins.h"
+#include "Support/Test.h"
 
 namespace {
 
-using Testing::BuildRegions;
-using Testing::ExpectSameGraph;
-using Testing::MakePicture;
-using Testing::NoiseBytes;
+using namespace Testing;
 
 constexpr unsigned char kThreshold = 128;
 const float kLogOf510 = float(std::log(510.0));
@@ -57,7 +48,7 @@ struct PixelRow {
 // A row of equal pixels that is one region.
 struct OneRegion {
     explicit OneRegion(int inColumns) {
-        BuildRegions(mGraph, Testing::Picture<unsigned char>{
+        BuildRegions(mGraph, Picture<unsigned char>{
                                  inColumns,
                                  1,
                                  inColumns,
@@ -75,7 +66,7 @@ TEST(TerminalEnergies, RegionsHaveTheBitsOfTheLiteralFormFreshAndResumed) {
     ImageGraph graph, plain;
     for (ImageGraph* const each : {&graph, &plain}) {
         BuildRegions(*each, picture);
-        Testing::SetEnergies(*each, picture, true);
+        SetEnergies(*each, picture, true);
     }
     for (int pass = 0; pass < 6; ++pass) {
         SCOPED_TRACE(pass);
@@ -88,8 +79,7 @@ TEST(TerminalEnergies, RegionsHaveTheBitsOfTheLiteralFormFreshAndResumed) {
             SetStrokes(graph, foreground, background);
         else
             SetAll(graph, foreground, background);
-        Testing::PlainTerminalEnergies(plain, foreground, background, 0.5, kThreshold,
-                                       strokesAlone);
+        PlainTerminalEnergies(plain, foreground, background, 0.5, kThreshold, strokesAlone);
         ExpectSameGraph(*graph.mFlowGraph, *plain.mFlowGraph);
         EXPECT_EQ(graph.mPixelSourceEnergies, plain.mPixelSourceEnergies);
         EXPECT_EQ(graph.mPixelSinkEnergies, plain.mPixelSinkEnergies);
@@ -154,7 +144,7 @@ TEST(TerminalEnergies, CapacitiesDoNotFallBelowNothing) {
 TEST(TerminalEnergies, PixelsWithoutANodeAreNoErrors) {
     const float nan = std::numeric_limits<float>::quiet_NaN();
     ImageGraph graph;
-    BuildRegions(graph, Testing::Picture<float>{3, 1, 3, {{0.5f, nan, 0.5f}}});
+    BuildRegions(graph, Picture<float>{3, 1, 3, {{0.5f, nan, 0.5f}}});
     SetAll(graph, {0, 255, 255}, {0, 0, 0});
     RunMaxFlow(*graph.mFlowGraph, 0, 1, *graph.mSegments, -1.0, nullptr);
     SetStrokes(graph, {0, 0, 0}, {0, 255, 0});

@@ -1,21 +1,12 @@
 // Tiles: the grid, activation, seams, and the energies over them.
 
-#include <gtest/gtest.h>
-
-#include <limits>
-#include <map>
-#include <memory>
-#include <utility>
-#include <vector>
-
 #include "External/graphcut/MaxFlowSolver.h"
 #include "Pictures.h"
-#include "Support/Reports.h"
+#include "Support/Test.h"
 
 namespace {
 
-using Testing::MakePicture;
-using Testing::Picture;
+using namespace Testing;
 
 constexpr unsigned short kNeighborhoods[] = {4, 8, 20};
 constexpr GraphRect kBounds{10, 20, 27, 45};  // 17 rows, 25 columns
@@ -69,7 +60,7 @@ TEST(TileGrid, EmptyBoundsHaveNoTiles) {
 }
 
 TEST(TileGrid, BadTileSizesAndNeighbourhoodsBreakTheContract) {
-    const Testing::RecordedReports reports;
+    const RecordedReports reports;
     EXPECT_ANY_THROW(TiledImageGraph(kBounds, 0, 8));
     EXPECT_ANY_THROW(TiledImageGraph(kBounds, GraphRect{0, 0, 4, -1}, 8));
     EXPECT_ANY_THROW(TiledImageGraph(kBounds, 4, 6));
@@ -147,7 +138,7 @@ TEST(TileSeams, TiledLinksAreThoseOfOneGraphOverAll) {
         ImageGraph whole;
         whole.Initialize(kBounds, nullptr, neighborhood, nullptr, 0, 1);
         whole.AddPixelNodes(17, 25);
-        Testing::SetEnergies(whole, picture, true);
+        SetEnergies(whole, picture, true);
         TiledImageGraph tiles(kBounds, GraphRect{0, 0, 5, 4}, neighborhood);
         ActivateAll(tiles);
         const unsigned int links = SetAllEnergies(tiles, picture);
@@ -205,7 +196,7 @@ TEST(TileSeams, SolvedDynamicTilesAreUpdated) {
 }
 
 TEST(TileSeams, UnknownFormatsAreReported) {
-    const Testing::RecordedReports reports(Testing::RecordedReports::Later::kShow);
+    const RecordedReports reports(RecordedReports::Later::kShow);
     TiledImageGraph tiles(kBounds, 9, 8);
     const auto run = [&](int inPlanes, int inDepth) {
         tiles.BuildLinksAndSetNeighborEnergies(nullptr, nullptr, nullptr, nullptr, 1, 1, 20, 10,

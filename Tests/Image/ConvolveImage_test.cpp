@@ -3,33 +3,16 @@
 
 #include "image/IPConvolveImage.h"
 
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <limits>
-#include <string>
-#include <tuple>
-#include <vector>
-
 #include "Image/PlainConvolution.h"
-#include "Support/Bits.h"
 #include "Support/Images.h"
-#include "Support/Reports.h"
-#include "Support/Textures.h"
+#include "Support/Test.h"
 #include "image/PixelOps.h"
 
 namespace {
 
 using IP::ConvolutionKernel;
 using IP::ImagePtr;
-using Testing::ImageOf;
-using Testing::NoiseFrame;
-using Testing::PlainImage;
-using Testing::RecordedReports;
-using Testing::SameBits;
-using Testing::StaleImage;
-
-constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
+using namespace Testing;
 
 ConvolutionKernel KernelOf(const std::vector<float>& inTaps) {
     ConvolutionKernel kernel;
@@ -127,7 +110,7 @@ TEST_P(ConvolveSizes, PassesGiveTheBitsOfThePlainOnes) {
 
 TEST_P(ConvolveSizes, SmoothingAndGradientsGiveTheBitsOfThePlainOnes) {
     const RecordedReports reports(RecordedReports::Later::kShow);
-    Testing::Random random(99);
+    Random random(99);
     std::vector<float> sigmas{0.7f, 1.0f, 3.6f, 7.2f, 0.1f, -1.0f, 0.0f, 9.5f, 13.0f, kNaN};
     for (int i = 0; i < 6; ++i)
         sigmas.push_back(float(0.2 + 11.0 * random.Real()));
@@ -226,7 +209,7 @@ TEST(ConvolveLaws, BothPassesAtOnceAreThePassesOneByOneForInfiniteTapsToo) {
 // So wide that it goes in tiles.
 TEST(ConvolveLaws, BytesOfAVeryWideImageGiveTheBitsOfTheirFloats) {
     constexpr int kCols = 20011, kRows = 9;
-    const auto bytes = Testing::NoiseBytes(std::size_t(kCols) * kRows, 5);
+    const auto bytes = NoiseBytes(std::size_t(kCols) * kRows, 5);
     const auto floats = StaleImage(kCols, kRows), expected = StaleImage(kCols, kRows),
                actual = StaleImage(kCols, kRows);
     floats->ConvertFromBytes(bytes.data(), kCols, kRows);

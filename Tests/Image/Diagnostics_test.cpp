@@ -1,27 +1,18 @@
 // The diagnostic writers: every byte of their files, what they report, the planes of a
 // packed frame, and the marks that show features.
 
-#include <gtest/gtest.h>
-
-#include <cmath>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
-#include <functional>
-#include <iterator>
-#include <limits>
-#include <string>
-#include <vector>
 
 #include "Image.h"
 #include "Support/Images.h"
-#include "Support/Reports.h"
-#include "Support/Textures.h"
-#include "Support/WideStrings.h"
+#include "Support/Test.h"
 #include "quillet/Error.h"
 
 namespace {
 
+using namespace Testing;
 using Bytes = std::vector<unsigned char>;
 
 // A path of the test's own; the file is gone afterwards.
@@ -58,8 +49,6 @@ Bytes Joined(const std::string& inHeader, const Bytes& inPixels) {
 // ---- Pictures ------------------------------------------------------------------------
 
 using Overlay = CAFU::FeatureOverlay;
-constexpr float kInfinity = std::numeric_limits<float>::infinity();
-constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
 
 const unsigned char kBytes[] = {1, 2, 3, 4};
 const unsigned char kRed[] = {1, 2, 3}, kGreen[] = {11, 12, 13}, kBlue[] = {21, 22, 23};
@@ -106,7 +95,7 @@ const Picture kPictures[] = {
      {}},
     {"wide path",
      [](const char* p) {
-         IP::WriteImageToPPM(*Testing::ImageOf<unsigned char>(2, 1, {8, 9}), Testing::Wide(p));
+         IP::WriteImageToPPM(*ImageOf<unsigned char>(2, 1, {8, 9}), Wide(p));
      },
      "P6\n2 1\n255\n",
      {8, 8, 8, 9, 9, 9}},
@@ -169,7 +158,7 @@ TEST(Pictures, HaveTheseBytesOrBreakThisContract) {
     for (const Picture& picture : kPictures) {
         SCOPED_TRACE(picture.mName);
         const TemporaryFile file;
-        const Testing::RecordedReports reports;
+        const RecordedReports reports;
         if (*picture.mContract) {
             EXPECT_THROW(picture.mWrite(file.Path()), quillet::config::ReportedError);
             ASSERT_EQ(reports.Contracts().size(), 1u);
@@ -186,7 +175,7 @@ TEST(Pictures, HaveTheseBytesOrBreakThisContract) {
 TEST(Pictures, EachWriterTellsOfAFileItCannotOpenOnceAndUnderItsName) {
     const std::string path =
         (std::filesystem::temp_directory_path() / "no such folder" / "x.ppm").string();
-    const Testing::RecordedReports reports;
+    const RecordedReports reports;
     for (int twice = 0; twice < 2; ++twice) {
         CAFU::WritePPMFileRGB(path.c_str(), kRed, kGreen, kBlue, 1, 1);
         CAFU::WritePPMFileGrey(path.c_str(), kBytes, 1, 1);

@@ -2,28 +2,16 @@
 
 #include "image/IPImagePyramid.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <tuple>
-#include <vector>
-
 #include "Image/PlainConvolution.h"
-#include "Support/Bits.h"
 #include "Support/Images.h"
-#include "Support/Reports.h"
-#include "Support/Textures.h"
+#include "Support/Test.h"
 #include "image/IPFramePyramids.h"
 
 namespace {
 
 using IP::FramePyramids;
 using IP::ImagePyramidImpl;
-using Testing::ImageOf;
-using Testing::NoiseFrame;
-using Testing::PlainImage;
-using Testing::RecordedReports;
-using Testing::SameBits;
+using namespace Testing;
 
 testing::AssertionResult Same(const IP::ImagePtr<float>& inLevel, const PlainImage& inPlain) {
     if (inLevel->GetColumns() != inPlain.mCols || inLevel->GetRows() != inPlain.mRows)
@@ -65,7 +53,7 @@ TEST(ImagePyramid, OneLevelIsACopyAndReportsNothingElse) {
     ImagePyramidImpl<float> pyramid(10, 10, 4, 1);
     pyramid.ComputePyramid(image, 0.9f);
     EXPECT_NE(pyramid.GetLevel(0)->GetData(), image->GetData());
-    EXPECT_EQ(Testing::PixelsOf(pyramid.GetLevel(0)), pixels);
+    EXPECT_EQ(PixelsOf(pyramid.GetLevel(0)), pixels);
 }
 
 // ---- The bits of the plain way -------------------------------------------------------
@@ -86,7 +74,7 @@ TEST_P(PyramidSizes, PyramidsGiveTheBitsOfThePlainOnes) {
     const auto [cols, rows, subsampling] = GetParam();
     const PlainImage image(cols, rows, NoiseFrame(cols, rows, 8));
     for (const float factor : {0.9f, 0.35f, -0.4f}) {
-        const auto expected = Testing::PlainPyramid(image, subsampling, 3, factor);
+        const auto expected = PlainPyramid(image, subsampling, 3, factor);
         ImagePyramidImpl<float> pyramid(cols, rows, subsampling, 3);
         for (int level = 0; level < 3; ++level)
             std::fill_n(pyramid.GetLevel(level)->GetData(), expected[level].mPixels.size(),
@@ -100,15 +88,15 @@ TEST_P(PyramidSizes, PyramidsGiveTheBitsOfThePlainOnes) {
 TEST_P(PyramidSizes, FramePyramidsGiveTheBitsOfThePlainOnes) {
     const RecordedReports reports(RecordedReports::Later::kShow);
     const auto [cols, rows, subsampling] = GetParam();
-    const auto bytes = Testing::NoiseBytes(std::size_t(cols) * rows, 4);
+    const auto bytes = NoiseBytes(std::size_t(cols) * rows, 4);
     const PlainImage frame(cols, rows, {bytes.begin(), bytes.end()});
     for (const IP::FramePyramidSettings& settings :
          {IP::FramePyramidSettings{1.0f, 0.7f, 0.9f, subsampling, 2},
           IP::FramePyramidSettings{1.7f, 1.3f, 0.3f, subsampling, 3},
           IP::FramePyramidSettings{0.3f, 3.0f, 1.1f, subsampling, 1}}) {
         const auto expected =
-            Testing::PlainPyramid(PlainSmoothed(frame, settings.mSmoothSigma), subsampling,
-                                  settings.mLevelCount, settings.mPyramidSigmaFactor);
+            PlainPyramid(PlainSmoothed(frame, settings.mSmoothSigma), subsampling,
+                         settings.mLevelCount, settings.mPyramidSigmaFactor);
         const FramePyramids actual =
             IP::ComputeFramePyramids({bytes.data(), cols, rows}, settings);
         for (int level = 0; level < settings.mLevelCount; ++level) {
@@ -147,7 +135,7 @@ TEST(ImagePyramidReports, AnImageOfAnotherSizeOrNoneBreaksTheContract) {
     EXPECT_EQ(reports.Contracts().at(0).mText, "inImage != NULL");
     EXPECT_EQ(reports.Contracts().at(1).mText, "mCols == inImage->GetColumns()");
     // Where a host goes on, nothing is made of what level 0 held before.
-    const Testing::ThrowErrorReturns host;
+    const ThrowErrorReturns host;
     pyramid.GetLevel(1)->GetData()[0] = 77.0f;
     for (const auto& image : {IP::ImagePtr<float>(), ImageOf(9, 8, NoiseFrame(9, 8, 1)),
                               ImageOf(8, 9, NoiseFrame(8, 9, 1))}) {
@@ -159,7 +147,7 @@ TEST(ImagePyramidReports, AnImageOfAnotherSizeOrNoneBreaksTheContract) {
 
 TEST(ImagePyramidReports, ImpossibleShapesAreSafe) {
     const RecordedReports reports(RecordedReports::Later::kShow);
-    const auto bytes = Testing::NoiseBytes(100, 1);
+    const auto bytes = NoiseBytes(100, 1);
     EXPECT_ANY_THROW(IP::ComputeFramePyramids({bytes.data(), -5, 5}, {1, 0.7f, 0.9f, 4, 2}));
     EXPECT_ANY_THROW(IP::ComputeFramePyramids({bytes.data(), 10, 10}, {1, 0.7f, 0.9f, -1, 3}));
     const auto empty = IP::ComputeFramePyramids({bytes.data(), 10, 10}, {1, 0.7f, 0.9f, 0, 3});

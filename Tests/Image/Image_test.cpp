@@ -2,24 +2,14 @@
 
 #include "image/IPImage.h"
 
-#include <gtest/gtest.h>
-
-#include <climits>
-#include <cstdint>
-#include <vector>
-
 #include "Support/Images.h"
-#include "Support/Reports.h"
-#include "Support/Textures.h"
+#include "Support/Test.h"
 #include "quillet/Error.h"
 
 namespace {
 
 using IP::Image;
-using Testing::ImageOf;
-using Testing::NoiseBytes;
-using Testing::PixelsOf;
-using Testing::RecordedReports;
+using namespace Testing;
 using TVK::MakeObject;
 
 // ---- Shape and block -----------------------------------------------------------------
@@ -102,7 +92,7 @@ TEST(Image, BytesBecomeTheFloatsOfTheSameValues) {
     Image<float> image(32, 8);
     image.ConvertFromBytes(bytes.data(), 32, 8);
     for (int i = 0; i < 256; ++i)
-        EXPECT_EQ(image.GetData()[i], static_cast<float>(i));
+        EXPECT_EQ(image.GetData()[i], float(i));
 }
 
 TEST(Image, ConversionCountsTheOldSizeAndKeepsTheNewOne) {
@@ -112,7 +102,7 @@ TEST(Image, ConversionCountsTheOldSizeAndKeepsTheNewOne) {
     EXPECT_EQ(image->GetColumns(), 3);
     EXPECT_EQ(image->GetRows(), 1);
     for (int i = 0; i < 8; ++i)
-        EXPECT_EQ(image->GetData()[i], static_cast<float>(bytes[std::size_t(i)]));
+        EXPECT_EQ(image->GetData()[i], float(bytes[std::size_t(i)]));
 }
 
 TEST(Image, ConversionToALargerSizeBreaksTheContractBeforeAnyPixelChanges) {

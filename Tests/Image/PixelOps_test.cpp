@@ -1,18 +1,11 @@
 // Grey conversion: the formula over odd sizes and strides, and what is refused.
 
 #include "image/PixelOps.h"
-
-#include <gtest/gtest.h>
-
-#include <cstddef>
-#include <tuple>
-#include <vector>
-
-#include "Support/Textures.h"
+#include "Support/Test.h"
 
 namespace {
 
-using Testing::NoiseBytes;
+using namespace Testing;
 
 // Columns 1 to 40 meet every remainder of the vector loops; the padding shifts the rows
 // against every alignment.
@@ -89,7 +82,7 @@ TEST(GreyConversionRange, AMillionColoursHaveTheirRoundedLuma) {
                 expected.push_back(static_cast<unsigned char>(
                     (3735 * blue + 19235 * green + 9798 * red + 16384) >> 15));
             }
-    const int count = static_cast<int>(expected.size());
+    const int count = int(expected.size());
     std::vector<unsigned char> grey(expected.size());
     ASSERT_TRUE(IP::GetGreyImage(frame.data(), 1, count, 4 * count, grey.data()));
     EXPECT_TRUE(grey == expected);

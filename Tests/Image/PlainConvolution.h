@@ -2,10 +2,7 @@
 // other, every image whole. The library's own way must give the same bits.
 
 #pragma once
-
-#include <cmath>
-#include <cstddef>
-#include <vector>
+#include "Support/Test.h"
 
 namespace Testing {
 

@@ -1,10 +1,5 @@
 #include "image/RecycledAllocator.h"
-
-#include <gtest/gtest.h>
-
-#include <limits>
-#include <numeric>
-#include <utility>
+#include "Support/Test.h"
 
 namespace {
 

@@ -3,17 +3,12 @@
 
 #include "image/IPRowKernels.h"
 
-#include <gtest/gtest.h>
-
-#include <vector>
-
-#include "Support/Bits.h"
-#include "Support/Textures.h"
+#include "Support/Test.h"
 #include "image/VectorTargets.h"
 
 namespace {
 
-using Testing::SameBits;
+using namespace Testing;
 
 // What `mBothSums` writes, or the sums of the definition: the horizontal ones into the last
 // row, the vertical ones behind the rows.
@@ -41,13 +36,13 @@ TEST(RowKernels, BothPassesAtOnceGiveTheBitsOfOneAfterTheOther) {
             for (const long count : {0, 3, 4, 8, 15, 16, 17, 31, 33, 64, 100}) {
                 SCOPED_TRACE(testing::Message() << forms[t]->mName << ", " << taps << " taps, "
                                                 << count << " sums");
-                auto source = Testing::NoiseFrame(int(count) + taps, 1, 5);
-                auto across = Testing::NoiseFrame(taps, 1, 6);
-                const auto down = Testing::NoiseFrame(taps, 1, 7);
+                auto source = NoiseFrame(int(count) + taps, 1, 5);
+                auto across = NoiseFrame(taps, 1, 6);
+                const auto down = NoiseFrame(taps, 1, 7);
                 std::fill(source.begin(), source.begin() + count / 2, 0.0f);
                 for (float& tap : across)
                     tap = -tap;
-                auto rows = Testing::NoiseFrame(taps, int(count), 8);
+                auto rows = NoiseFrame(taps, int(count), 8);
                 for (int m = 0; m < taps; ++m)
                     std::fill_n(rows.begin() + m * count, count / 3, 0.0f);
                 auto expectedRows = rows;
@@ -71,11 +66,11 @@ TEST(RowKernels, GradientsFromOneVisitHaveTheBitsOfTwo) {
     for (const IP::RowKernels* const form : IP::GetRowKernelTargets().All())
         for (const long count : {0, 3, 4, 8, 15, 16, 17, 31, 33, 100}) {
             SCOPED_TRACE(testing::Message() << form->mName << ", " << count << " sums");
-            const auto source = Testing::NoiseFrame(int(count) + 7, 1, 5);
-            const auto gauss = Testing::NoiseFrame(7, 1, 6);
-            const auto derivative = Testing::NoiseFrame(7, 1, 7);
-            auto rowsX = Testing::NoiseFrame(7, int(count), 8), expectedX = rowsX;
-            auto rowsY = Testing::NoiseFrame(7, int(count), 9), expectedY = rowsY;
+            const auto source = NoiseFrame(int(count) + 7, 1, 5);
+            const auto gauss = NoiseFrame(7, 1, 6);
+            const auto derivative = NoiseFrame(7, 1, 7);
+            auto rowsX = NoiseFrame(7, int(count), 8), expectedX = rowsX;
+            auto rowsY = NoiseFrame(7, int(count), 9), expectedY = rowsY;
             const auto sumsX = SumsOfBoth(source, derivative, gauss, count, expectedX);
             const auto sumsY = SumsOfBoth(source, gauss, derivative, count, expectedY);
             std::vector<float*> linesX, linesY;
@@ -105,8 +100,8 @@ TEST(RowKernels, EveryFormGivesTheBitsOfTheDefinition) {
         SCOPED_TRACE(forms[t]->mName);
         for (const int taps : {1, 3, 5, 7, 9, 21, 71})
             for (const long count : {0, 1, 3, 4, 7, 8, 9, 31, 63, 64, 65, 200}) {
-                const auto source = Testing::NoiseFrame(int(count) + taps, 1, 5);
-                const auto kernel = Testing::NoiseFrame(taps, 1, 6);
+                const auto source = NoiseFrame(int(count) + taps, 1, 5);
+                const auto kernel = NoiseFrame(taps, 1, 6);
                 std::vector<const float*> lines;
                 for (int m = 0; m < taps; ++m)
                     lines.push_back(source.data() + m);
@@ -124,7 +119,7 @@ TEST(RowKernels, EveryFormGivesTheBitsOfTheDefinition) {
             }
         for (const int step : {1, 2, 3, 4, 5, 8})
             for (const long count : {0, 1, 5, 8, 33}) {
-                const auto row = Testing::NoiseFrame(int(count) * step + 1, 1, 7);
+                const auto row = NoiseFrame(int(count) * step + 1, 1, 7);
                 std::vector<std::vector<float>> phases(step, std::vector<float>(count + 1, -1));
                 std::vector<float*> pointers;
                 for (auto& phase : phases)
@@ -135,7 +130,7 @@ TEST(RowKernels, EveryFormGivesTheBitsOfTheDefinition) {
                     for (long j = 0; j <= count; ++j)
                         EXPECT_EQ(phases[p][j], j < count ? row[j * step + p] : -1.0f);
             }
-        const auto bytes = Testing::NoiseBytes(77, 8);
+        const auto bytes = NoiseBytes(77, 8);
         std::vector<float> floats(78, -1.0f);
         forms[t]->mConvertBytes(bytes.data(), 77, floats.data());
         for (int i = 0; i < 78; ++i)

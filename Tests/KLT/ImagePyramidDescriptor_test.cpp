@@ -1,45 +1,39 @@
 // The image pyramid kind: what its data holds, and what becomes of missing inputs. That
 // the pyramids are right is the business of the image layer's tests.
 
-#include <gtest/gtest.h>
-
-#include <set>
 #include <thread>
-#include <vector>
 
 #include "DP/DescriptorFactory.h"
 #include "Pyramid/ImagePyramidDescriptorData.h"
 #include "Pyramid/ImagePyramidDescriptorDataKey.h"
 #include "Pyramid/ImagePyramidDescriptorWorkerItem.h"
 #include "Support/Images.h"
-#include "Support/Textures.h"
-#include "Support/WideStrings.h"
+#include "Support/Test.h"
 
 namespace {
 
-using DP::ImagePyramidDescriptorData;
-using DP::Ref;
-using Testing::Wide;
+using namespace DP;
+using namespace Testing;
 
 class ImagePyramidDescriptor : public testing::Test {
 protected:
-    ~ImagePyramidDescriptor() override { DP::FlushAllDescriptorResources(); }
+    ~ImagePyramidDescriptor() override { FlushAllDescriptorResources(); }
 
-    static Ref<DP::IDescriptorDataKey> Key(int inLevels, float inGradientSigma = 1.0f) {
-        return DP::CreateImagePyramidDescriptorDataKey(Wide("clip"), 3, inGradientSigma, 0.7f,
-                                                       0.9f, 4, inLevels, 40, 30);
+    static Ref<IDescriptorDataKey> Key(int inLevels, float inGradientSigma = 1.0f) {
+        return CreateImagePyramidDescriptorDataKey(Wide("clip"), 3, inGradientSigma, 0.7f, 0.9f,
+                                                   4, inLevels, 40, 30);
     }
-    Ref<ImagePyramidDescriptorData> Request(Ref<DP::IDescriptorDataKey> inKey,
+    Ref<ImagePyramidDescriptorData> Request(Ref<IDescriptorDataKey> inKey,
                                             const unsigned char* inPixels) {
-        const auto item = DP::CreateDescriptorWorkerItem(DP::kDescriptorDataTypeImagePyramid);
+        const auto item = CreateDescriptorWorkerItem(kDescriptorDataTypeImagePyramid);
         item->SetDataKey(inKey);
-        Ref<DP::ImagePyramidDescriptorWorkerItem>(item)->SetPyramidImage(inPixels);
+        Ref<ImagePyramidDescriptorWorkerItem>(item)->SetPyramidImage(inPixels);
         return mComputer->GetDescriptorData(item, true);
     }
 
-    const std::vector<unsigned char> mFrame = Testing::NoiseBytes(40 * 30, 2);
-    const Ref<DP::IDescriptorComputer> mComputer = DP::CreateDescriptorComputer(
-        DP::CreateDescriptorProperty(Wide("clip"), DP::kDescriptorDataTypeImagePyramid));
+    const std::vector<unsigned char> mFrame = NoiseBytes(40 * 30, 2);
+    const Ref<IDescriptorComputer> mComputer = CreateDescriptorComputer(
+        CreateDescriptorProperty(Wide("clip"), kDescriptorDataTypeImagePyramid));
 };
 
 TEST_F(ImagePyramidDescriptor, HoldsThreePyramidsInTheShapeOfTheKey) {
@@ -76,10 +70,10 @@ TEST_F(ImagePyramidDescriptor, GradientsThatComeLaterAreTheSameForAllWhoAsk) {
     EXPECT_TRUE(data->GetGradientXPyramid() == early.mGradientX);
     EXPECT_EQ(data->GetDataSize(), (40 * 30 + 10 * 7) * 3 * 4u);
     const auto whole = IP::ComputeFramePyramids({mFrame.data(), 40, 30}, {1, 0.7f, 0.9f, 4, 2});
-    EXPECT_EQ(Testing::PixelsOf(data->GetGradientXPyramid()->GetLevel(0)),
-              Testing::PixelsOf(whole.mGradientX->GetLevel(0)));
-    EXPECT_EQ(Testing::PixelsOf(data->GetGradientYPyramid()->GetLevel(0)),
-              Testing::PixelsOf(whole.mGradientY->GetLevel(0)));
+    EXPECT_EQ(PixelsOf(data->GetGradientXPyramid()->GetLevel(0)),
+              PixelsOf(whole.mGradientX->GetLevel(0)));
+    EXPECT_EQ(PixelsOf(data->GetGradientYPyramid()->GetLevel(0)),
+              PixelsOf(whole.mGradientY->GetLevel(0)));
     EXPECT_FALSE(Request(Key(2, 1.5f), mFrame.data())->MakesGradientsLater());
 }
 
@@ -97,8 +91,7 @@ TEST_F(ImagePyramidDescriptor, MissingFrameIsStoredAsEmptyData) {
 }
 
 TEST_F(ImagePyramidDescriptor, KeyOfAnotherClassGivesEmptyData) {
-    const auto data =
-        Request(DP::CreateDescriptorDataKey(Wide("clip"), 3, 30, 40), mFrame.data());
+    const auto data = Request(CreateDescriptorDataKey(Wide("clip"), 3, 30, 40), mFrame.data());
     EXPECT_EQ(data->GetDataSize(), 0u);
 }
 

@@ -1,14 +1,10 @@
 // What is special about the KLT kind: when its list is filled up, what it needs of earlier
 // frames, and its dump. What it shares with the other trackers is tested in Tests/Kinds.
 
-#include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <cstdio>
 #include <fstream>
-#include <iterator>
-#include <limits>
-#include <string>
 
 #include "DP/DescriptorFactory.h"
 #include "DP/IKLTDescriptor.h"
@@ -17,7 +13,7 @@
 #include "KLTDescriptorData.h"
 #include "KLTWrapper.h"
 #include "Support/Images.h"
-#include "Support/Reports.h"
+#include "Support/Test.h"
 
 namespace {
 
@@ -153,7 +149,6 @@ TEST_F(KLTFamily, PreviousImageOfAnotherSizeIsNeverReadOutside) {
 }
 
 TEST_F(KLTFamily, StrangeListsAreCarriedThrough) {
-    constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
     const auto frame = Frame(0, 0);
     const auto features = FeaturesOf(Computer()->GetDescriptorData(
         Item(Key(1, 3), frame, frame,

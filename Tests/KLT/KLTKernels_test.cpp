@@ -3,27 +3,14 @@
 
 #include "KLT/KLTKernels.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cmath>
-#include <limits>
-#include <memory>
-#include <tuple>
-#include <utility>
-#include <vector>
-
-#include "Support/Bits.h"
 #include "Support/Images.h"
-#include "Support/Textures.h"
+#include "Support/Test.h"
 #include "image/IPConvolveImage.h"
 #include "image/VectorTargets.h"
 
 namespace {
 
-using Testing::BitsOf;
-using Testing::NoiseFrame;
-using Testing::SameBits;
+using namespace Testing;
 
 // Calls `inDo(form)` for each form.
 template <class Do>
@@ -80,7 +67,6 @@ TEST(KLTKernels, TrackabilityHasTheBitsOfPlainSums) {
 }
 
 TEST(KLTKernels, ProductsAndPointsAreThePlainOnes) {
-    constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
     ForEachForm([&](const DP::KLTKernels& inForm) {
         const auto gx = NoiseFrame(45, 1, 1), gy = NoiseFrame(45, 1, 2);
         std::vector<float> actual(3 * 45), expected(actual);
@@ -127,7 +113,7 @@ void PartitionPlainly(std::vector<int>& ioValues, std::vector<unsigned>& ioIndic
 
 TEST(KLTKernels, PartitionGoesOnAsIfItHadBeenOneByOne) {
     ForEachForm([](const DP::KLTKernels& inForm) {
-        Testing::Random random(9);
+        Random random(9);
         for (const int highest : {1, 30, 1000000}) {
             std::vector<int> a(5000);
             for (int& value : a)
@@ -149,8 +135,8 @@ TEST(KLTKernels, PartitionGoesOnAsIfItHadBeenOneByOne) {
 
 TEST(KLTKernels, GradientsOfABlockAreThoseOfTheWholeImage) {
     constexpr int kCols = 40, kRows = 30, kBlock = DP::KLTKernels::kBlockColumns;
-    const auto image = Testing::ImageOf(kCols, kRows, NoiseFrame(kCols, kRows, 5));
-    const auto x = Testing::StaleImage(kCols, kRows), y = Testing::StaleImage(kCols, kRows);
+    const auto image = ImageOf(kCols, kRows, NoiseFrame(kCols, kRows, 5));
+    const auto x = StaleImage(kCols, kRows), y = StaleImage(kCols, kRows);
     IP::ComputeGradients(image, 1.0f, x, y);
     IP::ConvolutionKernel gauss, derivative;
     IP::ComputeKernels(1.0f, gauss, derivative);
@@ -192,7 +178,7 @@ TEST(KLTKernels, WindowsHaveTheBitsOfPlainSums) {
                                 {pixels[2].data(), kCols, 0, 0}},
                                kCols};
     ForEachForm([&](const DP::KLTKernels& inForm) {
-        Testing::Random random(3);
+        Random random(3);
         int compared = 0;
         for (int run = 0; run < 500; ++run) {
             const int width = 3 + 2 * random.Integer(0, 2),

@@ -3,44 +3,24 @@
 
 #include "KLT/KLTSelection.h"
 
-#include <gtest/gtest.h>
 #include <pthread.h>
-
-#include <climits>
-#include <limits>
-#include <set>
-#include <vector>
 
 #include "KLT/KLTSupport.h"
 #include "KLT/PlainKLT.h"
 #include "Support/Images.h"
-#include "Support/Reports.h"
+#include "Support/Test.h"
 
 namespace {
 
-using DP::KLTFeature;
-using DP::KLTFeatureList;
-using DP::KLTTracker;
-using DP::SelectionPoint;
-using Testing::CountLive;
-using Testing::FeatureAt;
-using Testing::ListOf;
-using Testing::PlainPoint;
-using Testing::Random;
-using Testing::RecordedReports;
-using Testing::SameFeatures;
-using Testing::TexturedBytes;
-using Testing::WholeFrame;
-
-constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
-constexpr float kInfinity = std::numeric_limits<float>::infinity();
+using namespace DP;
+using namespace Testing;
 
 constexpr int kCols = 40;  // of the maps and indices
 
 // ---- The sort ------------------------------------------------------------------------
 
 struct Points {
-    DP::PointList List() { return {mValues.data(), mIndices.data()}; }
+    PointList List() { return {mValues.data(), mIndices.data()}; }
     bool operator==(const Points&) const = default;
 
     std::vector<std::int32_t> mValues;
@@ -64,9 +44,7 @@ std::vector<PlainPoint> RandomPoints(std::size_t inCount, int inValues, int inSe
     return points;
 }
 
-void Sort(Points& ioPoints) {
-    DP::SortedPoints(ioPoints.List(), ioPoints.mValues.size()).Finish();
-}
+void Sort(Points& ioPoints) { SortedPoints(ioPoints.List(), ioPoints.mValues.size()).Finish(); }
 
 TEST(SortedPoints, AreAFallingPermutation) {
     auto points = PointsOf(RandomPoints(1000, 50, 3));
@@ -89,10 +67,10 @@ TEST(SortedPoints, StandAsThePlainSortLeavesThem) {
         for (const int values : {-2, -1, 0, 1, 10, 1000000}) {
             auto plain = RandomPoints(count, values, int(count) + values);
             auto walked = PointsOf(plain), finished = walked;
-            Testing::PlainSort(plain.data(), plain.size());
+            PlainSort(plain.data(), plain.size());
             const auto expected = PointsOf(plain);
 
-            DP::SortedPoints sorted(walked.List(), count);
+            SortedPoints sorted(walked.List(), count);
             std::vector<unsigned char> map(count);
             Random random(int(count) + values);
             SelectionPoint point;
@@ -108,7 +86,7 @@ TEST(SortedPoints, StandAsThePlainSortLeavesThem) {
             EXPECT_TRUE(walked == expected) << count << " points of " << values << " values";
             Sort(finished);
             EXPECT_TRUE(finished == expected);
-            DP::SortedPoints none(finished.List(), 0);
+            SortedPoints none(finished.List(), 0);
             EXPECT_FALSE(none.NextFree(map.data(), point));
         }
 }
@@ -118,8 +96,8 @@ TEST(SortedPoints, StandAsThePlainSortLeavesThem) {
 Points AdversePoints(std::size_t inCount) {
     Points points{std::vector<std::int32_t>(inCount), std::vector<std::uint32_t>(inCount)};
     for (std::size_t i = 0; i < inCount; ++i) {
-        points.mIndices[i] = static_cast<std::uint32_t>(i);
-        points.mValues[i] = static_cast<std::int32_t>(inCount - i);
+        points.mIndices[i] = std::uint32_t(i);
+        points.mValues[i] = std::int32_t(inCount - i);
     }
     for (std::size_t count = 2; count <= inCount; ++count) {  // the steps, last to first
         std::swap(points.mValues[0], points.mValues[count - 1]);
@@ -149,8 +127,8 @@ TEST(SortedPoints, AdverseOnesTakeNoStack) {
 KLTFeatureList Enforce(const std::vector<PlainPoint>& inPoints, int inMinDist, int inLeast,
                        bool inOverwriteAll, KLTFeatureList inList) {
     auto points = PointsOf(inPoints);
-    DP::SortedPoints sorted(points.List(), inPoints.size());
-    DP::EnforceMinimumDistance(sorted, kCols, 30, inMinDist, inLeast, inOverwriteAll, inList);
+    SortedPoints sorted(points.List(), inPoints.size());
+    EnforceMinimumDistance(sorted, kCols, 30, inMinDist, inLeast, inOverwriteAll, inList);
     return inList;
 }
 
@@ -161,7 +139,7 @@ TEST(EnforceMinimumDistance, FeaturesLieAtLeastTheDistanceApart) {
     EXPECT_EQ(list[0].mX, 20.0f);
     EXPECT_EQ(list[1].mX, 30.0f) << "9 apart is too near, 10 is not";
     EXPECT_EQ(list[2].mX, 10.0f);
-    EXPECT_EQ(list[3].mValue, DP::kKLTNotFound);
+    EXPECT_EQ(list[3].mValue, kKLTNotFound);
     EXPECT_EQ(list[3].mX, -1.0f);
     EXPECT_EQ(Enforce(points, 1, 1, true, KLTFeatureList(4))[1].mX, 29.0f);
     const std::vector<PlainPoint> twice{{20, 15, 90}, {20, 15, 80}};
@@ -177,8 +155,8 @@ TEST(EnforceMinimumDistance, ValuesBelowOneNeverQualify) {
 }
 
 TEST(EnforceMinimumDistance, RefilledSlotStartsAgainButKeepsItsDeltas) {
-    KLTFeatureList list{FeatureAt(20, 15, 3), FeatureAt(-1, -1, DP::kKLTSmallDet),
-                        FeatureAt(-1, -1, DP::kKLTLargeResidue)};
+    KLTFeatureList list{FeatureAt(20, 15, 3), FeatureAt(-1, -1, kKLTSmallDet),
+                        FeatureAt(-1, -1, kKLTLargeResidue)};
     for (auto& feature : list) {
         feature.mId = 77;
         feature.mAge = 8;
@@ -191,7 +169,7 @@ TEST(EnforceMinimumDistance, RefilledSlotStartsAgainButKeepsItsDeltas) {
     EXPECT_EQ(result[1].mId, 1);
     EXPECT_EQ(result[1].mAge, 0);
     EXPECT_EQ(result[1].mDeltaX, 1.5f);
-    EXPECT_EQ(result[2].mValue, DP::kKLTNotFound) << "whatever it was lost to";
+    EXPECT_EQ(result[2].mValue, kKLTNotFound) << "whatever it was lost to";
     EXPECT_EQ(result[2].mAge, 8);
 }
 
@@ -204,12 +182,12 @@ TEST(EnforceMinimumDistance, PositionsThatAreNoPixelsBlockNothing) {
     // From outside the image a square still reaches in.
     const auto near =
         Enforce({{5, 5, 90}}, 10, 1, false, {FeatureAt(-3.7f, 5), FeatureAt(-1, -1, -1)});
-    EXPECT_EQ(near[1].mValue, DP::kKLTNotFound);
+    EXPECT_EQ(near[1].mValue, kKLTNotFound);
 }
 
 // ---- Through the tracker -------------------------------------------------------------
 
-class Selection : public Testing::KLTTrackerTest {
+class Selection : public KLTTrackerTest {
 protected:
     static constexpr int kCols = 131, kRows = 97;
     const std::vector<unsigned char> mFrame = TexturedBytes(kCols, kRows, 0, 0);
@@ -231,8 +209,8 @@ protected:
     void ExpectPlain(const KLTTracker::Rects& inRegions,
                      const std::vector<KLTFeatureList>& inReplace = {}) {
         const auto actual = SelectIn(inRegions, inReplace.empty() ? 0 : 1, inReplace);
-        const auto expected = Testing::PlainSelect(mTracker.GetContext(), 60, mFrame.data(),
-                                                   kCols, kRows, inRegions, inReplace);
+        const auto expected = PlainSelect(mTracker.GetContext(), 60, mFrame.data(), kCols,
+                                          kRows, inRegions, inReplace);
         for (std::size_t k = 0; k < inRegions.size(); ++k)
             EXPECT_TRUE(SameFeatures(actual[k], expected[k])) << "region " << k;
     }
@@ -270,7 +248,7 @@ TEST_F(Selection, RandomSettingsGiveTheFeaturesOfThePlainWay) {
         ExpectPlain({region});
         auto lists = SelectIn({WholeFrame(kCols, kRows)});
         for (auto& feature : lists[0])
-            if (random.Integer(0, 1)) feature.mValue = DP::kKLTLargeResidue;
+            if (random.Integer(0, 1)) feature.mValue = kKLTLargeResidue;
         ExpectPlain({region}, lists);
     }
 }
@@ -303,7 +281,7 @@ TEST_F(Selection, ListIsPaddedWithEmptySlots) {
     mTracker.SetMaxFeatures(5000);
     const auto list = SelectIn({WholeFrame(kCols, kRows)})[0];
     ASSERT_EQ(list.size(), 5000u);
-    EXPECT_EQ(list.back().mValue, DP::kKLTNotFound);
+    EXPECT_EQ(list.back().mValue, kKLTNotFound);
     EXPECT_EQ(list.back().mX, -1.0f);
     EXPECT_EQ(list.back().mY, -1.0f);
 }
@@ -320,7 +298,7 @@ TEST_F(Selection, RegionsWithoutRoomGiveNoFeatures) {
         const KLTFeatureList kept{FeatureAt(50, 50, 9), FeatureAt(-1, -1, -4)};
         const auto replaced = SelectIn({region}, 1, {kept})[0];
         EXPECT_TRUE(SameFeatures({replaced[0]}, {kept[0]}));
-        EXPECT_EQ(replaced[1].mValue, DP::kKLTNotFound);
+        EXPECT_EQ(replaced[1].mValue, kKLTNotFound);
     }
     EXPECT_GT(CountLive(SelectIn({{-kInfinity, -1e30f, kInfinity, 3e9f}})[0]), 30);
 }
@@ -352,11 +330,10 @@ TEST_F(Selection, BlackHasNoFeaturesAndGreyHasThemAtItsFrameOfZeros) {
 TEST_F(Selection, TinyFramesAreSafe) {
     for (const int cols : {0, 1, 2, 6, 7, 8, 13})
         for (const int rows : {0, 1, 5, 7, 9}) {
-            const auto frame = Testing::NoiseBytes(std::size_t(cols) * rows + 1, 3);
-            EXPECT_TRUE(
-                SameFeatures(Select(frame, cols, rows),
-                             Testing::PlainSelect(mTracker.GetContext(), 60, frame.data(), cols,
-                                                  rows, {WholeFrame(cols, rows)}, {})[0]));
+            const auto frame = NoiseBytes(std::size_t(cols) * rows + 1, 3);
+            EXPECT_TRUE(SameFeatures(Select(frame, cols, rows),
+                                     PlainSelect(mTracker.GetContext(), 60, frame.data(), cols,
+                                                 rows, {WholeFrame(cols, rows)}, {})[0]));
         }
     const RecordedReports reports;
     EXPECT_ANY_THROW(Select({1, 2, 3}, -1, 5));
@@ -406,9 +383,9 @@ TEST(CollectPoints, ReportsWhatLiesAboveTheLimitAndNotAtIt) {
             int values[4];
             unsigned indices[4];
             sReports = 0;
-            const std::size_t count = DP::CollectPoints(
-                *Testing::ImageOf(6, 3, gradX), *Testing::ImageOf(6, 3, gradY),
-                {1, 5, 1, 2, step}, 3, 3, [] { ++sReports; }, {values, indices});
+            const std::size_t count =
+                CollectPoints(*ImageOf(6, 3, gradX), *ImageOf(6, 3, gradY), {1, 5, 1, 2, step},
+                              3, 3, [] { ++sReports; }, {values, indices});
             ASSERT_EQ(count, step == 1 ? 4u : 2u);
             for (std::size_t i = 0; i < count; ++i) {
                 EXPECT_EQ(values[i], std::numeric_limits<int>::min());

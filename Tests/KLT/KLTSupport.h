@@ -2,16 +2,9 @@
 
 #pragma once
 
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <vector>
-
 #include "DP/DescriptorFactory.h"
 #include "KLT/KLTTracker.h"
-#include "Support/Bits.h"
-#include "Support/Textures.h"
-#include "Support/WideStrings.h"
+#include "Support/Test.h"
 
 namespace Testing {
 

@@ -3,31 +3,14 @@
 
 #include "KLT/KLTTrackerUtils.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cmath>
-#include <functional>
-#include <limits>
-
-#include "Support/Bits.h"
 #include "Support/Images.h"
-#include "Support/Reports.h"
-#include "Support/Textures.h"
+#include "Support/Test.h"
 #include "image/IPConvolveImage.h"
 
 namespace {
 
-using DP::FloatImage;
-using DP::FloatWindow;
-using DP::FloatWindowPtr;
-using Testing::BitsOf;
-using Testing::ImageOf;
-using Testing::NoiseFrame;
-using Testing::RecordedReports;
-
-constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
-constexpr float kInfinity = std::numeric_limits<float>::infinity();
+using namespace DP;
+using namespace Testing;
 
 FloatImage Ramp(int inCols, int inRows, float inSlopeX, float inSlopeY, float inOffset = 0) {
     const auto image = TVK::MakeObject<IP::Image<float>>(inCols, inRows);
@@ -52,13 +35,13 @@ FloatWindowPtr WindowOf(int inWidth, int inHeight, std::vector<float> inValues) 
 
 TEST(InterpolateBilinear, IsExactOnPixelsAndOnBilinearImages) {
     const FloatImage image = Ramp(9, 7, 2.0f, -3.0f, 40.0f);
-    EXPECT_EQ(DP::InterpolateBilinear(image, 4.0f, 5.0f), 40.0f + 8.0f - 15.0f);
-    EXPECT_EQ(DP::InterpolateBilinear(image, 4.5f, 5.25f), 40.0f + 9.0f - 15.75f);
+    EXPECT_EQ(InterpolateBilinear(image, 4.0f, 5.0f), 40.0f + 8.0f - 15.0f);
+    EXPECT_EQ(InterpolateBilinear(image, 4.5f, 5.25f), 40.0f + 9.0f - 15.75f);
 }
 
 TEST(IsOutOfBounds, BorderItselfIsInsideAndNoNumberIsOutside) {
-    EXPECT_FALSE(DP::IsOutOfBounds(24, 24, 100, 80, 24, 24));
-    EXPECT_FALSE(DP::IsOutOfBounds(75, 55, 100, 80, 24, 24));
+    EXPECT_FALSE(IsOutOfBounds(24, 24, 100, 80, 24, 24));
+    EXPECT_FALSE(IsOutOfBounds(75, 55, 100, 80, 24, 24));
     for (const auto& [x, y] : {std::pair(23.9f, 30.0f),
                                {75.1f, 30.0f},
                                {30.0f, 23.9f},
@@ -67,19 +50,19 @@ TEST(IsOutOfBounds, BorderItselfIsInsideAndNoNumberIsOutside) {
                                {30.0f, kNaN},
                                {kInfinity, 30.0f},
                                {30.0f, -kInfinity}})
-        EXPECT_TRUE(DP::IsOutOfBounds(x, y, 100, 80, 24, 24)) << x << ", " << y;
+        EXPECT_TRUE(IsOutOfBounds(x, y, 100, 80, 24, 24)) << x << ", " << y;
 }
 
 // ---- The system ----------------------------------------------------------------------
 
 TEST(SolveEquation, SolvesTheSystemOrCallsItSingular) {
     float dx = 7, dy = 7;
-    EXPECT_EQ(DP::SolveEquation(4, 2, 3, 10, 9, 0.01f, dx, dy), DP::kKLTTracked);
+    EXPECT_EQ(SolveEquation(4, 2, 3, 10, 9, 0.01f, dx, dy), kKLTTracked);
     EXPECT_EQ(dx, 1.5f);
     EXPECT_EQ(dy, 2.0f);
-    EXPECT_EQ(DP::SolveEquation(1, 1, 1, 10, 9, 0.01f, dx, dy), DP::kKLTSmallDet);
+    EXPECT_EQ(SolveEquation(1, 1, 1, 10, 9, 0.01f, dx, dy), kKLTSmallDet);
     EXPECT_EQ(dx, 1.5f) << "a singular system leaves the step alone";
-    EXPECT_EQ(DP::SolveEquation(1, 0, 0.01f, 1, 1, 0.01f, dx, dy), DP::kKLTTracked)
+    EXPECT_EQ(SolveEquation(1, 0, 0.01f, 1, 1, 0.01f, dx, dy), kKLTTracked)
         << "the limit itself is no singular system";
 }
 
@@ -87,14 +70,14 @@ TEST(WindowSums, MatrixErrorAndResidueAreWhatTheySay) {
     const auto gx = WindowOf(3, 1, {1, 2, 3}), gy = WindowOf(3, 1, {-1, 0, 2});
     const auto difference = WindowOf(3, 1, {2, -1, 1});
     float gxx, gxy, gyy, ex, ey;
-    DP::Compute2by2GradientMatrix(gx, gy, gxx, gxy, gyy);
+    Compute2by2GradientMatrix(gx, gy, gxx, gxy, gyy);
     EXPECT_EQ(gxx, 14.0f);
     EXPECT_EQ(gxy, 5.0f);
     EXPECT_EQ(gyy, 5.0f);
-    DP::Compute2by1ErrorVector(difference, gx, gy, 0.5f, ex, ey);
+    Compute2by1ErrorVector(difference, gx, gy, 0.5f, ex, ey);
     EXPECT_EQ(ex, 1.5f);
     EXPECT_EQ(ey, 0.0f);
-    EXPECT_EQ(DP::SumAbsFloatWindow(difference), 4.0f);
+    EXPECT_EQ(SumAbsFloatWindow(difference), 4.0f);
 }
 
 TEST(WindowContracts, GradientWindowsAreOfOneSize) {
@@ -103,15 +86,15 @@ TEST(WindowContracts, GradientWindowsAreOfOneSize) {
     float f;
     const std::function<void(FloatWindowPtr)> calls[] = {
         [&](FloatWindowPtr w) {
-            DP::ComputeGradientSum(image, image, image, image, 9, 9, 9, 9, a, w);
+            ComputeGradientSum(image, image, image, image, 9, 9, 9, 9, a, w);
         },
         [&](FloatWindowPtr w) {
-            DP::ComputeGradientSumLightingInsensitive(image, image, image, image, image, image,
-                                                      9, 9, 9, 9, a, w);
+            ComputeGradientSumLightingInsensitive(image, image, image, image, image, image, 9,
+                                                  9, 9, 9, a, w);
         },
-        [&](FloatWindowPtr w) { DP::Compute2by2GradientMatrix(a, w, f, f, f); },
+        [&](FloatWindowPtr w) { Compute2by2GradientMatrix(a, w, f, f, f); },
         [&](FloatWindowPtr w) {
-            DP::Compute2by1ErrorVector(a, a, w, 1, f, f);
+            Compute2by1ErrorVector(a, a, w, 1, f, f);
         }};
     for (const auto& call : calls) {
         const RecordedReports reports;
@@ -126,7 +109,7 @@ TEST(WindowContracts, GradientWindowsAreOfOneSize) {
 
 TEST(PrintFloatWindow, WritesARowPerLine) {
     testing::internal::CaptureStderr();
-    DP::PrintFloatWindow(WindowOf(2, 2, {1.0f, -2.26f, 100.0f, 0.04f}));
+    PrintFloatWindow(WindowOf(2, 2, {1.0f, -2.26f, 100.0f, 0.04f}));
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "   1.0   -2.3 \n 100.0    0.0 \n");
 }
 
@@ -138,7 +121,7 @@ TEST(LightingInsensitive, DifferenceOfADarkerCopyIsZero) {
     for (float& pixel : darker)
         pixel = 0.5f * pixel;
     const auto window = Window(7, 7);
-    DP::ComputeIntensityDifferenceLightingInsensitive(
+    ComputeIntensityDifferenceLightingInsensitive(
         ImageOf(20, 20, noise), ImageOf(20, 20, darker), 9.5f, 9.5f, 9.5f, 9.5f, window);
     for (const float value : window->mValues)
         EXPECT_NEAR(value, 0.0f, 255.0f * 49 * 4 * 1.2e-7f);
@@ -148,7 +131,7 @@ TEST(LightingInsensitive, DifferenceOfAnyTwoWindowsSumsToZero) {
     for (const int side : {3, 7, 9})
         for (const int seed : {4, 5, 6}) {
             const auto window = Window(side, side);
-            DP::ComputeIntensityDifferenceLightingInsensitive(
+            ComputeIntensityDifferenceLightingInsensitive(
                 ImageOf(20, 20, NoiseFrame(20, 20, seed)),
                 Ramp(20, 20, 3.0f, 0.5f, 10.0f * float(seed)), 9.5f, 9.5f, 8.25f, 9.75f,
                 window);
@@ -183,7 +166,7 @@ TEST(LightingInsensitive, DifferenceHasTheBitsOfItsFormula) {
         forWindow(
             [&](std::size_t i) { expected.push_back(first[i] - alpha * second[i] - beta); });
         const auto window = Window(7, 7);
-        DP::ComputeIntensityDifferenceLightingInsensitive(
+        ComputeIntensityDifferenceLightingInsensitive(
             ImageOf(9, 9, first), ImageOf(9, 9, second), 4.0f, 4.0f, 4.0f, 4.0f, window);
         EXPECT_TRUE(std::equal(expected.begin(), expected.end(), window->mValues.begin()))
             << seed;
@@ -195,8 +178,7 @@ TEST(LightingInsensitive, GradientsFillAQuarterAndLeaveTheRest) {
     const auto gx = Window(7, 7), gy = Window(7, 7);
     std::fill(gx->mValues.begin(), gx->mValues.end(), -5.0f);
     // Half of 7 is 3, half of that 1: a square of 3 by 3. The gain is sqrt(4 / 1).
-    DP::ComputeGradientSumLightingInsensitive(one, one, four, one, four, one, 9, 9, 9, 9, gx,
-                                              gy);
+    ComputeGradientSumLightingInsensitive(one, one, four, one, four, one, 9, 9, 9, 9, gx, gy);
     for (std::size_t k = 0; k < 49; ++k)
         EXPECT_EQ(gx->mValues[k], k < 9 ? 1.0f + 2.0f * 4.0f : -5.0f) << k;
 }
@@ -220,45 +202,43 @@ protected:
         return frame;
     }
     static Frame Moved(double inDx, double inDy) {
-        return FrameOf(
-            ImageOf(kCols, kRows, Testing::TexturedFrame(kCols, kRows, -inDx, -inDy)));
+        return FrameOf(ImageOf(kCols, kRows, TexturedFrame(kCols, kRows, -inDx, -inDy)));
     }
     int Track(float inX1, float inY1, float& ioX2, float& ioY2, const Frame& inFirst,
               const Frame& inSecond, int inMaxIterations = 10, float inMaxResidue = 10.0f,
               bool inLighting = false) {
-        return DP::TrackFeature(inX1, inY1, ioX2, ioY2, inFirst.mImage, inFirst.mGradX,
-                                inFirst.mGradY, inSecond.mImage, inSecond.mGradX,
-                                inSecond.mGradY, 7, 7, 1.0f, inMaxIterations, 0.01f, 0.1f,
-                                inMaxResidue, inLighting);
+        return TrackFeature(inX1, inY1, ioX2, ioY2, inFirst.mImage, inFirst.mGradX,
+                            inFirst.mGradY, inSecond.mImage, inSecond.mGradX, inSecond.mGradY,
+                            7, 7, 1.0f, inMaxIterations, 0.01f, 0.1f, inMaxResidue, inLighting);
     }
 };
 
 TEST_F(TrackFeature, FindsAMotionOfTwoPixels) {
     const Frame first = Moved(0, 0), second = Moved(1.6, -0.8);
     float x = 30, y = 25;
-    EXPECT_EQ(Track(30, 25, x, y, first, second, 30), DP::kKLTTracked);
+    EXPECT_EQ(Track(30, 25, x, y, first, second, 30), kKLTTracked);
     EXPECT_NEAR(x, 31.6f, 0.15f);
     EXPECT_NEAR(y, 24.2f, 0.15f);
 }
 
 TEST_F(TrackFeature, OnlyTheLightingVariantMatchesADarkerFrame) {
     const Frame first = Moved(0, 0);
-    auto pixels = Testing::TexturedFrame(kCols, kRows, 0, 0);
+    auto pixels = TexturedFrame(kCols, kRows, 0, 0);
     for (float& pixel : pixels)
         pixel *= 0.5f;
     const Frame darker = FrameOf(ImageOf(kCols, kRows, pixels));
     float x = 30, y = 25;
-    EXPECT_EQ(Track(30, 25, x, y, first, darker, 10, 10.0f, true), DP::kKLTTracked);
+    EXPECT_EQ(Track(30, 25, x, y, first, darker, 10, 10.0f, true), kKLTTracked);
     EXPECT_NEAR(x, 30.0f, 0.01f);
     EXPECT_NEAR(y, 25.0f, 0.01f);
     x = 30, y = 25;
-    EXPECT_NE(Track(30, 25, x, y, first, darker, 10, 10.0f, false), DP::kKLTTracked);
+    EXPECT_NE(Track(30, 25, x, y, first, darker, 10, 10.0f, false), kKLTTracked);
 }
 
 TEST_F(TrackFeature, IdenticalFramesSettleAtOnce) {
     const Frame frame = Moved(0, 0);
     float x = 30.25f, y = 25.5f;
-    EXPECT_EQ(Track(30.25f, 25.5f, x, y, frame, frame, 2, 0.0f), DP::kKLTTracked)
+    EXPECT_EQ(Track(30.25f, 25.5f, x, y, frame, frame, 2, 0.0f), kKLTTracked)
         << "a residue at the limit is none too many";
     EXPECT_EQ(x, 30.25f);
     EXPECT_EQ(y, 25.5f);
@@ -267,19 +247,19 @@ TEST_F(TrackFeature, IdenticalFramesSettleAtOnce) {
 TEST_F(TrackFeature, SettlingOnTheLastIterationCountsAsNotSettled) {
     const Frame frame = Moved(0, 0);
     float x = 30, y = 25;
-    EXPECT_EQ(Track(30, 25, x, y, frame, frame, 1), DP::kKLTMaxIterations);
+    EXPECT_EQ(Track(30, 25, x, y, frame, frame, 1), kKLTMaxIterations);
 }
 
 TEST_F(TrackFeature, FlatGroundIsSingular) {
     const Frame flat = FrameOf(Ramp(kCols, kRows, 0, 0, 90.0f));
     float x = 30, y = 25;
-    EXPECT_EQ(Track(30, 25, x, y, flat, flat), DP::kKLTSmallDet);
+    EXPECT_EQ(Track(30, 25, x, y, flat, flat), kKLTSmallDet);
 }
 
 TEST_F(TrackFeature, PoorMatchIsToldBeforeTheIterations) {
     const Frame first = Moved(0, 0), second = Moved(0.2, 0);
     float x = 30, y = 25;
-    EXPECT_EQ(Track(30, 25, x, y, first, second, 1, 0.0f), DP::kKLTLargeResidue);
+    EXPECT_EQ(Track(30, 25, x, y, first, second, 1, 0.0f), kKLTLargeResidue);
 }
 
 // x + 3 must stay 1.001 below the columns, since the interpolation reads a pixel further.
@@ -288,15 +268,15 @@ TEST_F(TrackFeature, WindowsAtTheEdgesAreOutside) {
     const auto statusAt = [&](float inX1, float inY1, float inX2, float inY2) {
         return Track(inX1, inY1, inX2, inY2, frame, frame);
     };
-    EXPECT_EQ(statusAt(3, 3, 3, 3), DP::kKLTTracked);
-    EXPECT_EQ(statusAt(55.99f, 45.99f, 55.99f, 45.99f), DP::kKLTTracked);
+    EXPECT_EQ(statusAt(3, 3, 3, 3), kKLTTracked);
+    EXPECT_EQ(statusAt(55.99f, 45.99f, 55.99f, 45.99f), kKLTTracked);
     for (const float bad : {2.99f, 56.0f, -100.0f, 1e9f, kNaN, kInfinity, -kInfinity}) {
-        EXPECT_EQ(statusAt(bad, 25, 30, 25), DP::kKLTOutOfBounds) << bad;
-        EXPECT_EQ(statusAt(30, 25, bad, 25), DP::kKLTOutOfBounds) << bad;
+        EXPECT_EQ(statusAt(bad, 25, 30, 25), kKLTOutOfBounds) << bad;
+        EXPECT_EQ(statusAt(30, 25, bad, 25), kKLTOutOfBounds) << bad;
     }
     for (const float bad : {2.99f, 46.0f, kNaN}) {
-        EXPECT_EQ(statusAt(30, bad, 30, 25), DP::kKLTOutOfBounds) << bad;
-        EXPECT_EQ(statusAt(30, 25, 30, bad), DP::kKLTOutOfBounds) << bad;
+        EXPECT_EQ(statusAt(30, bad, 30, 25), kKLTOutOfBounds) << bad;
+        EXPECT_EQ(statusAt(30, 25, 30, bad), kKLTOutOfBounds) << bad;
     }
 }
 
@@ -304,7 +284,7 @@ TEST_F(TrackFeature, WindowsAtTheEdgesAreOutside) {
 TEST_F(TrackFeature, GradientsMadeUnderTheWindowGiveTheBitsOfPlanes) {
     const Frame first = Moved(0, 0), second = Moved(1.7, -1.2);
     const Frame firstAlone{first.mImage, {}, {}}, secondAlone{second.mImage, {}, {}};
-    Testing::Random random(4);
+    Random random(4);
     int tracked = 0;
     for (int run = 0; run < 3000; ++run) {
         const auto at = [&](int inSize) {
@@ -320,7 +300,7 @@ TEST_F(TrackFeature, GradientsMadeUnderTheWindowGiveTheBitsOfPlanes) {
         EXPECT_EQ(Track(x1, y1, blockX, blockY, firstAlone, secondAlone), status);
         EXPECT_EQ(BitsOf(blockX), BitsOf(x)) << x1 << " " << y1;
         EXPECT_EQ(BitsOf(blockY), BitsOf(y)) << x1 << " " << y1;
-        tracked += status == DP::kKLTTracked;
+        tracked += status == kKLTTracked;
     }
     EXPECT_GT(tracked, 1000);
 }
@@ -331,8 +311,7 @@ TEST_F(TrackFeature, ASmallerSecondImageIsNeverReadOutside) {
     for (const auto& [startX, startY] :
          {std::pair{30.0f, 25.0f}, {30.0f, 9.0f}, {9.0f, 25.0f}}) {
         float x = startX, y = startY;
-        EXPECT_EQ(Track(startX, startY, x, y, first, {small, small, small}),
-                  DP::kKLTOutOfBounds);
+        EXPECT_EQ(Track(startX, startY, x, y, first, {small, small, small}), kKLTOutOfBounds);
     }
 }
 

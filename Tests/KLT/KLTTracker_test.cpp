@@ -3,39 +3,17 @@
 
 #include "KLT/KLTTracker.h"
 
-#include <gtest/gtest.h>
 #include <unistd.h>
-
-#include <algorithm>
-#include <cmath>
-#include <cstddef>
-#include <limits>
-#include <set>
-#include <string>
-#include <utility>
-#include <vector>
 
 #include "KLT/KLTSupport.h"
 #include "KLT/PlainKLT.h"
 #include "Pyramid/ImagePyramidDescriptorData.h"
-#include "Support/Reports.h"
+#include "Support/Test.h"
 
 namespace {
 
-using DP::KLTFeature;
-using DP::KLTFeatureList;
-using DP::KLTTracker;
-using Testing::CountLive;
-using Testing::FeatureAt;
-using Testing::ListOf;
-using Testing::Random;
-using Testing::RecordedReports;
-using Testing::SameFeatures;
-using Testing::TexturedBytes;
-using Testing::WholeFrame;
-
-constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
-constexpr float kInfinity = std::numeric_limits<float>::infinity();
+using namespace DP;
+using namespace Testing;
 
 // ---- The record ----------------------------------------------------------------------
 
@@ -113,7 +91,7 @@ TEST(KLTSettings, BorderGrowsWithTheLevelsAndIsRoundedUp) {
 // In a process of its own: what is hidden there stays in view for the other tests.
 TEST(KLTSettings, WhereAHostGoesOnASizeBelowNothingSelectsNothing) {
     const RecordedReports reports;
-    const Testing::ThrowErrorReturns host;
+    const ThrowErrorReturns host;
     KLTTracker tracker(10);
     KLTTracker::Lists lists{ListOf({FeatureAt(3, 4, 5)})};
     const unsigned char frame[3] = {};
@@ -198,12 +176,12 @@ TEST(KLTSettings, BadWindowsAreCorrectedAndReportedBySideAndOperation) {
     };
     EXPECT_EQ(textsOf(track, "DP::KLTTracker::TrackFeatures"),
               expected("Tracking context's window", " "));
-    DP::FlushAllDescriptorResources();
+    FlushAllDescriptorResources();
 }
 
 // ---- The step against the plain way --------------------------------------------------
 
-class Tracking : public Testing::KLTTrackerTest {
+class Tracking : public KLTTrackerTest {
 protected:
     static constexpr int kCols = 173, kRows = 139;
 
@@ -214,9 +192,9 @@ protected:
         const auto actual =
             Track(inPrevious.data(), inCurrent.data(), inCols, inRows, ++mFrame, inList);
         ++mFrame;  // so that no pyramid is met again
-        const auto expected = Testing::PlainTrack(
-            context, Testing::MakePlainPyramids(context, inPrevious.data(), inCols, inRows),
-            Testing::MakePlainPyramids(context, inCurrent.data(), inCols, inRows), inList);
+        const auto expected =
+            PlainTrack(context, MakePlainPyramids(context, inPrevious.data(), inCols, inRows),
+                       MakePlainPyramids(context, inCurrent.data(), inCols, inRows), inList);
         EXPECT_TRUE(SameFeatures(actual, expected));
     }
 
@@ -305,7 +283,7 @@ TEST_F(Tracking, LightingInsensitiveModeGivesTheBitsOfThePlainWay) {
 TEST_F(Tracking, PyramidsOfAnotherSourceAreNotMet) {
     for (const char* const source : {"clip", "other"}) {
         SCOPED_TRACE(source);
-        mTracker.SetSourceID(Testing::Wide(source));
+        mTracker.SetSourceID(Wide(source));
         mFrame = 0;
         const int seed = source[0];
         const auto first = TexturedBytes(kCols, kRows, 0, 0, seed);
@@ -316,7 +294,7 @@ TEST_F(Tracking, PyramidsOfAnotherSourceAreNotMet) {
 
 // ---- Known motion --------------------------------------------------------------------
 
-class KnownMotion : public Testing::KLTTrackerTest,
+class KnownMotion : public KLTTrackerTest,
                     public testing::WithParamInterface<std::pair<double, double>> {
 protected:
     static constexpr int kCols = 320, kRows = 240;
@@ -371,10 +349,10 @@ TEST_F(Tracking, BorderLosesWhatTheWindowWouldAllow) {
                              {FeatureAt(24, 60), FeatureAt(23.99f, 60), FeatureAt(60, 23),
                               FeatureAt(kCols - 25, 60), FeatureAt(kCols - 24.9f, 60)});
     EXPECT_EQ(after[0].mValue, 0);
-    EXPECT_EQ(after[1].mValue, DP::kKLTOutOfBounds);
-    EXPECT_EQ(after[2].mValue, DP::kKLTOutOfBounds);
+    EXPECT_EQ(after[1].mValue, kKLTOutOfBounds);
+    EXPECT_EQ(after[2].mValue, kKLTOutOfBounds);
     EXPECT_EQ(after[3].mValue, 0);
-    EXPECT_EQ(after[4].mValue, DP::kKLTOutOfBounds);
+    EXPECT_EQ(after[4].mValue, kKLTOutOfBounds);
     EXPECT_EQ(after[1].mX, -1.0f);
     EXPECT_EQ(after[1].mY, -1.0f);
 }
@@ -385,13 +363,13 @@ TEST_F(Tracking, SingularCoarseLevelIsTestedAgainstTheBorderAsItStands) {
     const std::vector<unsigned char> flat(200 * 200, 90);
     const auto after =
         Track(flat.data(), flat.data(), 200, 200, 1, {FeatureAt(120, 120), FeatureAt(60, 60)});
-    EXPECT_EQ(after[0].mValue, DP::kKLTSmallDet);
-    EXPECT_EQ(after[1].mValue, DP::kKLTOutOfBounds);
+    EXPECT_EQ(after[0].mValue, kKLTSmallDet);
+    EXPECT_EQ(after[1].mValue, kKLTOutOfBounds);
 }
 
 TEST_F(Tracking, LostSlotsAreCarriedAlongUntouched) {
     const auto frame = TexturedBytes(kCols, kRows, 0, 0);
-    KLTFeature lost = FeatureAt(-1, -1, DP::kKLTLargeResidue);
+    KLTFeature lost = FeatureAt(-1, -1, kKLTLargeResidue);
     lost.mAge = 12;
     lost.mId = 3;
     EXPECT_TRUE(
@@ -422,8 +400,8 @@ TEST_F(Tracking, SeveralListsGoSideBySideAndInputsKeepTheirFeatures) {
 // ---- Pyramids in the cache -----------------------------------------------------------
 
 TEST_F(Tracking, PyramidsOfAFrameAreMadeOnceAndServeTheNextStep) {
-    const auto cache = DP::CreateDescriptorDataCacheMgr()->GetDescriptorDataCache(
-        DP::kDescriptorDataTypeImagePyramid);
+    const auto cache =
+        CreateDescriptorDataCacheMgr()->GetDescriptorDataCache(kDescriptorDataTypeImagePyramid);
     const auto a = TexturedBytes(kCols, kRows, 0, 0), b = TexturedBytes(kCols, kRows, 1, 0);
     const auto list = Select(a, kCols, kRows);
     const auto second = Track(a.data(), b.data(), kCols, kRows, 1, list);
@@ -452,7 +430,7 @@ TEST_F(Tracking, FrameNumberOfThePreviousFrameIsOf32Bits) {
                                    {-(1ll << 31), (1ll << 31) - 1},
                                    {0, -1}};
     for (const auto& [current, previous] : frames) {
-        DP::FlushAllDescriptorResources();
+        FlushAllDescriptorResources();
         Track(frame.data(), frame.data(), kCols, kRows, previous, {});
         EXPECT_NO_THROW(
             Track(nullptr, frame.data(), kCols, kRows, current, {FeatureAt(80, 70)}))
@@ -479,7 +457,7 @@ TEST_F(Tracking, SmoothedFrameIsHandedOutOnlyWhereThisCallMadeIt) {
     };
     EXPECT_TRUE(SameFeatures(top(smoothed), top({})));
     mTracker.SetFrameStep(0);  // one key for both frames: a's pyramids are there already
-    DP::FlushAllDescriptorResources();
+    FlushAllDescriptorResources();
     EXPECT_TRUE(track(b) == NULL);
 }
 
@@ -507,7 +485,7 @@ TEST_F(Tracking, SequentialTopUpScoresTheKeptFrame) {
     const auto list = Select(a, kCols, kRows);
     KLTFeatureList lost = list;
     for (auto& feature : lost)
-        feature.mValue = DP::kKLTLargeResidue;
+        feature.mValue = kKLTLargeResidue;
     KLTTracker::Lists lists{ListOf(lost)};
     mTracker.ReplaceLostFeatures(b.data(), kCols, kRows, {WholeFrame(kCols, kRows)}, lists,
                                  lists);
@@ -528,12 +506,12 @@ TEST_F(Tracking, SequentialFramesOfAnotherSizeAreReportedAndSafe) {
     EXPECT_EQ(reports.Asserts()[0].mFunction, "DP::KLTTracker::TrackFeatures");
     KLTFeatureList lost = list;
     for (auto& feature : lost)
-        feature.mValue = DP::kKLTLargeResidue;
+        feature.mValue = kKLTLargeResidue;
     KLTTracker::Lists lists{ListOf(lost)};
     mTracker.ReplaceLostFeatures(large.data(), kCols, kRows, {WholeFrame(kCols, kRows)}, lists,
                                  lists);
-    const auto expected = Testing::PlainSelect(mTracker.GetContext(), 60, large.data(), kCols,
-                                               kRows, {WholeFrame(kCols, kRows)}, {lost});
+    const auto expected = PlainSelect(mTracker.GetContext(), 60, large.data(), kCols, kRows,
+                                      {WholeFrame(kCols, kRows)}, {lost});
     EXPECT_TRUE(SameFeatures(*lists[0], expected[0])) << "of the frame that was handed in";
 }
 

@@ -3,15 +3,11 @@
 
 #pragma once
 
-#include <algorithm>
-#include <cmath>
-#include <cstdint>
-#include <vector>
-
 #include "DP/KLTFeature.h"
 #include "Image/PlainConvolution.h"
 #include "KLT/KLTSelection.h"
 #include "KLT/KLTTracker.h"
+#include "Support/Test.h"
 
 namespace Testing {
 

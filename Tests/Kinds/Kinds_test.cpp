@@ -1,28 +1,15 @@
 // One suite for all kinds: what each kind of descriptor must do because it is one. A kind
 // adds a row to the table and is tested like the others.
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <string>
-#include <vector>
-
-#include "DescriptorObjects.h"
 #include "Kinds.h"
+#include "DescriptorObjects.h"
 #include "Support/KindTable.h"
-#include "Support/Reports.h"
+#include "Support/Test.h"
 
 namespace {
 
-using DP::IDescriptorData;
-using DP::IDescriptorWorkerItem;
-using DP::Ref;
-using Testing::ColourFrame;
-using Testing::KindRow;
-using Testing::kKindCols;
-using Testing::kKindRows;
-using Testing::PlainKey;
-using Testing::RecordedReports;
+using namespace DP;
+using namespace Testing;
 using TVK::InterfaceID;
 using TVK::kIdentifierOf;
 
@@ -37,11 +24,11 @@ void* Find(const Ref<I>& inObject, const InterfaceID& inID) {
 
 class Kinds : public testing::TestWithParam<KindRow> {
 protected:
-    ~Kinds() override { DP::FlushAllDescriptorResources(); }
+    ~Kinds() override { FlushAllDescriptorResources(); }
 
-    Ref<IDescriptorData> MakeData() const { return DP::CreateDescriptorData(GetParam().mType); }
+    Ref<IDescriptorData> MakeData() const { return CreateDescriptorData(GetParam().mType); }
     Ref<IDescriptorWorkerItem> MakeItem(long long inFrame) const {
-        const auto item = DP::CreateDescriptorWorkerItem(GetParam().mType);
+        const auto item = CreateDescriptorWorkerItem(GetParam().mType);
         item->SetDataKey(GetParam().mMakeKey(inFrame));
         return item;
     }
@@ -50,12 +37,12 @@ protected:
         GetParam().mSetInputs(item);
         return item;
     }
-    Ref<DP::IDescriptorComputer> Computer() const {
-        return DP::CreateDescriptorComputer(GetParam().mMakeProperty());
+    Ref<IDescriptorComputer> Computer() const {
+        return CreateDescriptorComputer(GetParam().mMakeProperty());
     }
 };
 
-INSTANTIATE_TEST_SUITE_P(All, Kinds, testing::ValuesIn(Testing::KindTable()),
+INSTANTIATE_TEST_SUITE_P(All, Kinds, testing::ValuesIn(KindTable()),
                          [](const auto& inInfo) { return inInfo.param.mName; });
 
 // ---- Identity ------------------------------------------------------------------------
@@ -64,7 +51,7 @@ TEST_P(Kinds, DataIsItsInterfaceAndAnswersToEveryName) {
     const auto data = MakeData();
     ASSERT_TRUE(data != NULL);
     void* const root = Find(data, kIdentifierOf<TVK::TVKUnknown>);
-    EXPECT_NE(Find(data, kIdentifierOf<DP::DescriptorData>), nullptr);
+    EXPECT_NE(Find(data, kIdentifierOf<DescriptorData>), nullptr);
     EXPECT_NE(Find(data, GetParam().mData.mClass), nullptr);
     if (GetParam().mData.mInterface == kNone) {
         EXPECT_EQ(root, Find(data, kIdentifierOf<IDescriptorData>));
@@ -73,7 +60,7 @@ TEST_P(Kinds, DataIsItsInterfaceAndAnswersToEveryName) {
         EXPECT_EQ(root, Find(data, GetParam().mData.mClass)) << "the primary base";
         EXPECT_NE(root, Find(data, kIdentifierOf<IDescriptorData>));
     }
-    EXPECT_EQ(Find(data, kIdentifierOf<DP::IDescriptorProperty>), nullptr);
+    EXPECT_EQ(Find(data, kIdentifierOf<IDescriptorProperty>), nullptr);
 }
 
 TEST_P(Kinds, ItemIsItsInterfaceAndItsClassIsThePrimaryBase) {
@@ -81,7 +68,7 @@ TEST_P(Kinds, ItemIsItsInterfaceAndItsClassIsThePrimaryBase) {
     ASSERT_TRUE(item != NULL);
     void* const root = Find(item, kIdentifierOf<TVK::TVKUnknown>);
     void* const primary = Find(item, kIdentifierOf<IDescriptorWorkerItem>);
-    EXPECT_EQ(primary, Find(item, kIdentifierOf<DP::DescriptorWorkerItem>));
+    EXPECT_EQ(primary, Find(item, kIdentifierOf<DescriptorWorkerItem>));
     EXPECT_EQ(primary, Find(item, GetParam().mItem.mClass));
     if (GetParam().mItem.mInterface == kNone) {
         EXPECT_EQ(root, primary);
@@ -98,7 +85,7 @@ TEST_P(Kinds, ARequestIsComputedOnceAndServedFromTheCache) {
     const auto first = computer->GetDescriptorData(MakeItemWithInputs(1), true);
     ASSERT_TRUE(first != NULL);
     EXPECT_GT(first->GetDataSize(), 0u);
-    EXPECT_EQ(DP::CreateDescriptorDataCacheMgr()
+    EXPECT_EQ(CreateDescriptorDataCacheMgr()
                   ->GetDescriptorDataCache(GetParam().mType)
                   ->GetTotalDataSize(),
               first->GetDataSize());
@@ -109,13 +96,13 @@ TEST_P(Kinds, ARequestIsComputedOnceAndServedFromTheCache) {
 
 TEST_P(Kinds, ResultOutlivesCacheComputerAndItem) {
     Ref<IDescriptorData> data = Computer()->GetDescriptorData(MakeItemWithInputs(1), true);
-    DP::FlushAllDescriptorResources();
+    FlushAllDescriptorResources();
     const unsigned int size = data->GetDataSize();
     EXPECT_GT(size, 0u);
     data = nullptr;
 }
 
-std::vector<std::vector<std::byte>> CopyOf(const Testing::Payload& inPayload) {
+std::vector<std::vector<std::byte>> CopyOf(const Payload& inPayload) {
     std::vector<std::vector<std::byte>> copy;
     for (const auto& block : inPayload)
         copy.emplace_back(block.begin(), block.end());
@@ -167,65 +154,63 @@ TEST_P(Kinds, EmptyDataHasNoSizeAndItsCloneIsEmpty) {
 }
 
 TEST(KindTable, ANumberThatIsNoKindHasNoRow) {
-    EXPECT_EQ(DP::FindKind(static_cast<DP::DescriptorDataType>(-1)), nullptr);
-    EXPECT_EQ(DP::FindKind(DP::DescriptorDataType{DP::kDescriptorDataTypeCount}), nullptr);
+    EXPECT_EQ(FindKind(static_cast<DescriptorDataType>(-1)), nullptr);
+    EXPECT_EQ(FindKind(DescriptorDataType{kDescriptorDataTypeCount}), nullptr);
 }
 
 // ---- What is special about the grey kinds --------------------------------------------
 
-std::vector<KindRow> GreyRows() {
-    return {Testing::GreyImageRow(), Testing::FloatGreyImageRow()};
-}
+std::vector<KindRow> GreyRows() { return {GreyImageRow(), FloatGreyImageRow()}; }
 
 TEST(GreyKinds, ImagesHoldTheLumaOfTheFrame) {
     for (const KindRow& kind : GreyRows()) {
         SCOPED_TRACE(kind.mName);
-        const auto item = DP::CreateDescriptorWorkerItem(kind.mType);
+        const auto item = CreateDescriptorWorkerItem(kind.mType);
         item->SetDataKey(PlainKey(1));
         kind.mSetInputs(item);
         const auto data =
-            DP::CreateDescriptorComputer(kind.mMakeProperty())->GetDescriptorData(item, true);
+            CreateDescriptorComputer(kind.mMakeProperty())->GetDescriptorData(item, true);
         const unsigned char* const p = ColourFrame().data() + (5 * kKindCols + 7) * 4;
         const std::size_t at = 5 * kKindCols + 7;
-        if (const Ref<DP::IGreyImageDescriptorData> grey(data); grey != NULL) {
+        if (const Ref<IGreyImageDescriptorData> grey(data); grey != NULL) {
             const auto image = grey->GetGreyImageData();
             EXPECT_EQ(image->GetColumns(), kKindCols);
             EXPECT_EQ(image->GetRows(), kKindRows);
             EXPECT_EQ(image->GetData()[at],
                       (3735 * p[0] + 19235 * p[1] + 9798 * p[2] + 16384) >> 15);
         } else {
-            const Ref<DP::IFloatGreyImageDescriptorData> floats(data);
+            const Ref<IFloatGreyImageDescriptorData> floats(data);
             const auto image = floats->GetFloatGreyImageData();
             EXPECT_NEAR(image->GetData()[at], 0.114 * p[0] + 0.587 * p[1] + 0.299 * p[2], 1e-4);
         }
-        DP::FlushAllDescriptorResources();
+        FlushAllDescriptorResources();
     }
 }
 
 TEST(GreyKinds, AFrameThatCannotBeConvertedGivesNullAndStoresNothing) {
     for (const KindRow& kind : GreyRows()) {
         SCOPED_TRACE(kind.mName);
-        const auto computer = DP::CreateDescriptorComputer(kind.mMakeProperty());
-        const auto item = DP::CreateDescriptorWorkerItem(kind.mType);
+        const auto computer = CreateDescriptorComputer(kind.mMakeProperty());
+        const auto item = CreateDescriptorWorkerItem(kind.mType);
         item->SetDataKey(PlainKey(1));
-        if (const Ref<DP::IGreyImageDescriptorWorkerItem> grey(item); grey != NULL)
+        if (const Ref<IGreyImageDescriptorWorkerItem> grey(item); grey != NULL)
             grey->SetInputImage(ColourFrame().data(), kKindRows, kKindCols, kKindCols * 4 - 1);
         else
-            Ref<DP::IFloatGreyImageDescriptorWorkerItem>(item)->SetInputImage(
+            Ref<IFloatGreyImageDescriptorWorkerItem>(item)->SetInputImage(
                 ColourFrame().data(), kKindRows, kKindCols, kKindCols * 4 - 1);
         EXPECT_TRUE(computer->GetDescriptorData(item, true) == NULL);
         kind.mSetInputs(item);
         EXPECT_TRUE(computer->GetDescriptorData(item, true) != NULL);
-        DP::FlushAllDescriptorResources();
+        FlushAllDescriptorResources();
     }
 }
 
 TEST(GreyKinds, TheGreyItemReadsItsKeyAndTheFloatGreyItemDoesNot) {
     for (const KindRow& kind : GreyRows()) {
-        const auto item = DP::CreateDescriptorWorkerItem(kind.mType);
+        const auto item = CreateDescriptorWorkerItem(kind.mType);
         kind.mSetInputs(item);
-        const Ref<DP::DescriptorWorkerItem> computing(item);
-        if (kind.mType == DP::kDescriptorDataTypeGreyImage)
+        const Ref<DescriptorWorkerItem> computing(item);
+        if (kind.mType == kDescriptorDataTypeGreyImage)
             EXPECT_THROW(computing->ComputeData(), TVK::NullInterfaceException);
         else
             EXPECT_TRUE(computing->ComputeData() != NULL);
@@ -233,10 +218,10 @@ TEST(GreyKinds, TheGreyItemReadsItsKeyAndTheFloatGreyItemDoesNot) {
 }
 
 TEST(GreyKinds, AnItemKeepsItsEarlierResultWhenALaterConversionFails) {
-    const auto item = DP::CreateDescriptorWorkerItem(DP::kDescriptorDataTypeGreyImage);
+    const auto item = CreateDescriptorWorkerItem(kDescriptorDataTypeGreyImage);
     item->SetDataKey(PlainKey(1));
-    const Ref<DP::DescriptorWorkerItem> computing(item);
-    const Ref<DP::IGreyImageDescriptorWorkerItem> grey(item);
+    const Ref<DescriptorWorkerItem> computing(item);
+    const Ref<IGreyImageDescriptorWorkerItem> grey(item);
     grey->SetInputImage(ColourFrame().data(), kKindRows, kKindCols, kKindCols * 4);
     const auto first = computing->ComputeData();
     grey->SetInputImage(ColourFrame().data(), kKindRows, kKindCols, 1);
@@ -246,10 +231,10 @@ TEST(GreyKinds, AnItemKeepsItsEarlierResultWhenALaterConversionFails) {
 
 TEST(GreyKinds, NullFrameBreaksTheContract) {
     const RecordedReports reports;
-    const Ref<DP::IGreyImageDescriptorWorkerItem> grey(
-        DP::CreateDescriptorWorkerItem(DP::kDescriptorDataTypeGreyImage));
-    const Ref<DP::IFloatGreyImageDescriptorWorkerItem> floats(
-        DP::CreateDescriptorWorkerItem(DP::kDescriptorDataTypeFloatGreyImage));
+    const Ref<IGreyImageDescriptorWorkerItem> grey(
+        CreateDescriptorWorkerItem(kDescriptorDataTypeGreyImage));
+    const Ref<IFloatGreyImageDescriptorWorkerItem> floats(
+        CreateDescriptorWorkerItem(kDescriptorDataTypeFloatGreyImage));
     EXPECT_ANY_THROW(grey->SetInputImage(nullptr, 1, 1, 4));
     EXPECT_ANY_THROW(floats->SetInputImage(nullptr, 1, 1, 4));
     ASSERT_EQ(reports.Contracts().size(), 2u);

@@ -2,13 +2,6 @@
 // property and key do, and what is said about bad input. What is one tracker's alone is
 // tested with that tracker.
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cmath>
-#include <string>
-#include <vector>
-
 #include "APT/APTDescriptorData.h"
 #include "APT/APTDescriptorWorkerItem.h"
 #include "DP/IGreyImageDescriptor.h"
@@ -17,16 +10,12 @@
 #include "RegionTracker/RegionTrackerDescriptorData.h"
 #include "RegionTracker/RegionTrackerDescriptorWorkerItem.h"
 #include "Support/KindTable.h"
-#include "Support/Reports.h"
+#include "Support/Test.h"
 
 namespace {
 
-using DP::Ref;
-using Testing::DataRef;
-using Testing::ImageOf;
-using Testing::ItemRef;
-using Testing::RegionAt;
-using Testing::Wide;
+using namespace DP;
+using namespace Testing;
 
 // A clip that moves by the same step from frame to frame.
 constexpr int kCols = 160, kRows = 120;
@@ -34,17 +23,15 @@ constexpr double kStepX = 1.3, kStepY = -0.7;
 
 IP::ImagePtr<unsigned char> ByteFrame(int inNumber) {
     if (inNumber < 0) return {};
-    return ImageOf(
-        kCols, kRows,
-        Testing::TexturedBytes(kCols, kRows, -kStepX * inNumber, -kStepY * inNumber));
+    return ImageOf(kCols, kRows,
+                   TexturedBytes(kCols, kRows, -kStepX * inNumber, -kStepY * inNumber));
 }
 IP::ImagePtr<float> FloatFrame(int inNumber) {
     if (inNumber < 0) return {};
-    return ImageOf(
-        kCols, kRows,
-        Testing::TexturedFrame(kCols, kRows, -kStepX * inNumber, -kStepY * inNumber));
+    return ImageOf(kCols, kRows,
+                   TexturedFrame(kCols, kRows, -kStepX * inNumber, -kStepY * inNumber));
 }
-DP::RegionPtr Region() { return RegionAt({20, 20, 140, 100}); }
+RegionPtr Region() { return RegionAt({20, 20, 140, 100}); }
 
 // What the kinds' records have in common.
 struct Slot {
@@ -60,18 +47,18 @@ struct Numbers {
 
 // ---- The three -----------------------------------------------------------------------
 
-std::vector<Slot> SlotsOf(const DP::APTFeatureList& inList) {
+std::vector<Slot> SlotsOf(const APTFeatureList& inList) {
     std::vector<Slot> slots;
     for (const auto& f : inList)
         slots.push_back(
             {f.mX, f.mY, f.mDeltaX, f.mDeltaY, f.mStatus >= 0, f.mStatus > 0, f.mAge});
     return slots;
 }
-std::vector<Slot> SlotsOf(const DP::KLTFeatureList& inList) {
+std::vector<Slot> SlotsOf(const KLTFeatureList& inList) {
     std::vector<Slot> slots;
     for (const auto& f : inList)
-        slots.push_back({f.mX, f.mY, f.mDeltaX, f.mDeltaY, f.mValue >= 0, f.mValue > 0,
-                         static_cast<unsigned int>(f.mAge)});
+        slots.push_back(
+            {f.mX, f.mY, f.mDeltaX, f.mDeltaY, f.mValue >= 0, f.mValue > 0, unsigned(f.mAge)});
     return slots;
 }
 
@@ -81,121 +68,121 @@ std::vector<Slot> SlotsOf(const DP::KLTFeatureList& inList) {
 // key's minimum decides when points are looked for (else each frame does), whether the
 // property's distance is taken (else it is 10), and whether the key is read before anything.
 struct KLT {
-    using Item = DP::KLTDescriptorWorkerItem;
-    static constexpr auto kType = DP::kDescriptorDataTypeKLT;
+    using Item = KLTDescriptorWorkerItem;
+    static constexpr auto kType = kDescriptorDataTypeKLT;
     static constexpr const char* kStem = "Src/KLTDescriptor";
     static constexpr const char* kTrackerArgument = "inKLTTracker";
     static constexpr bool kKeyFills = true, kTakesDistance = false, kReadsKeyFirst = true;
 
     static auto Property(const Numbers& inNumbers) {
-        return DP::CreateKLTDescriptorProperty(inNumbers.mFeatures, 1, inNumbers.mDistance, 20,
-                                               Wide("clip"), kType);
+        return CreateKLTDescriptorProperty(inNumbers.mFeatures, 1, inNumbers.mDistance, 20,
+                                           Wide("clip"), kType);
     }
     static auto Key(long long inFrame, unsigned int inMinFeatures) {
-        return DP::CreateKLTDescriptorDataKey(Wide("clip"), inFrame, 1, 40, kRows, kCols, 10,
-                                              inMinFeatures);
+        return CreateKLTDescriptorDataKey(Wide("clip"), inFrame, 1, 40, kRows, kCols, 10,
+                                          inMinFeatures);
     }
     static void SetInputs(const ItemRef& inItem, int inFrom, int inTo, const DataRef& inData) {
-        Ref<DP::IKLTDescriptorWorkerItem>(inItem)->SetInputImages(ByteFrame(inFrom),
-                                                                  ByteFrame(inTo), inData);
+        Ref<IKLTDescriptorWorkerItem>(inItem)->SetInputImages(ByteFrame(inFrom),
+                                                              ByteFrame(inTo), inData);
     }
-    static DataRef DataOf(const DP::KLTFeatureListPtr& inList) {
-        const auto data = DP::KLTDescriptorData::Create();
+    static DataRef DataOf(const KLTFeatureListPtr& inList) {
+        const auto data = KLTDescriptorData::Create();
         data->SetFeatureList(inList);
         return data;
     }
     static DataRef Start() { return {}; }
     static DataRef OnePoint() {
-        DP::KLTFeature lost;
-        lost.mValue = DP::kKLTNotFound;
-        const auto list = TVK::MakeObject<DP::KLTFeatureList>(40, lost);
+        KLTFeature lost;
+        lost.mValue = kKLTNotFound;
+        const auto list = TVK::MakeObject<KLTFeatureList>(40, lost);
         list->front() = {.mX = 80.0f, .mY = 60.0f};
         return DataOf(list);
     }
     static std::vector<DataRef> BadPrevious() {
-        return {DataOf({}), DP::CreateDescriptorData(DP::kDescriptorDataTypeGreyImage)};
+        return {DataOf({}), CreateDescriptorData(kDescriptorDataTypeGreyImage)};
     }
     static std::vector<Slot> Slots(const DataRef& inData) {
-        return SlotsOf(*Ref<DP::IKLTDescriptorData>(inData)->GetFeatureList());
+        return SlotsOf(*Ref<IKLTDescriptorData>(inData)->GetFeatureList());
     }
 };
 
 struct APT {
-    using Item = DP::APTDescriptorWorkerItem;
-    static constexpr auto kType = DP::kDescriptorDataTypeAPT;
+    using Item = APTDescriptorWorkerItem;
+    static constexpr auto kType = kDescriptorDataTypeAPT;
     static constexpr const char* kStem = "Src/APT/APTDescriptor";
     static constexpr const char* kTrackerArgument = "inAPTTracker";
     static constexpr bool kKeyFills = true, kTakesDistance = true, kReadsKeyFirst = false;
 
     static auto Property(const Numbers& inNumbers) {
-        return DP::CreateAPTDescriptorProperty(inNumbers.mFeatures, 3, inNumbers.mDistance, 20,
-                                               Wide("clip"), kType, 0.0f, 0);
+        return CreateAPTDescriptorProperty(inNumbers.mFeatures, 3, inNumbers.mDistance, 20,
+                                           Wide("clip"), kType, 0.0f, 0);
     }
     static auto Key(long long inFrame, unsigned int inMinFeatures) {
-        return DP::CreateAPTDescriptorDataKey(Wide("clip"), inFrame, 3, 40, kRows, kCols, 8,
-                                              inMinFeatures, 0.0f, 0);
+        return CreateAPTDescriptorDataKey(Wide("clip"), inFrame, 3, 40, kRows, kCols, 8,
+                                          inMinFeatures, 0.0f, 0);
     }
     static void SetInputs(const ItemRef& inItem, int inFrom, int inTo, const DataRef& inData) {
-        Ref<DP::IAPTDescriptorWorkerItem>(inItem)->SetInputs(
-            FloatFrame(inFrom), FloatFrame(inTo), inData, kCols, kRows);
+        Ref<IAPTDescriptorWorkerItem>(inItem)->SetInputs(FloatFrame(inFrom), FloatFrame(inTo),
+                                                         inData, kCols, kRows);
     }
-    static DataRef DataOf(const DP::APTFeatureListPtr& inList) {
-        const auto data = DP::APTDescriptorData::Create();
+    static DataRef DataOf(const APTFeatureListPtr& inList) {
+        const auto data = APTDescriptorData::Create();
         data->SetFeatures(inList);
         return data;
     }
-    static DP::APTFeatureListPtr OnePointList() {
-        const auto list = TVK::MakeObject<DP::APTFeatureList>(40);
-        list->front() = {.mX = 80.0f, .mY = 60.0f, .mStatus = DP::kAPTFeatureTracked};
+    static APTFeatureListPtr OnePointList() {
+        const auto list = TVK::MakeObject<APTFeatureList>(40);
+        list->front() = {.mX = 80.0f, .mY = 60.0f, .mStatus = kAPTFeatureTracked};
         return list;
     }
     static DataRef Start() { return {}; }
     static DataRef OnePoint() { return DataOf(OnePointList()); }
     static std::vector<DataRef> BadPrevious() { return {DataOf({})}; }
     static std::vector<Slot> Slots(const DataRef& inData) {
-        return SlotsOf(*Ref<DP::IAPTDescriptorData>(inData)->GetFeatures());
+        return SlotsOf(*Ref<IAPTDescriptorData>(inData)->GetFeatures());
     }
 };
 
 struct RegionTracker : APT {
-    using Item = DP::RegionTrackerDescriptorWorkerItem;
-    static constexpr auto kType = DP::kDescriptorDataTypeRegionTracker;
+    using Item = RegionTrackerDescriptorWorkerItem;
+    static constexpr auto kType = kDescriptorDataTypeRegionTracker;
     static constexpr const char* kStem = "Src/RegionTracker/RegionTrackerDescriptor";
     static constexpr bool kKeyFills = false, kReadsKeyFirst = true;
 
     static auto Property(const Numbers& inNumbers) {
-        return DP::CreateRegionTrackerDescriptorProperty(
+        return CreateRegionTrackerDescriptorProperty(
             inNumbers.mFeatures, 3, inNumbers.mDistance, 20, Wide("clip"), Region(), 1, kType);
     }
     static auto Key(long long inFrame, unsigned int inMinFeatures) {
-        return DP::CreateRegionTrackerDescriptorDataKey(Wide("clip"), inFrame, 3, 40, kRows,
-                                                        kCols, Region(), 1, 8, inMinFeatures);
+        return CreateRegionTrackerDescriptorDataKey(Wide("clip"), inFrame, 3, 40, kRows, kCols,
+                                                    Region(), 1, 8, inMinFeatures);
     }
     static void SetInputs(const ItemRef& inItem, int inFrom, int inTo, const DataRef& inData) {
-        Ref<DP::IRegionTrackerDescriptorWorkerItem>(inItem)->SetInputs(
+        Ref<IRegionTrackerDescriptorWorkerItem>(inItem)->SetInputs(
             FloatFrame(inFrom), FloatFrame(inTo), inData, kCols, kRows);
     }
-    static DataRef Start() { return DP::CreateRegionDescriptorData(Region()); }
+    static DataRef Start() { return CreateRegionDescriptorData(Region()); }
     static DataRef OnePoint() {
-        const auto data = DP::RegionTrackerDescriptorData::Create();
+        const auto data = RegionTrackerDescriptorData::Create();
         data->SetRegionAndFeatures(Region(), OnePointList());
         return data;
     }
     static std::vector<DataRef> BadPrevious() {
-        return {DataRef(), DP::CreateRegionDescriptorData(nullptr)};
+        return {DataRef(), CreateRegionDescriptorData(nullptr)};
     }
 };
 
 template <class Tracker>
 class Trackers : public testing::Test {
 protected:
-    ~Trackers() override { DP::FlushAllDescriptorResources(); }
+    ~Trackers() override { FlushAllDescriptorResources(); }
 
-    static Ref<DP::IDescriptorComputer> Computer(const Numbers& inNumbers = {}) {
-        return DP::CreateDescriptorComputer(Tracker::Property(inNumbers));
+    static Ref<IDescriptorComputer> Computer(const Numbers& inNumbers = {}) {
+        return CreateDescriptorComputer(Tracker::Property(inNumbers));
     }
     static ItemRef Item(long long inFrame, unsigned int inMinFeatures = 20) {
-        const auto item = DP::CreateDescriptorWorkerItem(Tracker::kType);
+        const auto item = CreateDescriptorWorkerItem(Tracker::kType);
         item->SetDataKey(Tracker::Key(inFrame, inMinFeatures));
         return item;
     }
@@ -290,7 +277,7 @@ TYPED_TEST(Trackers, ThePropertySaysHowManySlotsThereAreAndHowFarApartPointsLie)
 // ---- Bad input -----------------------------------------------------------------------
 
 TYPED_TEST(Trackers, NullArgumentsBreakTheContractAndLeaveTheInputs) {
-    const Testing::RecordedReports reports;
+    const RecordedReports reports;
     const auto item = this->FirstItem();
     EXPECT_ANY_THROW(this->Computer()->GetDescriptorData(nullptr, true));
     EXPECT_ANY_THROW(TypeParam::SetInputs(item, -1, -1, {}));
@@ -308,7 +295,7 @@ TYPED_TEST(Trackers, NullArgumentsBreakTheContractAndLeaveTheInputs) {
 }
 
 TYPED_TEST(Trackers, AnItemWithoutATrackerOrAnImageGivesNull) {
-    const Ref<DP::DescriptorWorkerItem> lonely(this->FirstItem());
+    const Ref<DescriptorWorkerItem> lonely(this->FirstItem());
     EXPECT_TRUE(lonely->ComputeData() == NULL);
     EXPECT_TRUE(this->Computer()->GetDescriptorData(this->Item(1), true) == NULL);
     lonely->SetDataKey(nullptr);
@@ -325,12 +312,12 @@ TYPED_TEST(Trackers, PreviousDataThatIsNoneThrows) {
 
 // The grey item answers to the class identifier of the KLT item, and is smaller.
 TYPED_TEST(Trackers, AnItemOfAnotherKindIsComputedAsWhatItIs) {
-    const auto item = DP::CreateDescriptorWorkerItem(DP::kDescriptorDataTypeGreyImage);
+    const auto item = CreateDescriptorWorkerItem(kDescriptorDataTypeGreyImage);
     item->SetDataKey(TypeParam::Key(1, 20));
     const unsigned char pixels[16] = {};
-    Ref<DP::IGreyImageDescriptorWorkerItem>(item)->SetInputImage(pixels, 2, 2, 8);
+    Ref<IGreyImageDescriptorWorkerItem>(item)->SetInputImage(pixels, 2, 2, 8);
     const auto data = this->Computer()->GetDescriptorData(item, false);
-    EXPECT_TRUE(Ref<DP::IGreyImageDescriptorData>(data) != NULL);
+    EXPECT_TRUE(Ref<IGreyImageDescriptorData>(data) != NULL);
 }
 
 }  // namespace

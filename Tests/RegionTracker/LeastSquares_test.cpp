@@ -1,24 +1,18 @@
 // The least-squares solver: its laws, the shortest solution, and what it does not hand on.
 
 #include "Lapack/LeastSquares.h"
-
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <limits>
-#include <vector>
-
-#include "Support/Textures.h"
+#include "Support/Test.h"
 
 namespace {
 
+using namespace Testing;
 using Numbers = std::vector<double>;
 using Outcome = DP::LeastSquaresOutcome;
 
 constexpr double kEpsilon = std::numeric_limits<double>::epsilon();
 
 Numbers RandomNumbers(std::size_t inCount, std::uint64_t inSeed) {
-    Testing::Random random(inSeed);
+    Random random(inSeed);
     Numbers numbers(inCount);
     for (double& number : numbers)
         number = 2.0 * random.Real() - 1.0;

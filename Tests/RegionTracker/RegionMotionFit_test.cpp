@@ -3,30 +3,18 @@
 
 #include "RegionTracker/RegionMotionFit.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cmath>
-#include <functional>
-#include <limits>
-#include <vector>
-
-#include "Support/Textures.h"
+#include "Support/Test.h"
 #include "image/Truncate.h"
 
 namespace {
 
-using DP::APTFeature;
-using DP::APTFeatureList;
-using DP::MotionGroups;
-using DP::MotionSystem;
+using namespace DP;
+using namespace Testing;
 using Rect = TVK::ParamRect<float>;
 
 constexpr int kRows = 200;
-constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
-constexpr float kInfinity = std::numeric_limits<float>::infinity();
 
-APTFeature At(float inX, float inY, int inStatus = DP::kAPTFeatureTracked) {
+APTFeature At(float inX, float inY, int inStatus = kAPTFeatureTracked) {
     APTFeature feature;
     feature.mX = inX;
     feature.mY = inY;
@@ -38,8 +26,8 @@ APTFeature At(float inX, float inY, int inStatus = DP::kAPTFeatureTracked) {
 struct Affine {
     double a, b, c, d, e, f;
     APTFeature operator()(const APTFeature& inFeature) const {
-        return At(static_cast<float>(a * inFeature.mX + b * inFeature.mY + c),
-                  static_cast<float>(d * inFeature.mX + e * inFeature.mY + f));
+        return At(float(a * inFeature.mX + b * inFeature.mY + c),
+                  float(d * inFeature.mX + e * inFeature.mY + f));
     }
 };
 constexpr Affine kStill{1, 0, 0, 0, 1, 0};
@@ -53,20 +41,20 @@ struct Fit {
 Fit FitOf(const APTFeatureList& inCurrent, const APTFeatureList& inPrevious,
           const Rect& inRect) {
     Fit fit;
-    DP::FitRegionMotion(TVK::MakeObject<APTFeatureList>(inCurrent),
-                        TVK::MakeObject<APTFeatureList>(inPrevious), kRows, &inRect, &fit.mRect,
-                        fit.mGroups, &fit.mSelected);
+    FitRegionMotion(TVK::MakeObject<APTFeatureList>(inCurrent),
+                    TVK::MakeObject<APTFeatureList>(inPrevious), kRows, &inRect, &fit.mRect,
+                    fit.mGroups, &fit.mSelected);
     return fit;
 }
 
 // Points all over a rectangle, y upward, as the host gives it.
 APTFeatureList PointsIn(const Rect& inRect, int inCount, std::uint64_t inSeed) {
-    Testing::Random random(inSeed);
+    Random random(inSeed);
     APTFeatureList points;
     for (int i = 0; i < inCount; ++i) {
         const double x = inRect.mLeft + random.Real() * (inRect.mRight - inRect.mLeft);
         const double y = inRect.mTop + random.Real() * (inRect.mBottom - inRect.mTop);
-        points.push_back(At(static_cast<float>(x), static_cast<float>(kRows - y)));
+        points.push_back(At(float(x), float(kRows - y)));
     }
     return points;
 }
@@ -128,7 +116,7 @@ TEST(RegionMotionFit, FreeSlotsTakeNoPart) {
     APTFeatureList currentSlots, previousSlots;
     for (std::size_t i = 0; i < current.size(); ++i) {
         currentSlots.push_back(At(kNaN, 1e30f, -1 - int(i % 4)));
-        previousSlots.push_back(At(0.0f, kInfinity, DP::kAPTFeatureInactive));
+        previousSlots.push_back(At(0.0f, kInfinity, kAPTFeatureInactive));
         currentSlots.push_back(current[i]);
         previousSlots.push_back(previous[i]);
     }
@@ -144,7 +132,7 @@ TEST(PartitionFeatures, TheEdgeOfTheInnerBoxBelongsToIt) {
     const Rect rect{10.0f, 30.0f, 110.0f, 130.0f};
     const auto isInner = [&](float inX, float inY) {
         MotionGroups groups;
-        DP::PartitionFeatures({At(inX, inY)}, kRows, rect, groups);
+        PartitionFeatures({At(inX, inY)}, kRows, rect, groups);
         EXPECT_EQ(groups.size(), 2u);
         EXPECT_EQ(groups[0].size() + groups[1].size(), 1u);
         return groups[0].size() == 1;
@@ -162,10 +150,10 @@ TEST(PartitionFeatures, TheEdgeOfTheInnerBoxBelongsToIt) {
 
 TEST(PartitionFeatures, ARectangleTurnedOverHasNoInside) {
     MotionGroups groups;
-    DP::PartitionFeatures({At(60.0f, 120.0f)}, kRows, {110.0f, 30.0f, 10.0f, 130.0f}, groups);
+    PartitionFeatures({At(60.0f, 120.0f)}, kRows, {110.0f, 30.0f, 10.0f, 130.0f}, groups);
     EXPECT_TRUE(groups[0].empty());
     groups.clear();
-    DP::PartitionFeatures({At(60.0f, 120.0f)}, kRows, {kNaN, 30.0f, 110.0f, 130.0f}, groups);
+    PartitionFeatures({At(60.0f, 120.0f)}, kRows, {kNaN, 30.0f, 110.0f, 130.0f}, groups);
     EXPECT_TRUE(groups[0].empty());
 }
 
@@ -190,9 +178,9 @@ class Reassign : public testing::TestWithParam<ReassignCase> {};
 
 TEST_P(Reassign, FollowsTheTwoLimitsAndTheRatio) {
     const auto [motion, farMotion, expected] = GetParam();
-    const DP::MotionSystems systems = {Translation(0, 0), Translation(farMotion, 0)};
+    const MotionSystems systems = {Translation(0, 0), Translation(farMotion, 0)};
     MotionGroups groups = {{7}, {8}};  // what stood there before is forgotten
-    DP::ReassignFeatures({At(8.0f + motion, 16.0f)}, {At(8.0f, 16.0f)}, systems, groups);
+    ReassignFeatures({At(8.0f + motion, 16.0f)}, {At(8.0f, 16.0f)}, systems, groups);
     EXPECT_EQ(groups[0].size(), expected == 0 ? 1u : 0u);
     EXPECT_EQ(groups[1].size(), expected == 1 ? 1u : 0u);
 }
@@ -213,26 +201,26 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST(MotionResidual, IsTheSumOfBothAxes) {
     const MotionSystem motion = Translation(3, -2);
-    EXPECT_EQ(DP::FeatureMotionResidual(At(8, 8), At(11, 6), motion), 0.0f);
-    EXPECT_EQ(DP::FeatureMotionResidual(At(8, 8), At(10, 7.5f), motion), 2.5f);
+    EXPECT_EQ(FeatureMotionResidual(At(8, 8), At(11, 6), motion), 0.0f);
+    EXPECT_EQ(FeatureMotionResidual(At(8, 8), At(10, 7.5f), motion), 2.5f);
 }
 
 TEST(MotionResidual, OfNoPointIsNotANumber) {
-    EXPECT_TRUE(std::isnan(DP::MeanMotionResidual({{}, {}}, {}, {}, {})));
+    EXPECT_TRUE(std::isnan(MeanMotionResidual({{}, {}}, {}, {}, {})));
 }
 
 TEST(MotionResidual, IsTakenOverBothGroupsEachUnderItsOwnMotion) {
     const APTFeatureList previous = {At(0, 0), At(0, 0), At(0, 0), At(0, 0)};
     const APTFeatureList current = {At(1, 0), At(5, 0), At(9, 9), At(6, 0)};
-    EXPECT_EQ(DP::MeanMotionResidual({{0}, {1, 3}}, current, previous,
-                                     {Translation(0, 0), Translation(5, 0)}),
+    EXPECT_EQ(MeanMotionResidual({{0}, {1, 3}}, current, previous,
+                                 {Translation(0, 0), Translation(5, 0)}),
               2.0f / 3.0f);
 }
 
 // ---- Score -----------------------------------------------------------------------------
 
 // The definition, with its linear search through the group.
-float LiteralScore(const DP::MotionGroup& inGroup, const APTFeatureList& inFeatures,
+float LiteralScore(const MotionGroup& inGroup, const APTFeatureList& inFeatures,
                    const Rect& inRect, int inRows) {
     const int cx = IP::TruncateToInt(float((inRect.mLeft + inRect.mRight) * 0.5));
     const int cy = IP::TruncateToInt(float((inRect.mTop + inRect.mBottom) * 0.5));
@@ -251,15 +239,15 @@ float LiteralScore(const DP::MotionGroup& inGroup, const APTFeatureList& inFeatu
 }
 
 TEST(ScoreMotionGroup, GivesTheBitsOfItsDefinition) {
-    Testing::Random random(17);
+    Random random(17);
     for (int round = 0; round < 30; ++round) {
         const Rect rect{float(random.Real() * 80), float(random.Real() * 80),
                         float(90 + random.Real() * 80), float(90 + random.Real() * 80)};
         const APTFeatureList points = PointsIn({0, 0, 200, 200}, 100, std::uint64_t(round));
-        DP::MotionGroup group;
+        MotionGroup group;
         for (int i = 0; i < 100; ++i)
             if (random.Integer(0, 2) == 0) group.push_back(i);
-        EXPECT_EQ(DP::ScoreMotionGroup(group, points, rect, kRows),
+        EXPECT_EQ(ScoreMotionGroup(group, points, rect, kRows),
                   LiteralScore(group, points, rect, kRows));
     }
 }
@@ -270,26 +258,26 @@ TEST(ScoreMotionGroup, GivesTheBitsOfItsDefinition) {
 // reassigned.
 int LiteralFit(const APTFeatureList& inCurrent, const APTFeatureList& inPrevious,
                const Rect& inRect, Fit& outFit) {
-    DP::MotionSystems systems;
-    DP::LeastSquares solver;
+    MotionSystems systems;
+    LeastSquares solver;
     MotionGroups& groups = outFit.mGroups;
-    DP::PartitionFeatures(inCurrent, kRows, inRect, groups);
+    PartitionFeatures(inCurrent, kRows, inRect, groups);
     int count = 0;
     float error = 100000.0f;
     while (error > 0.5f && count != 20) {
-        DP::BuildMotionSystems(groups, inCurrent, inPrevious, systems);
+        BuildMotionSystems(groups, inCurrent, inPrevious, systems);
         for (std::size_t m = 0; m < 2; ++m) {
             if (groups[m].empty()) continue;
-            DP::SolveLeastSquares(systems[m].mA, systems[m].mBx, systems[m].mCx, 0.0, solver);
-            DP::SolveLeastSquares(systems[m].mA, systems[m].mBy, systems[m].mCy, 0.0, solver);
+            SolveLeastSquares(systems[m].mA, systems[m].mBx, systems[m].mCx, 0.0, solver);
+            SolveLeastSquares(systems[m].mA, systems[m].mBy, systems[m].mCy, 0.0, solver);
         }
-        error = DP::MeanMotionResidual(groups, inCurrent, inPrevious, systems);
+        error = MeanMotionResidual(groups, inCurrent, inPrevious, systems);
         if (error < 0.5f) break;
-        DP::ReassignFeatures(inCurrent, inPrevious, systems, groups);
+        ReassignFeatures(inCurrent, inPrevious, systems, groups);
         ++count;
     }
-    const float score0 = DP::ScoreMotionGroup(groups[0], inCurrent, inRect, kRows);
-    const float score1 = DP::ScoreMotionGroup(groups[1], inCurrent, inRect, kRows);
+    const float score0 = ScoreMotionGroup(groups[0], inCurrent, inRect, kRows);
+    const float score1 = ScoreMotionGroup(groups[1], inCurrent, inRect, kRows);
     outFit.mSelected = score0 > score1 ? 0 : 1;
     const MotionSystem& chosen = systems[std::size_t(outFit.mSelected)];
     const auto at = [](const std::vector<double>& inC, float inX, float inY) {
@@ -326,7 +314,7 @@ TEST(RegionMotionFit, AMeanOfExactlyHalfAPixelIsReassignedOnceAndNotFittedAgain)
 // Two motions under noise of all strengths: fits that end at once, later, and never; among
 // few points the passes come back to where they were, or take turns.
 TEST(RegionMotionFit, GivesTheBitsOfItsDefinition) {
-    Testing::Random random(31);
+    Random random(31);
     int atOnce = 0, later = 0, never = 0;
     for (int round = 0; round < 600; ++round) {
         const double noise = 0.02 * (round % 200);
@@ -408,7 +396,7 @@ TEST(RegionMotionFitDegenerate, AGroupThatGoesEmptyKeepsItsLastMotion) {
 
 // A fit with numbers that are none must end, and read and write only where it may.
 TEST(RegionMotionFitDegenerate, OddNumbersEndTheFitAllTheSame) {
-    Testing::Random random(23);
+    Random random(23);
     const float odd[] = {kNaN,   kInfinity, -kInfinity, 3e38f, -3e38f,
                          1e-42f, 0.0f,      -1e10f,     4e9f,  2147483648.0f};
     const auto pick = [&] {
@@ -433,12 +421,12 @@ TEST(RegionMotionFitDegenerate, OddNumbersEndTheFitAllTheSame) {
 // The matrix is not finite, so the head of each right-hand side stands in for the motion.
 TEST(RegionMotionFitDegenerate, AFailedSolveLeavesTheHeadOfTheRightHandSide) {
     std::vector<double> x = {9, 9, 9};
-    DP::LeastSquares solver;
-    EXPECT_FALSE(DP::SolveLeastSquares({kNaN, 0, 1, 0, 0, 1}, {5, 6}, x, 0.0, solver));
+    LeastSquares solver;
+    EXPECT_FALSE(SolveLeastSquares({kNaN, 0, 1, 0, 0, 1}, {5, 6}, x, 0.0, solver));
     EXPECT_EQ(x, (std::vector<double>{5, 6, 0}));
-    EXPECT_FALSE(DP::SolveLeastSquares({}, {}, x, 0.0, solver));
+    EXPECT_FALSE(SolveLeastSquares({}, {}, x, 0.0, solver));
     EXPECT_EQ(x, (std::vector<double>{5, 6, 0})) << "nothing to solve changes nothing";
-    EXPECT_TRUE(DP::SolveLeastSquares({1, 0, 0, 0, 1, 0}, {5, 7}, x, 0.0, solver));
+    EXPECT_TRUE(SolveLeastSquares({1, 0, 0, 0, 1, 0}, {5, 7}, x, 0.0, solver));
 }
 
 }  // namespace

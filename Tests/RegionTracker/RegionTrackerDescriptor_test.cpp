@@ -1,16 +1,12 @@
 // What is special about the region kind: its rectangle. What it shares with the other trackers
 // is tested in Tests/Kinds, its property and key in Tests/Core.
 
-#include <gtest/gtest.h>
-
-#include <vector>
-
 #include "DP/DescriptorFactory.h"
 #include "DP/IAPTDescriptor.h"
 #include "RegionTracker/RegionTrackerDescriptorData.h"
 #include "Support/Images.h"
 #include "Support/RegionScene.h"
-#include "Support/WideStrings.h"
+#include "Support/Test.h"
 
 namespace {
 
@@ -34,7 +30,7 @@ Ref<IDescriptorDataKey> KeyOf(RegionPtr inRegion, long long inFrame, int inTag =
 }
 
 IP::ImagePtr<float> ImageOf(const RegionScene& inScene, int inFrame) {
-    return Testing::ImageOf(inScene.mCols, inScene.mRows, inScene.Frame(inFrame));
+    return ImageOf(inScene.mCols, inScene.mRows, inScene.Frame(inFrame));
 }
 
 class RegionTrackerKind : public testing::Test {

@@ -3,55 +3,38 @@
 
 #include "RegionTracker/RegionTrackerWrapper.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cmath>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
-#include <limits>
-#include <string>
-#include <vector>
 
 #include "DP/DescriptorFactory.h"
 #include "DP/IAPTDescriptor.h"
 #include "RegionTracker/RegionTrackerDescriptorData.h"
 #include "Support/RegionScene.h"
-#include "Support/Reports.h"
-#include "Support/WideStrings.h"
+#include "Support/Test.h"
 #include "quillet/Error.h"
 
 namespace {
 
-using DP::APTFeature;
-using DP::APTFeatureList;
-using DP::APTFeatureListPtr;
-using DP::Ref;
-using DP::RegionPtr;
-using DP::RegionTrackerWrapper;
-using Testing::Box;
-using Testing::RegionScene;
+using namespace DP;
+using namespace Testing;
 using Rect = TVK::ParamRect<float>;
-
-constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
 
 RegionPtr RegionAt(const Rect& inRect) { return TVK::MakeObject<Rect>(inRect); }
 
-DP::APTTrackerPtr MakeTracker(unsigned int inMaxFeatures = 100, unsigned int inDistance = 4) {
-    const auto tracker = TVK::MakeObject<DP::APTTracker>();
+APTTrackerPtr MakeTracker(unsigned int inMaxFeatures = 100, unsigned int inDistance = 4) {
+    const auto tracker = TVK::MakeObject<APTTracker>();
     tracker->mParams.mMaxFeatures = inMaxFeatures;
     tracker->mParams.mMinFeatureDistance = inDistance;
     tracker->ApplyParams();
     return tracker;
 }
 
-Ref<DP::IDescriptorDataKey> KeyOf(long long inFrame) {
-    return DP::CreateDescriptorDataKey(Testing::Wide("clip"), inFrame, 1, 1);
+Ref<IDescriptorDataKey> KeyOf(long long inFrame) {
+    return CreateDescriptorDataKey(Wide("clip"), inFrame, 1, 1);
 }
 
-Ref<DP::IRegionTrackerDescriptorData> DataOf(RegionPtr inRegion, APTFeatureListPtr inFeatures) {
-    const auto data = DP::RegionTrackerDescriptorData::Create();
+Ref<IRegionTrackerDescriptorData> DataOf(RegionPtr inRegion, APTFeatureListPtr inFeatures) {
+    const auto data = RegionTrackerDescriptorData::Create();
     data->SetRegionAndFeatures(inRegion, inFeatures);
     return data;
 }
@@ -72,14 +55,14 @@ public:
         mPrevious = inFrame;
     }
     const Rect& Region() const { return *mRegion; }
-    Box RegionBox() const { return Testing::BoxOf(*mRegion, mRows); }
+    Box RegionBox() const { return BoxOf(*mRegion, mRows); }
     APTFeatureList& Features() const { return *mFeatures; }
-    unsigned int Live() const { return DP::CountLiveFeatures(*mFeatures); }
+    unsigned int Live() const { return CountLiveFeatures(*mFeatures); }
 
 private:
     int mCols;
     int mRows;
-    DP::APTTrackerPtr mTracker;
+    APTTrackerPtr mTracker;
     RegionPtr mRegion;
     APTFeatureListPtr mFeatures;
     std::vector<float> mPrevious;
@@ -95,11 +78,11 @@ void ExpectMeasured(double inError, double inBound) {
 
 // How far a run falls short of the true rectangles, at its worst: 1 - overlap.
 double WorstMiss(const RegionScene& inScene, int inFrames) {
-    RegionRun run(inScene.mCols, inScene.mRows, Testing::RectOf(inScene.At(0), inScene.mRows));
+    RegionRun run(inScene.mCols, inScene.mRows, RectOf(inScene.At(0), inScene.mRows));
     double worst = 0.0;
     for (int frame = 0; frame < inFrames; ++frame) {
         run.Step(inScene.Frame(frame));
-        worst = std::max(worst, 1.0 - Testing::Overlap(run.RegionBox(), inScene.At(frame)));
+        worst = std::max(worst, 1.0 - Overlap(run.RegionBox(), inScene.At(frame)));
     }
     return worst;
 }
@@ -108,7 +91,7 @@ double WorstMiss(const RegionScene& inScene, int inFrames) {
 
 TEST(RegionTrackerFirstFrame, SelectsPointsInsideAndSharesTheRegion) {
     const RegionScene scene;
-    const RegionPtr region = RegionAt(Testing::RectOf(scene.At(0), scene.mRows));
+    const RegionPtr region = RegionAt(RectOf(scene.At(0), scene.mRows));
     const auto tracker = MakeTracker();
     APTFeatureListPtr features;
     RegionPtr result;
@@ -118,7 +101,7 @@ TEST(RegionTrackerFirstFrame, SelectsPointsInsideAndSharesTheRegion) {
     EXPECT_TRUE(result == region) << "the very rectangle, not a copy";
     EXPECT_EQ(tracker->mStartFrame, (1ull << 32) + 7);
     ASSERT_EQ(features->size(), 100u);
-    EXPECT_GT(DP::CountLiveFeatures(*features), 10u);
+    EXPECT_GT(CountLiveFeatures(*features), 10u);
     const Box box = scene.At(0);
     for (const APTFeature& feature : *features) {
         if (feature.mStatus < 0) continue;
@@ -137,7 +120,7 @@ TEST(RegionTrackerClips, ATextureThatMovesAsAWholeTakesTheRectangleWithIt) {
     scene.mSpeedX = 1.3;
     scene.mSpeedY = -0.6;
     const Box start{50, 60, 50, 40};
-    RegionRun run(scene.mCols, scene.mRows, Testing::RectOf(start, scene.mRows));
+    RegionRun run(scene.mCols, scene.mRows, RectOf(start, scene.mRows));
     double worst = 0.0;
     for (int frame = 0; frame < 20; ++frame) {
         run.Step(scene.Frame(frame));
@@ -170,14 +153,14 @@ TEST(RegionTrackerClips, TheRectangleGrowsAndShrinksWithTheObject) {
 TEST(RegionTrackerClips, LivePointsKeepTheirSlotsAndFreeOnesAreFilledInsideTheRegion) {
     RegionScene scene;
     scene.mSpeedX = 2.0;
-    RegionRun run(scene.mCols, scene.mRows, Testing::RectOf(scene.At(0), scene.mRows));
+    RegionRun run(scene.mCols, scene.mRows, RectOf(scene.At(0), scene.mRows));
     run.Step(scene.Frame(0));
     const APTFeatureList before = run.Features();
     run.Step(scene.Frame(1));
     std::size_t kept = 0;
     for (std::size_t i = 0; i < before.size(); ++i) {
         const APTFeature& after = run.Features()[i];
-        if (after.mStatus == DP::kAPTFeatureTracked) {
+        if (after.mStatus == kAPTFeatureTracked) {
             ++kept;
             EXPECT_GE(before[i].mStatus, 0);
             EXPECT_EQ(after.mAge, before[i].mAge + 1);
@@ -193,7 +176,7 @@ TEST(RegionTrackerClips, LivePointsKeepTheirSlotsAndFreeOnesAreFilledInsideTheRe
 
 TEST(RegionTrackerClips, IdenticalFramesLoseTheRegionForGood) {
     const RegionScene scene;
-    RegionRun run(scene.mCols, scene.mRows, Testing::RectOf(scene.At(0), scene.mRows));
+    RegionRun run(scene.mCols, scene.mRows, RectOf(scene.At(0), scene.mRows));
     const Rect lost{0.0f, float(scene.mRows), 0.0f, float(scene.mRows)};
     run.Step(scene.Frame(0));
     EXPECT_GT(run.Live(), 0u);
@@ -223,7 +206,6 @@ TEST_P(RegionTrackerOddRegions, ARunGoesOnWhateverTheRectangleIs) {
     }
 }
 
-constexpr float kInfinity = std::numeric_limits<float>::infinity();
 INSTANTIATE_TEST_SUITE_P(Rects, RegionTrackerOddRegions,
                          testing::Values(Rect{300, 300, 400, 400},      // outside
                                          Rect{-200, -200, -100, -100},  //
@@ -243,7 +225,7 @@ TEST(RegionTrackerBadInput, NullImageAndNullEngineBreakTheContract) {
     const auto data = DataOf(RegionAt({0, 0, 10, 10}), {});
     APTFeatureListPtr features;
     RegionPtr region;
-    const Testing::RecordedReports reports;
+    const RecordedReports reports;
     EXPECT_THROW(RegionTrackerWrapper(120, 160, MakeTracker())
                      .UpdateRegion(nullptr, nullptr, KeyOf(0), data, features, region),
                  quillet::config::ReportedError);
@@ -260,9 +242,9 @@ TEST(RegionTrackerBadInput, NullDataRegionKeyOrPreviousImageThrow) {
     const RegionScene scene;
     const auto frame = scene.Frame(0);
     RegionTrackerWrapper wrapper(scene.mRows, scene.mCols, MakeTracker());
-    const RegionPtr start = RegionAt(Testing::RectOf(scene.At(0), scene.mRows));
-    const auto update = [&](const float* inPrevious, Ref<DP::IDescriptorDataKey> inKey,
-                            Ref<DP::IRegionTrackerDescriptorData> inData) {
+    const RegionPtr start = RegionAt(RectOf(scene.At(0), scene.mRows));
+    const auto update = [&](const float* inPrevious, Ref<IDescriptorDataKey> inKey,
+                            Ref<IRegionTrackerDescriptorData> inData) {
         APTFeatureListPtr features;
         RegionPtr region;
         wrapper.UpdateRegion(inPrevious, frame.data(), inKey, inData, features, region);
@@ -274,7 +256,7 @@ TEST(RegionTrackerBadInput, NullDataRegionKeyOrPreviousImageThrow) {
     EXPECT_THROW(update(nullptr, KeyOf(0), DataOf({}, {})), Null);
 
     const auto first = update(nullptr, KeyOf(0), DataOf(start, {}));
-    const auto points = Ref<DP::IAPTDescriptorData>(first)->GetFeatures();
+    const auto points = Ref<IAPTDescriptorData>(first)->GetFeatures();
     EXPECT_THROW(update(frame.data(), nullptr, first), Null);
     EXPECT_THROW(update(frame.data(), KeyOf(1), DataOf({}, points)), Null);
     EXPECT_THROW(update(nullptr, KeyOf(1), first), Null);
@@ -341,7 +323,7 @@ TEST(MarkFeaturesOutsideRects, EachListHasItsRectangle) {
 
 TEST(MarkFeaturesOutsideRects, UnequalNumbersBreakTheContract) {
     std::vector<APTFeatureListPtr> lists;
-    const Testing::RecordedReports reports;
+    const RecordedReports reports;
     EXPECT_THROW(RegionTrackerWrapper::MarkFeaturesOutsideRects({{}}, 100, lists),
                  quillet::config::ReportedError);
     ASSERT_EQ(reports.Contracts().size(), 1u);
@@ -410,7 +392,7 @@ TEST(RegionPictures, AFitIsShownByTheColourOfItsGroups) {
     const auto points = TVK::MakeObject<APTFeatureList>(
         APTFeatureList{At(10, 15), At(20, 15), At(30, 15), At(15, 20, -1)});
     const Bytes red{255, 9, 9}, green{9, 255, 9}, blue{9, 9, 255};
-    const DP::MotionGroups groups = {{0}, {1}};
+    const MotionGroups groups = {{0}, {1}};
     const auto colours = [&](int inSelected) {
         Picture picture(cols, rows);
         RegionTrackerWrapper::WriteFeatureListRectToPPM(
