@@ -1,3 +1,6 @@
+// Two clocks watch each other: the counter is fine and may jump where a processor's is out of
+// step; the tick count is coarse and does not.
+
 #include "DescriptorStopwatch.h"
 
 #include <cmath>
@@ -14,6 +17,7 @@ DescriptorStopwatch::DescriptorStopwatch() {
 double DescriptorStopwatch::ElapsedSeconds() {
     std::int64_t counter = 0;
     platform::QueryPerformanceCounter(counter);
+    // Asked for once: it is the same until the machine is started again.
     if (mFrequency == 0.0) {
         std::int64_t frequency = 0;
         mCounterUsable = platform::QueryPerformanceFrequency(frequency);
@@ -28,6 +32,7 @@ double DescriptorStopwatch::SecondsFrom(std::int64_t inCounterDifference, double
     const double counterSeconds =
         static_cast<double>(inCounterDifference) / (inFrequency > 0.0 ? inFrequency : 1.0);
     const double tickSeconds = inTickDifference / 1000.0;
+    // Half a second apart is more than the ticks' coarseness explains.
     const bool useTicks = !inCounterUsable || std::abs(counterSeconds - tickSeconds) > 0.5;
     const double seconds = useTicks ? tickSeconds : counterSeconds;
     return seconds < 0.0 ? 0.0 : seconds;

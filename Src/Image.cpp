@@ -1,3 +1,6 @@
+// Pictures for a developer, as PPM files. They are written from the last row to the first: in
+// a viewer they stand on their heads, and rows count upward as rectangles do.
+
 #include "Image.h"
 
 #include <algorithm>
@@ -9,7 +12,7 @@
 
 #include "TVK/ContractCheck.h"
 #include "TVK/MakeStdString.h"
-#include "image/Truncate.h"
+#include "image/Saturate.h"
 #include "platform/Files.h"
 
 namespace CAFU {
@@ -28,7 +31,7 @@ File OpenForWriting(const char* inPath) { return File(platform::OpenForWriting(i
 
 unsigned char ToByte(unsigned char inValue) { return inValue; }
 unsigned char ToByte(float inValue) {
-    return static_cast<unsigned char>(IP::TruncateToInt(double{inValue}) & 0xff);
+    return static_cast<unsigned char>(IP::TruncateNaNLowest(double{inValue}) & 0xff);
 }
 
 // Header and pixels, a row at a time from the last row to the first.
@@ -41,6 +44,7 @@ void WritePPM(std::FILE* inFile, const T* inRedimg, const T* inGreenimg, const T
 
     std::fprintf(inFile, "P6\n%d %d\n255\n", inCols, inRows);
     const std::size_t cols = static_cast<std::size_t>(std::max(inCols, 0));
+    // One row of the file: red, green and blue of each pixel.
     std::vector<unsigned char> row(3 * cols);
     if (row.empty()) return;
     for (int y = inRows - 1; y >= 0; --y) {
@@ -139,8 +143,8 @@ void FeatureOverlay::Write(const char* inPath) const {
 
 void FeatureOverlay::FillSquare(Plane inPlane, float inX, float inY, unsigned char inValue) {
     if (!HasPlanes()) return;
-    const std::int64_t centreX = IP::TruncateToInt(inX + 0.5);
-    const std::int64_t centreY = IP::TruncateToInt(inY + 0.5);
+    const std::int64_t centreX = IP::TruncateNaNLowest(inX + 0.5);
+    const std::int64_t centreY = IP::TruncateNaNLowest(inY + 0.5);
     for (std::int64_t y = centreY - 1; y <= centreY + 1; ++y)
         for (std::int64_t x = centreX - 1; x <= centreX + 1; ++x)
             if (x >= 0 && x < mCols && y >= 0 && y < mRows)

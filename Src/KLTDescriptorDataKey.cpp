@@ -1,3 +1,6 @@
+// The order of KLT's keys: the numbers of the run first, then those of every key. For a key of
+// another class the answer is no: one cache holds keys of one class.
+
 #include "KLTDescriptorDataKey.h"
 
 #include <utility>

@@ -1,3 +1,5 @@
+// Two properties are equal where all their numbers are, and then share a computer.
+
 #include "KLTDescriptorProperty.h"
 
 #include <utility>

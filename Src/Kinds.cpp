@@ -1,3 +1,6 @@
+// The table of the kinds, the one file that includes classes of all of them. Makers are
+// pointers to functions, so nothing runs when the library is loaded.
+
 #include "Kinds.h"
 
 #include "APT/APTDescriptorComputer.h"

@@ -1,3 +1,6 @@
+// The exported tracker is the APT engine without descriptors: no key, no cache, and the frame
+// before is the one that was handed in last.
+
 #include "TrackerImpl.h"
 
 #include <memory>
@@ -30,6 +33,8 @@ void TrackerImpl::TrackFeatures(IP::ImagePtr<float> inCurrentFloatGrayImage,
         }
     }
 
+    // Handed out before it is filled, as the header says; a caller sees an empty list where
+    // this throws.
     outFeatures = TVK::MakeObject<APTFeatureList>();
     const APTFeatureListPtr features = outFeatures;
     if (mPrevFeatures == NULL) {
@@ -42,6 +47,7 @@ void TrackerImpl::TrackFeatures(IP::ImagePtr<float> inCurrentFloatGrayImage,
     } else {
         TrackFromLastFrame(inCurrentFloatGrayImage, inFrameNumber, features);
     }
+    // Both or none: a step that threw leaves the pair of the frame before.
     mPrevImage = inCurrentFloatGrayImage;
     mPrevFeatures = features;
 }

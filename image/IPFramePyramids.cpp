@@ -1,3 +1,6 @@
+// Three pyramids of one shape: the smoothed frame, and the gradients of each of its levels
+// across and down. Level 0 has the frame's size; rows run from the top.
+
 #include "image/IPFramePyramids.h"
 
 #include "image/IPConvolveImage.h"
@@ -10,6 +13,7 @@ FramePyramids ComputeFramePyramids(const FrameView& inFrame,
     using LevelZero = ImagePyramidImpl<float>::LevelZero;
     const int cols = inFrame.mColumns;
     const int rows = inFrame.mRows;
+    // Windows make their own gradients with taps for one sigma; another sigma needs planes.
     const bool leavesOut =
         inGradients == LevelZero::kLater && inSettings.mGradientSigma == kWindowGradientSigma;
     const LevelZero gradients = leavesOut ? LevelZero::kLater : LevelZero::kAllocated;

@@ -1,3 +1,6 @@
+// The portable form of the loops over rows, and the choice between it and those of wider
+// instruction sets. Four lanes: what every processor of 64 bits has.
+
 #include "image/IPRowKernels.h"
 
 #include "image/VectorTargets.h"

@@ -20,6 +20,7 @@ namespace IP {
 namespace {
 
 constexpr int kBytesPerPixel = 4;
+// Near 0.114, 0.587 and 0.299 times 2^15; together 32768, so that white is 255.
 constexpr int kBlueWeight = 3735;
 constexpr int kGreenWeight = 19235;
 constexpr int kRedWeight = 9798;
@@ -37,6 +38,7 @@ Colour ReadPixel(const unsigned char* inRow, int inX) {
     return {word & 255, (word >> 8) & 255, (word >> 16) & 255};
 }
 
+// A stride may be longer than a row, and no shorter: there is no frame upside down.
 bool IsUsable(const unsigned char* inFrame, int inRows, int inColumns, int inRowBytes,
               const void* outGrey) {
     return inFrame && outGrey && inRows >= 1 && inColumns >= 1 &&
@@ -89,6 +91,7 @@ void GreyRow(const unsigned char* inRow, int inColumns, unsigned char* outRow) {
 void FloatGreyRow(const unsigned char* inRow, int inColumns, float* outRow) {
     for (int x = 0; x < inColumns; ++x) {
         const Colour colour = ReadPixel(inRow, x);
+        // Blue and green first: the order is part of the result.
         outRow[x] = (0.114f * static_cast<float>(colour.mBlue) +
                      0.587f * static_cast<float>(colour.mGreen)) +
                     0.299f * static_cast<float>(colour.mRed);

@@ -41,6 +41,7 @@ Energies StrokedEnergies(bool inIsForeground, float inHard) {
     return inIsForeground ? Energies{0, inHard} : Energies{inHard, 0};
 }
 
+// A table, since the fit has 8 bits and a logarithm is dear.
 // What pixels without a stroke get, by their fit.
 class UnstrokedEnergies {
 public:
@@ -217,6 +218,7 @@ void ImageGraph::SetTerminalEnergies(
                     });
     };
 
+    // Strokes over the whole graph without gaps: both images are then one row of pixels.
     const bool isWhole = inRows == mRows && inColumns == mColumns && inLeft == mLeft &&
                          inTop == mTop && inForegroundStride == inColumns &&
                          inBackgroundStride == inColumns;
@@ -262,6 +264,7 @@ bool ImageGraph::SetFirstEnergies(const unsigned char* inForeground,
         labelled += region.mPixels;
     if (labelled != mPixelSourceEnergies.size()) return false;
     mHasNoEnergies = false;
+    // Added up and not multiplied: the roundings are those of pixel after pixel.
     std::vector<Energies> sums(1, Energies{0, 0});  // by the number of pixels
     for (unsigned int region = 0; region < mRegionCount; ++region) {
         const unsigned int pixels = mRegions[region].mPixels;
@@ -275,6 +278,7 @@ bool ImageGraph::SetFirstEnergies(const unsigned char* inForeground,
     if (inUnstroked.mToSink != 0)
         std::fill(mPixelSinkEnergies.begin(), mPixelSinkEnergies.end(), inUnstroked.mToSink);
 
+    // A region under strokes is walked once, at its first stroked pixel.
     std::vector<bool> isDone(mFlowGraph->mNodeCount);
     const auto pixels = static_cast<std::ptrdiff_t>(mPixelSourceEnergies.size());
     for (std::ptrdiff_t begin = 0; begin < pixels; begin += kStrokeBlock) {

@@ -1,3 +1,10 @@
+// Splits an image into regions of similar colour and small radius, pixel by pixel in reading
+// order: the first that has no label yet becomes the seed of the next region, and a fill labels
+// what belongs to it.
+//
+// Planes have `mRowStride` elements from row to row, labels `mLabelStride`. A label is 0 for
+// a pixel without a region; 1 is left free, and regions count from 2.
+
 #include "External/graphcut/MWSegment.h"
 
 #include <algorithm>
@@ -7,9 +14,9 @@
 
 #include "External/graphcut/MWSegmentSeedFill.h"
 #include "External/graphcut/MWSegmentWindowFill.h"
-#include "External/graphcut/SquaredRadius.h"
 #include "TVK/ContractCheck.h"
 #include "image/Interruption.h"
+#include "image/Saturate.h"
 
 namespace {
 
@@ -39,7 +46,7 @@ unsigned int SegmentPlanes(const Request& inRequest) {
     fill.mLabels = inRequest.mLabels;
     fill.mLabelStride = inRequest.mLabelStride;
     fill.mColourToleranceSquared = inRequest.mToleranceSquared;
-    fill.mRadiusSquared = SquareOrMost(inRequest.mRadius);
+    fill.mRadiusSquared = IP::SquareOrMost(inRequest.mRadius);
     fill.mRowStride = inRequest.mRowStride;
     for (int plane = 0; plane < kPlanes; ++plane)
         fill.mPlanes[plane] = static_cast<const T*>(inRequest.mPlanes[plane]);
@@ -62,12 +69,14 @@ unsigned int SegmentPlanes(const Request& inRequest) {
             return Window();
     }();
 
+    // A region is told by its seed, as an index into the labels, and its number of pixels.
     const auto tell = [&](int inX, int inY, unsigned int inPixels) {
         if (inRequest.mRegions)
             inRequest.mRegions->push_back(
                 {static_cast<unsigned int>(row(inY) - inRequest.mLabels) + unsigned(inX),
                  inPixels});
     };
+    // The last column and row, not the ends.
     const FillArea area{0, 0, inRequest.mColumns - 1, inRequest.mRows - 1};
     constexpr unsigned int kFirstRegion = 2;
     unsigned int region = kFirstRegion;

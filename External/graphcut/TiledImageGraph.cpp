@@ -13,6 +13,8 @@
 
 using graphcut::NeighborOffset;
 
+// What all copies of a graph have in common: each tile writes its nodes and arcs into one
+// flow graph, under one source and one sink.
 struct TiledImageGraph::Shared {
     FlowGraph mFlowGraph;
     std::vector<unsigned char> mSegments;
@@ -21,6 +23,8 @@ struct TiledImageGraph::Shared {
 
 namespace {
 
+// The energy between a pixel and its neighbour at an offset. Rows and columns are those of
+// the planes, not of the image: the planes may show a part of it.
 template <class Energies>
 float EnergyOf(const Energies& inEnergies, std::int64_t inRow, std::int64_t inColumn,
                const NeighborOffset& inOffset) {
@@ -34,6 +38,7 @@ struct TiledImageGraphReports {
         "TiledImageGraph::BuildLinksAndSetNeighborEnergies";
 };
 
+// In 64 bits: a side may be as long as the range of 32.
 std::int64_t HeightOf(const GraphRect& inRect) {
     return std::int64_t{inRect.mBottom} - inRect.mTop;
 }
@@ -45,12 +50,15 @@ std::int64_t TilesAlong(std::int64_t inExtent, std::int64_t inTileExtent) {
     return inExtent <= 0 ? 0 : (inExtent + inTileExtent - 1) / inTileExtent;
 }
 
+// Tiles row by row from the upper left; those of the last row and column are cut off at the
+// bounds.
 TileGrid MakeGrid(const GraphRect& inBounds, const GraphRect& inTileBounds) {
     const std::int64_t height = HeightOf(inTileBounds);
     const std::int64_t width = WidthOf(inTileBounds);
     const std::int64_t columns = TilesAlong(WidthOf(inBounds), width);
     const std::int64_t rows = TilesAlong(HeightOf(inBounds), height);
     if (columns != 0 && rows > std::numeric_limits<std::int32_t>::max() / columns)
+        // What a vector of so many tiles would say; their number must be an int.
         throw std::length_error("vector<T> too long");
 
     TileGrid grid;
@@ -72,6 +80,7 @@ TileGrid MakeGrid(const GraphRect& inBounds, const GraphRect& inTileBounds) {
 
 }  // namespace
 
+// The tile of a pixel, -1 beside the bounds.
 int TileGrid::FindTile(int inX, int inY) const {
     if (inY < mBounds.mTop || inY >= mBounds.mBottom) return -1;
     if (inX < mBounds.mLeft || inX >= mBounds.mRight) return -1;
@@ -94,6 +103,8 @@ TiledImageGraph::TiledImageGraph(const GraphRect& inBounds, const GraphRect& inT
     mShared = TVK::MakeObject<Shared>();
     mFlowGraph = &mShared->mFlowGraph;
     mSegments = &mShared->mSegments;
+    // The first two nodes. The source stands for "no node yet" in the node images as well, so
+    // that it is no pixel's.
     mSourceNode = mFlowGraph->AddNode();
     mSinkNode = mFlowGraph->AddNode();
     mDefaultNode = mSourceNode;
@@ -140,6 +151,7 @@ ImageGraph* TiledImageGraph::GetTile(int inX, int inY) const {
     return index < 0 ? nullptr : &mTileGraphs[index];
 }
 
+// The entry of a pixel in its tile's node image, which has a row for each of the tile's rows.
 unsigned int* TiledImageGraph::GetNodeAt(int inX, int inY) const {
     const ImageGraph* const tile = GetTile(inX, inY);
     if (!tile || !tile->mValid) return nullptr;
@@ -150,6 +162,8 @@ unsigned int* TiledImageGraph::GetNodeAt(int inX, int inY) const {
 void TiledImageGraph::SetForegroundPixel(int inX, int inY) { BindPixel(inX, inY, true); }
 void TiledImageGraph::SetBackgroundPixel(int inX, int inY) { BindPixel(inX, inY, false); }
 
+// A pixel of a stroke: made a node, if it is none, and tied to one side by a capacity that no
+// cut can afford.
 void TiledImageGraph::BindPixel(int inX, int inY, bool inToForeground) {
     unsigned int* const node = GetNodeAt(inX, inY);
     if (!node) return;
@@ -179,6 +193,8 @@ void TiledImageGraph::BuildLinksAndSetNeighborEnergies(
         });
 }
 
+// The pairs of one tile's pixels with their neighbours, of which some lie in other tiles. Only
+// pairs of pixels that are both nodes count.
 template <class Energies>
 void TiledImageGraph::SetTileEnergies(const TileRecord& inTile, const Energies& inEnergies,
                                       unsigned int* ioLinkCount, bool inBuildLinks) {
@@ -205,6 +221,7 @@ void TiledImageGraph::SetTileEnergies(const TileRecord& inTile, const Energies& 
         }
 }
 
+// Both directions at once: an energy is the same from either side.
 void TiledImageGraph::SetPairEnergy(unsigned int inNode, unsigned int inNeighbor,
                                     float inEnergy, unsigned int* ioLinkCount,
                                     bool inBuildLinks) {

@@ -27,6 +27,8 @@ void TreePath::MakeRoom(std::size_t inSteps) {
     Reserve(mBack, inSteps);
 }
 
+// The steps behind the front keep their places, since what is counted from is moved along
+// with them.
 void TreePath::ReplaceFront(std::size_t inOld, std::size_t inNew) {
     ResizeFront(mNodes, inOld, inNew);
     ResizeFront(mAlong, inOld, inNew);
@@ -34,6 +36,9 @@ void TreePath::ReplaceFront(std::size_t inOld, std::size_t inNew) {
     mFirstPlace += static_cast<unsigned int>(inOld - inNew);
 }
 
+// The least of all residuals along the way. Eight minima side by side, since one alone would
+// be a chain in which each comparison waits for the last; a minimum does not depend on the
+// order in which it is taken.
 float TreePath::Bottleneck(float inMost) const {
     constexpr std::size_t kLanes = 8;
     float most[kLanes];
@@ -48,6 +53,8 @@ float TreePath::Bottleneck(float inMost) const {
     return *std::min_element(most, most + kLanes);
 }
 
+// Two loops over arrays, and a third that finds the arcs that are full: a test inside the
+// first would keep it from being vector code.
 void TreePath::Push(float inFlow, std::vector<unsigned int>& ioFull) {
     for (float& along : mAlong)
         along -= inFlow;

@@ -23,9 +23,9 @@
 #include "External/graphcut/LinkEnergies.h"
 #include "External/graphcut/MWSegment.h"
 #include "External/graphcut/MaxFlowSolver.h"
-#include "External/graphcut/SquaredRadius.h"
 #include "TVK/ContractCheck.h"
 #include "image/Interruption.h"
+#include "image/Saturate.h"
 
 using graphcut::NeighborOffset;
 
@@ -144,7 +144,7 @@ void ImageGraph::BuildRegionGraph(const void* inPlane0, const void* inPlane1,
         IP::Checkpoint(0, 1);
         energies->resize(pixels, 0.0f);
     }
-    mMaxRegionPixels = SquareOrMost(2 * std::int64_t{inRadius} + 1);
+    mMaxRegionPixels = IP::SquareOrMost(2 * std::int64_t{inRadius} + 1);
 }
 
 void ImageGraph::ResetRegionGraph() {

@@ -1,3 +1,6 @@
+// The portable form of the rows of the corner measure, and the choice between it and those of
+// wider instruction sets.
+
 #include "APT/APTCornerRows.h"
 
 #include "image/VectorTargets.h"

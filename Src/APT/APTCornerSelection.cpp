@@ -29,32 +29,13 @@
 
 #include "APT/APTCornerRows.h"
 #include "image/Interruption.h"
+#include "image/Saturate.h"
 
 namespace DP {
 namespace {
 
 constexpr float kNoCorner = -100000.0f;
 constexpr float kEverything = std::numeric_limits<float>::infinity();
-
-// The first and the end of the whole numbers in [inBegin, inEnd) that are strictly above,
-// and below, a value. A NaN has none.
-int FirstAbove(float inValue, int inBegin, int inEnd) {
-    if (!(inValue < static_cast<float>(inEnd))) return inEnd;
-    if (inValue < static_cast<float>(inBegin)) return inBegin;
-    return static_cast<int>(std::floor(inValue)) + 1;
-}
-int EndBelow(float inValue, int inBegin, int inEnd) {
-    if (!(inValue > static_cast<float>(inBegin))) return inBegin;
-    if (inValue >= static_cast<float>(inEnd)) return inEnd;
-    return static_cast<int>(std::ceil(inValue));
-}
-
-// A whole number as an int, brought into [-1, inSize] first.
-int ClipToInt(float inValue, int inSize) {
-    if (!(inValue > -1.0f)) return -1;
-    if (inValue >= static_cast<float>(inSize)) return inSize;
-    return static_cast<int>(inValue);
-}
 
 }  // namespace
 
@@ -97,10 +78,10 @@ void APTCornerSelection::FindCorners(const APTFeature* inFirst, const APTFeature
 APTPixelRange APTCornerSelection::GetRangeInside(const TVK::ParamRect<float>& inRect) const {
     const APTPixelRange scan = mStream.GetScanRange(mWidth, mHeight);
     if (scan.IsEmpty()) return {};
-    return {FirstAbove(inRect.mLeft, scan.mLeft, scan.mRight),
-            FirstAbove(inRect.mTop, scan.mTop, scan.mBottom),
-            EndBelow(inRect.mRight, scan.mLeft, scan.mRight),
-            EndBelow(inRect.mBottom, scan.mTop, scan.mBottom)};
+    return {IP::FirstAboveNaNEnd(inRect.mLeft, scan.mLeft, scan.mRight),
+            IP::FirstAboveNaNEnd(inRect.mTop, scan.mTop, scan.mBottom),
+            IP::EndBelowNaNBegin(inRect.mRight, scan.mLeft, scan.mRight),
+            IP::EndBelowNaNBegin(inRect.mBottom, scan.mTop, scan.mBottom)};
 }
 
 // Walks the corners of a range, keeps those in `inKept`, a part of it, and returns the
@@ -211,15 +192,16 @@ void APTCornerSelection::ClearDisc(int inX, int inY) {
 void APTCornerSelection::ClearDisc(float inX, float inY) {
     if (!std::isfinite(inX) || !std::isfinite(inY)) return;
     const float radius = static_cast<float>(mParams.mMinFeatureDistance);
-    const int top = std::max(0, ClipToInt(std::ceil(inY - radius), mHeight));
-    const int bottom = std::min(mHeight - 1, ClipToInt(std::floor(inY + radius), mHeight));
+    const int top = std::max(0, IP::ClipNaNBefore(std::ceil(inY - radius), mHeight));
+    const int bottom =
+        std::min(mHeight - 1, IP::ClipNaNBefore(std::floor(inY + radius), mHeight));
     for (int v = top; v <= bottom; ++v) {
         const float away = static_cast<float>(v) - inY;
         const float root = radius * radius - away * away;
         if (!(root >= 0.0f)) continue;
         const float s = std::sqrt(root);
-        const int first = std::max(0, ClipToInt(std::ceil(inX - s), mWidth));
-        const int last = std::min(mWidth - 1, ClipToInt(std::floor(inX + s), mWidth));
+        const int first = std::max(0, IP::ClipNaNBefore(std::ceil(inX - s), mWidth));
+        const int last = std::min(mWidth - 1, IP::ClipNaNBefore(std::floor(inX + s), mWidth));
         if (first > last) continue;
         std::fill_n(mMask.begin() + (std::ptrdiff_t{v} * mWidth + first), last - first + 1,
                     std::uint8_t{0});

@@ -1,3 +1,7 @@
+// The computer owns the engine, and an item has it for the time of one computation. Numbers of
+// the property are copied into the engine's parameters once, when the computer is made: a
+// setter that is called later takes effect with the engine's next `ApplyParams`.
+
 #include "APT/APTDescriptorComputer.h"
 
 #include "APT/APTDescriptorProperty.h"

@@ -1,3 +1,7 @@
+// The order of APT's keys. Stationary limit and verification are not among the members that
+// are compared: two runs that differ in these alone share their results, whichever comes
+// first. A host that wants both gives their sources different names.
+
 #include "APT/APTDescriptorDataKey.h"
 
 #include <utility>

@@ -1,3 +1,6 @@
+// Two properties are equal where all their numbers are, and then share a computer. That of a
+// region derives from this one, so the kind is compared before the class.
+
 #include "APT/APTDescriptorProperty.h"
 
 #include <utility>

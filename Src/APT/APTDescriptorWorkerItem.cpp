@@ -1,5 +1,7 @@
 #include "APT/APTDescriptorWorkerItem.h"
 
+#include <tuple>
+
 #include "APT/APTDescriptorData.h"
 #include "APT/APTWrapper.h"
 #include "TVK/ContractCheck.h"
@@ -11,11 +13,8 @@ void APTDescriptorWorkerItem::SetInputs(IP::ImagePtr<float> inPrevImage,
                                         Ref<IAPTDescriptorData> inPrevData,
                                         unsigned int inWidth, unsigned int inHeight) {
     ContractCheck(inCurrImage != NULL);
-    mPrevImage = inPrevImage;
-    mCurrImage = inCurrImage;
-    mPrevData = inPrevData;
-    mWidth = inWidth;
-    mHeight = inHeight;
+    std::tie(mPrevImage, mCurrImage, mPrevData, mWidth, mHeight) =
+        std::tie(inPrevImage, inCurrImage, inPrevData, inWidth, inHeight);
 }
 
 void APTDescriptorWorkerItem::SetTracker(APTTrackerPtr inAPTTracker) {

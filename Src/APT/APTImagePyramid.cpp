@@ -1,3 +1,7 @@
+// Level 0 is the caller's image. The others are made in tiles when a patch needs them, which is
+// a small part of a frame: level k has its rows of `mWidth` pixels without gaps, channels
+// interleaved, and a byte for each tile that says whether it was made.
+
 #include "APT/APTImagePyramid.h"
 
 #include <algorithm>
@@ -54,6 +58,8 @@ const float* APTImagePyramid::GetBlock(int inLevel, int inX, int inY, int inLast
                                           static_cast<std::size_t>(level.mTileColumns) +
                                       static_cast<std::size_t>(column)];
                 if (isMade) continue;
+                // Before the call: the tile is made of the level above, which never asks for
+                // this one.
                 isMade = 1;
                 MakeTile(inLevel, column, row);
             }

@@ -1,3 +1,7 @@
+// Coarse to fine, from the finest level that works. Level k has half the sides of level k - 1,
+// so a position there and the first two parameters, the translation, are halved; the others
+// (warp, gain, offset) mean the same at every level.
+
 #include "APT/APTLevelDescent.h"
 
 #include <algorithm>
@@ -34,6 +38,7 @@ void APTLevelDescent::BeginAt(int inStart, float inScale) {
     mPoint = {mFirstPoint.mX * inScale, mFirstPoint.mY * inScale};
 }
 
+// A level is judged once, where the search is least certain: finer ones only refine it.
 void APTLevelDescent::Advance(int inAnswer) {
     if (!Converged(inAnswer, mMostIterations) || (mLevel == mStart && !Accept(mLevel)))
         return BeginAt(mStart + 1, mScale * 0.5f);

@@ -22,6 +22,7 @@
 
 #include "Lapack/Cholesky.h"
 #include "image/ReadAhead.h"
+#include "image/Saturate.h"
 
 namespace DP {
 namespace {
@@ -144,14 +145,6 @@ private:
 
 }  // namespace
 
-bool FloorToInt(float inValue, int& outFloor) {
-    constexpr float kLimit = 2147483648.0f;
-    if (!(inValue >= -kLimit && inValue < kLimit)) return false;
-    const int towardsZero = static_cast<int>(inValue);
-    outFloor = towardsZero - (static_cast<float>(towardsZero) > inValue);
-    return true;
-}
-
 // ---- Sampling ------------------------------------------------------------------------
 
 struct APTBlockSampler::Place {
@@ -172,7 +165,8 @@ APTBlockSampler::APTBlockSampler(const APTPatchKernels& inKernels, const APTPatc
       mBottom(inLevel.GetHeight() - mReachY - 3) {}
 
 bool APTBlockSampler::Find(APTPoint inPoint, Place& outPlace) const {
-    if (!FloorToInt(inPoint.mX, outPlace.mX) || !FloorToInt(inPoint.mY, outPlace.mY))
+    if (!IP::FloorUnlessNaN(inPoint.mX, outPlace.mX) ||
+        !IP::FloorUnlessNaN(inPoint.mY, outPlace.mY))
         return false;
     if (outPlace.mX < mReachX || outPlace.mX > mRight || outPlace.mY < mReachY ||
         outPlace.mY > mBottom)

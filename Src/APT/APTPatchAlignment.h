@@ -84,9 +84,6 @@ struct APTWorkspace {
     float mCurrent[kAPTMaxParameters] = {};  // the solver's parameters
 };
 
-/// floor(inValue) where it is an int; false for all other values, NaN among them.
-bool FloorToInt(float inValue, int& outFloor);
-
 /// Samples blocks of one size around positions in a level. The limits differ by one between
 /// the axes: on the right the last column may be used, at the bottom the last row may not.
 class APTBlockSampler {

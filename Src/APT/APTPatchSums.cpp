@@ -1,3 +1,11 @@
+// Sums over patches, in the order that all forms of the loops share: element i is added to
+// partial sum i mod 16, and the sixteen are folded in halves. A patch is `GetRows()` rows of
+// `GetColumns()` pixels of `mChannels` interleaved floats; a block is a patch with zeros behind
+// it up to whole lanes, so that a sum over a block needs no remainder.
+//
+// Matrices are square and stored by columns, of which the lower half is filled: the form that
+// LAPACK's Cholesky factorisation reads.
+
 #include "APT/APTPatchSums.h"
 
 #include <algorithm>
@@ -91,6 +99,10 @@ bool NormalisedCorrelation(const float* inA, const float* inB, const APTPatchSha
     return true;
 }
 
+// J'J of the Jacobian J whose columns are those of the motion, gradients times what a
+// parameter moves, followed for each channel by the template (gain) and by ones (offset).
+// Gradients are differences over two pixels, twice the slope: hence a factor of a half for each
+// of them, 0.25 where two meet.
 void FillNormalMatrix(const APTColumns& inColumns, const APTPatchShape& inShape,
                       float* outMatrix) {
     const int order = inColumns.GetOrder(inShape.mChannels);
@@ -117,6 +129,7 @@ void FillNormalMatrix(const APTColumns& inColumns, const APTPatchShape& inShape,
     }
 }
 
+// J'r for the residual r, with the same halves.
 void FillRightSide(const APTColumns& inColumns, const float* inResidual,
                    const APTPatchShape& inShape, float* outRightSide) {
     const int geometric = inColumns.mGeometricCount;
@@ -151,6 +164,8 @@ void FillResidual(const float* inTemplate, const float* inPatch, const APTPatchS
         outResidual[i] = inTemplate[i] - inPatch[i];
 }
 
+// Composes the update (g, o) of a channel with its gain and offset, by the exponential: a gain
+// stays positive whatever the step, and the offset is scaled with it.
 bool UpdateGains(const float* inUpdate, float inGainTolerance, float inOffsetTolerance,
                  int inChannels, float* ioGains) {
     bool isSmall = true;

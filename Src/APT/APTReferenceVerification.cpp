@@ -16,6 +16,8 @@ namespace {
 
 constexpr int kGeometric = 6;
 
+// Parameters, in order: translation x, y; the four of the matrix less the identity, by rows
+// (a, b; c, d); then gain and offset of each channel. 6 + 2 channels in all.
 APTWarp WarpOf(const float* inParameters, APTPoint inPoint) {
     return {1.0f + inParameters[2], inParameters[3], inParameters[4],
             1.0f + inParameters[5], inPoint.mX,      inPoint.mY,
@@ -66,6 +68,7 @@ bool SampleWarped(APTWorkspace& ioWorkspace, const APTImageLevel& inLevel, APTPo
     const int bottom = std::min(static_cast<int>(bounds.mBottom) + 1, height - 1);
     const float* const block = inLevel.GetBlock(left, top, right, bottom);
     const std::ptrdiff_t rowLength = inLevel.GetRowLength();
+    // Where pixel (0, 0) of the level would be, if all of it had been made.
     const float* const first = block - top * rowLength - left * shape.mChannels;
     ioWorkspace.mKernels->mSampleWarped(warp, ioWorkspace.mPixelOffsets.Get(),
                                         {first, rowLength, shape.mChannels}, shape.GetPixels(),
@@ -82,6 +85,8 @@ void FillWarpColumns(const APTTemplate& inTemplate, const APTOffsets& inOffsets,
                 *outColumns++ = offset[i] * gradient[i];
 }
 
+// W <- W o D^-1 for the update D: the matrix of W times the inverse of D's, and D's translation
+// brought through that product.
 void ComposeWithInverse(const float* inUpdate, float* ioParameters) {
     const float m00 = 1.0f + ioParameters[2];
     const float m01 = ioParameters[3];
@@ -118,6 +123,7 @@ bool IsConverged(APTWorkspace& ioWorkspace, const APTSearch& inSearch) {
     const APTTolerances& tolerances = inSearch.mTolerances;
     const bool isSmall = IsSmallWarp(ioWorkspace.mUpdate, tolerances);
     if (inSearch.mModel != kAPTModelGainOffset) return isSmall;
+    // Called before `isSmall` is looked at: it changes gain and offset.
     return UpdateGains(ioWorkspace.mUpdate + kGeometric, tolerances.mGain, tolerances.mOffset,
                        ioWorkspace.mShape.mChannels, ioWorkspace.mCurrent + kGeometric) &&
            isSmall;
@@ -212,6 +218,7 @@ APTReferenceTemplates::Level APTReferenceTemplates::GetLevel(int inLevel,
     const APTTemplate planes = mPlanes.GetLevel(inLevel);
     if (inModel != kAPTModelTranslation && inModel != kAPTModelGainOffset)
         return {planes, nullptr};
+    // The factors hold for one model; another has a system of another order.
     if (inModel != mModel) {
         std::fill(mSystems.begin(), mSystems.end(), System::kUnknown);
         mModel = inModel;
@@ -298,6 +305,7 @@ void APTReferenceVerification::Capture(const APTFeatureList& inFeatures,
     const std::size_t slots = std::min(inFeatures.size(), mRecords.size());
     for (std::size_t i = 0; i < slots; ++i) {
         const APTFeature& feature = inFeatures[i];
+        // Above 0 is a point that was found in the frame before: its patch is the reference.
         if (feature.mStatus <= 0) continue;
         if (mTemplates[i].IsEmpty()) mTemplates[i].Init(mShape, mLevels);
         mTemplates[i].Capture({feature.mX, feature.mY}, inPrevious);
@@ -311,6 +319,8 @@ void APTReferenceVerification::HandOver(const APTFeatureList& inFeatures) {
     const std::size_t slots = std::min(inFeatures.size(), mRecords.size());
     for (std::size_t i = 0; i < slots; ++i) {
         if (inFeatures[i].mStatus != kAPTFeatureTracked) continue;
+        // Begins where the step from frame to frame ended; the matrix goes on from its last
+        // value.
         mRecords[i].mParameters[0] = inFeatures[i].mX - mRecords[i].mX;
         mRecords[i].mParameters[1] = inFeatures[i].mY - mRecords[i].mY;
     }

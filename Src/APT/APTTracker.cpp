@@ -1,3 +1,7 @@
+// The engine's bookkeeping: which slot holds which point, and what becomes of it. A list has
+// `mCapacity` slots; a point keeps its slot for life, and a slot whose status is negative is
+// free. Positions are in pixels, y downward; rectangles come with y upward, as hosts have them.
+
 #include "APT/APTTracker.h"
 
 #include <algorithm>
@@ -63,6 +67,7 @@ TVK::ParamRect<float> APTTracker::NormaliseRect(const TVK::ParamRect<float>& inR
                                                 int inWidth, int inHeight) const {
     const float width = static_cast<float>(inWidth);
     const float height = static_cast<float>(inHeight);
+    // As large as the frame is the whole frame, in either direction of y.
     if (inRect.mRight - inRect.mLeft == width && inRect.mBottom - inRect.mTop == height)
         return inRect;
     return {inRect.mLeft, height - inRect.mBottom, inRect.mRight, height - inRect.mTop};
@@ -105,6 +110,8 @@ void APTTracker::ReplenishFeatures(const float* inImage, int inWidth, int inHeig
     for (std::size_t i = 0; i < count; ++i) {
         APTFeatureList& list = *ioFeatureListPtrVec[i];
         const bool isLast = i + 1 == count;
+        // An earlier rectangle's discs are the image that the next one is selected in, so its
+        // selection is made in full; the last one needs no more than it can place.
         const std::size_t limit = isLast ? std::min(CountFree(list), mCapacity) : mCapacity;
         mSelection.FindCorners(list.data(), list.data() + list.size(),
                                NormaliseRect(inROIRects[i], inWidth, inHeight), limit, isLast);
@@ -168,6 +175,7 @@ void APTTracker::TrackFeatureList(const APTFeatureList& inFeatures,
 void APTTracker::AlignFeatures(const APTFeatureList& inFeatures, APTFeatureList& outFeatures) {
     const APTSearch search = GetSearch(mParams.mTrackingModel);
     float start[kAPTMaxParameters] = {};
+    // Translation, then gain and offset of each channel: no motion, gain 1.
     for (int c = 0; c < kChannels; ++c)
         start[2 + 2 * c] = 1.0f;
     const std::size_t slots = std::min(inFeatures.size(), outFeatures.size());

@@ -1,3 +1,6 @@
+// One frame of a run: a first frame is selected in, a later one is tracked into, and its free
+// slots are filled when fewer points than the key's minimum are left.
+
 #include "APT/APTWrapper.h"
 
 #include "APT/APTDescriptorDataKey.h"

@@ -1,3 +1,9 @@
+// One block of floats for all levels:
+//
+//     level 0: height x width x channels | level 1: half of each side, rounded up | ...
+//
+// Rows run from the top, channels are interleaved, and there are no gaps.
+
 #include "ColourPyramid/ColourPyramidData.h"
 
 #include <algorithm>
@@ -13,6 +19,7 @@ namespace {
 // From this level on every side is 1 pixel, or 0.
 constexpr std::size_t kSmallestLevel = 32;
 
+// Sizes come from a caller as they are: a product that wraps would be a block too small.
 void AddProduct(std::size_t& ioSum, std::size_t inA, std::size_t inB, std::size_t inC) {
     std::size_t product = 0;
     if (__builtin_mul_overflow(inA, inB, &product) ||
@@ -33,6 +40,7 @@ std::size_t ColourPyramidShape::LevelHeight(std::size_t inLevel) const {
 
 std::size_t ColourPyramidShape::FloatsBefore(std::size_t inLevel) const {
     std::size_t sum = 0;
+    // Any number of levels may be asked for; those of 1 pixel are counted in one go.
     const std::size_t shrinking = std::min(inLevel, kSmallestLevel);
     for (std::size_t level = 0; level < shrinking; ++level)
         AddProduct(sum, mChannels, LevelWidth(level), LevelHeight(level));
@@ -73,6 +81,7 @@ ColourPyramidData* ColourPyramidData::Create(std::uint32_t inWidth, std::uint32_
 void ColourPyramidData::InitPyramid(std::uint32_t inWidth, std::uint32_t inHeight,
                                     std::uint32_t inChannels, std::uint32_t inLevels) {
     const ColourPyramidShape shape{inWidth, inHeight, inChannels, inLevels};
+    // Cleared: some levels are never written.
     float* const data = new float[shape.TotalFloats()]();
     delete[] mData;
     mData = data;

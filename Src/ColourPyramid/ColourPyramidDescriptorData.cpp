@@ -1,3 +1,6 @@
+// All levels lie in one block of the recycler, one behind the other, each with its rows from
+// the top and its channels interleaved.
+
 #include "ColourPyramid/ColourPyramidDescriptorData.h"
 
 #include <algorithm>
@@ -19,10 +22,12 @@ void ColourPyramidDescriptorData::InitPyramid(std::uint32_t inWidth, std::uint32
     const auto buffer =
         mRecycler->AllocateBuffer(static_cast<std::int64_t>(floats * sizeof(float)));
     if (!buffer.mBlock) throw std::bad_alloc();
+    // Not before there is a new one: a caller whose memory runs out keeps what it had.
     if (mData) mRecycler->RecycleBuffer(mBuffer);
     mBuffer = buffer;
     mShape = shape;
     mData = static_cast<float*>(mBuffer.mBlock);
+    // A recycled block holds what its last user left, and not every level is filled.
     std::fill_n(mData, floats, 0.0f);
 }
 

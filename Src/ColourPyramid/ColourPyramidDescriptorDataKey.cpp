@@ -1,3 +1,5 @@
+// The order of colour pyramids' keys begins with the source, unlike that of plain keys.
+
 #include "ColourPyramid/ColourPyramidDescriptorDataKey.h"
 
 #include "KeyOrder.h"

@@ -34,11 +34,13 @@ Ref<IDescriptorData> ColourPyramidDescriptorWorkerItem::ComputeData() {
                                 static_cast<std::uint32_t>(key->GetRows()), key->GetChannels(),
                                 mCurrImage ? key->GetLevelCount() : 0);
             if (outData.GetShape().mLevelCount == 0) return;
+            // Level 0 is the frame itself; the scratch never needs more than that.
             const std::size_t floats = outData.GetShape().FloatsBefore(1);
             const auto scratch = MakeScratch(floats);
             std::copy_n(mCurrImage, floats, outData.GetLevelData(0));
             outData.BuildLevels(scratch.get());
         });
+    // Without a frame there is nothing to store, but a bad key has thrown by now.
     return mCurrImage ? result : Ref<IDescriptorData>();
 }
 

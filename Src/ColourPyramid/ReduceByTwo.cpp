@@ -11,6 +11,7 @@ void ReduceRowOf(const float* inRow, std::size_t inBegin, std::size_t inEnd, flo
     const float* source = inRow + 2 * inBegin * kChannels;
     for (std::size_t k = inBegin; k < inEnd; ++k, source += 2 * kChannels)
         for (std::size_t c = 0; c < kChannels; ++c) {
+            // The order of the sum is part of the result.
             const float middle = source[c];
             const float before =
                 source[static_cast<std::ptrdiff_t>(c) - static_cast<std::ptrdiff_t>(kChannels)];
@@ -76,6 +77,8 @@ void ReduceByTwo(const float* inSource, std::size_t inWidth, std::size_t inHeigh
         return;
     }
 
+    // Each row is filtered along x into the scratch, which has `height` rows of `inner` floats;
+    // then every second one becomes a row of the target. There is no filter down.
     const std::size_t inner = (width - 2) * inChannels;
     for (std::size_t y = 0; y < inHeight; ++y)
         ReduceRow(inSource + y * inWidth * inChannels, inChannels, 1, width - 1,

@@ -1,3 +1,6 @@
+// BGRA in, one float a pixel out, 0 to 255, rows in the frame's order without gaps. The key is
+// not asked: size and stride are those that came with the frame.
+
 #include "FloatGreyImage/FloatGreyImageDescriptorWorkerItem.h"
 
 #include "FloatGreyImage/FloatGreyImageDescriptorData.h"

@@ -1,3 +1,11 @@
+// One process has one graph, that of the last frame that was begun. A request with a label
+// image is a further stroke on it; one without begins a new frame:
+//
+//     planes -> regions -> links between them -> terminal capacities -> cut -> labels
+//
+// All images have one byte a pixel, rows from the top and no gaps; the frame itself is BGRA
+// with a stride of the caller's.
+
 #include "GraphCut/GraphCutWrapper.h"
 
 #include <algorithm>
@@ -157,6 +165,7 @@ Image GraphCutWrapper::Cut(const unsigned char* inRGBImage, unsigned int inRowBy
     if (isNewFrame && !CheckRowBytes(bounds, inRowBytes)) return {};
 
     const Image result = NewImage(columns, rows);
+    // The old graph goes before the new one is made: a large frame need not hold both.
     if (isNewFrame) {
         DropFrame();
         BuildImageGraph(inRGBImage, bounds, inRowBytes);

@@ -1,3 +1,5 @@
+// BGRA in, one byte a pixel out, rows in the frame's order without gaps.
+
 #include "GreyImage/GreyImageDescriptorWorkerItem.h"
 
 #include "GreyImage/GreyImageDescriptorData.h"

@@ -1,3 +1,7 @@
+// The one file of the engine that knows descriptors. A frame's pyramids have a key of their
+// own, in which everything stands that their pixels depend on; so two trackers with other
+// numbers of points, or a tracker and a host, share them.
+
 #include "KLT/KLTFramePyramids.h"
 
 #include "DP/DescriptorFactory.h"
@@ -32,6 +36,8 @@ RequestedPyramids RequestFramePyramids(const Ref<IDescriptorComputer>& inCompute
     const Ref<ImagePyramidDescriptorData> data(inComputer->GetDescriptorData(item, true));
     RequestedPyramids result;
     result.mIsNew = pyramidItem->HasComputed();
+    // Level 0 of the gradients is two planes of the frame's size. Who samples windows makes
+    // those few gradients as it goes; who needs whole planes has them made now.
     result.mLacksLevelZero = data->MakesGradientsLater() && !inNeedsPlanes;
     if (result.mLacksLevelZero)
         result.mPyramids = data->GetFramePyramids();

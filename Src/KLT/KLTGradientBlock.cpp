@@ -1,3 +1,7 @@
+// The gradients of the full frame round one window, in place of two planes of the frame's size.
+// A block is `mRows` rows of `kColumns` floats, larger than the window, so that the steps of
+// a search mostly stay inside it.
+
 #include "KLT/KLTGradientBlock.h"
 
 #include <algorithm>
@@ -13,6 +17,7 @@ namespace {
 constexpr int kTaps = KLTKernels::kBlockTaps;
 constexpr int kRadius = kTaps / 2;
 
+// Of the one sigma that blocks are made with; another takes planes.
 struct Taps {
     Taps() { IP::ComputeKernels(IP::kWindowGradientSigma, mGauss, mDerivative); }
     IP::ConvolutionKernel mGauss, mDerivative;

@@ -1,3 +1,6 @@
+// The portable form of the tracker's inner loops, and the choice between it and those of wider
+// instruction sets.
+
 #include "KLT/KLTKernels.h"
 
 #include "image/VectorTargets.h"

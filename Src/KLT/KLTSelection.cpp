@@ -26,7 +26,7 @@
 #include "KLT/KLTKernels.h"
 #include "image/Interruption.h"
 #include "image/RecycledArray.h"
-#include "image/Truncate.h"
+#include "image/Saturate.h"
 
 namespace DP {
 namespace {
@@ -310,9 +310,8 @@ void EnforceMinimumDistance(SortedPoints& ioPoints, int inCols, int inRows, int 
     if (!inOverwriteAll)
         for (const KLTFeature& feature : ioList)
             if (feature.mValue >= 0 && std::isfinite(feature.mX) && std::isfinite(feature.mY))
-                FillFeatureMap(IP::TruncateFiniteClamped(feature.mX),
-                               IP::TruncateFiniteClamped(feature.mY), map.begin(), distance,
-                               inCols, inRows);
+                FillFeatureMap(IP::ClampNoNaN(feature.mX), IP::ClampNoNaN(feature.mY),
+                               map.begin(), distance, inCols, inRows);
 
     const auto isFree = [&](const KLTFeature& inFeature) {
         return inOverwriteAll || inFeature.mValue < 0;

@@ -27,7 +27,7 @@
 #include "image/IPConvolveImage.h"
 #include "image/Interruption.h"
 #include "image/RecycledArray.h"
-#include "image/Truncate.h"
+#include "image/Saturate.h"
 
 namespace DP {
 namespace {
@@ -64,11 +64,11 @@ SelectionBounds BoundsOf(const TVK::ParamRect<float>& inRegion, const IP::FrameV
     const int halfHeight = inContext.mWindowHeight / 2;
     const float bottom = static_cast<float>(inFrame.mRows) - inRegion.mBottom;
     const float top = static_cast<float>(inFrame.mRows) - inRegion.mTop;
-    return {std::max(IP::TruncateClamped(std::min(inRegion.mLeft, inRegion.mRight)), halfWidth),
-            std::min(IP::TruncateClamped(std::max(inRegion.mLeft, inRegion.mRight)),
+    return {std::max(IP::ClampNaNLowest(std::min(inRegion.mLeft, inRegion.mRight)), halfWidth),
+            std::min(IP::ClampNaNLowest(std::max(inRegion.mLeft, inRegion.mRight)),
                      inFrame.mColumns - halfWidth),
-            std::max(IP::TruncateClamped(std::min(bottom, top)), halfHeight),
-            std::min(IP::TruncateClamped(std::max(bottom, top)), inFrame.mRows - halfHeight),
+            std::max(IP::ClampNaNLowest(std::min(bottom, top)), halfHeight),
+            std::min(IP::ClampNaNLowest(std::max(bottom, top)), inFrame.mRows - halfHeight),
             step};
 }
 

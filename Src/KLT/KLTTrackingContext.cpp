@@ -9,7 +9,7 @@
 
 #include "TVK/ContractCheck.h"
 #include "image/PixelOps.h"
-#include "image/Truncate.h"
+#include "image/Saturate.h"
 
 namespace DP {
 namespace {
@@ -140,7 +140,7 @@ void UpdateTCBorder(TrackingContext& ioContext) {
     for (int level = 1; level < ioContext.mPyramidLevels; ++level) {
         const float here = (static_cast<float>(invalid) + static_cast<float>(pyramidRadius)) /
                            static_cast<float>(ioContext.mSubsampling);
-        invalid = IP::TruncateToInt(double{here} + 0.99);
+        invalid = IP::TruncateNaNLowest(double{here} + 0.99);
         scale = IP::ClampToInt(scale * ioContext.mSubsampling);
     }
     ioContext.mBorderX = ioContext.mBorderY =

@@ -29,6 +29,8 @@ IP::PyramidPtr<float> ImagePyramidDescriptorData::GetGradientYPyramid() const {
 
 void ImagePyramidDescriptorData::MakeLevelZeroGradients() const {
     if (!mMakesGradientsLater) return;
+    // Several trackers may ask at the same time for what one cache holds: the first makes them,
+    // the others wait.
     std::call_once(mLevelZeroGradients,
                    [this] { IP::AddLevelZeroGradients(GetFramePyramids(), mGradientSigma); });
 }

@@ -1,3 +1,6 @@
+// The order of image pyramids' keys ends with the source: numbers are compared sooner than
+// strings. A NaN is equal to every number, here as for all keys with floats.
+
 #include "Pyramid/ImagePyramidDescriptorDataKey.h"
 
 #include "KeyOrder.h"

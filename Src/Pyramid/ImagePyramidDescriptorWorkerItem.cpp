@@ -1,3 +1,6 @@
+// Without a key or a frame the result is empty data, which is stored like any other: it
+// stands for a frame that was asked for before it was there, until the caches are flushed.
+
 #include "Pyramid/ImagePyramidDescriptorWorkerItem.h"
 
 #include <optional>

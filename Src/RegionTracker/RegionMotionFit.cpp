@@ -29,7 +29,7 @@
 #include <cstring>
 #include <utility>
 
-#include "image/Truncate.h"
+#include "image/Saturate.h"
 
 namespace DP {
 namespace {
@@ -201,8 +201,8 @@ void PartitionFeatures(const APTFeatureList& inCurrFeatures, int inRows,
     for (std::size_t i = 0; i < inCurrFeatures.size(); ++i) {
         const APTFeature& feature = inCurrFeatures[i];
         if (!IsLive(feature)) continue;
-        const float px = static_cast<float>(IP::TruncateToInt(feature.mX));
-        const float py = static_cast<float>(IP::TruncateToInt(rows - feature.mY));
+        const float px = static_cast<float>(IP::TruncateNaNLowest(feature.mX));
+        const float py = static_cast<float>(IP::TruncateNaNLowest(rows - feature.mY));
         const bool isInner = px >= left && px <= right && py >= lower && py <= upper;
         (isInner ? inner : outer).push_back(static_cast<int>(i));
     }
@@ -279,20 +279,20 @@ void ReassignFeatures(const APTFeatureList& inCurrFeatures,
 float ScoreMotionGroup(const MotionGroup& inGroup, const APTFeatureList& inCurrFeatures,
                        const TVK::ParamRect<float>& inRect, int inRows) {
     const auto middle = [](float inLow, float inHigh) {
-        return std::int64_t{IP::TruncateToInt(static_cast<float>((inLow + inHigh) * 0.5))};
+        return std::int64_t{IP::TruncateNaNLowest(static_cast<float>((inLow + inHigh) * 0.5))};
     };
     const std::int64_t centreX = middle(inRect.mLeft, inRect.mRight);
     const std::int64_t centreY = middle(inRect.mTop, inRect.mBottom);
-    const float halfDiagonal = Distance(IP::TruncateToInt(inRect.mLeft) - centreX,
-                                        IP::TruncateToInt(inRect.mTop) - centreY) +
+    const float halfDiagonal = Distance(IP::TruncateNaNLowest(inRect.mLeft) - centreX,
+                                        IP::TruncateNaNLowest(inRect.mTop) - centreY) +
                                1.0f;
     const float rows = static_cast<float>(inRows);
 
     float score = 0.0f;
     for (const int index : inGroup) {
         const APTFeature& feature = inCurrFeatures[static_cast<std::size_t>(index)];
-        const float distance = Distance(centreX - IP::TruncateToInt(feature.mX),
-                                        centreY - IP::TruncateToInt(rows - feature.mY));
+        const float distance = Distance(centreX - IP::TruncateNaNLowest(feature.mX),
+                                        centreY - IP::TruncateNaNLowest(rows - feature.mY));
         score = static_cast<float>(
             score + (kCentreScore - double{distance} * kCentreScore / halfDiagonal));
     }

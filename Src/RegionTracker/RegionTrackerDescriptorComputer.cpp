@@ -1,3 +1,6 @@
+// The computer owns the engine. The rectangle travels with the data: the engine keeps nothing
+// of it from frame to frame.
+
 #include "RegionTracker/RegionTrackerDescriptorComputer.h"
 
 #include "RegionTracker/RegionTrackerDescriptorProperty.h"

@@ -1,3 +1,6 @@
+// A rectangle, and the points in it as for APT. At the start of a run there is a rectangle
+// and no list yet; without a rectangle the data counts as empty, whatever the list holds.
+
 #include "RegionTracker/RegionTrackerDescriptorData.h"
 
 namespace DP {

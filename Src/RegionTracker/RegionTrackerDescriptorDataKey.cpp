@@ -1,3 +1,6 @@
+// The order of region keys: the rectangle that the run began with, its tag, then as for APT.
+// It is not the rectangle of the frame, which is the result.
+
 #include "RegionTracker/RegionTrackerDescriptorDataKey.h"
 
 #include <utility>
@@ -33,6 +36,7 @@ bool RegionTrackerDescriptorDataKey::IsLessThan(Ref<IDescriptorDataKey> inDataKe
 
 TVK::TVKResult RegionTrackerDescriptorDataKey::QueryInterfaceNoAddRef(
     const TVK::InterfaceID& inID, void** outObject) {
+    // By its name the plain key is not found here; by that of APT's key it is.
     if (inID == TVK::kIdentifierOf<DescriptorDataKey>) {
         *outObject = nullptr;
         return TVK::kTVKErrorNoInterface;

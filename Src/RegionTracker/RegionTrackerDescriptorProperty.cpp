@@ -21,6 +21,8 @@ bool RegionTrackerDescriptorProperty::IsEqual(Ref<IDescriptorProperty> inOther) 
     if (other == NULL || mRegionTag != other->mRegionTag) return false;
     const TVK::ParamRect<float>& mine = RegionOf(mRegion);
     const TVK::ParamRect<float>& others = RegionOf(other->mRegion);
+    // Left and right as they are, top and bottom by their distance: rectangles of one size that
+    // stand above each other are equal, and share an engine.
     return mine.mLeft == others.mLeft && mine.mRight == others.mRight &&
            mine.mBottom - mine.mTop == others.mBottom - others.mTop &&
            mine.mRight - mine.mLeft == others.mRight - others.mLeft;
@@ -28,6 +30,7 @@ bool RegionTrackerDescriptorProperty::IsEqual(Ref<IDescriptorProperty> inOther) 
 
 TVK::TVKResult RegionTrackerDescriptorProperty::QueryInterfaceNoAddRef(
     const TVK::InterfaceID& inID, void** outObject) {
+    // By its name the plain property is not found here; by that of APT's property it is.
     if (inID == TVK::kIdentifierOf<DescriptorProperty>) {
         *outObject = nullptr;
         return TVK::kTVKErrorNoInterface;

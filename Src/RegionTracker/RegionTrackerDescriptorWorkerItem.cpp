@@ -1,5 +1,7 @@
 #include "RegionTracker/RegionTrackerDescriptorWorkerItem.h"
 
+#include <tuple>
+
 #include "RegionTracker/RegionTrackerDescriptorData.h"
 #include "RegionTracker/RegionTrackerWrapper.h"
 #include "TVK/ContractCheck.h"
@@ -11,11 +13,8 @@ void RegionTrackerDescriptorWorkerItem::SetInputs(IP::ImagePtr<float> inPrevImag
                                                   Ref<IRegionTrackerDescriptorData> inPrevData,
                                                   unsigned int inWidth, unsigned int inHeight) {
     ContractCheck(inCurrImage != NULL);
-    mPrevImage = inPrevImage;
-    mCurrImage = inCurrImage;
-    mPrevData = inPrevData;
-    mWidth = inWidth;
-    mHeight = inHeight;
+    std::tie(mPrevImage, mCurrImage, mPrevData, mWidth, mHeight) =
+        std::tie(inPrevImage, inCurrImage, inPrevData, inWidth, inHeight);
 }
 
 void RegionTrackerDescriptorWorkerItem::SetTracker(TVK::ObjectPtr<APTTracker> inAPTTracker) {

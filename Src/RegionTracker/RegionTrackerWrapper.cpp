@@ -8,7 +8,7 @@
 #include "RegionTracker/RegionOf.h"
 #include "TVK/ContractCheck.h"
 #include "image/Interruption.h"
-#include "image/Truncate.h"
+#include "image/Saturate.h"
 
 namespace DP {
 namespace {
@@ -124,9 +124,9 @@ bool RegionTrackerWrapper::MarkFeaturesOutsideRects(
     for (std::size_t i = 0; i < inRects.size(); ++i) {
         const TVK::ParamRect<float>& rect = inRects[i];
         for (APTFeature& feature : *ioFls[i]) {
-            const auto px = static_cast<float>(IP::TruncateToInt(feature.mX));
-            const auto py =
-                static_cast<float>(IP::TruncateToInt(static_cast<float>(inRows) - feature.mY));
+            const auto px = static_cast<float>(IP::TruncateNaNLowest(feature.mX));
+            const auto py = static_cast<float>(
+                IP::TruncateNaNLowest(static_cast<float>(inRows) - feature.mY));
             if (px < rect.mLeft || px > rect.mRight || py < rect.mTop || py > rect.mBottom)
                 feature.mStatus = kAPTFeatureInactive;
         }
@@ -143,12 +143,12 @@ void RegionTrackerWrapper::DrawRectOnPlane(unsigned char* inImage, int inCols, i
     const TVK::ParamRect<float>& rect = *inRegion;
     const float cols = static_cast<float>(inCols);
     const float rows = static_cast<float>(inRows);
-    const std::int64_t x0 = IP::TruncateToInt(std::max(0.0f, rect.mLeft));
-    const std::int64_t x1 = IP::TruncateToInt(std::min(cols, rect.mRight));
+    const std::int64_t x0 = IP::TruncateNaNLowest(std::max(0.0f, rect.mLeft));
+    const std::int64_t x1 = IP::TruncateNaNLowest(std::min(cols, rect.mRight));
     const std::int64_t upper =
-        std::max(0, IP::TruncateToInt(rows - std::min(rows, rect.mBottom)));
+        std::max(0, IP::TruncateNaNLowest(rows - std::min(rows, rect.mBottom)));
     const std::int64_t lower =
-        std::min(inRows, IP::TruncateToInt(rows - std::max(0.0f, rect.mTop)));
+        std::min(inRows, IP::TruncateNaNLowest(rows - std::max(0.0f, rect.mTop)));
     const auto fill = [&](Range inColumns, Range inLines) {
         FillBlock(inImage, inCols, inRows, inColumns, inLines);
     };

@@ -59,20 +59,6 @@ protected:
 
 // ---- The road of a clip --------------------------------------------------------------
 
-TEST_F(APTDescriptor, TheSameListAsFromTheEngineItself) {
-    const auto data = Request(CreateDescriptorComputer(Property()), 0, {});
-    APTTrackerParams params;
-    params.mMaxFeatures = kFeatures;
-    params.mMinFeatureDistance = 8;
-    const auto list = EmptyList();
-    MakeEngine(params)->SelectFeatures(mClip.Frame(0).data(), mClip.mCols, mClip.mRows, 0,
-                                       {FullFrame(mClip.mCols, mClip.mRows)}, {list});
-    for (std::size_t i = 0; i < kFeatures; ++i) {
-        EXPECT_EQ((*data->GetFeatures())[i].mX, (*list)[i].mX);
-        EXPECT_EQ((*data->GetFeatures())[i].mStatus, (*list)[i].mStatus);
-    }
-}
-
 TEST_F(APTDescriptor, TheComputerTakesItsNumbersFromTheProperty) {
     const Ref<APTDescriptorComputer> computer(CreateDescriptorComputer(Property(0.25f, 7, 11)));
     ASSERT_TRUE(computer != NULL);
@@ -98,16 +84,6 @@ TEST_F(APTDescriptor, TheComputerTakesItsNumbersFromTheProperty) {
     EXPECT_EQ(Request(Ref<IDescriptorComputer>(computer), 0, {})->GetFeatures()->size(),
               kFeatures)
         << "what was copied stays";
-}
-
-TEST_F(APTDescriptor, AVerifiedTrackHoldsCorrelations) {
-    const auto computer = CreateDescriptorComputer(Property(0.0f, 1));
-    const auto first = Request(computer, 0, {});
-    const auto second = Request(computer, 1, first);
-    unsigned int verified = 0;
-    for (const APTFeature& feature : *second->GetFeatures())
-        verified += feature.mStatus == 0 && feature.mCorrelation > 0.9f;
-    EXPECT_GT(verified, 30u);
 }
 
 // ---- Bad input -----------------------------------------------------------------------

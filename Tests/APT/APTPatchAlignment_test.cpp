@@ -3,12 +3,11 @@
 
 #include "APT/APTPatchAlignment.h"
 
-#include <sstream>
-
 #include "APTFrames.h"
 #include "ColourPyramid/ColourPyramidData.h"
 #include "PlainAlignment.h"
 #include "Support/Test.h"
+#include "image/Saturate.h"
 
 namespace {
 
@@ -175,34 +174,41 @@ bool PatchFits(float inX, float inY, int inCols = kCols, int inRows = kRows) {
         .Sample({inX, inY}, workspace.mPatch.data());
 }
 
-TEST(SamplingLimits, APatchMayUseTheLastColumnButNotTheLastRow) {
-    EXPECT_TRUE(PatchFits(5.0f, 20.0f));
-    EXPECT_FALSE(PatchFits(4.99f, 20.0f));
-    EXPECT_TRUE(PatchFits(kCols - 7 + 0.99f, 20.0f));
-    EXPECT_FALSE(PatchFits(kCols - 6.0f, 20.0f));
-    EXPECT_TRUE(PatchFits(20.0f, 5.0f));
-    EXPECT_FALSE(PatchFits(20.0f, 4.99f));
-    EXPECT_TRUE(PatchFits(20.0f, kRows - 8 + 0.99f));
-    EXPECT_FALSE(PatchFits(20.0f, kRows - 7.0f));
-}
-
-TEST(SamplingLimits, ATemplateNeedsOnePixelMoreOnEachSide) {
-    EXPECT_EQ(TemplateLevels(5.99f, 24.0f), 0);
-    EXPECT_GE(TemplateLevels(6.0f, 24.0f), 1);
-    EXPECT_GE(TemplateLevels(kCols - 8 + 0.99f, 24.0f), 1);
-    EXPECT_EQ(TemplateLevels(kCols - 7.0f, 24.0f), 0);
-    EXPECT_GE(TemplateLevels(24.0f, kRows - 9 + 0.99f), 1);
-    EXPECT_EQ(TemplateLevels(24.0f, kRows - 8.0f), 0);
-    EXPECT_EQ(TemplateLevels(32.0f, 24.0f), 2) << "16 by 12 pixels are too few at level 2";
-}
-
-TEST(SamplingLimits, ImagesJustLargeEnoughHaveOnePlace) {
-    EXPECT_TRUE(PatchFits(5.0f, 5.0f, 12, 13));
-    EXPECT_FALSE(PatchFits(5.0f, 5.0f, 11, 13));
-    EXPECT_FALSE(PatchFits(5.0f, 5.0f, 12, 12));
-    EXPECT_EQ(TemplateLevels(6.0f, 6.0f, 14, 15), 1);
-    EXPECT_EQ(TemplateLevels(6.0f, 6.0f, 13, 15), 0);
-    EXPECT_EQ(TemplateLevels(6.0f, 6.0f, 14, 14), 0);
+// A patch may use the last column but not the last row; a template needs one pixel more on
+// each side. An image just large enough has one place.
+TEST(SamplingLimits, AreWhereTheyWereWorkedOut) {
+    struct {
+        float mX, mY;
+        int mCols, mRows;
+        bool mPatch, mTemplate;
+    } const cases[] = {{4.99f, 20, kCols, kRows, false, false},
+                       {5, 20, kCols, kRows, true, false},
+                       {5.99f, 24, kCols, kRows, true, false},
+                       {6, 24, kCols, kRows, true, true},
+                       {56.99f, 24, kCols, kRows, true, true},
+                       {57, 24, kCols, kRows, true, false},
+                       {57.99f, 20, kCols, kRows, true, false},
+                       {58, 20, kCols, kRows, false, false},
+                       {20, 4.99f, kCols, kRows, false, false},
+                       {20, 5, kCols, kRows, true, false},
+                       {24, 5.99f, kCols, kRows, true, false},
+                       {24, 6, kCols, kRows, true, true},
+                       {24, 39.99f, kCols, kRows, true, true},
+                       {24, 40, kCols, kRows, true, false},
+                       {20, 40.99f, kCols, kRows, true, false},
+                       {20, 41, kCols, kRows, false, false},
+                       {5, 5, 12, 13, true, false},
+                       {5, 5, 11, 13, false, false},
+                       {5, 5, 12, 12, false, false},
+                       {6, 6, 14, 15, true, true},
+                       {6, 6, 13, 15, true, false},
+                       {6, 6, 14, 14, true, false}};
+    for (const auto& [x, y, cols, rows, patch, isTemplate] : cases) {
+        SCOPED_TRACE(testing::Message() << x << ", " << y << " of " << cols << "x" << rows);
+        EXPECT_EQ(PatchFits(x, y, cols, rows), patch);
+        EXPECT_EQ(TemplateLevels(x, y, cols, rows) > 0, isTemplate);
+    }
+    EXPECT_EQ(TemplateLevels(32, 24), 2) << "16 by 12 pixels are too few at level 2";
 }
 
 TEST(SamplingLimits, PositionsThatAreNoNumbersOrFarAwayFail) {
@@ -225,7 +231,7 @@ TEST(SamplingLimits, PositionsAreRoundedDownAndIntegersAreTheLimit) {
                        {-2147483904.0f, false, 7}, {NAN, false, 7}};
     for (const auto& one : cases) {
         int floor = 7;
-        EXPECT_EQ(FloorToInt(one.mValue, floor), one.mFits) << one.mValue;
+        EXPECT_EQ(IP::FloorUnlessNaN(one.mValue, floor), one.mFits) << one.mValue;
         EXPECT_EQ(floor, one.mFloor) << one.mValue;
     }
 }
@@ -269,17 +275,6 @@ TEST(SolveLevel, SaysAtWhichIterationThePatchLeftTheLevel) {
     EXPECT_EQ(solve(kAPTModelTranslation), -2)
         << "the first step leads nowhere, and the second sample fails";
     EXPECT_EQ(solve(kAPTModelGainOffset), -2 - kIterations);
-}
-
-TEST(SolveLevel, EachAnswerHasOneMeaning) {
-    for (int answer = -kIterations - 3; answer <= kIterations + 1; ++answer) {
-        const bool isTold =
-            answer >= -2 - kIterations && answer != -1 - kIterations && answer < kIterations;
-        EXPECT_EQ(Converged(answer, kIterations) + LeftTheLevel(answer, kIterations) +
-                      NotSolved(answer, kIterations),
-                  isTold)
-            << answer;
-    }
 }
 
 TEST(AlignPatch, ACorrelationAtTheLimitIsAccepted) {
@@ -333,52 +328,6 @@ TEST(AlignPatch, PixelsThatAreNoNumbersLoseThePointAndNothingElse) {
             EXPECT_EQ(backwards.Align(30.0f, 22.0f, static_cast<APTMotionModel>(model)), -1);
         }
     }
-}
-
-// A descent in which the levels answer one after the other as given, and those asked whether
-// they accept do. Tells the calls: level and position of a solve, "ok" for the other.
-class PlayedDescent final : public APTLevelDescent {
-public:
-    PlayedDescent(std::vector<int> inAnswers, bool inAccepts)
-        : mAnswers(std::move(inAnswers)), mAccepts(inAccepts) {}
-
-    std::string Play(int& outResult, float* outParameters) {
-        const float start[3] = {8.0f, 4.0f, 5.0f};
-        outResult = Run(3, 15, {40.0f, 24.0f}, 3, start, outParameters);
-        return mCalls.str();
-    }
-
-private:
-    int Solve(int inLevel, APTPoint inPoint, float* ioParameters) override {
-        mCalls << ' ' << inLevel << '@' << inPoint.mX << ',' << inPoint.mY << '+'
-               << ioParameters[0] << ',' << ioParameters[1] << ',' << ioParameters[2];
-        return mAnswers[mNext++];
-    }
-    bool Accept(int) override {
-        mCalls << " ok";
-        return mAccepts;
-    }
-
-    std::vector<int> mAnswers;
-    bool mAccepts;
-    std::size_t mNext = 0;
-    std::ostringstream mCalls;
-};
-
-TEST(LevelDescent, StartsOneLevelCoarserAfterEachFailureAndJudgesTheFirstLevelAlone) {
-    int result = 0;
-    float parameters[3] = {};
-    EXPECT_EQ(PlayedDescent({-1, 15, 2, 0, 14}, true).Play(result, parameters),
-              " 0@40,24+8,4,5 1@20,12+4,2,5 2@10,6+2,1,5 ok 1@20,12+4,2,5 0@40,24+8,4,5");
-    EXPECT_EQ(result, 2);
-    EXPECT_EQ(parameters[0], 8.0f);
-    EXPECT_EQ(parameters[2], 5.0f);
-    EXPECT_EQ(PlayedDescent({0, 0, 0}, false).Play(result, parameters),
-              " 0@40,24+8,4,5 ok 1@20,12+4,2,5 ok 2@10,6+2,1,5 ok");
-    EXPECT_EQ(result, -1);
-    EXPECT_EQ(PlayedDescent({15, 0, -1, -1}, true).Play(result, parameters),
-              " 0@40,24+8,4,5 1@20,12+4,2,5 ok 0@40,24+8,4,5 2@10,6+2,1,5");
-    EXPECT_EQ(result, -1);
 }
 
 // ---- Correlation ---------------------------------------------------------------------

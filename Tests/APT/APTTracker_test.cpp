@@ -58,10 +58,7 @@ TEST_P(KnownMotion, PointsFollowItToAFractionOfAPixel) {
 
 INSTANTIATE_TEST_SUITE_P(Steps, KnownMotion,
                          testing::Values(Step{0.4, 0.3}, Step{1.3, -0.7}, Step{-2.6, 1.9},
-                                         Step{4.5, -3.5}, Step{0.0, 6.0}),
-                         [](const auto& inInfo) {
-                             return "Number" + std::to_string(inInfo.index);
-                         });
+                                         Step{4.5, -3.5}, Step{0.0, 6.0}));
 
 // ---- Selection into lists ------------------------------------------------------------
 

@@ -9,27 +9,28 @@
 
 namespace {
 
+using namespace DP;
 using namespace Testing;
 
-constexpr std::size_t kListBytes = 500 * sizeof(DP::APTFeature);
+constexpr std::size_t kListBytes = 500 * sizeof(APTFeature);
 
 TEST(Allocations, AnEngineStepTakesTheOutputListAlone) {
     const MovingClip clip;
     for (const bool isVerified : {false, true}) {
-        DP::APTTrackerParams params;
+        APTTrackerParams params;
         params.mVerifyAgainstReference = isVerified;
         const auto engine = MakeEngine(params);
-        const DP::APTTracker::Rects rects{FullFrame(clip.mCols, clip.mRows)};
+        const APTTracker::Rects rects{FullFrame(clip.mCols, clip.mRows)};
         std::vector<std::vector<float>> frames;
         for (int i = 0; i < 6; ++i)
             frames.push_back(clip.Frame(i));
-        DP::APTTracker::Lists lists[2] = {{EmptyList()}, {EmptyList()}};
+        APTTracker::Lists lists[2] = {{EmptyList()}, {EmptyList()}};
         engine->SelectFeatures(frames[0].data(), clip.mCols, clip.mRows, 0, rects, lists[0]);
         lists[1][0]->resize(500);
         const auto step = [&](std::size_t inFrame) {
             const auto& from = lists[(inFrame - 1) % 2];
             const auto& to = lists[inFrame % 2];
-            std::fill(to[0]->begin(), to[0]->end(), DP::APTFeature());
+            std::fill(to[0]->begin(), to[0]->end(), APTFeature());
             engine->TrackFeatures(frames[inFrame - 1].data(), frames[inFrame].data(),
                                   clip.mCols, clip.mRows, unsigned(inFrame), from, to);
             engine->ReplenishFeatures(frames[inFrame].data(), clip.mCols, clip.mRows,
@@ -37,7 +38,7 @@ TEST(Allocations, AnEngineStepTakesTheOutputListAlone) {
         };
         for (std::size_t frame = 1; frame < 5; ++frame)
             step(frame);
-        ASSERT_GT(DP::CountLiveFeatures(*lists[0][0]), 30u);
+        ASSERT_GT(CountLiveFeatures(*lists[0][0]), 30u);
         const long before = HeapAllocations();
         step(5);
         EXPECT_EQ(HeapAllocations() - before, 0) << (isVerified ? "verified" : "plain");
@@ -46,9 +47,8 @@ TEST(Allocations, AnEngineStepTakesTheOutputListAlone) {
 
 TEST(Allocations, ACallOfTheExportedTrackerTakesTheListAndAFewSmallBlocks) {
     const MovingClip clip;
-    DP::Tracker* const tracker =
-        DP::Tracker::CreateTracker(unsigned(clip.mCols), unsigned(clip.mRows));
-    DP::APTFeatureListPtr features;
+    Tracker* const tracker = Tracker::CreateTracker(unsigned(clip.mCols), unsigned(clip.mRows));
+    APTFeatureListPtr features;
     long most = 0;
     for (int frame = 0; frame < 12; ++frame) {
         const auto image = ImageOf(clip.mCols, clip.mRows, clip.Frame(frame));
@@ -66,85 +66,72 @@ TEST(Allocations, ACallOfTheExportedTrackerTakesTheListAndAFewSmallBlocks) {
 
 // ---- Memory that runs out ------------------------------------------------------------
 
+constexpr int kCols = 80, kRows = 60;
+
 // A clip of three frames through every operation of a new engine, the n-th allocation of
-// all failing, and the call that threw made once more. Answers whether one did.
-class FailingRun {
-public:
-    FailingRun(const std::vector<std::vector<float>>& inFrames, bool inIsVerified)
-        : mFrames(inFrames) {
-        mEngine->mParams.mMaxFeatures = 20;
-        mEngine->mParams.mVerifyAgainstReference = inIsVerified;
-    }
-
-    bool Run(long inFailure) {
-        FailHeapAllocation(inFailure);
-        Attempt([&] { mEngine->ApplyParams(); });
-        Attempt([&] {
-            mEngine->SelectFeatures(mFrames[0].data(), kCols, kRows, 0, mRects, mLists[0]);
-        });
-        for (std::size_t frame = 1; frame < 3; ++frame) {
-            const auto number = unsigned(frame);
-            Attempt([&] {
-                mEngine->TrackFeatures(mFrames[frame - 1].data(), mFrames[frame].data(), kCols,
-                                       kRows, number, mLists[frame - 1], mLists[frame]);
-            });
-            Attempt([&] {
-                mEngine->ReplenishFeatures(mFrames[frame].data(), kCols, kRows, number, mRects,
-                                           mLists[frame]);
-            });
-        }
-        FailHeapAllocation(0);
-        return mHasFailed;
-    }
-
-    const DP::APTFeatureList& GetList(std::size_t inFrame) const { return *mLists[inFrame][0]; }
-
-    static constexpr int kCols = 80;
-    static constexpr int kRows = 60;
-
-private:
-    template <class Call>
-    void Attempt(Call inCall) {
+// all failing, and the call that threw made once more. The lists of the frames.
+std::vector<APTFeatureList> RunWithFailure(const std::vector<float> (&inFrames)[3],
+                                           bool inIsVerified, long inFailure,
+                                           bool& outHasFailed) {
+    const auto engine = TVK::MakeObject<APTTracker>();
+    engine->mParams.mMaxFeatures = 20;
+    engine->mParams.mVerifyAgainstReference = inIsVerified;
+    const APTTracker::Rects rects{FullFrame(kCols, kRows)};
+    const APTTracker::Lists lists[3] = {{EmptyList()}, {EmptyList()}, {EmptyList()}};
+    const auto track = [&](std::size_t inFrame) {
+        engine->TrackFeatures(inFrames[inFrame - 1].data(), inFrames[inFrame].data(), kCols,
+                              kRows, unsigned(inFrame), lists[inFrame - 1], lists[inFrame]);
+    };
+    const auto replenish = [&](std::size_t inFrame) {
+        engine->ReplenishFeatures(inFrames[inFrame].data(), kCols, kRows, unsigned(inFrame),
+                                  rects, lists[inFrame]);
+    };
+    const std::function<void()> calls[] = {
+        [&] { engine->ApplyParams(); },
+        [&] { engine->SelectFeatures(inFrames[0].data(), kCols, kRows, 0, rects, lists[0]); },
+        [&] { track(1); },
+        [&] { replenish(1); },
+        [&] { track(2); },
+        [&] {
+            replenish(2);
+        }};
+    outHasFailed = false;
+    FailHeapAllocation(inFailure);
+    for (const auto& call : calls)
         try {
-            inCall();
+            call();
         } catch (const std::bad_alloc&) {
-            mHasFailed = true;
-            inCall();
+            outHasFailed = true;
+            call();
         }
-    }
-
-    const std::vector<std::vector<float>>& mFrames;
-    DP::APTTrackerPtr mEngine = TVK::MakeObject<DP::APTTracker>();
-    const DP::APTTracker::Rects mRects{FullFrame(kCols, kRows)};
-    const DP::APTTracker::Lists mLists[3] = {{EmptyList()}, {EmptyList()}, {EmptyList()}};
-    bool mHasFailed = false;
-};
+    FailHeapAllocation(0);
+    return {*lists[0][0], *lists[1][0], *lists[2][0]};
+}
 
 TEST(Allocations, ACallRepeatedAfterAnyFailureGivesWhatAFreshEngineGives) {
     MovingClip clip;
-    clip.mCols = FailingRun::kCols;
-    clip.mRows = FailingRun::kRows;
-    const std::vector<std::vector<float>> frames{clip.Frame(0), clip.Frame(1), clip.Frame(2)};
+    clip.mCols = kCols;
+    clip.mRows = kRows;
+    const std::vector<float> frames[] = {clip.Frame(0), clip.Frame(1), clip.Frame(2)};
     for (const bool isVerified : {false, true}) {
-        FailingRun expected(frames, isVerified);
-        ASSERT_FALSE(expected.Run(0));
-        ASSERT_GT(DP::CountLiveFeatures(expected.GetList(2)), 5u);
+        bool hasFailed = false;
+        const auto expected = RunWithFailure(frames, isVerified, 0, hasFailed);
+        ASSERT_FALSE(hasFailed);
+        ASSERT_GT(CountLiveFeatures(expected[2]), 5u);
         long failures = 0;
-        for (bool hasFailed = true; hasFailed; ++failures) {
-            SCOPED_TRACE(failures + 1);
-            FailingRun actual(frames, isVerified);
-            hasFailed = actual.Run(failures + 1);
+        do {
+            SCOPED_TRACE(++failures);
+            const auto actual = RunWithFailure(frames, isVerified, failures, hasFailed);
             for (std::size_t frame = 0; frame < 3; ++frame) {
-                ASSERT_EQ(actual.GetList(frame).size(), expected.GetList(frame).size());
+                ASSERT_EQ(actual[frame].size(), expected[frame].size());
                 // Up to the flag, behind which there is padding.
-                for (std::size_t i = 0; i < actual.GetList(frame).size(); ++i)
-                    ASSERT_EQ(
-                        std::memcmp(&actual.GetList(frame)[i], &expected.GetList(frame)[i],
-                                    offsetof(DP::APTFeature, mReservedFlag)),
-                        0)
+                for (std::size_t i = 0; i < actual[frame].size(); ++i)
+                    ASSERT_EQ(std::memcmp(&actual[frame][i], &expected[frame][i],
+                                          offsetof(APTFeature, mReservedFlag)),
+                              0)
                         << "frame " << frame << ", slot " << i;
             }
-        }
+        } while (hasFailed);
         EXPECT_GT(failures, 20);
     }
 }

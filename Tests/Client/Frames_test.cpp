@@ -1,4 +1,3 @@
-
 #include "Client/ClientFrames.h"
 #include "DP/DescriptorFactory.h"
 #include "Support/GuardedMemory.h"

@@ -1,12 +1,18 @@
 // The rules of the layer as a whole: names, settings, threads, and what the library reports.
 
-#include <atomic>
 #include <thread>
 
 #include "Client/ClientFrames.h"
 #include "Support/Test.h"
 #include "TVK/ContractCheck.h"
+#include "TVK/Object.h"
 #include "descriptor/client.h"
+
+namespace {
+class Census;
+}
+template <>
+inline constexpr TVK::InterfaceID TVK::kIdentifierOf<Census>{0x7e57, 21};
 
 namespace {
 
@@ -197,24 +203,8 @@ TEST(Caches, AreNotClearedUnderSomebodyAtWork) {
 }
 
 // A property that is equal to none and counts how many it was compared with.
-class Census : public DP::IDescriptorProperty {
+class Census : public TVK::Object<Census, DP::IDescriptorProperty> {
 public:
-    void AddRef() override { ++mCount; }
-    void Release() override {
-        if (--mCount == 0) delete this;
-    }
-    TVK::TVKResult QueryInterface(const TVK::InterfaceID& inID, void** outObject) override {
-        const TVK::TVKResult result = QueryInterfaceNoAddRef(inID, outObject);
-        if (*outObject) AddRef();
-        return result;
-    }
-    TVK::TVKResult QueryInterfaceNoAddRef(const TVK::InterfaceID& inID,
-                                          void** outObject) override {
-        const bool isMine = inID == TVK::kIdentifierOf<DP::IDescriptorProperty> ||
-                            inID == TVK::kIdentifierOf<TVK::TVKUnknown>;
-        *outObject = isMine ? this : nullptr;
-        return isMine ? TVK::kTVKSuccess : TVK::kTVKErrorNoInterface;
-    }
     quillet::WideString GetSourceID() override { return u"census"; }
     DP::DescriptorDataType GetDescriptorDataType() override {
         return DP::kDescriptorDataTypeGreyImage;
@@ -226,13 +216,12 @@ public:
 
     static int Computers() {
         sCompared = 0;
-        DP::CreateDescriptorComputer(DP::Ref<DP::IDescriptorProperty>(new Census));
+        DP::CreateDescriptorComputer(Census::Create());
         DP::CreateDescriptorComputerMgr()->RemoveDescriptorComputers(u"census");
         return sCompared;
     }
 
 private:
-    std::atomic<int> mCount{0};
     static inline int sCompared = 0;
 };
 

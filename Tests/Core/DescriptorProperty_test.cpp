@@ -75,13 +75,6 @@ TEST(DescriptorProperty, APlainPropertyLooksAtSourceAndKindOnlyAndADerivedOneAtT
     EXPECT_FALSE(apt->IsEqual(klt));
 }
 
-TEST(DescriptorProperty, EmptyAndLongSourcesCompareByContent) {
-    EXPECT_TRUE(
-        CreateDescriptorProperty({}, Kind(2))->IsEqual(CreateDescriptorProperty({}, Kind(2))));
-    EXPECT_TRUE(CreateDescriptorProperty(LongWide(), Kind(2))
-                    ->IsEqual(CreateDescriptorProperty(LongWide(), Kind(2))));
-}
-
 TEST(DescriptorProperty, NullThrows) {
     for (const PropertyClass& any : kClasses)
         EXPECT_THROW(any.mMake(std::vector<int>(any.mMembers, 1))->IsEqual(nullptr),

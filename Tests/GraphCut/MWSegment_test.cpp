@@ -5,10 +5,10 @@
 #include <stdexcept>
 
 #include "External/graphcut/MWSegmentSeedFill.h"
-#include "External/graphcut/SquaredRadius.h"
 #include "Pictures.h"
 #include "PlainTwins.h"
 #include "Support/Test.h"
+#include "image/Saturate.h"
 
 namespace {
 
@@ -114,10 +114,10 @@ TEST(MWSegment, AreaWithoutPixelsHasNoRegions) {
 
 TEST(SquareOrMost, StopsAtTheLargestInteger) {
     constexpr std::int32_t kMost = std::numeric_limits<std::int32_t>::max();
-    EXPECT_EQ(SquareOrMost(-46340), 46340 * 46340);
+    EXPECT_EQ(IP::SquareOrMost(-46340), 46340 * 46340);
     for (const std::int64_t length : {std::int64_t{46341}, std::int64_t{1} << 32,
                                       -(std::int64_t{1} << 32), std::int64_t{INT64_MAX}})
-        EXPECT_EQ(SquareOrMost(length), kMost) << length;
+        EXPECT_EQ(IP::SquareOrMost(length), kMost) << length;
 }
 
 // ---- Odd samples and formats ---------------------------------------------------------

@@ -39,23 +39,6 @@ TEST(ImagePyramid, EachLevelDividesTheTruncatedSizeOfTheOneBefore) {
     EXPECT_EQ(SizesOf({9, 9, 4, -3}), Sizes{});
 }
 
-TEST(ImagePyramid, ALevelSamplesTheMiddleOfEachBlock) {
-    const PlainImage image(100, 100, NoiseFrame(100, 100, 3));
-    ImagePyramidImpl<float> pyramid(100, 100, 8, 2);
-    pyramid.ComputePyramid(ImageOf(100, 100, image.mPixels), 0.25f);
-    EXPECT_EQ(pyramid.GetLevel(1)->GetData()[0], PlainSmoothed(image, 2.0f).At(4, 4));
-    EXPECT_TRUE(Same(pyramid.GetLevel(0), image));
-}
-
-TEST(ImagePyramid, OneLevelIsACopyAndReportsNothingElse) {
-    const std::vector<float> pixels = NoiseFrame(10, 10, 3);
-    const auto image = ImageOf(10, 10, pixels);
-    ImagePyramidImpl<float> pyramid(10, 10, 4, 1);
-    pyramid.ComputePyramid(image, 0.9f);
-    EXPECT_NE(pyramid.GetLevel(0)->GetData(), image->GetData());
-    EXPECT_EQ(PixelsOf(pyramid.GetLevel(0)), pixels);
-}
-
 // ---- The bits of the plain way -------------------------------------------------------
 
 class PyramidSizes : public testing::TestWithParam<std::tuple<int, int, int>> {};

@@ -77,12 +77,6 @@ TEST_F(ImagePyramidDescriptor, GradientsThatComeLaterAreTheSameForAllWhoAsk) {
     EXPECT_FALSE(Request(Key(2, 1.5f), mFrame.data())->MakesGradientsLater());
 }
 
-TEST_F(ImagePyramidDescriptor, GradientSigmaTellsEntriesApart) {
-    const auto data = Request(Key(2), mFrame.data());
-    EXPECT_FALSE(Request(Key(2, 1.5f), mFrame.data()) == data);
-    EXPECT_TRUE(Request(Key(2), nullptr) == data) << "a hit reads no frame";
-}
-
 TEST_F(ImagePyramidDescriptor, MissingFrameIsStoredAsEmptyData) {
     const auto data = Request(Key(2), nullptr);
     EXPECT_EQ(data->GetDataSize(), 0u);

@@ -46,14 +46,6 @@ std::vector<PlainPoint> RandomPoints(std::size_t inCount, int inValues, int inSe
 
 void Sort(Points& ioPoints) { SortedPoints(ioPoints.List(), ioPoints.mValues.size()).Finish(); }
 
-TEST(SortedPoints, AreAFallingPermutation) {
-    auto points = PointsOf(RandomPoints(1000, 50, 3));
-    Sort(points);
-    EXPECT_TRUE(std::is_sorted(points.mValues.rbegin(), points.mValues.rend()));
-    const std::set<unsigned> seen(points.mIndices.begin(), points.mIndices.end());
-    EXPECT_EQ(seen.size(), 1000u);
-}
-
 TEST(SortedPoints, OrderOfEqualValuesIsThatOfTheScheme) {
     Points points{{5, 5, 5, 5}, {0, 1, 2, 3}};
     Sort(points);
@@ -270,22 +262,6 @@ TEST_F(Selection, WholeFrameReachesUpToTheHalfWindow) {
     EXPECT_EQ(std::tuple(left, right, top, foot), std::tuple(3, kCols - 4, 3, kRows - 4));
 }
 
-TEST_F(Selection, RegionsCountUpwardFromTheFoot) {
-    const auto list = SelectIn({{0, 0, kCols, 30}})[0];
-    for (const auto& feature : list)
-        EXPECT_TRUE(feature.mValue < 0 || feature.mY >= float(kRows - 30));
-    EXPECT_GT(CountLive(list), 5);
-}
-
-TEST_F(Selection, ListIsPaddedWithEmptySlots) {
-    mTracker.SetMaxFeatures(5000);
-    const auto list = SelectIn({WholeFrame(kCols, kRows)})[0];
-    ASSERT_EQ(list.size(), 5000u);
-    EXPECT_EQ(list.back().mValue, kKLTNotFound);
-    EXPECT_EQ(list.back().mX, -1.0f);
-    EXPECT_EQ(list.back().mY, -1.0f);
-}
-
 TEST_F(Selection, RegionsWithoutRoomGiveNoFeatures) {
     for (const TVK::ParamRect<float>& region : {TVK::ParamRect<float>{-90, -90, -20, -20},
                                                 {500, 500, 900, 900},
@@ -319,14 +295,6 @@ TEST_F(Selection, TopUpOfAListOntoItselfResizesItFirst) {
 
 // ---- Odd frames ----------------------------------------------------------------------
 
-TEST_F(Selection, BlackHasNoFeaturesAndGreyHasThemAtItsFrameOfZeros) {
-    const auto count = [&](unsigned char inGrey) {
-        return CountLive(Select(std::vector<unsigned char>(80 * 60, inGrey), 80, 60));
-    };
-    EXPECT_EQ(count(0), 0);
-    EXPECT_GT(count(100), 0);
-}
-
 TEST_F(Selection, TinyFramesAreSafe) {
     for (const int cols : {0, 1, 2, 6, 7, 8, 13})
         for (const int rows : {0, 1, 5, 7, 9}) {
@@ -340,37 +308,6 @@ TEST_F(Selection, TinyFramesAreSafe) {
 }
 
 // ---- Reports -------------------------------------------------------------------------
-
-TEST_F(Selection, BadSettingsAreCorrectedAndReported) {
-    const RecordedReports reports(RecordedReports::Later::kShow);
-    auto& context = mTracker.GetContext();
-    context.mWindowWidth = 6;
-    context.mWindowHeight = -8;
-    context.mMinDist = -4;
-    SelectIn({WholeFrame(kCols, kRows)});
-    EXPECT_EQ(context.mWindowWidth, 7);
-    EXPECT_EQ(context.mWindowHeight, 3);
-    EXPECT_EQ(context.mMinDist, 0);
-    context.mWindowWidth = -3;
-    SelectIn({WholeFrame(kCols, kRows)});
-    EXPECT_EQ(context.mWindowWidth, 3);
-    std::vector<std::string> texts;
-    for (const auto& report : reports.Asserts()) {
-        texts.push_back(report.mText);
-        EXPECT_EQ(report.mFunction, "DP::KLTTracker::SelectGoodFeaturesWithMode");
-        EXPECT_EQ(report.mFile, "Src/KLT/KLTTracker.cpp");
-    }
-    EXPECT_EQ(
-        texts,
-        (std::vector<std::string>{
-            "Tracking context's window width must be odd. Changing to %d.\n\r\n",
-            "Tracking context's window height must be odd.  Changing to %d.\n\r\n",
-            "Tracking context's window height must be at least three. Changing to %d.\n\r\n",
-            "(_KLTSelectGoodFeatures) Tracking context field mTrackingContext.mMinDist is "
-            "negative (%d); setting to zero\r\n",
-            "Tracking context's window width must be odd. Changing to %d.\n\r\n",
-            "Tracking context's window width must be at least three. Changing to %d.\n\r\n"}));
-}
 
 // One pixel of each gradient in every window: the trackability is the square of its value.
 TEST(CollectPoints, ReportsWhatLiesAboveTheLimitAndNotAtIt) {

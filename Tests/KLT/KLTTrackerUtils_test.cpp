@@ -115,36 +115,6 @@ TEST(PrintFloatWindow, WritesARowPerLine) {
 
 // ---- The lighting variants -----------------------------------------------------------
 
-TEST(LightingInsensitive, DifferenceOfADarkerCopyIsZero) {
-    const auto noise = NoiseFrame(20, 20, 4);
-    auto darker = noise;
-    for (float& pixel : darker)
-        pixel = 0.5f * pixel;
-    const auto window = Window(7, 7);
-    ComputeIntensityDifferenceLightingInsensitive(
-        ImageOf(20, 20, noise), ImageOf(20, 20, darker), 9.5f, 9.5f, 9.5f, 9.5f, window);
-    for (const float value : window->mValues)
-        EXPECT_NEAR(value, 0.0f, 255.0f * 49 * 4 * 1.2e-7f);
-}
-
-TEST(LightingInsensitive, DifferenceOfAnyTwoWindowsSumsToZero) {
-    for (const int side : {3, 7, 9})
-        for (const int seed : {4, 5, 6}) {
-            const auto window = Window(side, side);
-            ComputeIntensityDifferenceLightingInsensitive(
-                ImageOf(20, 20, NoiseFrame(20, 20, seed)),
-                Ramp(20, 20, 3.0f, 0.5f, 10.0f * float(seed)), 9.5f, 9.5f, 8.25f, 9.75f,
-                window);
-            double sum = 0, most = 0;
-            for (const float value : window->mValues) {
-                sum += double(value);
-                most = std::max(most, std::abs(double(value)));
-            }
-            EXPECT_NEAR(sum, 0.0, 0.05) << side << ", seed " << seed;
-            EXPECT_GT(most, 1.0) << "the windows are not alike";
-        }
-}
-
 // Mean squares and means are divided by the area before anything else. On whole pixels,
 // where a bilinear value is the pixel's.
 TEST(LightingInsensitive, DifferenceHasTheBitsOfItsFormula) {
@@ -207,33 +177,12 @@ protected:
     int Track(float inX1, float inY1, float& ioX2, float& ioY2, const Frame& inFirst,
               const Frame& inSecond, int inMaxIterations = 10, float inMaxResidue = 10.0f,
               bool inLighting = false) {
-        return TrackFeature(inX1, inY1, ioX2, ioY2, inFirst.mImage, inFirst.mGradX,
-                            inFirst.mGradY, inSecond.mImage, inSecond.mGradX, inSecond.mGradY,
-                            7, 7, 1.0f, inMaxIterations, 0.01f, 0.1f, inMaxResidue, inLighting);
+        return DP::TrackFeature(inX1, inY1, ioX2, ioY2, inFirst.mImage, inFirst.mGradX,
+                                inFirst.mGradY, inSecond.mImage, inSecond.mGradX,
+                                inSecond.mGradY, 7, 7, 1.0f, inMaxIterations, 0.01f, 0.1f,
+                                inMaxResidue, inLighting);
     }
 };
-
-TEST_F(TrackFeature, FindsAMotionOfTwoPixels) {
-    const Frame first = Moved(0, 0), second = Moved(1.6, -0.8);
-    float x = 30, y = 25;
-    EXPECT_EQ(Track(30, 25, x, y, first, second, 30), kKLTTracked);
-    EXPECT_NEAR(x, 31.6f, 0.15f);
-    EXPECT_NEAR(y, 24.2f, 0.15f);
-}
-
-TEST_F(TrackFeature, OnlyTheLightingVariantMatchesADarkerFrame) {
-    const Frame first = Moved(0, 0);
-    auto pixels = TexturedFrame(kCols, kRows, 0, 0);
-    for (float& pixel : pixels)
-        pixel *= 0.5f;
-    const Frame darker = FrameOf(ImageOf(kCols, kRows, pixels));
-    float x = 30, y = 25;
-    EXPECT_EQ(Track(30, 25, x, y, first, darker, 10, 10.0f, true), kKLTTracked);
-    EXPECT_NEAR(x, 30.0f, 0.01f);
-    EXPECT_NEAR(y, 25.0f, 0.01f);
-    x = 30, y = 25;
-    EXPECT_NE(Track(30, 25, x, y, first, darker, 10, 10.0f, false), kKLTTracked);
-}
 
 TEST_F(TrackFeature, IdenticalFramesSettleAtOnce) {
     const Frame frame = Moved(0, 0);

@@ -100,83 +100,84 @@ TEST(KLTSettings, WhereAHostGoesOnASizeBelowNothingSelectsNothing) {
     EXPECT_FALSE(reports.Contracts().empty());
 }
 
+// The operations that correct a window, and how each words it: what stands before the side,
+// and the gap behind "odd." for either.
+struct Correction {
+    std::string mFunction, mHead, mWidthGap, mHeightGap;
+    std::function<void(KLTTracker&)> mCall;
+};
+
+std::vector<Correction> Corrections() {
+    static const std::vector<unsigned char> sFrame(64 * 64, 0);
+    const auto select = [](KLTTracker& ioTracker) {
+        KLTTracker::Lists lists{ListOf({})};
+        ioTracker.SelectGoodFeatures(sFrame.data(), 64, 64, 0, {WholeFrame(64, 64)}, lists);
+    };
+    const auto track = [](KLTTracker& ioTracker) {
+        KLTTracker::Lists lists{ListOf({})};
+        ioTracker.TrackFeatures(sFrame.data(), sFrame.data(), 64, 64, 1, {ListOf({})}, lists);
+    };
+    return {
+        {"UpdateTCBorder", "(UpdateTCBorder) Window", " ", " ", &KLTTracker::UpdateTCBorder},
+        {"ChangeTCPyramid", "(ChangeTCPyramid) Window", "  ", "  ",
+         [](KLTTracker& ioTracker) {
+             ioTracker.ChangeTCPyramid(15);
+         }},
+        {"TrackFeatures", "Tracking context's window", " ", " ", track},
+        {"SelectGoodFeaturesWithMode", "Tracking context's window", " ", "  ", select}};
+}
+
+TEST(KLTSettings, BadNumbersAreCorrectedAndReportedBySideAndOperation) {
+    const RecordedReports reports(RecordedReports::Later::kShow);
+    KLTTracker tracker(10);
+    auto& context = tracker.GetContext();
+    std::vector<std::string> expected, actual;
+    for (const Correction& one : Corrections()) {
+        for (const auto& [width, height] : {std::pair(6, 2), {-4, -4}}) {
+            context.mWindowWidth = width;
+            context.mWindowHeight = height;
+            one.mCall(tracker);
+            EXPECT_EQ(context.mWindowWidth, width == 6 ? 7 : 3);
+            EXPECT_EQ(context.mWindowHeight, 3);
+        }
+        const std::string head = "DP::KLTTracker::" + one.mFunction + ": " + one.mHead;
+        const auto must = [&](const char* inSide, const std::string& inWhat) {
+            expected.push_back(head + inSide + inWhat + "Changing to %d.\n\r\n");
+        };
+        for (int twice = 0; twice < 2; ++twice) {
+            must(" width must be ", "odd." + one.mWidthGap);
+            must(" height must be ", "odd." + one.mHeightGap);
+        }
+        must(" width must be ", "at least three. ");
+        must(" height must be ", "at least three. ");
+    }
+    context.mMinDist = -4;
+    Corrections().back().mCall(tracker);
+    EXPECT_EQ(context.mMinDist, 0);
+    expected.push_back(
+        "DP::KLTTracker::SelectGoodFeaturesWithMode: (_KLTSelectGoodFeatures) Tracking context "
+        "field mTrackingContext.mMinDist is negative (%d); setting to zero\r\n");
+    for (const Report& report : reports.Asserts()) {
+        actual.push_back(report.mFunction + ": " + report.mText);
+        EXPECT_EQ(report.mFile, "Src/KLT/KLTTracker.cpp");
+    }
+    EXPECT_EQ(actual, expected);
+    FlushAllDescriptorResources();
+}
+
 TEST(KLTSettings, EveryReportOfEveryOperationIsHiddenByItself) {
     const auto countReports = [] {
         const RecordedReports reports(RecordedReports::Later::kHide);
         KLTTracker tracker(10);
-        auto& context = tracker.GetContext();
-        const std::vector<unsigned char> frame(64 * 64, 0);
-        const auto spoil = [&] {
-            context.mWindowWidth = context.mWindowHeight = -4;
-        };
-        for (int round = 0; round < 2; ++round) {
-            KLTTracker::Lists lists{ListOf({})};
-            spoil();
-            tracker.UpdateTCBorder();
-            spoil();
-            tracker.ChangeTCPyramid(15);
-            spoil();
-            context.mMinDist = -1;
-            tracker.SelectGoodFeatures(frame.data(), 64, 64, 0, {WholeFrame(64, 64)}, lists);
-            spoil();
-            tracker.TrackFeatures(frame.data(), frame.data(), 64, 64, 1, {ListOf({})}, lists);
-        }
-        std::set<std::pair<std::string, std::string>> kinds;
-        for (const auto& report : reports.Asserts())
-            kinds.emplace(report.mFunction, report.mText);
-        return std::pair(reports.Asserts().size(), kinds.size());
+        for (int twice = 0; twice < 2; ++twice)
+            for (const Correction& one : Corrections()) {
+                tracker.GetContext().mWindowWidth = tracker.GetContext().mWindowHeight = -4;
+                tracker.GetContext().mMinDist = -1;
+                one.mCall(tracker);
+            }
+        return reports.Asserts().size();
     };
-    EXPECT_EXIT(_exit(countReports() == std::pair(std::size_t{17}, std::size_t{17}) ? 0 : 1),
-                testing::ExitedWithCode(0), "");
-}
-
-TEST(KLTSettings, BadWindowsAreCorrectedAndReportedBySideAndOperation) {
-    const RecordedReports reports(RecordedReports::Later::kShow);
-    KLTTracker tracker(10);
-    auto& context = tracker.GetContext();
-    const auto textsOf = [&](auto inCall, const char* inFunction) {
-        context.mWindowWidth = 6;
-        context.mWindowHeight = 2;
-        const std::size_t before = reports.Asserts().size();
-        inCall();
-        EXPECT_EQ(context.mWindowWidth, 7);
-        EXPECT_EQ(context.mWindowHeight, 3);
-        context.mWindowWidth = -4;
-        context.mWindowHeight = -4;
-        inCall();
-        EXPECT_EQ(context.mWindowWidth, 3);
-        EXPECT_EQ(context.mWindowHeight, 3);
-        std::vector<std::string> texts;
-        for (std::size_t i = before; i < reports.Asserts().size(); ++i) {
-            texts.push_back(reports.Asserts()[i].mText);
-            EXPECT_EQ(reports.Asserts()[i].mFunction, inFunction);
-        }
-        return texts;
-    };
-    const auto expected = [](std::string inHead, std::string inBlanks) {
-        const std::string odd = "be odd." + inBlanks + "Changing to %d.\n\r\n";
-        const std::string least = "be at least three. Changing to %d.\n\r\n";
-        const std::string width = inHead + "idth must ", height = inHead + "eight must ";
-        const auto w = [&](const std::string& s) {
-            return inHead + " width must " + s;
-        };
-        const auto h = [&](const std::string& s) {
-            return inHead + " height must " + s;
-        };
-        return std::vector<std::string>{w(odd), h(odd), w(odd), h(odd), w(least), h(least)};
-    };
-    EXPECT_EQ(textsOf([&] { tracker.UpdateTCBorder(); }, "DP::KLTTracker::UpdateTCBorder"),
-              expected("(UpdateTCBorder) Window", " "));
-    EXPECT_EQ(textsOf([&] { tracker.ChangeTCPyramid(15); }, "DP::KLTTracker::ChangeTCPyramid"),
-              expected("(ChangeTCPyramid) Window", "  "));
-    const std::vector<unsigned char> frame(64 * 64, 0);
-    const auto track = [&] {
-        KLTTracker::Lists lists{ListOf({})};
-        tracker.TrackFeatures(frame.data(), frame.data(), 64, 64, 1, {ListOf({})}, lists);
-    };
-    EXPECT_EQ(textsOf(track, "DP::KLTTracker::TrackFeatures"),
-              expected("Tracking context's window", " "));
-    FlushAllDescriptorResources();
+    EXPECT_EXIT(_exit(countReports() == 17 ? 0 : 1), testing::ExitedWithCode(0), "");
 }
 
 // ---- The step against the plain way --------------------------------------------------
@@ -264,22 +265,6 @@ TEST_F(Tracking, TinyFramesGiveTheBitsOfThePlainWay) {
     }
 }
 
-// The window of 9: half of a half of it is not a quarter.
-TEST_F(Tracking, LightingInsensitiveModeGivesTheBitsOfThePlainWay) {
-    auto& context = mTracker.GetContext();
-    context.mLightingInsensitive = true;
-    for (const int side : {3, 7, 9, 13}) {
-        SCOPED_TRACE(side);
-        context.mWindowWidth = context.mWindowHeight = side;
-        mTracker.UpdateTCBorder();
-        const auto first = TexturedBytes(kCols, kRows, 0, 0);
-        auto second = TexturedBytes(kCols, kRows, -1.3, 0.8);
-        for (unsigned char& pixel : second)
-            pixel = static_cast<unsigned char>(20 + pixel / 2);
-        ExpectPlain(first, second, Select(first, kCols, kRows));
-    }
-}
-
 TEST_F(Tracking, PyramidsOfAnotherSourceAreNotMet) {
     for (const char* const source : {"clip", "other"}) {
         SCOPED_TRACE(source);
@@ -324,21 +309,6 @@ TEST_P(KnownMotion, FeaturesFollowTheTexture) {
     ASSERT_GT(errors.size(), 25u);
     std::nth_element(errors.begin(), errors.begin() + errors.size() / 2, errors.end());
     EXPECT_LT(errors[errors.size() / 2], 0.1);
-}
-
-TEST_F(Tracking, IdenticalFramesLeaveEveryFeatureInItsPlace) {
-    const auto frame = TexturedBytes(kCols, kRows, 0, 0);
-    const auto before = Select(frame, kCols, kRows);
-    const auto after = Track(frame.data(), frame.data(), kCols, kRows, 1, before);
-    int kept = 0;
-    for (std::size_t i = 0; i < after.size(); ++i) {
-        if (after[i].mValue < 0) continue;
-        ++kept;
-        EXPECT_EQ(after[i].mX, before[i].mX);
-        EXPECT_EQ(after[i].mDeltaX, 0.0f);
-        EXPECT_EQ(after[i].mValue, 0);
-    }
-    EXPECT_GT(kept, 20);
 }
 
 // ---- Statuses ------------------------------------------------------------------------

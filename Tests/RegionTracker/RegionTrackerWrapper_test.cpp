@@ -114,25 +114,6 @@ TEST(RegionTrackerFirstFrame, SelectsPointsInsideAndSharesTheRegion) {
 
 // ---- Rectangles of known motion --------------------------------------------------------
 
-TEST(RegionTrackerClips, ATextureThatMovesAsAWholeTakesTheRectangleWithIt) {
-    RegionScene scene;
-    scene.mObject = {-1000, -1000, 4000, 4000};  // all of every frame
-    scene.mSpeedX = 1.3;
-    scene.mSpeedY = -0.6;
-    const Box start{50, 60, 50, 40};
-    RegionRun run(scene.mCols, scene.mRows, RectOf(start, scene.mRows));
-    double worst = 0.0;
-    for (int frame = 0; frame < 20; ++frame) {
-        run.Step(scene.Frame(frame));
-        const Box box = run.RegionBox();
-        worst = std::max({worst, std::abs(box.mX - start.mX - 1.3 * frame),
-                          std::abs(box.mY - start.mY + 0.6 * frame),
-                          std::abs(box.mWidth - start.mWidth),
-                          std::abs(box.mHeight - start.mHeight)});
-    }
-    ExpectMeasured(worst, 0.06);  // pixels
-}
-
 TEST(RegionTrackerClips, AnObjectIsFollowedOverAStillBackground) {
     RegionScene scene;
     scene.mSpeedX = 1.7;
@@ -148,30 +129,6 @@ TEST(RegionTrackerClips, TheRectangleGrowsAndShrinksWithTheObject) {
     scene.mObject = {40, 30, 80, 64};
     scene.mGrowth = 1 / 1.02;
     ExpectMeasured(WorstMiss(scene, 20), 0.015);
-}
-
-TEST(RegionTrackerClips, LivePointsKeepTheirSlotsAndFreeOnesAreFilledInsideTheRegion) {
-    RegionScene scene;
-    scene.mSpeedX = 2.0;
-    RegionRun run(scene.mCols, scene.mRows, RectOf(scene.At(0), scene.mRows));
-    run.Step(scene.Frame(0));
-    const APTFeatureList before = run.Features();
-    run.Step(scene.Frame(1));
-    std::size_t kept = 0;
-    for (std::size_t i = 0; i < before.size(); ++i) {
-        const APTFeature& after = run.Features()[i];
-        if (after.mStatus == kAPTFeatureTracked) {
-            ++kept;
-            EXPECT_GE(before[i].mStatus, 0);
-            EXPECT_EQ(after.mAge, before[i].mAge + 1);
-            EXPECT_LT(std::abs(after.mX - before[i].mX), 4.0f);
-        }
-        if (after.mStatus < 0) continue;
-        const float y = float(scene.mRows) - after.mY;
-        EXPECT_TRUE(after.mX > run.Region().mLeft - 1 && after.mX < run.Region().mRight + 1 &&
-                    y > run.Region().mTop - 1 && y < run.Region().mBottom + 1);
-    }
-    EXPECT_GT(kept, before.size() / 10);
 }
 
 TEST(RegionTrackerClips, IdenticalFramesLoseTheRegionForGood) {
@@ -386,26 +343,60 @@ struct Picture {
     Bytes mBytes;
 };
 
-TEST(RegionPictures, AFitIsShownByTheColourOfItsGroups) {
+TEST(RegionPictures, PointsHaveTheColourOfTheirSlotOrOfTheirGroup) {
     const int cols = 40, rows = 30;
     const Bytes image(std::size_t(cols * rows), 9);
     const auto points = TVK::MakeObject<APTFeatureList>(
         APTFeatureList{At(10, 15), At(20, 15), At(30, 15), At(15, 20, -1)});
-    const Bytes red{255, 9, 9}, green{9, 255, 9}, blue{9, 9, 255};
-    const MotionGroups groups = {{0}, {1}};
-    const auto colours = [&](int inSelected) {
+    const auto colours = [&](auto... inFit) {
         Picture picture(cols, rows);
-        RegionTrackerWrapper::WriteFeatureListRectToPPM(
-            image.data(), cols, rows, picture.mPath.c_str(), points, RegionAt({5, 5, 35, 20}),
-            groups, inSelected);
+        RegionTrackerWrapper::WriteFeatureListRectToPPM(image.data(), cols, rows,
+                                                        picture.mPath.c_str(), points,
+                                                        RegionAt({5, 5, 35, 20}), inFit...);
         picture.Read();
         EXPECT_EQ(picture.At(15, 20), (Bytes{9, 9, 9})) << "a free slot";
+        EXPECT_EQ(picture.At(12, 10), (Bytes{255, 255, 255})) << "the frame";
         return std::vector<Bytes>{picture.At(10, 15), picture.At(20, 15), picture.At(30, 15)};
     };
-    EXPECT_EQ(colours(0), (std::vector<Bytes>{blue, green, red}));
-    EXPECT_EQ(colours(1), (std::vector<Bytes>{green, blue, red}));
-    EXPECT_EQ(colours(-1), (std::vector<Bytes>{red, green, red})) << "a group there is not";
-    EXPECT_EQ(colours(7), (std::vector<Bytes>{green, red, red}));
+    const Bytes red{255, 9, 9}, green{9, 255, 9}, blue{9, 9, 255};
+    const MotionGroups groups = {{0}, {1}};
+    EXPECT_EQ(colours(groups, 0), (std::vector<Bytes>{blue, green, red}));
+    EXPECT_EQ(colours(groups, 1), (std::vector<Bytes>{green, blue, red}));
+    EXPECT_EQ(colours(groups, -1), (std::vector<Bytes>{red, green, red})) << "there is none";
+    EXPECT_EQ(colours(groups, 7), (std::vector<Bytes>{green, red, red}));
+    const auto slots = colours();
+    EXPECT_EQ(slots[0], (Bytes{75, 215, 65}));
+    EXPECT_NE(slots[1], slots[0]);
+}
+
+TEST(RegionPictures, ContractsAndNoMemoryAreReported) {
+    const RecordedReports reports;
+    unsigned char plane[16];
+    unsigned char *const p = plane, *const none = nullptr;
+    const auto region = RegionAt({0, 0, 4, 4});
+    const auto draw = [&](unsigned char* inR, unsigned char* inG, unsigned char* inB,
+                          const RegionPtr& inRegion) {
+        EXPECT_ANY_THROW(RegionTrackerWrapper::DrawRectOnPlanes(inR, inG, inB, 4, 4, inRegion));
+    };
+    EXPECT_ANY_THROW(RegionTrackerWrapper::DrawRectOnPlane(p, 4, 4, nullptr));
+    EXPECT_ANY_THROW(RegionTrackerWrapper::DrawRectOnPlane(none, 4, 4, region));
+    draw(p, p, p, nullptr);
+    draw(none, p, p, region);
+    draw(p, none, p, region);
+    draw(p, p, none, region);
+    const auto list = TVK::MakeObject<APTFeatureList>();
+    EXPECT_ANY_THROW(
+        RegionTrackerWrapper::WriteFeatureListRectToPPM(nullptr, -1, 4, "", list, region));
+    std::vector<std::string> texts;
+    for (const Report& report : reports.Contracts())
+        texts.push_back(report.mText);
+    EXPECT_EQ(texts, (std::vector<std::string>{"inRegion != NULL", "inImage != NULL",
+                                               "inRegion != NULL", "inRedImage != NULL",
+                                               "inGreenImage != NULL", "inBlueImage != NULL",
+                                               "inRedImage != NULL"}));
+    ASSERT_EQ(reports.Asserts().size(), 1u);
+    EXPECT_EQ(reports.Asserts()[0].mFunction,
+              "DP::RegionTrackerWrapper::WriteFeatureListRectToPPM");
 }
 
 }  // namespace

@@ -6,7 +6,9 @@
 namespace TVK {
 
 void* Allocator::Allocate(std::size_t inSize) noexcept {
+    // Two pointers into a larger block would have no difference.
     if (inSize > static_cast<std::size_t>(PTRDIFF_MAX)) return nullptr;
+    // Null means that there is no memory, so a block without a size has an address as well.
     return std::malloc(inSize != 0 ? inSize : 1);
 }
 

@@ -1,3 +1,6 @@
+// Out of line, so that type and table of virtuals stand in this library alone: a host's
+// `catch` has to recognise what another library threw.
+
 #include "TVK/Exception.h"
 
 namespace TVK {

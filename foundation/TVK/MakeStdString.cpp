@@ -16,6 +16,7 @@ char32_t NextCodePoint(const quillet::WideString& inString, std::size_t& ioPosit
     if (!IsHighSurrogate(unit)) return IsLowSurrogate(unit) ? kReplacement : unit;
     if (ioPosition == inString.size() || !IsLowSurrogate(inString[ioPosition]))
         return kReplacement;
+    // Ten bits from each half of the pair, above the 16 bits that a single unit holds.
     const char32_t low = inString[ioPosition++];
     return 0x10000 + ((unit - 0xD800) << 10) + (low - 0xDC00);
 }

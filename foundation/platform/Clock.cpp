@@ -52,6 +52,7 @@ bool QueryPerformanceFrequency(std::int64_t& outCountsPerSecond) {
 }
 
 std::uint32_t GetTickCount() {
+// The clock of the last timer interrupt, which is read without asking the hardware.
 #if defined(CLOCK_MONOTONIC_COARSE)
     constexpr clockid_t kClock = CLOCK_MONOTONIC_COARSE;
 #else

@@ -39,6 +39,7 @@ bool IsDebuggerAttached() {
     close(file);
     if (length <= 0) return false;
     text[length] = '\0';
+    // The process that traces this one, 0 for none. It stands in the file's first lines.
     constexpr char kField[] = "\nTracerPid:";
     const char* const field = std::strstr(text, kField);
     return field && std::atol(field + sizeof(kField) - 1) != 0;

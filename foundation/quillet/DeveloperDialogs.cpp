@@ -1,3 +1,6 @@
+// What a developer is shown, and by whom. A host puts dialogs of its own in the place of the
+// two here, which write a line to standard error in debug builds and are silent in others.
+
 #include "quillet/DeveloperDialogs.h"
 
 #include <cstdio>
@@ -64,6 +67,7 @@ bool BreakAfterAssertDialog(bool& ioHide, const char* inExpression,
 
 bool IsDebuggerAttached() { return platform::IsDebuggerAttached(); }
 
+// A broken contract ends in the host's `ThrowError`, which need not return.
 void ReportContract(const char* inExpression, const char* inFile, long inLine) {
     BreakIfWanted(BreakAfterContractDialog(inExpression, inFile, inLine));
     config::ThrowError(config::kErrorLevelContract,
@@ -83,6 +87,7 @@ void ReportImpossible(std::atomic<bool>& ioHidden, const char* inMessage, const 
     const bool wantsBreak = BreakAfterAssertDialog(
         hide, "false", reinterpret_cast<const unsigned char*>(message.c_str()), inFile, inLine,
         inFunction);
+    // Each place has a flag of its own, a static object beside the report.
     if (hide) ioHidden.store(true);
     BreakIfWanted(wantsBreak);
 }

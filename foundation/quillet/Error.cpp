@@ -11,6 +11,7 @@ void ThrowReportedError(ErrorLevel inLevel, const char* inMessage, unsigned long
     throw ReportedError(inLevel, inMessage);
 }
 
+// Initialised by the loader: a contract may break in a constructor of a static object.
 constinit std::atomic<ThrowErrorProc> sThrowError{&ThrowReportedError};
 
 }  // namespace

@@ -1,3 +1,5 @@
+// Out of line: a host locks by the library's code, whatever it was compiled with itself.
+
 #include "quillet/RecursiveMutex.h"
 
 namespace quillet::threads {
