@@ -40,6 +40,7 @@ std::vector<Digest> RunScenarios(const std::vector<Scenario>& inScenarios, int i
         work();  // the caller's own thread
     } else {
         std::vector<std::jthread> threads;
+        threads.reserve(static_cast<std::size_t>(inThreads));
         for (int i = 0; i < inThreads; ++i)
             threads.emplace_back(work);
     }

@@ -40,6 +40,7 @@ static_assert(sizeof(StringBytes) + sizeof(long long) <= kHashBlockSize);
 // points at itself; its own address and the stale units behind the terminator are blanked,
 // so that equal short strings give equal bytes. A long one keeps the address of its
 // characters.
+// NOLINTBEGIN(bugprone-sizeof-container, bugprone-undefined-memory-manipulation): read only
 void CopyStringObject(const quillet::WideString& inString, unsigned char* outBytes) {
     std::memcpy(outBytes, &inString, sizeof(inString));
 
@@ -62,6 +63,7 @@ void CopyStringObject(const quillet::WideString& inString, unsigned char* outByt
     const std::size_t end = characters - object + (inString.capacity() + 1) * sizeof(char16_t);
     std::memset(outBytes + used, 0, end - used);
 }
+// NOLINTEND(bugprone-sizeof-container, bugprone-undefined-memory-manipulation)
 
 }  // namespace
 

@@ -72,7 +72,7 @@ void TrackerImpl::TrackFromLastFrame(const IP::ImagePtr<float>& inCurrentFloatGr
 Tracker* Tracker::CreateTracker(unsigned int inWidth, unsigned int inHeight) {
     auto impl = std::make_unique<TrackerImpl>(inWidth, inHeight);
     auto* const tracker = new Tracker(impl.get());
-    impl.release();
+    static_cast<void>(impl.release());  // the tracker's from here on
     return tracker;
 }
 

@@ -104,6 +104,7 @@ struct PassState {
 
     // By bits: 0 and -0 do not lead to the same.
     bool operator==(const PassState& inOther) const {
+        // NOLINTNEXTLINE(bugprone-suspicious-memory-comparison): doubles without padding
         return std::memcmp(&mMotions, &inOther.mMotions, sizeof(mMotions)) == 0 &&
                mGroups == inOther.mGroups;
     }

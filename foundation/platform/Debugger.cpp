@@ -42,7 +42,7 @@ bool IsDebuggerAttached() {
     // The process that traces this one, 0 for none. It stands in the file's first lines.
     constexpr char kField[] = "\nTracerPid:";
     const char* const field = std::strstr(text, kField);
-    return field && std::atol(field + sizeof(kField) - 1) != 0;
+    return field && std::strtol(field + sizeof(kField) - 1, nullptr, 10) != 0;
 }
 
 void BreakIntoDebugger() { raise(SIGTRAP); }

@@ -85,8 +85,8 @@ private:
         return 0;
     }
     Position place(std::size_t inAt) const {
-        return {double(inAt % std::size_t(mStride)) - 0.5,
-                double(inAt / std::size_t(mStride)) - 0.5};
+        const std::size_t row = inAt / std::size_t(mStride);
+        return {double(inAt % std::size_t(mStride)) - 0.5, double(row) - 0.5};
     }
 
     int mStride;
