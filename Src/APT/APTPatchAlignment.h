@@ -84,7 +84,8 @@ struct APTWorkspace {
     float mCurrent[kAPTMaxParameters] = {};  // the solver's parameters
 };
 
-/// Samples blocks of one size around positions in a level. The limits differ by one between
+/// Samples blocks of one size around positions in a level: the step `SamplePatch`, and with a
+/// ring of a pixel that of templates. The limits differ by one between
 /// the axes: on the right the last column may be used, at the bottom the last row may not.
 class APTBlockSampler {
 public:

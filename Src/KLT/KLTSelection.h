@@ -53,7 +53,8 @@ std::size_t CollectPoints(const IP::Image<float>& inGradX, const IP::Image<float
                           int inWindowHeight, void (*inReportTooLarge)(), PointList outPoints);
 
 /// Points by falling value, in the order of a quicksort of a fixed scheme, so that the order
-/// of equal values can be relied on; sorted only as far as that shows.
+/// of equal values can be relied on; sorted only as far as that shows. The step
+/// `SortPointList`, taken as the points are walked; `Finish` takes the rest of it.
 class SortedPoints {
 public:
     SortedPoints(PointList ioPoints, std::size_t inCount);

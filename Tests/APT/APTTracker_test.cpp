@@ -107,35 +107,25 @@ TEST(SelectFeatures, AUsedListKeepsWhatSelectionDoesNotSet) {
     EXPECT_EQ((*list)[0].mDeltaX, 3.0f);
 }
 
-TEST(SelectFeatures, ARectangleSmallerThanTheFrameCountsFromTheFoot) {
+// A rectangle smaller than the frame counts upward from the bottom; one as large as the frame
+// is used as it stands, wherever that is. Where the points of each lie, downward from the top:
+TEST(SelectFeatures, RectanglesCountFromTheBottomUnlessTheyAreAsLargeAsTheFrame) {
     const MovingClip clip;
     const auto frame = clip.Frame(0);
     const auto engine = MakeEngine();
-    const float rows = float(clip.mRows);
-    const float cols = float(clip.mCols);
-    const auto select = [&](TVK::ParamRect<float> inRect) {
+    const struct {
+        TVK::ParamRect<float> mRect, mPoints;
+    } cases[] = {{{0, 0, 160, 40}, {0, 80, 160, 120}},
+                 {{20, 80, 90, 120}, {20, 0, 90, 40}},
+                 {{0, 60, 160, 180}, {0, 60, 160, 180}}};
+    for (const auto& [rect, points] : cases) {
         const auto list = EmptyList();
-        engine->SelectFeatures(frame.data(), clip.mCols, clip.mRows, 0, {inRect}, {list});
+        engine->SelectFeatures(frame.data(), clip.mCols, clip.mRows, 0, {rect}, {list});
         EXPECT_GT(CountLiveFeatures(*list), 5u);
-        return *list;
-    };
-    for (const auto& feature : select({0.0f, 0.0f, cols, 40.0f})) {
-        if (feature.mStatus >= 0) {
-            EXPECT_GT(feature.mY, rows - 40.0f);
-        }
-    }
-    for (const auto& feature : select({20.0f, 80.0f, 90.0f, rows})) {
-        if (feature.mStatus >= 0) {
-            EXPECT_LT(feature.mY, rows - 80.0f);
-            EXPECT_GT(feature.mX, 20.0f);
-            EXPECT_LT(feature.mX, 90.0f);
-        }
-    }
-    // As large as the frame, elsewhere: used as it stands.
-    for (const auto& feature : select({0.0f, 60.0f, cols, 60.0f + rows})) {
-        if (feature.mStatus >= 0) {
-            EXPECT_GT(feature.mY, 60.0f);
-        }
+        for (const APTFeature& feature : *list)
+            EXPECT_TRUE(feature.mStatus < 0 ||
+                        (feature.mX > points.mLeft && feature.mX < points.mRight &&
+                         feature.mY > points.mTop && feature.mY < points.mBottom));
     }
 }
 
@@ -267,39 +257,6 @@ TEST(ReplenishFeatures, AListWithoutAFreeSlotStays) {
 }
 
 // ---- Bookkeeping of a step -----------------------------------------------------------
-
-TEST(TrackFeatures, APointKeepsItsSlotAndCarriesAgeAndMotion) {
-    const MovingClip clip;
-    const auto engine = MakeEngine();
-    auto list = Select(*engine, clip, 0);
-    for (int frame = 1; frame <= 4; ++frame) {
-        const auto next = Track(*engine, clip, frame, list);
-        ASSERT_EQ(next->size(), list->size());
-        unsigned int tracked = 0;
-        for (std::size_t i = 0; i < next->size(); ++i) {
-            const APTFeature& from = (*list)[i];
-            const APTFeature& to = (*next)[i];
-            if (from.mStatus < 0) {
-                EXPECT_EQ(to.mStatus, -1);
-                continue;
-            }
-            if (to.mStatus < 0) {
-                EXPECT_EQ(to.mStatus, kAPTFeatureLost);
-                EXPECT_EQ(to.mX, 0.0f) << "the output record's own position";
-                EXPECT_EQ(to.mAge, 0u);
-                continue;
-            }
-            ++tracked;
-            EXPECT_EQ(to.mStatus, 0);
-            EXPECT_EQ(to.mAge, unsigned(frame));
-            EXPECT_EQ(to.mDeltaX, to.mX - from.mX);
-            EXPECT_EQ(to.mDeltaY, to.mY - from.mY);
-            EXPECT_EQ(to.mCorrelation, 0.0f);
-        }
-        EXPECT_GT(tracked, 30u);
-        list = next;
-    }
-}
 
 TEST(TrackFeatures, IdenticalFramesDropEveryPointButCountTheStep) {
     MovingClip clip;

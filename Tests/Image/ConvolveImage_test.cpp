@@ -161,8 +161,6 @@ TEST(ConvolveLaws, DerivativeOfOtherWidthStandsOffCentre) {
     EXPECT_EQ(at(63), 0.0f);
 }
 
-// With pixel and middle tap q = 1 + 2^-12, q * q rounds to 1 + 2^-11 and the sum with -q is
-// 2^-12. A fused multiply-add would keep another 2^-24.
 // Columns of zeros under an infinite tap are no numbers, and no zeros.
 TEST(ConvolveLaws, BothPassesAtOnceAreThePassesOneByOneForInfiniteTapsToo) {
     const auto image = ToImage(Noise(40, 12, 3));
@@ -189,6 +187,8 @@ TEST(ConvolveLaws, BytesOfAVeryWideImageGiveTheBitsOfTheirFloats) {
     EXPECT_TRUE(SameBits(actual->GetData(), expected->GetData(), bytes.size(), kCols));
 }
 
+// With pixel and middle tap q = 1 + 2^-12, q * q rounds to 1 + 2^-11 and the sum with -q is
+// 2^-12. A fused multiply-add would keep another 2^-24.
 TEST(ConvolveLaws, ProductsAreRoundedBeforeTheyAreAdded) {
     const float q = 1.0f + std::ldexp(1.0f, -12);
     const PlainImage flat(33, 5, std::vector<float>(33 * 5, q));
@@ -203,59 +203,54 @@ TEST(ConvolveLaws, ProductsAreRoundedBeforeTheyAreAdded) {
 
 // ---- Contracts -----------------------------------------------------------------------
 
+// In order, and as the pass that finds them: images of a size without pixels report one by one.
 TEST(ConvolveContracts, AreCheckedInOrder) {
-    const auto none = TVK::MakeObject<IP::Image<float>>();
-    const auto small = StaleImage(4, 4), wide = StaleImage(9, 4), large = StaleImage(9, 9);
-    const auto firstReport = [](auto inCall) {
-        const RecordedReports reports;
-        EXPECT_ANY_THROW(inCall());
-        EXPECT_EQ(reports.Contracts().at(0).mFile, "image/IPConvolveImage.cpp");
-        return reports.Contracts().at(0).mText;
-    };
-    const ConvolutionKernel kernel = KernelOf({1.0f});
-    EXPECT_EQ(firstReport([&] { IP::ConvolveImageHorizontal(none, kernel, none); }),
-              "inImage->GetData() != NULL");
-    EXPECT_EQ(firstReport([&] { IP::ConvolveImageVertical(small, kernel, none); }),
-              "outImage->GetData() != NULL");
-    EXPECT_EQ(firstReport([&] { IP::ComputeSmoothedImage(large, 1, small); }),
-              "outSmoothImage->GetColumns() >= inImage->GetColumns()");
-    EXPECT_EQ(firstReport([&] { IP::ComputeSmoothedImage(large, 1, wide); }),
-              "outSmoothImage->GetRows() >= inImage->GetRows()");
-    EXPECT_EQ(firstReport([&] { IP::ComputeGradients(large, 1, small, small); }),
-              "outGradX->GetColumns() >= inImage->GetColumns()");
-    EXPECT_EQ(firstReport([&] { IP::ComputeGradients(large, 1, wide, small); }),
-              "outGradX->GetRows() >= inImage->GetRows()");
-    EXPECT_EQ(firstReport([&] { IP::ComputeGradients(large, 1, large, small); }),
-              "outGradY->GetColumns() >= inImage->GetColumns()");
-    EXPECT_EQ(firstReport([&] { IP::ComputeGradients(large, 1, large, wide); }),
-              "outGradY->GetRows() >= inImage->GetRows()");
-}
-
-// Images that are large enough and have no pixels: each output reports as the pass into it.
-TEST(ConvolveContracts, OutputsWithoutPixelsReportOneAfterTheOther) {
     constexpr int kHuge = std::numeric_limits<int>::max();
     const auto none = TVK::MakeObject<IP::Image<float>>();
     const auto huge = TVK::MakeObject<IP::Image<float>>(kHuge, kHuge);
     ASSERT_TRUE(huge->GetData() == NULL && huge->GetColumns() == kHuge);
-    const auto small = StaleImage(9, 9), stale = StaleImage(9, 9);
-    const auto textsOf = [](auto inCall) {
-        const RecordedReports reports;
-        EXPECT_ANY_THROW(inCall());
-        std::vector<std::string> texts;
-        for (const auto& report : reports.Contracts())
-            texts.push_back(report.mText);
-        return texts;
-    };
-    const std::vector<std::string> input{"inImage->GetData() != NULL"},
-        output{"outImage->GetData() != NULL"};
-    EXPECT_EQ(textsOf([&] { IP::ComputeSmoothedImage(none, 1, huge); }), input);
-    EXPECT_EQ(textsOf([&] { IP::ComputeSmoothedImage(small, 1, huge); }), output);
-    EXPECT_EQ(textsOf([&] { IP::ComputeGradients(none, 1, huge, huge); }), input);
-    EXPECT_EQ(textsOf([&] { IP::ComputeGradients(small, 1, huge, stale); }), output);
-    EXPECT_EQ(textsOf([&] { IP::ComputeGradients(small, 1, stale, huge); }), output);
-    EXPECT_EQ(stale->GetData()[0], 0.0f) << "the first gradient is there by then";
+    const auto small = StaleImage(4, 4), wide = StaleImage(9, 4), large = StaleImage(9, 9),
+               stale = StaleImage(9, 9);
+    const ConvolutionKernel kernel = KernelOf({1.0f});
     const unsigned char bytes[4] = {};
-    EXPECT_EQ(textsOf([&] { IP::ComputeSmoothedBytes(bytes, 2, 2, 1, huge); }), input);
+    const auto smooth = [&](const ImagePtr<float>& inFrom, const ImagePtr<float>& outTo) {
+        return [=] {
+            IP::ComputeSmoothedImage(inFrom, 1, outTo);
+        };
+    };
+    const auto gradients = [&](const ImagePtr<float>& inFrom, const ImagePtr<float>& outX,
+                               const ImagePtr<float>& outY) {
+        return [=] {
+            IP::ComputeGradients(inFrom, 1, outX, outY);
+        };
+    };
+    const std::string columns = "->GetColumns() >= inImage->GetColumns()",
+                      rows = "->GetRows() >= inImage->GetRows()",
+                      input = "inImage->GetData() != NULL",
+                      output = "outImage->GetData() != NULL";
+    const std::pair<std::function<void()>, std::string> cases[] = {
+        {[&] { IP::ConvolveImageHorizontal(none, kernel, none); }, input},
+        {[&] { IP::ConvolveImageVertical(small, kernel, none); }, output},
+        {smooth(large, small), "outSmoothImage" + columns},
+        {smooth(large, wide), "outSmoothImage" + rows},
+        {gradients(large, small, small), "outGradX" + columns},
+        {gradients(large, wide, small), "outGradX" + rows},
+        {gradients(large, large, small), "outGradY" + columns},
+        {gradients(large, large, wide), "outGradY" + rows},
+        {smooth(none, huge), input},
+        {smooth(large, huge), output},
+        {gradients(none, huge, huge), input},
+        {gradients(large, huge, stale), output},
+        {gradients(large, stale, huge), output},
+        {[&] { IP::ComputeSmoothedBytes(bytes, 2, 2, 1, huge); }, input}};
+    for (const auto& [call, text] : cases) {
+        const RecordedReports reports;
+        EXPECT_ANY_THROW(call());
+        ASSERT_EQ(reports.Contracts().size(), 1u) << text;
+        EXPECT_EQ(reports.Contracts()[0].mText, text);
+        EXPECT_EQ(reports.Contracts()[0].mFile, "image/IPConvolveImage.cpp");
+    }
+    EXPECT_EQ(stale->GetData()[0], 0.0f) << "the first gradient is there by then";
 }
 
 }  // namespace
