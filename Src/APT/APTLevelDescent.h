@@ -34,22 +34,15 @@ struct APTSearch {
     int mMaxIterations;
 };
 
-/// @name What the solver of a level answers, with n the most iterations
+/// Reads what the solver of a level answers, with n the most iterations:
 ///
 ///     0 to n - 1   converged at this iteration
 ///     n            not converged
 ///     -1 - i       the patch left the level at iteration i, which is below n
 ///     -2 - n       no solution, or an unknown model
-///
-/// @{
 constexpr bool Converged(int inAnswer, int inMost) {
     return inAnswer >= 0 && inAnswer < inMost;
 }
-constexpr bool LeftTheLevel(int inAnswer, int inMost) {
-    return inAnswer < 0 && inAnswer >= -inMost;
-}
-constexpr bool NotSolved(int inAnswer, int inMost) { return inAnswer == -2 - inMost; }
-/// @}
 
 /// Ownership: owns nothing; lives for the search of one point.
 class APTLevelDescent {
