@@ -5,6 +5,7 @@
 #include "Pictures.h"
 #include "PlainTwins.h"
 #include "Support/Test.h"
+#include "TVK/MemoryRecycler.h"
 
 namespace {
 
@@ -145,6 +146,28 @@ TEST(LinkEnergyLaws, SigmaOfZeroTakesTheDifferenceAsItIs) {
     graph.AddPixelNodes(1, 2);
     SetEnergies(graph, two, true, 500, 0, 0.5);
     EXPECT_EQ(graph.GetLinkCapacity(2, 0), float(std::exp(-0.5) * 500));
+}
+
+// In memory that held something else before, as the recycler's does.
+TEST(LinkEnergyLaws, TheLargestDifferenceOfBytesHasItsEnergy) {
+    const auto recycler = TVK::MemoryRecycler::Instance();
+    for (const std::size_t planes : {1u, 3u, 4u}) {
+        const std::size_t bytes = (255 * 255 * planes + 1) * sizeof(double);
+        auto block = recycler->AllocateBuffer(std::int64_t(bytes));
+        std::memset(block.mBlock, 0, bytes);
+        recycler->RecycleBuffer(block);
+        Picture<unsigned char> two{2, 1, 2, {}};
+        two.mPlanes.assign(planes, {0, 255});
+        ImageGraph graph, plain;
+        for (ImageGraph* const each : {&graph, &plain}) {
+            each->Initialize({0, 0, 1, 2}, nullptr, 8, nullptr, 0, 1);
+            each->AddPixelNodes(1, 2);
+        }
+        SetEnergies(graph, two, true, 500, 0, 0.5);
+        PlainNeighborEnergies(plain, two, 500, 0, 0.5, true);
+        EXPECT_GT(graph.GetLinkCapacity(2, 0), 0.0);
+        ExpectSameGraph(*graph.mFlowGraph, *plain.mFlowGraph);
+    }
 }
 
 TEST(LinkEnergyLaws, PixelsWithoutANodeHaveNoLinks) {

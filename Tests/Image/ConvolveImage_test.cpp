@@ -127,21 +127,6 @@ TEST_P(ConvolveSizes, SmoothingAndGradientsGiveTheBitsOfThePlainOnes) {
 
 // ---- Laws ----------------------------------------------------------------------------
 
-TEST(ConvolveLaws, RampHasItsSlopeAsGradient) {
-    PlainImage ramp(40, 30);
-    for (int y = 0; y < 30; ++y)
-        for (int x = 0; x < 40; ++x)
-            ramp.At(x, y) = float(2 * x - 3 * y);
-    const auto gradX = StaleImage(40, 30), gradY = StaleImage(40, 30);
-    IP::ComputeGradients(ToImage(ramp), 1.0f, gradX, gradY);
-    const float error = 14 * 1.2e-7f * 200.0f;
-    for (int y = 3; y < 27; ++y)
-        for (int x = 3; x < 37; ++x) {
-            EXPECT_NEAR(gradX->GetData()[y * 40 + x], 2.0f, error);
-            EXPECT_NEAR(gradY->GetData()[y * 40 + x], -3.0f, error);
-        }
-}
-
 // At sigma 3.6 the derivative has 25 taps and is moved by the shift of the Gaussian's 21,
 // so it holds the taps of -10 to 14 and stands off centre by 2 pixels.
 TEST(ConvolveLaws, DerivativeOfOtherWidthStandsOffCentre) {

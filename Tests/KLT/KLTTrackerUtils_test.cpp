@@ -12,13 +12,8 @@ namespace {
 using namespace DP;
 using namespace Testing;
 
-FloatImage Ramp(int inCols, int inRows, float inSlopeX, float inSlopeY, float inOffset = 0) {
-    const auto image = TVK::MakeObject<IP::Image<float>>(inCols, inRows);
-    for (int y = 0; y < inRows; ++y)
-        for (int x = 0; x < inCols; ++x)
-            image->GetData()[y * inCols + x] =
-                inOffset + inSlopeX * float(x) + inSlopeY * float(y);
-    return image;
+FloatImage Flat(int inCols, int inRows) {
+    return ImageOf(inCols, inRows, std::vector<float>(std::size_t(inCols * inRows), 90.0f));
 }
 
 FloatWindowPtr Window(int inWidth, int inHeight) {
@@ -32,12 +27,6 @@ FloatWindowPtr WindowOf(int inWidth, int inHeight, std::vector<float> inValues) 
 }
 
 // ---- Interpolation and bounds --------------------------------------------------------
-
-TEST(InterpolateBilinear, IsExactOnPixelsAndOnBilinearImages) {
-    const FloatImage image = Ramp(9, 7, 2.0f, -3.0f, 40.0f);
-    EXPECT_EQ(InterpolateBilinear(image, 4.0f, 5.0f), 40.0f + 8.0f - 15.0f);
-    EXPECT_EQ(InterpolateBilinear(image, 4.5f, 5.25f), 40.0f + 9.0f - 15.75f);
-}
 
 TEST(IsOutOfBounds, BorderItselfIsInsideAndNoNumberIsOutside) {
     EXPECT_FALSE(IsOutOfBounds(24, 24, 100, 80, 24, 24));
@@ -66,22 +55,8 @@ TEST(SolveEquation, SolvesTheSystemOrCallsItSingular) {
         << "the limit itself is no singular system";
 }
 
-TEST(WindowSums, MatrixErrorAndResidueAreWhatTheySay) {
-    const auto gx = WindowOf(3, 1, {1, 2, 3}), gy = WindowOf(3, 1, {-1, 0, 2});
-    const auto difference = WindowOf(3, 1, {2, -1, 1});
-    float gxx, gxy, gyy, ex, ey;
-    Compute2by2GradientMatrix(gx, gy, gxx, gxy, gyy);
-    EXPECT_EQ(gxx, 14.0f);
-    EXPECT_EQ(gxy, 5.0f);
-    EXPECT_EQ(gyy, 5.0f);
-    Compute2by1ErrorVector(difference, gx, gy, 0.5f, ex, ey);
-    EXPECT_EQ(ex, 1.5f);
-    EXPECT_EQ(ey, 0.0f);
-    EXPECT_EQ(SumAbsFloatWindow(difference), 4.0f);
-}
-
 TEST(WindowContracts, GradientWindowsAreOfOneSize) {
-    const FloatImage image = Ramp(20, 20, 1, 1);
+    const FloatImage image = Flat(20, 20);
     const auto a = Window(3, 3), taller = Window(3, 5), wider = Window(5, 3);
     float f;
     const std::function<void(FloatWindowPtr)> calls[] = {
@@ -111,46 +86,6 @@ TEST(PrintFloatWindow, WritesARowPerLine) {
     testing::internal::CaptureStderr();
     PrintFloatWindow(WindowOf(2, 2, {1.0f, -2.26f, 100.0f, 0.04f}));
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "   1.0   -2.3 \n 100.0    0.0 \n");
-}
-
-// ---- The lighting variants -----------------------------------------------------------
-
-// Mean squares and means are divided by the area before anything else. On whole pixels,
-// where a bilinear value is the pixel's.
-TEST(LightingInsensitive, DifferenceHasTheBitsOfItsFormula) {
-    for (int seed = 1; seed <= 20; ++seed) {
-        const auto first = NoiseFrame(9, 9, seed), second = NoiseFrame(9, 9, seed + 50);
-        float sum1 = 0, sum2 = 0, squares1 = 0, squares2 = 0;
-        const auto forWindow = [](auto inDo) {
-            for (std::size_t y = 1; y <= 7; ++y)
-                for (std::size_t x = 1; x <= 7; ++x)
-                    inDo(9 * y + x);
-        };
-        forWindow([&](std::size_t i) {
-            sum1 += first[i], sum2 += second[i];
-            squares1 += first[i] * first[i], squares2 += second[i] * second[i];
-        });
-        const float alpha = std::sqrt((squares1 / 49.0f) / (squares2 / 49.0f));
-        const float beta = sum1 / 49.0f - alpha * (sum2 / 49.0f);
-        std::vector<float> expected;
-        forWindow(
-            [&](std::size_t i) { expected.push_back(first[i] - alpha * second[i] - beta); });
-        const auto window = Window(7, 7);
-        ComputeIntensityDifferenceLightingInsensitive(
-            ImageOf(9, 9, first), ImageOf(9, 9, second), 4.0f, 4.0f, 4.0f, 4.0f, window);
-        EXPECT_TRUE(std::equal(expected.begin(), expected.end(), window->mValues.begin()))
-            << seed;
-    }
-}
-
-TEST(LightingInsensitive, GradientsFillAQuarterAndLeaveTheRest) {
-    const FloatImage one = Ramp(20, 20, 0, 0, 1.0f), four = Ramp(20, 20, 0, 0, 4.0f);
-    const auto gx = Window(7, 7), gy = Window(7, 7);
-    std::fill(gx->mValues.begin(), gx->mValues.end(), -5.0f);
-    // Half of 7 is 3, half of that 1: a square of 3 by 3. The gain is sqrt(4 / 1).
-    ComputeGradientSumLightingInsensitive(one, one, four, one, four, one, 9, 9, 9, 9, gx, gy);
-    for (std::size_t k = 0; k < 49; ++k)
-        EXPECT_EQ(gx->mValues[k], k < 9 ? 1.0f + 2.0f * 4.0f : -5.0f) << k;
 }
 
 // ---- The search ----------------------------------------------------------------------
@@ -200,7 +135,7 @@ TEST_F(TrackFeature, SettlingOnTheLastIterationCountsAsNotSettled) {
 }
 
 TEST_F(TrackFeature, FlatGroundIsSingular) {
-    const Frame flat = FrameOf(Ramp(kCols, kRows, 0, 0, 90.0f));
+    const Frame flat = FrameOf(Flat(kCols, kRows));
     float x = 30, y = 25;
     EXPECT_EQ(Track(30, 25, x, y, flat, flat), kKLTSmallDet);
 }
