@@ -163,8 +163,8 @@ TEST(LinkEnergyLaws, TheLargestDifferenceOfBytesHasItsEnergy) {
             each->Initialize({0, 0, 1, 2}, nullptr, 8, nullptr, 0, 1);
             each->AddPixelNodes(1, 2);
         }
-        SetEnergies(graph, two, true, 500, 0, 0.5);
-        PlainNeighborEnergies(plain, two, 500, 0, 0.5, true);
+        SetEnergies(graph, two, true, 500, 1, 0.5);
+        PlainNeighborEnergies(plain, two, 500, 1, 0.5, true);
         EXPECT_GT(graph.GetLinkCapacity(2, 0), 0.0);
         ExpectSameGraph(*graph.mFlowGraph, *plain.mFlowGraph);
     }
