@@ -21,7 +21,12 @@ set(DP_PACKAGE ${CMAKE_INSTALL_LIBDIR}/cmake/descriptor)
 
 install(TARGETS foundation descriptor descriptor_client EXPORT descriptorTargets
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
-        COMPONENT runtime NAMELINK_COMPONENT development)
+        COMPONENT runtime NAMELINK_COMPONENT development
+    RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime  # Windows: the library,
+    ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)  # what is linked against
+if(MINGW)
+    install(FILES ${DP_RUN_TIMES} DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime)
+endif()
 
 install(DIRECTORY API/Inc/DP DESTINATION ${DP_HEADERS} COMPONENT development
     FILES_MATCHING PATTERN "*.h")

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <limits>
 #include <memory>
 #include <random>
 #include <stdexcept>
@@ -249,7 +250,7 @@ Outcome RunCase(const Case& inCase, long inStopAt) {
 class Interruption : public testing::TestWithParam<Case> {};
 
 TEST_P(Interruption, AtAnyCheckpointLeavesNoTrace) {
-    constexpr long kNever = 1L << 40;
+    constexpr long kNever = std::numeric_limits<long>::max();
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
     constexpr long kStride = 23;
 #else

@@ -4,24 +4,31 @@
 #include <cstdlib>
 
 #if defined(_WIN32)
-#include <malloc.h>
+#include <windows.h>
 #elif defined(__linux__)
 #include <sys/mman.h>
 #endif
 
 namespace platform {
-namespace {
-
-[[maybe_unused]] constexpr std::size_t kPage = 4096;
-
-}  // namespace
 
 #if defined(_WIN32)
 
-void* AllocatePages(std::size_t inSize) noexcept { return _aligned_malloc(inSize, kPage); }
-void FreePages(void* inBlock) noexcept { _aligned_free(inBlock); }
+// Straight from the system, which begins each block on 64 KiB of addresses: there are plenty.
+void* AllocatePages(std::size_t inSize) noexcept {
+    return VirtualAlloc(nullptr, inSize, MEM_RESERVE | MEM_COMMIT, PAGE_READWRITE);
+}
+
+void FreePages(void* inBlock) noexcept {
+    if (inBlock) VirtualFree(inBlock, 0, MEM_RELEASE);
+}
 
 #else
+
+namespace {
+
+constexpr std::size_t kPage = 4096;
+
+}  // namespace
 
 #if defined(__linux__) && defined(MADV_HUGEPAGE) && defined(MADV_POPULATE_WRITE)
 

@@ -23,15 +23,19 @@
 
 namespace descriptor::detail {
 
-/// What the library last reported to developers on this thread; empty where nothing was.
-inline thread_local std::string tReport;
+/// What the library last reported to developers on this thread; empty where nothing was. In a
+/// function: MinGW-w64 links no program with two files that have such a variable of their own.
+inline std::string& last_report() {
+    static thread_local std::string tReport;
+    return tReport;
+}
 
 inline bool keep_contract(const char* inExpression, const char* inFile, long inLine) noexcept {
     try {
-        tReport =
+        last_report() =
             std::string(inExpression) + " (" + inFile + ":" + std::to_string(inLine) + ")";
     } catch (const std::bad_alloc&) {
-        tReport.clear();
+        last_report().clear();
     }
     return false;
 }
@@ -43,9 +47,9 @@ inline bool keep_impossible(bool& ioHide, const char*, const unsigned char* inMe
         std::string text(reinterpret_cast<const char*>(inMessage));
         while (!text.empty() && (text.back() == '\n' || text.back() == '\r'))
             text.pop_back();
-        tReport = text + " (" + inFile + ":" + std::to_string(inLine) + ")";
+        last_report() = text + " (" + inFile + ":" + std::to_string(inLine) + ")";
     } catch (const std::bad_alloc&) {
-        tReport.clear();
+        last_report().clear();
     }
     return false;
 }
@@ -101,7 +105,7 @@ public:
 
 [[noreturn]] inline void throw_library_error(const char* inWhat, const char* inReason) {
     throw LibraryError(std::string("the library refused ") + inWhat + ": " +
-                       (tReport.empty() ? std::string(inReason) : tReport));
+                       (last_report().empty() ? std::string(inReason) : last_report()));
 }
 
 /// Runs `inCall`, which calls the library for what `inWhat` says ("a KLT step").
@@ -109,7 +113,7 @@ template <class Call>
 auto call_library(const char* inWhat, Call&& inCall) {
     ReportListener::start();
     const CallUnderWay underWay;
-    tReport.clear();
+    last_report().clear();
     try {
         return std::forward<Call>(inCall)();
     } catch (const quillet::config::ReportedError&) {
