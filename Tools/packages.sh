@@ -5,12 +5,12 @@ LIBRARY_PACKAGES="g++ cmake ninja-build pkg-config gfortran liblapack-dev libbla
 HOST_PACKAGES="libavformat-dev libavcodec-dev libswscale-dev libavutil-dev libcairo2-dev
     libcli11-dev libsdl2-dev nlohmann-json3-dev"
 TEST_PACKAGES="clang-14 libclang-rt-14-dev binutils make doxygen python3
-    man-db libgtest-dev libgmock-dev libboost-graph-dev libmpfr-dev libgmp-dev gcovr xvfb xauth ffmpeg
-    libmlt-dev melt"
+    man-db libgtest-dev libgmock-dev libboost-graph-dev libmpfr-dev libgmp-dev gcovr xvfb xauth ffmpeg"
 PYTHON_PACKAGES="python3-dev pybind11-dev python3-numpy python3-pytest mypy python3-av
     python3-opencv python3-pandas python3-matplotlib python3-distributed
     jupyter-nbconvert python3-ipykernel"
 WHEEL_PACKAGES="python3-build python3-skbuild python3-setuptools python3-wheel python3-venv python3-pip"
+MLT_PACKAGES="libmlt-dev melt"
 FORMAT_PACKAGE="clang-format-14"
 TIDY_PACKAGES="clang-14 clang-tidy-14 python3"
 PACKAGING_PACKAGES="dpkg-dev lintian doxygen python3"

@@ -71,11 +71,26 @@ if(TARGET descriptor-host)
         COMPONENT tools OPTIONAL)
 endif()
 
+# Where MLT and the editors look, from the same prefix.
+if(TARGET mltdescriptor)
+    install(TARGETS mltdescriptor DESTINATION ${CMAKE_INSTALL_LIBDIR}/mlt-7 COMPONENT mlt)
+    install(DIRECTORY Plugins/MLT/Metadata/
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/mlt-7/descriptor COMPONENT mlt)
+    install(DIRECTORY Plugins/MLT/Kdenlive/
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/kdenlive/effects COMPONENT mlt)
+    install(DIRECTORY Plugins/MLT/Shotcut/
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/shotcut/qml/filters/descriptor_tracker
+        COMPONENT mlt)
+endif()
+
 if(DP_DEBIAN_PACKAGES)
     include(cmake/Packages.cmake)
 else()
     # Everything finds the libraries by its own place, wherever the tree was put.
     set_target_properties(descriptor PROPERTIES INSTALL_RPATH "$ORIGIN")
+    if(TARGET mltdescriptor)
+        set_target_properties(mltdescriptor PROPERTIES INSTALL_RPATH "$ORIGIN/..")
+    endif()
     if(TARGET descriptor-host)
         cmake_path(RELATIVE_PATH CMAKE_INSTALL_FULL_LIBDIR
             BASE_DIRECTORY ${CMAKE_INSTALL_FULL_BINDIR} OUTPUT_VARIABLE libraries)

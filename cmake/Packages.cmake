@@ -1,5 +1,5 @@
 # Debian packages, one for each component of the installation: libdescriptor0,
-# libdescriptor-dev, descriptor-tools, and libdescriptor-doc with the site of the target
+# libdescriptor-dev, descriptor-tools, mlt-descriptor, and libdescriptor-doc with the site of the target
 # `docs`. `Tools/package` configures, builds and checks them.
 #
 # They are made for the prefix /usr: the libraries lie where the system looks, so nothing
@@ -24,6 +24,10 @@ endif()
 set(python python3-descriptor)
 if(TARGET python_core)
     list(APPEND components python)
+endif()
+set(mlt mlt-descriptor)
+if(TARGET mltdescriptor)
+    list(APPEND components mlt)
 endif()
 if(TARGET docs)
     list(APPEND components documentation)
@@ -125,6 +129,15 @@ set(CPACK_DEBIAN_PYTHON_PACKAGE_CONTROL_EXTRA
 set(CPACK_DEBIAN_PYTHON_DESCRIPTION "content descriptors of video frames - Python package
 ${about}
 This package has the Python package descriptor: NumPy arrays in and out.")
+set(CPACK_DEBIAN_MLT_PACKAGE_NAME ${mlt})
+set(CPACK_DEBIAN_MLT_PACKAGE_SECTION video)
+set(CPACK_DEBIAN_MLT_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_MLT_PACKAGE_DEPENDS "${runtime} (= ${debian_version})")
+set(CPACK_DEBIAN_MLT_PACKAGE_ENHANCES "kdenlive, shotcut, melt")
+set(CPACK_DEBIAN_MLT_DESCRIPTION "motion tracker for Kdenlive, Shotcut and melt
+${about}
+This package has filters for editors built on MLT: a motion tracker, point
+tracks, and a cut-out by strokes.")
 
 set(CPACK_DEBIAN_DOCUMENTATION_PACKAGE_NAME ${documentation})
 set(CPACK_DEBIAN_DOCUMENTATION_PACKAGE_SECTION doc)

@@ -9,6 +9,8 @@ namespace descriptor_mlt {
 /// Null without memory.
 /// @{
 mlt_filter MakeTracker();
+mlt_filter MakePoints();
+mlt_filter MakeSelect();
 /// @}
 
 }  // namespace descriptor_mlt

@@ -39,4 +39,6 @@ void Enter(mlt_repository ioRepository, const char* inName) {
 extern "C" __attribute__((visibility("default"))) void mlt_register(mlt_repository repository) {
     using namespace descriptor_mlt;
     Enter<&MakeTracker>(repository, "descriptor.tracker");
+    Enter<&MakePoints>(repository, "descriptor.points");
+    Enter<&MakeSelect>(repository, "descriptor.select");
 }

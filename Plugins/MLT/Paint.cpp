@@ -225,6 +225,32 @@ void DrawShape(const Picture& ioPicture, const descriptor::Rect& inRect, Shape i
     Fill(ioPicture, stroke, Window(ioPicture, inRect, inWidth / 2 + 1), inColour);
 }
 
+void DrawTrail(const Picture& ioPicture, const std::vector<descriptor::Position>& inLine,
+               double inWidth, mlt_color inColour) {
+    for (std::size_t i = 1; i < inLine.size(); ++i) {
+        const descriptor::Position& from = inLine[i - 1];
+        const descriptor::Position& to = inLine[i];
+        const double length = std::hypot(to.x - from.x, to.y - from.y);
+        if (length == 0) continue;
+        const double x = (to.x - from.x) / length;
+        const double y = (to.y - from.y) / length;
+        const auto stroke = [&](double inX, double inY) {
+            const double along = (inX - from.x) * x + (inY - from.y) * y;
+            const double across = (inX - from.x) * y - (inY - from.y) * x;
+            return ToSegment(across, along, length) - inWidth / 2;
+        };
+        const descriptor::Rect box{std::min(from.x, to.x), std::min(from.y, to.y),
+                                   std::fabs(to.x - from.x), std::fabs(to.y - from.y)};
+        Fill(ioPicture, stroke, Window(ioPicture, box, inWidth), inColour);
+    }
+    if (inLine.empty()) return;
+    const descriptor::Position& last = inLine.back();
+    const auto dot = [&](double inX, double inY) {
+        return std::hypot(inX - last.x, inY - last.y) - inWidth;
+    };
+    Fill(ioPicture, dot, Window(ioPicture, {last.x, last.y, 0, 0}, inWidth + 1), inColour);
+}
+
 void Hide(const Picture& ioPicture, const descriptor::Rect& inRect, Shape inShape, int inAmount,
           Hiding inHiding, mlt_color inColour) {
     if (inHiding == Hiding::none || !(inRect.width > 0) || !(inRect.height > 0)) return;

@@ -4,6 +4,8 @@
 
 #include <framework/mlt.h>
 
+#include <vector>
+
 #include "Picture.h"
 #include "descriptor/Frame.h"
 
@@ -19,6 +21,11 @@ enum class Hiding { median, gaussian, pixelate, fill, none };
 ///                 arrow points at the middle of the upper edge, or of the lower one where
 ///                 there is no room above.
 void DrawShape(const Picture& ioPicture, const descriptor::Rect& inRect, Shape inShape,
+               double inWidth, mlt_color inColour);
+
+/// Draws a line through some places (in the picture's pixels from its corner) and a dot of
+/// twice its width at the last one.
+void DrawTrail(const Picture& ioPicture, const std::vector<descriptor::Position>& inLine,
                double inWidth, mlt_color inColour);
 
 /// Hides what is inside the shape; an arrow hides its rectangle. All but `fill` need the

@@ -21,11 +21,7 @@ std::optional<descriptor::Rect> RegionService::Locate(const Request& inRequest,
     if (!mAnalysis) mAnalysis.emplace();
     mAnalysis->Set(task, {grey.width, grey.height});
     if (!mAnalysis->Take(inRequest.mPosition, grey))
-        Say(inRequest,
-            "analysis: frame " + std::to_string(mAnalysis->Next()) +
-                " has not come, but frames far behind it; the analysis waits for it, "
-                "and writes no results without it. Play from the first frame on, and "
-                "without dropping frames (real_time=-1)");
+        Say(inRequest, MissingFrame(mAnalysis->Next()));
     const auto at = mAnalysis->At(inRequest.mPosition);
     if (mAnalysis->IsDone()) {
         const char* steps = mlt_properties_get(inRequest.mProperties, "steps");
@@ -33,6 +29,17 @@ std::optional<descriptor::Rect> RegionService::Locate(const Request& inRequest,
                 steps ? mlt_properties_get_int(inRequest.mProperties, "steps") : 5);
         mAnalysis.reset();
     }
+    if (!at) return std::nullopt;
+    return at->mRect;
+}
+
+std::optional<descriptor::Rect> RegionService::Known(const Request& inRequest, int inPosition) {
+    Request request = inRequest;
+    request.mPosition = inPosition;
+    if (const auto result = ResultAt(request)) return result;
+    const std::scoped_lock lock(mMutex);
+    if (const auto result = ResultAt(request)) return result;
+    const auto at = mAnalysis ? mAnalysis->At(inPosition) : std::nullopt;
     if (!at) return std::nullopt;
     return at->mRect;
 }

@@ -18,6 +18,9 @@ protected:
     /// frames that were there let it follow.
     std::optional<descriptor::Rect> Locate(const Request& inRequest, const Picture& inPicture);
 
+    /// The same for any position, without a look at a picture.
+    std::optional<descriptor::Rect> Known(const Request& inRequest, int inPosition);
+
     /// The key frames to begin with where `rect` has none.
     virtual std::vector<descriptor::KeyFrame> DefaultKeys(const Request& inRequest,
                                                           const Picture& inPicture);

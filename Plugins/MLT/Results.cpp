@@ -15,7 +15,7 @@ using Properties = std::unique_ptr<mlt_properties_s, CloseProperties>;
 // Animations are there once somebody has asked for a value.
 mlt_animation AnimationOf(const Request& inRequest, const char* inName) {
     if (!mlt_properties_get(inRequest.mProperties, inName)) return nullptr;
-    mlt_properties_anim_get_rect(inRequest.mProperties, inName, 0, inRequest.mCount);
+    mlt_properties_anim_get_rect(inRequest.mProperties, inName, 0, inRequest.KeyCount());
     return mlt_properties_get_animation(inRequest.mProperties, inName);
 }
 
@@ -40,19 +40,22 @@ std::vector<descriptor::KeyFrame> KeysOf(const Request& inRequest, const char* i
     const bool isPercent = IsPercent(inRequest, inName);
     const auto add = [&](int inPosition) {
         const mlt_rect rect = mlt_properties_anim_get_rect(inRequest.mProperties, inName,
-                                                           inPosition, inRequest.mCount);
-        keys.push_back({inPosition, RectOf(inRequest, rect, isPercent)});
+                                                           inPosition + inRequest.mKeyOffset,
+                                                           inRequest.KeyCount());
+        const descriptor::KeyFrame key{inPosition, RectOf(inRequest, rect, isPercent)};
+        if (key.rect.width > 0 && key.rect.height > 0) keys.push_back(key);
     };
     const mlt_animation animation = AnimationOf(inRequest, inName);
     const int count = animation ? mlt_animation_key_count(animation) : 0;
-    if (count == 0) add(0);
     for (int i = 0; i < count; ++i) {
         mlt_animation_item_s item{};
         item.property = mlt_property_init();
         const int error = mlt_animation_key_get(animation, &item, i);
         mlt_property_close(item.property);
-        if (!error) add(item.frame);
+        if (!error && item.frame >= inRequest.mKeyOffset)
+            add(item.frame - inRequest.mKeyOffset);
     }
+    if (keys.empty()) add(0);  // a plain rectangle, or one from before this part
     return keys;
 }
 
@@ -61,8 +64,9 @@ std::optional<descriptor::Rect> ResultAt(const Request& inRequest) {
     if (!animation) return std::nullopt;
     const int least = mlt_properties_get(inRequest.mProperties, "state") ? 1 : 2;
     if (mlt_animation_key_count(animation) < least) return std::nullopt;
-    const mlt_rect rect = mlt_properties_anim_get_rect(inRequest.mProperties, "results",
-                                                       inRequest.mPosition, inRequest.mCount);
+    const mlt_rect rect = mlt_properties_anim_get_rect(
+        inRequest.mProperties, "results", inRequest.mPosition + inRequest.mKeyOffset,
+        inRequest.KeyCount());
     return RectOf(inRequest, rect, IsPercent(inRequest, "results"));
 }
 
@@ -84,10 +88,11 @@ void Publish(const Request& inRequest, const std::vector<std::optional<RegionAt>
             mlt_properties_anim_set_rect(work.get(), "results",
                                          {Rounded(at.mRect.x), Rounded(at.mRect.y),
                                           Rounded(at.mRect.width), Rounded(at.mRect.height), 1},
-                                         i, count, mlt_keyframe_smooth);
+                                         i + inRequest.mKeyOffset, inRequest.KeyCount(),
+                                         mlt_keyframe_smooth);
         if (std::strcmp(at.mState, last) != 0)
             states.append(states.empty() ? "" : ";")
-                .append(std::to_string(i))
+                .append(std::to_string(i + inRequest.mKeyOffset))
                 .append("|=")
                 .append(at.mState);
         last = at.mState;

@@ -14,7 +14,8 @@
 namespace descriptor_mlt {
 
 /// The key frames of an animated rectangle of the properties, or the one of a plain one, for
-/// position 0. Sides may be per cent of the profile. Empty where there is none.
+/// position 0. Sides may be per cent of the profile. Rectangles without area, which editors set
+/// before there is one, count as none.
 std::vector<descriptor::KeyFrame> KeysOf(const Request& inRequest, const char* inName);
 
 /// The rectangle of a finished analysis at the request's position.

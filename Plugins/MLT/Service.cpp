@@ -30,11 +30,15 @@ int Service::GetImage(mlt_frame ioFrame, std::uint8_t** outImage, mlt_image_form
     if (*ioFormat == mlt_image_none || !profile)
         return mlt_frame_get_image(ioFrame, outImage, ioFormat, ioWidth, ioHeight, 0);
 
-    const Request request{filter,
-                          MLT_FILTER_PROPERTIES(filter),
-                          static_cast<int>(mlt_filter_get_position(filter, ioFrame)),
-                          static_cast<int>(mlt_filter_get_length2(filter, ioFrame)),
-                          {profile->width, profile->height}};
+    Request request{filter,
+                    MLT_FILTER_PROPERTIES(filter),
+                    static_cast<int>(mlt_filter_get_position(filter, ioFrame)),
+                    static_cast<int>(mlt_filter_get_length2(filter, ioFrame)),
+                    {profile->width, profile->height}};
+    // Kdenlive counts key frames by the frames of the source, and analyses a part alone.
+    if (mlt_properties_get_int(request.mProperties, "source_positions"))
+        request.mKeyOffset =
+            static_cast<int>(mlt_frame_original_position(ioFrame)) - request.mPosition;
     *ioFormat = service.Format(request, *ioFormat);
     Picture picture;
     const int error = picture.Get(ioFrame, outImage, ioFormat, ioWidth, ioHeight);
@@ -45,6 +49,13 @@ int Service::GetImage(mlt_frame ioFrame, std::uint8_t** outImage, mlt_image_form
         service.Say(request, problem.what());
     }
     return 0;
+}
+
+std::string Service::MissingFrame(int inPosition) {
+    return "analysis: frame " + std::to_string(inPosition) +
+           " has not come, but frames far behind it; the analysis waits for it, and writes no "
+           "results without it. Play from the first frame on, and without dropping frames "
+           "(real_time=-1)";
 }
 
 void Service::Say(const Request& inRequest, const std::string& inText) {

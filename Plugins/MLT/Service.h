@@ -21,6 +21,10 @@ struct Request {
     int mPosition = 0;                     // from the filter's first frame on
     int mCount = 0;                        // frames that the filter lies on
     Size mProfile;                         // what rectangles are given in
+    int mKeyOffset = 0;  // from positions to those that key frames are counted by
+
+    /// The end of the animations, as MLT wants it told.
+    int KeyCount() const { return mCount + mKeyOffset; }
 };
 
 /// A filter: the state of one instance of it in a project.
@@ -45,6 +49,8 @@ public:
     virtual void Work(const Request& inRequest, Picture& ioPicture) = 0;
 
 protected:
+    /// What to tell where a frame did not come.
+    static std::string MissingFrame(int inPosition);
     /// Tells the user something in MLT's log, as a warning, the first time.
     void Say(const Request& inRequest, const std::string& inText);
 

@@ -115,6 +115,17 @@ descriptor::Rect Clip::Result(int inPosition) const {
     return {rect.x, rect.y, rect.w, rect.h};
 }
 
+descriptor::Frame LumaOf(const Image& inImage) {
+    const auto bytes = std::make_shared<std::vector<std::uint8_t>>();
+    for (std::size_t i = 0; i < inImage.mPixels.size(); i += 2)
+        bytes->push_back(inImage.mPixels[i]);
+    return {.pixels = bytes->data(),
+            .format = descriptor::PixelFormat::grey8,
+            .width = inImage.mWidth,
+            .height = inImage.mHeight,
+            .owner = bytes};
+}
+
 double Overlap(const descriptor::Rect& inA, const descriptor::Rect& inB) {
     const double width =
         std::min(inA.x + inA.width, inB.x + inB.width) - std::max(inA.x, inB.x);

@@ -70,6 +70,8 @@ private:
 Image RenderOf(mlt_producer inProducer, int inPosition, mlt_image_format inFormat, int inWidth,
                int inHeight);
 
+/// What trackers see of a picture in yuv422.
+descriptor::Frame LumaOf(const Image& inImage);
 /// Shared area by the area of both together.
 double Overlap(const descriptor::Rect& inA, const descriptor::Rect& inB);
 

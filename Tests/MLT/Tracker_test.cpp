@@ -19,17 +19,6 @@ const std::pair<std::string, std::string> kCar{"rect", "322 124 152 276"};
 const std::pair<std::string, std::string> kEach{"steps", "1"};
 const std::pair<std::string, std::string> kHidden{"shape_width", "0"};
 
-descriptor::Frame LumaOf(const Image& inImage) {
-    const auto bytes = std::make_shared<std::vector<std::uint8_t>>();
-    for (std::size_t i = 0; i < inImage.mPixels.size(); i += 2)
-        bytes->push_back(inImage.mPixels[i]);
-    return {.pixels = bytes->data(),
-            .format = descriptor::PixelFormat::grey8,
-            .width = inImage.mWidth,
-            .height = inImage.mHeight,
-            .owner = bytes};
-}
-
 // What the client layer says of the clip, without MLT's filter.
 const std::vector<descriptor::Rect>& Expected() {
     static const std::vector<descriptor::Rect> sRects = [] {
@@ -194,6 +183,18 @@ TEST(Tracker, AClipCutInTwoKeepsItsResultsInBothParts) {
             RenderOf(MLT_PLAYLIST_PRODUCER(list.get()), at, mlt_image_yuv422, 768, 432).mPixels,
             whole.Render(from).mPixels)
             << at;
+}
+
+TEST(Tracker, KeyFramesMayCountByTheSource) {
+    Clip part(kTracker,
+              {{"rect", "0=0 0 9 9;5=320 66 141 239"}, {"source_positions", "1"}, kEach}, 25, 5,
+              14);
+    part.Play();
+    EXPECT_THAT(part.Get("results"), testing::StartsWith("5~=320 66 141 239 1;6~="));
+    EXPECT_THAT(part.Get("results"), HasSubstr(";14~="));
+    EXPECT_THAT(part.Get("state"), testing::StartsWith("5|=key;6|=tracked"));
+    Clip plain("", {}, 25, 5, 14);
+    EXPECT_NE(part.Render(9).mPixels, plain.Render(9).mPixels) << "and they are drawn";
 }
 
 TEST(Tracker, ResultsAreDrawnWhereTheySay) {
