@@ -72,6 +72,12 @@ inline void Checkpoint(std::int64_t inDone, std::int64_t inOf) {
     if (!GoesOn(inDone, inOf)) throw Interrupted();
 }
 
+/// The same for loops of short steps.
+inline void SparseCheckpoint(std::int64_t inDone, std::int64_t inOf) {
+    constexpr std::int64_t kStepsAtOnce = 1 << 16;
+    if (inDone % kStepsAtOnce == 0) Checkpoint(inDone, inOf);
+}
+
 /// Names the part of the whole that comes next.
 inline void EnterStage(double inBegin, double inEnd) {
     if (detail::tWatch != nullptr) detail::tWatch->EnterStage(inBegin, inEnd);

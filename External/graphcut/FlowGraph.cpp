@@ -22,6 +22,8 @@
 #include <algorithm>
 #include <stdexcept>
 
+#include "image/Interruption.h"
+
 namespace {
 
 float FlowOf(const ArcNumbers& inArc) { return *inArc.mCapacity - *inArc.mResidual; }
@@ -175,8 +177,10 @@ void FlowGraph::AddLinkPair(unsigned int inFrom, unsigned int inTo, float inCapa
 
 void FlowGraph::AddLinks(std::span<const Link> inLinks) {
     ReserveLinks(inLinks.size());
-    for (const Link& link : inLinks)
+    for (const Link& link : inLinks) {
+        IP::SparseCheckpoint(&link - inLinks.data(), 0);
         AppendPair(link.mFrom, link.mTo, link.mCapacity, link.mCapacity);
+    }
     mLinkPairs += inLinks.size();
 }
 

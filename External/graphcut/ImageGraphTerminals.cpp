@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "External/graphcut/ImageGraphParts.h"
+#include "image/Interruption.h"
 
 namespace graphcut {
 
@@ -267,17 +268,20 @@ bool ImageGraph::SetFirstEnergies(const unsigned char* inForeground,
     // Added up and not multiplied: the roundings are those of pixel after pixel.
     std::vector<Energies> sums(1, Energies{0, 0});  // by the number of pixels
     for (unsigned int region = 0; region < mRegionCount; ++region) {
+        IP::SparseCheckpoint(region, 0);
         const unsigned int pixels = mRegions[region].mPixels;
         while (sums.size() <= pixels)
             sums.push_back(Moved(sums.back(), inUnstroked.mFromSource, inUnstroked.mToSink));
         mFlowGraph->SetTerminalCapacities(region + kFirstRegion, sums[pixels].mSource,
                                           sums[pixels].mSink, kSource, kSink);
     }
+    IP::Checkpoint(0, 0);
     std::fill(mPixelSourceEnergies.begin(), mPixelSourceEnergies.end(),
               inUnstroked.mFromSource);
     if (inUnstroked.mToSink != 0)
         std::fill(mPixelSinkEnergies.begin(), mPixelSinkEnergies.end(), inUnstroked.mToSink);
 
+    IP::Checkpoint(0, 0);
     // A region under strokes is walked once, at its first stroked pixel.
     std::vector<bool> isDone(mFlowGraph->mNodeCount);
     const auto pixels = static_cast<std::ptrdiff_t>(mPixelSourceEnergies.size());

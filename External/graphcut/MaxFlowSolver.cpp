@@ -38,6 +38,8 @@
 #include <limits>
 #include <utility>
 
+#include "image/Interruption.h"
+
 namespace {
 
 constexpr unsigned int kNoArc = FlowGraph::kNoArc;
@@ -158,9 +160,11 @@ float MaxFlowSolver::AugmentLoop(const Deadline& inDeadline, AbortCallback* inAb
 void MaxFlowSolver::PushDirectPaths() {
     if (mGraph->HasHomeTerminals()) {
         TerminalValues* const home = mGraph->mHomeResiduals.data();
-        for (unsigned int node = mNodeCount; node-- > FlowGraph::kFirstHomeNode;)
+        for (unsigned int node = mNodeCount; node-- > FlowGraph::kFirstHomeNode;) {
+            IP::SparseCheckpoint(node, 0);
             PushDirectPath(node, FlowGraph::kHomeToSource, FlowGraph::kHomeToSink,
                            home[node].mFromSource, home[node].mToSink);
+        }
     } else {
         auto& arcs = mGraph->mArcs;
         for (unsigned int arc = mGraph->mFirstArcs[mSource]; arc != kNoArc;
@@ -216,14 +220,17 @@ void MaxFlowSolver::FindSettledNodes() {
     for (unsigned int node = 0; node < mNodeCount; ++node)
         others += isAtSource(node) ? 0 : 1;
     if (others > mNodeCount / 4) return;
+    IP::Checkpoint(0, 0);
     mHasSettledNodes = true;
     for (unsigned int node = 0; node < mNodeCount; ++node)
         mMarks[node] = isAtSource(node) ? kSettled : 0;
-    for (unsigned int node = FlowGraph::kFirstHomeNode; node < mNodeCount; ++node)
+    for (unsigned int node = FlowGraph::kFirstHomeNode; node < mNodeCount; ++node) {
+        IP::SparseCheckpoint(node, 0);
         if (!isAtSource(node))
             for (unsigned int arc = mGraph->mFirstArcs[node]; arc != kNoArc;
                  arc = mGraph->mArcs[arc].mNext)
                 mMarks[mGraph->mArcs[arc].mHead] = 0;
+    }
 }
 
 // ---- Growth --------------------------------------------------------------------------

@@ -100,7 +100,12 @@ void ImageGraph::Initialize(int inRows, int inColumns, FlowGraph* inSharedGraph,
         MakeOwnFlowGraph(std::make_unique<std::vector<unsigned char>>());
     }
     mDefaultNode = mSourceNode;
-    std::fill_n(mNodeImage.get(), pixels, mDefaultNode);
+    constexpr std::int64_t kPixelsAtOnce = 1 << 21;
+    for (std::int64_t begin = 0; begin < pixels; begin += kPixelsAtOnce) {
+        IP::Checkpoint(0, 0);
+        std::fill_n(mNodeImage.get() + begin, std::min(kPixelsAtOnce, pixels - begin),
+                    mDefaultNode);
+    }
     mNeighborhood = inNeighborhood;
     mValid = true;
 }

@@ -98,7 +98,7 @@ py::tuple result_of(RegionResult inResult) {
 }
 
 /// What a run reports to: a function of Python or None. Ctrl-C is looked for in either case,
-/// so that it ends the run between two steps.
+/// so that it ends the run, within a step too.
 ProgressCallback progress_of(const py::object& inCallback) {
     const std::shared_ptr<py::object> callback(new py::object(inCallback), [](py::object* io) {
         const py::gil_scoped_acquire lock;
@@ -107,7 +107,8 @@ ProgressCallback progress_of(const py::object& inCallback) {
     return [callback](const Progress& inProgress) {
         const py::gil_scoped_acquire lock;
         if (PyErr_CheckSignals() != 0) throw py::error_already_set();
-        if (callback->is_none()) return true;
+        // Within a step nobody is told.
+        if (callback->is_none() || inProgress.is_within) return true;
         const py::object total = inProgress.total < 0 ? py::object(py::none())
                                                       : py::object(py::int_(inProgress.total));
         const py::object answer = (*callback)(inProgress.done, total);

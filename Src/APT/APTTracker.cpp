@@ -149,6 +149,7 @@ void APTTracker::TrackFeatures(const float* inPrevImage, const float* inCurrImag
     RequireLists(outFeatureListPtrVec);
     const int levels = static_cast<int>(std::min(mParams.mPyramidLevels, kMostLevels));
     mPrevPyramid.Reset(inPrevImage, inWidth, inHeight, kChannels, levels);
+    IP::Checkpoint(0, 0);
     mCurrPyramid.Reset(inCurrImage, inWidth, inHeight, kChannels, levels);
     const std::size_t count = std::min(inFeatureListPtrVec.size(), outFeatureListPtrVec.size());
     for (std::size_t i = 0; i < count; ++i) {

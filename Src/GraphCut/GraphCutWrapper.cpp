@@ -240,6 +240,7 @@ void GraphCutWrapper::BuildImageGraph(const unsigned char* inRGBImage,
     mSegments.clear();
     mFit = NewClearedImage(width, height);
     mLabels = NewImage(width, height);
+    IP::Checkpoint(0, 0);
     mImageGraph = TVK::MakeObject<ImageGraph>();
     mImageGraph->Initialize(GraphRect{0, 0, height, width}, nullptr, kGraphCutNeighborhood,
                             nullptr, 0, 1);

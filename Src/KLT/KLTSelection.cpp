@@ -305,6 +305,7 @@ void EnforceMinimumDistance(SortedPoints& ioPoints, int inCols, int inRows, int 
     IP::RecycledArray<unsigned char> map(static_cast<std::size_t>(std::max(inCols, 0)) *
                                          static_cast<std::size_t>(std::max(inRows, 0)));
     std::fill(map.begin(), map.end(), static_cast<unsigned char>(0));
+    IP::Checkpoint(0, 0);
     const int distance = inMinDist - 1;
     const int leastValue = std::max(inMinEigenvalue, 1);
     if (!inOverwriteAll)

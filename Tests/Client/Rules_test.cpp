@@ -1,6 +1,8 @@
 // The rules of the layer as a whole: names, settings, threads, and what the library reports.
 
+#include <span>
 #include <thread>
+#include <utility>
 
 #include "Client/ClientFrames.h"
 #include "Support/Test.h"
@@ -255,6 +257,46 @@ TEST(Progress, StopsARunBetweenFrames) {
     EXPECT_EQ(done, 3);
     EXPECT_EQ(seen, (std::vector<int>{1, 2, 3}));
     EXPECT_EQ(run(frames, [](int) {}), 5);
+}
+
+// The frame is given again, and comes to what it would have come to.
+TEST(Progress, StopsWithinAFrameThatCanBeGivenAgain) {
+    const auto frames = [] {
+        std::vector<Frame> made;
+        for (int n = 0; n < 4; ++n)
+            made.push_back(Testing::MovingFrame(n));
+        return made;
+    }();
+    for (const Engine engine : {Engine::klt, Engine::apt}) {
+        PointTracker plain({.engine = engine, .max_points = 30});
+        RegionTracker plainRegion({.x = 60, .y = 60, .width = 60, .height = 50});
+        PointTracker tracker({.engine = engine, .max_points = 30});
+        RegionTracker region({.x = 60, .y = 60, .width = 60, .height = 50});
+        std::size_t at = 0;
+        while (at < frames.size()) {
+            bool isStopped = false;
+            const auto once = [&](const Progress& inProgress) {
+                return !inProgress.is_within || std::exchange(isStopped, true);
+            };
+            const auto rest = std::span(frames).subspan(at);
+            EXPECT_EQ(run(
+                          rest, [&](const Frame& inFrame) { tracker.advance(inFrame); }, once),
+                      0);
+            EXPECT_TRUE(isStopped);
+            isStopped = false;
+            EXPECT_EQ(run(
+                          rest, [&](const Frame& inFrame) { region.advance(inFrame); }, once),
+                      0);
+            tracker.advance(frames[at]);
+            region.advance(frames[at]);
+            plain.advance(frames[at]);
+            EXPECT_EQ(region.result().rect, plainRegion.advance(frames[at]).rect);
+            ASSERT_EQ(tracker.points().size(), plain.points().size());
+            for (std::size_t i = 0; i < plain.points().size(); ++i)
+                EXPECT_EQ(tracker.points()[i].x, plain.points()[i].x);
+            ++at;
+        }
+    }
 }
 
 }  // namespace

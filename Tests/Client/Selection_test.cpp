@@ -164,7 +164,7 @@ TEST(Selection, StaysAsItIsWhenItIsStopped) {
     bool isStopped = false;
     int asked = 0;
     Selection selection(Picture(), {.progress = [&](const Progress& inProgress) {
-                            ++asked;
+                            asked += inProgress.is_within ? 0 : 1;
                             return !isStopped || inProgress.done < 1;
                         }});
     selection.add({Line(32, 24, 40), Line(4, 8, 88, Label::background)});
@@ -181,6 +181,27 @@ TEST(Selection, StaysAsItIsWhenItIsStopped) {
     EXPECT_TRUE(selection.can_redo());
     isStopped = false;
     selection.add(Line(50, 4, 8));
+    EXPECT_EQ(Bytes(selection.mask()), RawCuts(Picture(), selection.history()));
+}
+
+TEST(Selection, IsStoppedWithinACut) {
+    bool isStopped = true;
+    Selection selection(Picture(), {.progress = [&](const Progress& inProgress) {
+                            EXPECT_GE(inProgress.part, 0.0);
+                            EXPECT_LE(inProgress.part, 1.0);
+                            return !(isStopped && inProgress.is_within);
+                        }});
+    const Strokes strokes{Line(32, 24, 40), Line(4, 8, 88, Label::background)};
+    EXPECT_THROW(selection.add(strokes), Cancelled) << "a picture's first cut";
+    EXPECT_TRUE(selection.history().empty());
+    isStopped = false;
+    selection.add(strokes);
+    const auto before = Bytes(selection.mask());
+    isStopped = true;
+    EXPECT_THROW(selection.add(Line(50, 4, 8)), Cancelled) << "a further one";
+    EXPECT_EQ(Bytes(selection.mask()), before);
+    isStopped = false;
+    selection.add(Line(60, 70, 82, Label::background));
     EXPECT_EQ(Bytes(selection.mask()), RawCuts(Picture(), selection.history()));
 }
 

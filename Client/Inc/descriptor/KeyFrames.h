@@ -88,7 +88,8 @@ inline std::vector<RegionResult> track_between(const FrameAt& inFrames,
                                 static_cast<std::int64_t>(inKeys.size()) - 1;
     std::int64_t done = 0;
     const auto follow = [&](detail::Way& ioWay, RegionTracker& ioTracker, std::int64_t inAt) {
-        report_progress(inProgress, done++, 2 * frames);
+        report_progress(inProgress, done, 2 * frames);
+        const detail::Asking asking(inProgress, {done++, 2 * frames});
         Frame frame = inFrames(inAt);
         frame.number = inAt;
         ioWay.follow(ioTracker, frame);

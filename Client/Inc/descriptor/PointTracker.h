@@ -37,7 +37,8 @@ namespace descriptor {
 /// Threads: one at a time; a second one is told so by a `BusyError`. Different trackers may
 ///   work in any number of threads.
 /// Errors: `ArgumentError` for settings and frames that cannot be; the tracker then stands
-///   where it stood.
+///   where it stood. So does one that is stopped within a frame (see `run`), but for one with
+///   a `round_trip`, whose points may have ended: the next frame is then a first one.
 class PointTracker {
 public:
     /// @param inSource  a named one lets runs that are made again be answered from the cache.
@@ -73,11 +74,7 @@ public:
     /// Ends all points: the next frame, of any size, is a first one.
     void restart() {
         const detail::OneThread::Guard guard(mFlag, "PointTracker");
-        mEngine->restart();
-        mBook.clear();
-        mRun = new_run();
-        mSize = {};
-        mLast = {};
+        begin_anew();
     }
 
     /// What the last `advance` returned.
@@ -105,6 +102,14 @@ private:
                 !mSettings.verify};
     }
 
+    void begin_anew() {
+        mEngine->restart();
+        mBook.clear();
+        mRun = new_run();
+        mSize = {};
+        mLast = {};
+    }
+
     void step(const Frame& inFrame, const detail::RunName& inRun, long long inNumber,
               FramePoints& outPoints) {
         const std::vector<detail::Slot> slots = mEngine->step(inRun, inNumber);
@@ -114,7 +119,13 @@ private:
             mSettings.round_trip > 0.0 &&
             std::any_of(outPoints.begin(), outPoints.end(),
                         [](const Point& inPoint) { return inPoint.age > 0; });
-        if (isChecked) compare(mEngine->step_back(inRun, inNumber), outPoints);
+        if (!isChecked) return;
+        try {
+            compare(mEngine->step_back(inRun, inNumber), outPoints);
+        } catch (const Cancelled&) {  // the engine is a frame ahead already
+            begin_anew();
+            throw;
+        }
     }
 
     // Points near an edge leave the picture, and say nothing of a cut.

@@ -2,8 +2,10 @@
 
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <ranges>
 #include <string>
 #include <utility>
@@ -16,9 +18,14 @@ namespace descriptor {
 struct Progress {
     std::int64_t done = 0;    ///< frames, or strokes
     std::int64_t total = -1;  ///< of so many; -1: not known
+    double part = 0.0;        ///< of the one at work, from 0 to 1: a rough estimate
+    bool is_within = false;   ///< asked while one is at work, not between two
 };
 
-/// Called between frames, on the thread that works. False stops the run there.
+/// Called before each frame, and within one that takes long every few milliseconds, on the
+/// thread that works. False stops the run there: a cut or a tracker's step at work is given
+/// up within 50 ms on an 8K frame, a first frame of KLT within 100. The callback may not call
+/// the object that is at work.
 using ProgressCallback = std::function<bool(const Progress&)>;
 
 /// @throws Cancelled if the callback says stop. An empty callback never does.
@@ -31,8 +38,51 @@ inline void report_progress(const ProgressCallback& inCallback, std::int64_t inD
     throw Cancelled(text);
 }
 
-/// Calls `inStep` with each of the frames (any range of them), and the callback before each.
-/// @return  how many were done: all, unless the callback said stop.
+namespace detail {
+
+/// Has a callback asked within the computations of this thread, for its lifetime.
+class Asking {
+public:
+    Asking(const ProgressCallback& inCallback, const Progress& inProgress)
+        : mCallback(inCallback), mProgress(inProgress), mOuter(tInnermost) {
+        mProgress.is_within = true;
+        if (mCallback) tInnermost = this;
+    }
+    ~Asking() { tInnermost = mOuter; }
+    Asking(const Asking&) = delete;
+    Asking& operator=(const Asking&) = delete;
+
+    /// Null where nobody wants to be asked.
+    static Asking* innermost() noexcept { return tInnermost; }
+
+    /// For `DP::IInterruptibleWorkerItem`: at first, and then as often as somebody sees it.
+    static bool goes_on(void* ioAsking, double inPart) {
+        Asking& self = *static_cast<Asking*>(ioAsking);
+        const auto now = std::chrono::steady_clock::now();
+        if (self.mLast && now - *self.mLast < std::chrono::milliseconds(5)) return true;
+        self.mLast = now;
+        self.mProgress.part = inPart;
+        self.mHasStopped = !self.mCallback(self.mProgress);
+        return !self.mHasStopped;
+    }
+    bool has_stopped() const noexcept { return mHasStopped; }
+
+private:
+    static inline thread_local Asking* tInnermost = nullptr;
+
+    const ProgressCallback& mCallback;
+    Progress mProgress;
+    Asking* mOuter;
+    std::optional<std::chrono::steady_clock::time_point> mLast;
+    bool mHasStopped = false;
+};
+
+}  // namespace detail
+
+/// Calls `inStep` with each of the frames (any range of them), and the callback before each
+/// and within.
+/// @return  how many were done: all, unless the callback said stop. A frame that it stopped
+///          within does not count, and may be given to the tracker again.
 template <std::ranges::input_range Frames, class Step>
 std::int64_t run(Frames&& ioFrames, Step&& inStep, const ProgressCallback& inCallback = {}) {
     std::int64_t total = -1;
@@ -41,7 +91,13 @@ std::int64_t run(Frames&& ioFrames, Step&& inStep, const ProgressCallback& inCal
     std::int64_t done = 0;
     for (auto&& frame : ioFrames) {
         if (inCallback && !inCallback({done, total})) break;
-        inStep(frame);
+        const detail::Asking asking(inCallback, {done, total});
+        try {
+            inStep(frame);
+        } catch (const Cancelled&) {
+            if (!asking.has_stopped()) throw;
+            break;
+        }
         ++done;
     }
     return done;

@@ -28,7 +28,7 @@ struct SelectionSettings {
     /// with a `BusyError`. True: those that say so wait for each other's cuts, and whoever
     /// finds the room taken over cuts its picture and all its strokes anew, to the same bits.
     bool take_turns = false;
-    /// Called between cuts where several are made; false stops with `Cancelled`.
+    /// Called before each cut and within; false stops with `Cancelled`.
     ProgressCallback progress = {};
 };
 
@@ -133,6 +133,8 @@ private:
         for (; at < inHistory.size(); ++at) {
             report_progress(mSettings.progress, std::int64_t(at),
                             std::int64_t(inHistory.size()));
+            const detail::Asking asking(mSettings.progress,
+                                        {std::int64_t(at), std::int64_t(inHistory.size())});
             turn.begin();
             mGraphLabels = request(inHistory[at], at == 0);
             turn.end();

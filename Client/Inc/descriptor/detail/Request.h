@@ -8,7 +8,9 @@
 #include <utility>
 
 #include "DP/DescriptorFactory.h"
+#include "DP/IInterruptibleWorkerItem.h"
 #include "descriptor/Caches.h"
+#include "descriptor/Progress.h"
 #include "descriptor/Source.h"
 #include "descriptor/detail/Library.h"
 #include "quillet/UTF8ToUTF16.h"
@@ -74,7 +76,12 @@ DP::Ref<DP::IDescriptorData> ask(const char* inWhat, const OwnComputer& inComput
         const auto item = DP::CreateDescriptorWorkerItem(inKind);
         item->SetDataKey(inKey);
         inFill(item);
+        const DP::Ref<DP::IInterruptibleWorkerItem> interruptible(item);
+        if (Asking* const asking = Asking::innermost(); asking && interruptible != NULL)
+            interruptible->SetProgressCallback(&Asking::goes_on, asking);
         auto data = inComputer.get()->GetDescriptorData(item, inStore);
+        if (data == NULL && interruptible != NULL && interruptible->WasInterrupted())
+            throw Cancelled(std::string("stopped within ") + inWhat);
         if (data == NULL) throw_library_error(inWhat, "it had no answer");
         return data;
     });
