@@ -137,23 +137,27 @@ function(dp_add_benchmark name)
     endif()
 endfunction()
 
-# dp_add_fuzzer(NAME [SHARED])
-#   Fuzz/NAME.cpp with the corpus Fuzz/corpus/NAME. Everywhere ctest replays the corpus; with
+# dp_add_fuzzer(NAME [SHARED] [FROM FILE] [DEFINITIONS ...])
+#   Fuzz/NAME.cpp, or FILE.cpp, with the corpus Fuzz/corpus/NAME. Everywhere ctest replays the corpus; with
 #   DP_BUILD_FUZZERS it is libFuzzer that does, and then goes on for some thousand inputs of
 #   its own. SHARED is that of dp_add_test.
 function(dp_add_fuzzer name)
-    cmake_parse_arguments(arg "SHARED" "" "" ${ARGN})
+    cmake_parse_arguments(arg "SHARED" "FROM" "DEFINITIONS" ${ARGN})
     set(library descriptor_internal)
     if(arg_SHARED)
         set(library descriptor)
     endif()
+    if(NOT arg_FROM)
+        set(arg_FROM ${name})
+    endif()
     set(corpus ${CMAKE_CURRENT_SOURCE_DIR}/corpus/${name})
-    add_executable(fuzz_${name} ${name}.cpp)
+    add_executable(fuzz_${name} ${arg_FROM}.cpp)
+    target_compile_definitions(fuzz_${name} PRIVATE ${arg_DEFINITIONS})
     target_link_libraries(fuzz_${name} PRIVATE dp_flags ${library} fuzz_support)
     if(DP_BUILD_FUZZERS)
         target_link_options(fuzz_${name} PRIVATE -fsanitize=fuzzer)
         # Its own branches, those of a model above all, are nothing to explore.
-        set_source_files_properties(${name}.cpp PROPERTIES
+        set_source_files_properties(${arg_FROM}.cpp PROPERTIES
             COMPILE_OPTIONS -fno-sanitize=fuzzer-no-link)
         set(found ${CMAKE_CURRENT_BINARY_DIR}/found/${name})
         file(MAKE_DIRECTORY ${found})
