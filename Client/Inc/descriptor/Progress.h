@@ -44,16 +44,16 @@ namespace detail {
 class Asking {
 public:
     Asking(const ProgressCallback& inCallback, const Progress& inProgress)
-        : mCallback(inCallback), mProgress(inProgress), mOuter(tInnermost) {
+        : mCallback(inCallback), mProgress(inProgress), mOuter(current()) {
         mProgress.is_within = true;
-        if (mCallback) tInnermost = this;
+        if (mCallback) current() = this;
     }
-    ~Asking() { tInnermost = mOuter; }
+    ~Asking() { current() = mOuter; }
     Asking(const Asking&) = delete;
     Asking& operator=(const Asking&) = delete;
 
     /// Null where nobody wants to be asked.
-    static Asking* innermost() noexcept { return tInnermost; }
+    static Asking* innermost() noexcept { return current(); }
 
     /// For `DP::IInterruptibleWorkerItem`: at first, and then as often as somebody sees it.
     static bool goes_on(void* ioAsking, double inPart) {
@@ -68,7 +68,11 @@ public:
     bool has_stopped() const noexcept { return mHasStopped; }
 
 private:
-    static inline thread_local Asking* tInnermost = nullptr;
+    // In a function for the same reason as `last_report`.
+    static Asking*& current() noexcept {
+        static thread_local Asking* tInnermost = nullptr;
+        return tInnermost;
+    }
 
     const ProgressCallback& mCallback;
     Progress mProgress;
