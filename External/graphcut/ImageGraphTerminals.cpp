@@ -286,6 +286,7 @@ bool ImageGraph::SetFirstEnergies(const unsigned char* inForeground,
     std::vector<bool> isDone(mFlowGraph->mNodeCount);
     const auto pixels = static_cast<std::ptrdiff_t>(mPixelSourceEnergies.size());
     for (std::ptrdiff_t begin = 0; begin < pixels; begin += kStrokeBlock) {
+        IP::SparseCheckpoint(begin, 0);
         const std::ptrdiff_t end = std::min(begin + kStrokeBlock, pixels);
         if (!IsAnyAbove(inForeground + begin, inBackground + begin, end - begin, inThreshold))
             continue;
