@@ -10,6 +10,7 @@
 #include "DP/IKLTDescriptor.h"
 #include "DP/InterfaceIDs.h"
 #include "Src/ClassIDs.h"
+#include "Support/Test.h"
 #include "image/IPImage.h"
 
 namespace {
@@ -118,7 +119,6 @@ const std::pair<const char*, TVK::InterfaceID> kRows[] = {
     {"TVKUnknown", TVK::kIdentifierOf<TVK::TVKUnknown>},
 #define DP_ROW(inName) {#inName, TVK::kIdentifierOf<DP::inName>},
 #include "Identifiers.inc"
-#include "Support/Test.h"
 };
 
 TEST(Identifiers, AllDifferButTheOnePairThatIsShared) {
