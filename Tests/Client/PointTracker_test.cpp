@@ -216,6 +216,23 @@ TEST(PointTracker, GivesTheBitsOfTheRawTracker) {
     }
 }
 
+// The numbers begin anew as well, and by them KLT finds its pyramids.
+TEST_P(BothEngines, MeetNothingOfTheRunBeforeARestart) {
+    PointTracker tracker(Few(GetParam()));
+    for (int n = 0; n < 3; ++n)
+        tracker.advance(MovingFrame(n));
+    tracker.restart();
+    PointTracker fresh(Few(GetParam()));
+    for (int n = 3; n > 0; --n) {
+        tracker.advance(MovingFrame(n, 200, 160, 7));
+        fresh.advance(MovingFrame(n, 200, 160, 7));
+    }
+    ASSERT_GT(fresh.points().size(), 5u);
+    ASSERT_EQ(tracker.points().size(), fresh.points().size());
+    for (std::size_t i = 0; i < fresh.points().size(); ++i)
+        EXPECT_EQ(tracker.points()[i].x, fresh.points()[i].x);
+}
+
 TEST(PointTracker, RestartsWithFramesOfAnySize) {
     PointTracker tracker(Few(Engine::klt));
     tracker.advance(MovingFrame(0));

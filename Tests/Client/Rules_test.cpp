@@ -1,5 +1,6 @@
 // The rules of the layer as a whole: names, settings, threads, and what the library reports.
 
+#include <chrono>
 #include <span>
 #include <thread>
 #include <utility>
@@ -297,6 +298,46 @@ TEST(Progress, StopsWithinAFrameThatCanBeGivenAgain) {
             ++at;
         }
     }
+}
+
+TEST(Progress, AStoppedRectangleStandsWhereItStood) {
+    RegionTracker plain({.x = 60, .y = 60, .width = 60, .height = 50});
+    RegionTracker stopped({.x = 60, .y = 60, .width = 60, .height = 50});
+    plain.advance(Testing::MovingFrame(0));
+    stopped.advance(Testing::MovingFrame(0));
+    const std::vector<Frame> next{Testing::MovingFrame(1)};
+    EXPECT_EQ(run(
+                  next, [&](const Frame& inFrame) { stopped.advance(inFrame); },
+                  [](const Progress& inProgress) { return !inProgress.is_within; }),
+              0);
+    const Rect elsewhere{.x = 80, .y = 70, .width = 60, .height = 50};
+    plain.correct(elsewhere);
+    stopped.correct(elsewhere);
+    const RegionResult expected = plain.advance(next[0]);
+    EXPECT_EQ(stopped.advance(next[0]).rect, expected.rect);
+    EXPECT_EQ(stopped.result().state, expected.state);
+}
+
+// The wait is longer than that between two questions: nothing but whose they are keeps the
+// inner step's away.
+TEST(Progress, OfAStepWithinTheCallbackIsNotTheCallbacks) {
+    PointTracker outer({.engine = Engine::klt, .max_points = 30});
+    const std::vector<Frame> frames{Testing::MovingFrame(0)};
+    int asked = 0;
+    bool isInside = false;
+    const auto callback = [&](const Progress& inProgress) {
+        EXPECT_FALSE(isInside);
+        if (!inProgress.is_within || isInside || ++asked > 1) return true;
+        isInside = true;
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        PointTracker({.engine = Engine::klt, .max_points = 30}).advance(frames[0]);
+        isInside = false;
+        return true;
+    };
+    EXPECT_EQ(run(
+                  frames, [&](const Frame& inFrame) { outer.advance(inFrame); }, callback),
+              1);
+    EXPECT_GE(asked, 1);
 }
 
 }  // namespace

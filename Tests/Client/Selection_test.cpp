@@ -205,6 +205,23 @@ TEST(Selection, IsStoppedWithinACut) {
     EXPECT_EQ(Bytes(selection.mask()), RawCuts(Picture(), selection.history()));
 }
 
+// It would wait for the very cut that asks it.
+TEST(Selection, OfACallbackIsRefusedAndNotWaitedFor) {
+    Selection other(Picture(3), {.take_turns = true});
+    int asked = 0;
+    Selection selection(Picture(), {.take_turns = true, .progress = [&](const Progress&) {
+                                        ++asked;
+                                        EXPECT_THROW(other.add(Line(32, 24, 40)), BusyError);
+                                        EXPECT_THROW(Selection(Picture(), {.take_turns = true}),
+                                                     BusyError);
+                                        return true;
+                                    }});
+    selection.add({Line(32, 24, 40), Line(4, 8, 88, Label::background)});
+    EXPECT_GE(asked, 1);
+    other.add(Line(32, 24, 40));
+    EXPECT_EQ(Bytes(other.mask()).size(), std::size_t(kWidth * kHeight));
+}
+
 TEST(Selection, KeepsAMaskThatSomebodyHolds) {
     Selection selection(Picture());
     selection.add({Line(32, 24, 40), Line(4, 8, 88, Label::background)});

@@ -113,16 +113,15 @@ private:
     void step(const Frame& inFrame, const detail::RunName& inRun, long long inNumber,
               FramePoints& outPoints) {
         const std::vector<detail::Slot> slots = mEngine->step(inRun, inNumber);
-        mBook.update(slots, mSettings.engine == Engine::klt, outPoints);
-        outPoints.is_cut = is_cut(outPoints, inFrame);
-        const bool isChecked =
-            mSettings.round_trip > 0.0 &&
-            std::any_of(outPoints.begin(), outPoints.end(),
-                        [](const Point& inPoint) { return inPoint.age > 0; });
-        if (!isChecked) return;
         try {
-            compare(mEngine->step_back(inRun, inNumber), outPoints);
-        } catch (const Cancelled&) {  // the engine is a frame ahead already
+            mBook.update(slots, mSettings.engine == Engine::klt, outPoints);
+            outPoints.is_cut = is_cut(outPoints, inFrame);
+            const bool isChecked =
+                mSettings.round_trip > 0.0 &&
+                std::any_of(outPoints.begin(), outPoints.end(),
+                            [](const Point& inPoint) { return inPoint.age > 0; });
+            if (isChecked) compare(mEngine->step_back(inRun, inNumber), outPoints);
+        } catch (...) {  // the engine is a frame ahead already
             begin_anew();
             throw;
         }

@@ -24,8 +24,9 @@ struct Progress {
 
 /// Called before each frame, and within one that takes long every few milliseconds, on the
 /// thread that works. False stops the run there: a cut or a tracker's step at work is given
-/// up within 50 ms on an 8K frame, a first frame of KLT within 100. The callback may not call
-/// the object that is at work.
+/// up within some 50 ms on an 8K frame, a first frame of KLT within 100, a further stroke over
+/// half of the picture within 800. The callback may not call the object that is at work;
+/// within a cut it may call no `Selection` (`BusyError`).
 using ProgressCallback = std::function<bool(const Progress&)>;
 
 /// @throws Cancelled if the callback says stop. An empty callback never does.
@@ -60,7 +61,7 @@ public:
         Asking& self = *static_cast<Asking*>(ioAsking);
         const auto now = std::chrono::steady_clock::now();
         if (self.mLast && now - *self.mLast < std::chrono::milliseconds(5)) return true;
-        self.mLast = now;
+        const Call call(self);
         self.mProgress.part = inPart;
         self.mHasStopped = !self.mCallback(self.mProgress);
         return !self.mHasStopped;
@@ -68,6 +69,24 @@ public:
     bool has_stopped() const noexcept { return mHasStopped; }
 
 private:
+    // The length of one call of the callback. What it asks of the library itself is no part of
+    // the computation that asks it, and its own time does not count towards the next question.
+    class Call {
+    public:
+        explicit Call(Asking& ioAsking)
+            : mAsking(ioAsking), mAsked(std::exchange(current(), nullptr)) {}
+        ~Call() {
+            current() = mAsked;
+            mAsking.mLast = std::chrono::steady_clock::now();
+        }
+        Call(const Call&) = delete;
+        Call& operator=(const Call&) = delete;
+
+    private:
+        Asking& mAsking;
+        Asking* mAsked;
+    };
+
     // In a function for the same reason as `last_report`.
     static Asking*& current() noexcept {
         static thread_local Asking* tInnermost = nullptr;

@@ -104,7 +104,7 @@ public:
             return mLast;
         }
         RegionResult result = mLast;
-        begin(checked(inRect), result);
+        begin(checked(inRect), mImage, result);
         mLast = std::move(result);
         return mLast;
     }
@@ -115,6 +115,8 @@ public:
     const RegionSettings& settings() const noexcept { return mSettings; }
 
 private:
+    using Image = IP::ImagePtr<float>;
+
     static const RegionSettings& checked(const RegionSettings& inSettings) {
         inSettings.check();
         return inSettings;
@@ -130,16 +132,17 @@ private:
 
     const RegionResult& take(const Frame& inFrame, std::optional<Rect> inKey) {
         mSize.check(inFrame);
-        mImage = mEngine.image_of(inFrame);
+        Image image = mEngine.image_of(inFrame);
         RegionResult result = mLast;
         result.time = inFrame.time;
         result.frame = inFrame.number.value_or(mStart ? 0 : mLast.frame + 1);
         if (inKey)
-            begin(*inKey, result);
-        else if (mEngine.is_last(mImage))
+            begin(*inKey, image, result);
+        else if (mEngine.is_last(image))
             hold(result);
         else
-            follow(result);
+            follow(image, result);
+        mImage = std::move(image);
         mStart.reset();
         mSize.keep(inFrame);
         mLast = std::move(result);
@@ -147,8 +150,8 @@ private:
     }
 
     // A key frame.
-    void begin(const Rect& inRect, RegionResult& ioResult) {
-        detail::RegionStep step = mEngine.start(mImage, ioResult.frame, inRect);
+    void begin(const Rect& inRect, const Image& inImage, RegionResult& ioResult) {
+        detail::RegionStep step = mEngine.start(inImage, ioResult.frame, inRect);
         mBook.clear();
         accept(std::move(step), RegionState::key_frame, ioResult);
         ioResult.lost_since.reset();
@@ -161,8 +164,8 @@ private:
         mMisses = 0;
     }
 
-    void follow(RegionResult& ioResult) {
-        detail::RegionStep step = mEngine.follow(mImage, ioResult.frame);
+    void follow(const Image& inImage, RegionResult& ioResult) {
+        detail::RegionStep step = mEngine.follow(inImage, ioResult.frame);
         if (step.is_seen()) {
             accept(std::move(step), RegionState::tracked, ioResult);
             ioResult.lost_since.reset();
@@ -172,12 +175,17 @@ private:
             ioResult.lost_since = ioResult.frame;
         ioResult.points.clear();
         ioResult.state = RegionState::held;
-        if (++mMisses <= mSettings.hold_frames) return;
-        ioResult.state = RegionState::lost;
-        detail::RegionStep anew = mEngine.start(mImage, ioResult.frame, ioResult.rect);
-        if (!anew.has_points()) return;
-        mBook.clear();
-        accept(std::move(anew), RegionState::restarted, ioResult);
+        const int misses = mMisses + 1;
+        if (misses > mSettings.hold_frames) {
+            ioResult.state = RegionState::lost;
+            detail::RegionStep anew = mEngine.start(inImage, ioResult.frame, ioResult.rect);
+            if (anew.has_points()) {
+                mBook.clear();
+                accept(std::move(anew), RegionState::restarted, ioResult);
+                return;
+            }
+        }
+        mMisses = misses;
     }
 
     void accept(detail::RegionStep inStep, RegionState inState, RegionResult& ioResult) {
@@ -196,7 +204,7 @@ private:
     detail::SlotBook mBook;
     detail::FrameSize mSize;
     std::optional<Rect> mStart;  // until the first frame
-    IP::ImagePtr<float> mImage;  // of the newest frame
+    Image mImage;                // of the newest frame
     RegionResult mLast;
     int mMisses = 0;  // frames since the last that showed the rectangle
     detail::OneThread mFlag;

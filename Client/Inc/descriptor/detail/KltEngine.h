@@ -49,10 +49,9 @@ inline auto klt_property(const PointSettings& inSettings, int inStep) {
 class KltEngine final : public PointEngine {
 public:
     KltEngine(const Source& inSource, const PointSettings& inSettings)
-        : mSettings(inSettings),
-          mImages(inSource),
-          mPyramids(quillet::utility::UTF8ToUTF16(unique_text("klt "))),
-          mForward("a KLT tracker", mPyramids, klt_property(inSettings, 1)) {}
+        : mSettings(inSettings), mImages(inSource) {
+        begin_pyramids();
+    }
 
     // It keeps its points on equal frames by itself, and finds the pyramids of the frame
     // before by the number of this one less one: no frame may be skipped.
@@ -64,8 +63,11 @@ public:
     bool is_repeated() const override { return mIsRepeated; }
 
     std::vector<Slot> step(const RunName& inRun, long long inNumber) override {
-        const auto data =
-            ask_for(mForward, inRun.text("klt"), inNumber, 1, mSettings.least(), mImage, mNext);
+        if (!mArePyramidsOurs) begin_pyramids();
+        mArePyramidsOurs = false;
+        const auto data = ask_for(*mForward, inRun.text("klt"), inNumber, 1, mSettings.least(),
+                                  mImage, mNext);
+        mArePyramidsOurs = true;
         mBefore = mImage;
         mImage = mNext;
         mData = data;
@@ -82,6 +84,7 @@ public:
     void restart() override {
         mData = nullptr;
         mImage = nullptr;
+        mArePyramidsOurs = false;
     }
 
 private:
@@ -89,6 +92,16 @@ private:
 
     std::vector<Slot> slots() const {
         return slots_of(*DP::Ref<DP::IKLTDescriptorData>(mData)->GetFeatureList());
+    }
+
+    // Pyramids are found by this name and a frame's number. Where the numbers begin anew, or a
+    // step that was stopped may have left the pyramid of a frame that another one takes the
+    // place of, they need another name.
+    void begin_pyramids() {
+        mPyramids = quillet::utility::UTF8ToUTF16(unique_text("klt "));
+        mBackward.reset();
+        mForward.emplace("a KLT tracker", mPyramids, klt_property(mSettings, 1));
+        mArePyramidsOurs = true;
     }
 
     DP::Ref<DP::IDescriptorData> ask_for(const OwnComputer& inComputer,
@@ -108,7 +121,8 @@ private:
     PointSettings mSettings;
     GreyImages<unsigned char> mImages;
     quillet::WideString mPyramids;  // what the frames' pyramids are called
-    OwnComputer mForward;
+    bool mArePyramidsOurs = false;  // each of that name is of a frame of this run
+    std::optional<OwnComputer> mForward;
     std::optional<OwnComputer> mBackward;
     Image mBefore;
     Image mImage;

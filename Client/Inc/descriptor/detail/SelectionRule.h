@@ -27,6 +27,7 @@ class SelectionLeave {
 public:
     /// @throws BusyError where another selection is there, unless both take turns.
     explicit SelectionLeave(bool inTakesTurns) : mTakesTurns(inTakesTurns) {
+        refuse_within_cut();
         {
             const std::scoped_lock lock(gSelection.mAdmission);
             if (gSelection.mAlone > 0 || (!inTakesTurns && gSelection.mSharing > 0))
@@ -49,9 +50,14 @@ public:
     class Turn {
     public:
         explicit Turn(const SelectionLeave& inLeave)
-            : mLock(gSelection.mCutting),
+            : mLock(lock()),
               mHadGraph(gSelection.mGraphOwner == inLeave.mOwner),
-              mOwner(inLeave.mOwner) {}
+              mOwner(inLeave.mOwner) {
+            is_cutting() = true;
+        }
+        ~Turn() { is_cutting() = false; }
+        Turn(const Turn&) = delete;
+        Turn& operator=(const Turn&) = delete;
 
         /// Whether the library kept this one's graph since its last turn.
         bool had_graph() const { return mHadGraph; }
@@ -62,12 +68,30 @@ public:
         /// @}
 
     private:
+        static std::unique_lock<std::mutex> lock() {
+            refuse_within_cut();
+            return std::unique_lock(gSelection.mCutting);
+        }
+
         std::unique_lock<std::mutex> mLock;
         bool mHadGraph;
         std::uint64_t mOwner;
     };
 
 private:
+    // Of this thread. In a function for the same reason as `last_report`.
+    static bool& is_cutting() noexcept {
+        static thread_local bool tIsCutting = false;
+        return tIsCutting;
+    }
+    // The callback of a cut would wait for that very cut.
+    static void refuse_within_cut() {
+        if (is_cutting())
+            throw BusyError(
+                "Selection: a cut is at work on this thread, and its callback may "
+                "call no selection");
+    }
+
     bool mTakesTurns;
     std::uint64_t mOwner = 0;
 };
