@@ -1,12 +1,13 @@
 // win_load_cycles: loads the library, works with it, and unloads it, many times; on Windows.
 //
-//     win_load_cycles MODULE COUNT
+//     win_load_cycles MODULE CONTROL COUNT
 //
 // MODULE is a plug-in that is linked with the library, as a host's is. After each cycle the
 // library must be gone from the process, and at no time may there be a second thread. After
 // some cycles that do not count, no more may leave memory of the system's behind, from which
-// the recycler's blocks are. Blocks of the heap are counted and shown, not judged: each cycle
-// leaves some under Wine, and whose they are, the loader's or ours, is not known.
+// the recycler's blocks are, nor more blocks of the heap than CONTROL does, a plug-in with one
+// variable of each thread and nothing else: GCC keeps the place of such a variable until the
+// thread ends, though its library is gone, and ours has one.
 
 #include <malloc.h>
 #include <windows.h>
@@ -76,14 +77,30 @@ bool Cycle(const char* inModule, int inCycle, int inThreads) {
     return true;
 }
 
+struct Left {
+    long mBlocks = 0, mAllocations = 0;
+};
+
+// What so many cycles left behind, after some that do not count.
+bool LeftByCycles(const char* inModule, int inCount, Left& outLeft) {
+    const int threads = CountThreads();
+    for (int i = 0; i < kWarmUp; ++i)
+        if (!Cycle(inModule, i, threads)) return false;
+    const Left before{CountBlocks(), CountAllocations()};
+    for (int i = 0; i < inCount; ++i)
+        if (!Cycle(inModule, i, threads)) return false;
+    outLeft = {CountBlocks() - before.mBlocks, CountAllocations() - before.mAllocations};
+    return true;
+}
+
 }  // namespace
 
 int main(int inCount, char** inArguments) {
-    if (inCount != 3) {
-        std::fputs("usage: win_load_cycles MODULE COUNT\n", stderr);
+    if (inCount != 4) {
+        std::fputs("usage: win_load_cycles MODULE CONTROL COUNT\n", stderr);
         return 2;
     }
-    const int count = std::atoi(inArguments[2]);
+    const int count = std::atoi(inArguments[3]);
     // A host has the compiler's run times loaded for good. They leave blocks behind at each
     // unloading of their own.
     for (const char* const runTime : {"libstdc++-6.dll", "libwinpthread-1.dll"})
@@ -91,19 +108,12 @@ int main(int inCount, char** inArguments) {
             Fail(runTime, 0);
             return 1;
         }
-    const int threads = CountThreads();
-    for (int i = 0; i < kWarmUp; ++i)
-        if (!Cycle(inArguments[1], i, threads)) return 1;
-    const long blocks = CountBlocks();
-    const long allocations = CountAllocations();
-    for (int i = 0; i < count; ++i)
-        if (!Cycle(inArguments[1], i, threads)) return 1;
-    const long leftBlocks = CountBlocks() - blocks;
-    const long leftAllocations = CountAllocations() - allocations;
-    const bool passed = leftAllocations <= 0;
-    std::printf(
-        "%s  %d cycles left %ld blocks (of %ld) and %ld allocations (of %ld), %d threads\n",
-        passed ? "PASS" : "FAIL", count, leftBlocks, blocks, leftAllocations, allocations,
-        CountThreads());
+    Left control, module;
+    if (!LeftByCycles(inArguments[2], count, control)) return 1;
+    if (!LeftByCycles(inArguments[1], count, module)) return 1;
+    const bool passed = module.mBlocks <= control.mBlocks && module.mAllocations <= 0;
+    std::printf("%s  %d cycles left %ld blocks (control: %ld) and %ld allocations, %d threads\n",
+                passed ? "PASS" : "FAIL", count, module.mBlocks, control.mBlocks,
+                module.mAllocations, CountThreads());
     return passed ? 0 : 1;
 }

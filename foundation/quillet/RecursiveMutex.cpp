@@ -2,10 +2,12 @@
 
 #include "quillet/RecursiveMutex.h"
 
+#include "platform/RecursiveMutex.h"
+
 namespace quillet::threads {
 
 RecursiveMutex::RecursiveMutex() = default;
-RecursiveMutex::~RecursiveMutex() = default;
+RecursiveMutex::~RecursiveMutex() { platform::GiveBack(mMutex); }
 void RecursiveMutex::Lock(const char*) { mMutex.lock(); }
 void RecursiveMutex::Unlock() { mMutex.unlock(); }
 
