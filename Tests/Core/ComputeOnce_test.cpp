@@ -3,7 +3,7 @@
 
 #include <atomic>
 #include <barrier>
-#include <latch>
+#include <future>
 #include <stdexcept>
 #include <thread>
 
@@ -152,29 +152,28 @@ TEST_F(ComputeOnce, AComputerWithoutAPropertyThrows) {
 // ---- Many threads --------------------------------------------------------------------
 
 TEST_F(ComputeOnce, ASecondThreadWaitsForTheFirstAndGetsItsObject) {
-    std::latch inside(1);
-    std::latch mayFinish(1);
+    std::promise<void> inside, mayFinish;
     Data first;
     Data second;
     std::thread one([&] {
         first = Get(1, [&] {
-            inside.count_down();
-            mayFinish.wait();
+            inside.set_value();
+            mayFinish.get_future().wait();
             return mCount();
         });
     });
-    inside.wait();
+    inside.get_future().wait();
     // The second is on its way before the first may finish. Whether it already waits on
     // the key cannot be seen from here; that it never computes can.
-    std::latch onItsWay(1);
+    std::promise<void> onItsWay;
     std::thread two([&] {
-        onItsWay.count_down();
+        onItsWay.set_value();
         second = GetCached(1);
     });
-    onItsWay.wait();
+    onItsWay.get_future().wait();
     // Another key passes while the first is being computed; it would hang here otherwise.
     EXPECT_TRUE(Get(2, mCount) != NULL);
-    mayFinish.count_down();
+    mayFinish.set_value();
     one.join();
     two.join();
     EXPECT_EQ(first, second);
@@ -182,23 +181,22 @@ TEST_F(ComputeOnce, ASecondThreadWaitsForTheFirstAndGetsItsObject) {
 }
 
 TEST_F(ComputeOnce, WhenTheFirstThrowsOneOfThoseWhoWaitedComputes) {
-    std::latch inside(1);
-    std::latch mayFail(1);
+    std::promise<void> inside, mayFail;
     std::vector<Data> results(4);
     std::thread failing([&] {
         EXPECT_THROW(Get(1,
                          [&]() -> Data {
-                             inside.count_down();
-                             mayFail.wait();
+                             inside.set_value();
+                             mayFail.get_future().wait();
                              throw std::runtime_error("no frame");
                          }),
                      std::runtime_error);
     });
-    inside.wait();
+    inside.get_future().wait();
     std::vector<std::thread> waiting;
     for (auto& result : results)
         waiting.emplace_back([&] { result = Get(1, mCount); });
-    mayFail.count_down();
+    mayFail.set_value();
     failing.join();
     for (auto& thread : waiting)
         thread.join();

@@ -4,7 +4,7 @@
 #include "DescriptorDataCache.h"
 
 #include <chrono>
-#include <latch>
+#include <barrier>
 #include <thread>
 
 #include "DP/DescriptorFactory.h"
@@ -243,7 +243,7 @@ TEST_F(Cache, OneThreadAtATimeLooksAtTheData) {
     stored->Init(Wide("clip"), 1, 2, 3);
     stored->mCrossing = &crossing;
     mCache->StoreData(stored, CountedData::Make());
-    std::latch start(2);
+    std::barrier start(2);
     std::thread reader([&] {
         start.arrive_and_wait();
         for (int i = 0; i < 20; ++i)
