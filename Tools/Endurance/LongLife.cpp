@@ -17,11 +17,9 @@
 
 #include "Clip.h"
 #include "DP/DescriptorFactory.h"
-#include "DP/IAPTDescriptor.h"
-#include "DP/IGraphCutDescriptor.h"
 #include "DP/IGreyImageDescriptor.h"
-#include "DP/IKLTDescriptor.h"
 #include "Resident.h"
+#include "Session.h"
 #include "Support/EveryKind.h"
 #include "Support/Malloc.h"
 #include "Support/WideStrings.h"
@@ -34,8 +32,8 @@
 namespace {
 
 using DP::Ref;
+using Endurance::Session;
 using Scenarios::Clip;
-using Testing::Wide;
 
 constexpr int kCheckpoints = 20;
 constexpr double kMayGrow = 1 << 20;
@@ -97,125 +95,9 @@ bool Requests(long inCount) {
 
 // ---- Frames --------------------------------------------------------------------------
 
-// Both trackers, the region tracker and a stroke on each frame of a clip that runs to and
-// fro. The kept results go at each checkpoint, and tracking starts anew.
-class Session {
-public:
-    Session() {
-        for (int i = 0; i < kFrames; ++i) {
-            mBytes.push_back(mClip.Bytes(i));
-            mFloats.push_back(mClip.Floats(i));
-        }
-        mColour = mClip.Bgra(0);
-        mStroke = Scenarios::MakeImage<unsigned char>(mClip.mColumns, mClip.mRows);
-        std::fill_n(mStroke->GetData(), mClip.Pixels(), static_cast<unsigned char>(0));
-        std::fill_n(mStroke->GetData(), 8, static_cast<unsigned char>(255));
-    }
-
-    void Step(long inStep) {
-        const long turn = inStep % (2 * kFrames - 2);
-        const auto now =
-            static_cast<std::size_t>(turn < kFrames ? turn : 2 * kFrames - 2 - turn);
-        Klt(inStep, mBytes[now]);
-        Apt(inStep, mFloats[now]);
-        Region(inStep, mFloats[now]);
-        Cut(inStep);
-        mPrevious = static_cast<long>(now);
-    }
-
-    void LetGo() {
-        mKlt = nullptr;
-        mApt = nullptr;
-        mRegion = nullptr;
-        mLabels = nullptr;
-        mPrevious = -1;
-    }
-
-private:
-    static constexpr int kFrames = 40;
-
-    template <class T>
-    IP::ImagePtr<T> PreviousOf(const std::vector<IP::ImagePtr<T>>& inFrames) const {
-        return mPrevious < 0 ? nullptr : inFrames[static_cast<std::size_t>(mPrevious)];
-    }
-
-    void Klt(long inStep, const IP::ImagePtr<unsigned char>& inImage) {
-        const auto type = DP::kDescriptorDataTypeKLT;
-        const auto item = DP::CreateDescriptorWorkerItem(type);
-        item->SetDataKey(DP::CreateKLTDescriptorDataKey(Wide("clip"), inStep, 1, 40,
-                                                        mClip.mRows, mClip.mColumns, 10, 30));
-        Ref<DP::IKLTDescriptorWorkerItem>(item)->SetInputImages(PreviousOf(mBytes), inImage,
-                                                                mKlt);
-        mKlt = DP::CreateDescriptorComputer(
-                   DP::CreateKLTDescriptorProperty(40, 1, 10, 30, Wide("clip"), type))
-                   ->GetDescriptorData(item, true);
-    }
-
-    void Apt(long inStep, const IP::ImagePtr<float>& inImage) {
-        const auto type = DP::kDescriptorDataTypeAPT;
-        const auto item = DP::CreateDescriptorWorkerItem(type);
-        item->SetDataKey(DP::CreateAPTDescriptorDataKey(
-            Wide("clip"), inStep, 0, 40, mClip.mRows, mClip.mColumns, 6, 30, 0.0f, 1));
-        Ref<DP::IAPTDescriptorWorkerItem>(item)->SetInputs(PreviousOf(mFloats), inImage, mApt,
-                                                           unsigned(mClip.mColumns),
-                                                           unsigned(mClip.mRows));
-        mApt = Ref<DP::IAPTDescriptorData>(
-            DP::CreateDescriptorComputer(
-                DP::CreateAPTDescriptorProperty(40, 0, 6, 30, Wide("clip"), type, 0.0f, 1))
-                ->GetDescriptorData(item, true));
-    }
-
-    void Region(long inStep, const IP::ImagePtr<float>& inImage) {
-        const auto type = DP::kDescriptorDataTypeRegionTracker;
-        const auto region =
-            TVK::MakeObject<TVK::ParamRect<float>>(TVK::ParamRect<float>{20, 15, 70, 55});
-        if (mRegion == NULL) mRegion = DP::CreateRegionDescriptorData(region);
-        const auto item = DP::CreateDescriptorWorkerItem(type);
-        item->SetDataKey(DP::CreateRegionTrackerDescriptorDataKey(
-            Wide("clip"), inStep, 0, 40, mClip.mRows, mClip.mColumns, region, 0, 4, 10));
-        Ref<DP::IRegionTrackerDescriptorWorkerItem>(item)->SetInputs(
-            PreviousOf(mFloats), inImage, mRegion, unsigned(mClip.mColumns),
-            unsigned(mClip.mRows));
-        mRegion = Ref<DP::IRegionTrackerDescriptorData>(
-            DP::CreateDescriptorComputer(DP::CreateRegionTrackerDescriptorProperty(
-                                             40, 0, 4, 10, Wide("clip"), region, 0, type))
-                ->GetDescriptorData(item, true));
-    }
-
-    // A new frame every 50 steps, strokes in between.
-    void Cut(long inStep) {
-        if (inStep % 50 == 0) mLabels = nullptr;
-        const auto type = DP::kDescriptorDataTypeGraphCut;
-        const auto background =
-            Scenarios::MakeImage<unsigned char>(mClip.mColumns, mClip.mRows);
-        std::fill_n(background->GetData(), mClip.Pixels(), static_cast<unsigned char>(0));
-        background->GetData()[(inStep * 131) % long(mClip.Pixels())] = 255;
-        const auto item = DP::CreateDescriptorWorkerItem(type);
-        item->SetDataKey(
-            DP::CreateDescriptorDataKey(Wide("clip"), inStep, mClip.mRows, mClip.mColumns));
-        Ref<DP::IGraphCutDescriptorWorkerItem>(item)->SetInputs(
-            mColour.data(), unsigned(mClip.RowBytes()), mStroke, background, mLabels);
-        mLabels =
-            Ref<DP::IGraphCutDescriptorData>(
-                DP::CreateDescriptorComputer(DP::CreateDescriptorProperty(Wide("clip"), type))
-                    ->GetDescriptorData(item, false))
-                ->GetLabelImage();
-    }
-
-    Clip mClip{.mColumns = 96, .mRows = 72, .mSpeedX = 0.8, .mSpeedY = 0.4, .mNoise = 2};
-    std::vector<IP::ImagePtr<unsigned char>> mBytes;
-    std::vector<IP::ImagePtr<float>> mFloats;
-    std::vector<unsigned char> mColour;
-    IP::ImagePtr<unsigned char> mStroke;
-    long mPrevious = -1;
-    Ref<DP::IDescriptorData> mKlt;
-    Ref<DP::IAPTDescriptorData> mApt;
-    Ref<DP::IRegionTrackerDescriptorData> mRegion;
-    IP::ImagePtr<unsigned char> mLabels;
-};
-
 bool Frames(long inCount) {
-    Session session;
+    Session session({.mColumns = 96, .mRows = 72, .mSpeedX = 0.8, .mSpeedY = 0.4, .mNoise = 2},
+                    40);
     return Run(
         "frames", inCount, [&](long inStep) { session.Step(inStep); },
         [&] { session.LetGo(); });
