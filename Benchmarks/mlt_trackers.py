@@ -9,8 +9,9 @@ first frame, and runs as `melt ... -consumer xml` in a process that sees the mod
 avformat, xml and the one it is in. Needs melt and ffmpeg, and MLT's OpenCV module.
 
 Prints for each tracker the mean overlap with the truth (shared area by the area of both), by
-clip and over all, frames a second of the whole process, the time of a run over one frame, and
-the most memory.
+clip and over all, frames a second of the whole process, the time of a run over one frame, the
+processor's time of that run beyond one without a tracker (in a process that sees core, avformat
+and xml alone), and the most memory.
 """
 import argparse
 import os
@@ -24,6 +25,7 @@ import xml.etree.ElementTree as ElementTree
 MODULES = pathlib.Path("/usr/lib/x86_64-linux-gnu/mlt-7")
 TRACKERS = [("descriptor", "descriptor.tracker", [])] + [
     (name, "opencv.tracker", [f"algo={name}"]) for name in ("KCF", "CSRT", "MOSSE", "MEDIANFLOW")]
+ONE_FRAME = ("in=0", "out=0")
 
 
 def overlap(one, other):
@@ -36,38 +38,47 @@ def overlap(one, other):
 
 
 def measured(command, environment):
-    """Seconds, and the most memory in MB, of a process of its own."""
+    """Seconds, the processor's, and the most memory in MB, of a process of its own."""
     start = time.monotonic()
     process = subprocess.Popen(command, env=environment, stdout=subprocess.DEVNULL,
                                stderr=subprocess.DEVNULL)
     _, _, usage = os.wait4(process.pid, 0)
-    return time.monotonic() - start, usage.ru_maxrss / 1024
+    return (time.monotonic() - start, usage.ru_utime + usage.ru_stime, usage.ru_maxrss / 1024)
+
+
+def least(runs):
+    """The least time, and the least of the processor's, of runs as `measured` tells them."""
+    return tuple(min(values) for values in list(zip(*runs))[:2])
 
 
 class Bench:
     def __init__(self, arguments, folder):
         self.folder, self.steps = folder, arguments.steps
         self.environment = {}
-        for module in ("descriptor", "opencv"):
-            tree = folder / module
+        for module in ("descriptor", "opencv", ""):
+            tree = folder / f"modules-{module}"
             tree.mkdir()
-            for name in ("core", "avformat", "xml", module):
+            for name in filter(None, ("core", "avformat", "xml", module)):
                 home = arguments.tree / "modules" if name == "descriptor" else MODULES
                 (tree / f"libmlt{name}.so").symlink_to((home / f"libmlt{name}.so").resolve())
             self.environment[module] = {
                 **os.environ, "MLT_REPOSITORY": str(tree),
                 "LD_LIBRARY_PATH": ":".join(arguments.library or [])}
 
-    def run(self, clip, tracker, rectangle, *more):
-        _, service, properties = tracker
+    def melt(self, module, clip, *more):
         out = self.folder / "out.mlt"
         out.unlink(missing_ok=True)
-        figures = measured(
-            ["melt", "-silent", str(clip), *more, "-filter", service,
-             "rect=" + " ".join(map(str, rectangle)), f"steps={self.steps}", "shape_width=1",
-             *properties, "-consumer", f"xml:{out}", "all=1", "real_time=-1"],
-            self.environment[service.split(".")[0]])
-        node = ElementTree.parse(out).find(".//filter/property[@name='results']")
+        return measured(["melt", "-silent", str(clip), *more, "-consumer", f"xml:{out}", "all=1",
+                         "real_time=-1"], self.environment[module])
+
+    def run(self, clip, tracker, rectangle, *more):
+        _, service, properties = tracker
+        figures = self.melt(
+            service.split(".")[0], clip, *more, "-filter", service,
+            "rect=" + " ".join(map(str, rectangle)), f"steps={self.steps}", "shape_width=1",
+            *properties)
+        node = ElementTree.parse(self.folder / "out.mlt").find(
+            ".//filter/property[@name='results']")
         text = "" if node is None else node.text
         found = {int(key[0]): tuple(map(float, key[1:])) for key in re.findall(
             r"(\d+)~=([-\d.]+) ([-\d.]+) ([-\d.]+) ([-\d.]+)", text)}
@@ -93,22 +104,25 @@ def main():
             clips[clip] = [tuple(map(float, line.split(","))) for line in
                            boxes.read_text("ascii").split()]
         print("| tracker | " + " | ".join(clip.stem for clip in clips) +
-              " | mean | frames/s | start, s | memory, MB |")
-        print("|---" * (len(clips) + 5) + "|")
+              " | mean | frames/s | one frame, s | tracker's share, s | memory, MB |")
+        print("|---" * (len(clips) + 6) + "|")
+        alone = sum(least(bench.melt("", clip, *ONE_FRAME) for _ in range(5))[1]
+                    for clip in clips) / len(clips)
         for tracker in TRACKERS:
             means, frames, seconds, memory, starts = [], 0, 0.0, 0.0, []
             for clip, truth in clips.items():
                 first = tuple(round(value) for value in truth[0])
-                found, time_used, most = bench.run(clip, tracker, first)
+                found, time_used, _, most = bench.run(clip, tracker, first)
                 means.append(sum(overlap(found[at], truth[at]) for at in found) / len(truth))
                 frames += len(truth)
                 seconds += time_used
                 memory = max(memory, most)
-                starts.append(min(bench.run(clip, tracker, first, "in=0", "out=0")[1]
-                                  for _ in range(3)))
+                starts.append(least(bench.run(clip, tracker, first, *ONE_FRAME)[1:]
+                                    for _ in range(5)))
             cells = [f"{value:.3f}" for value in [*means, sum(means) / len(means)]]
-            print(f"| {tracker[0]} | {' | '.join(cells)} | {frames / seconds:.1f} | "
-                  f"{sum(starts) / len(starts):.2f} | {memory:.0f} |", flush=True)
+            start, busy = (sum(values) / len(starts) for values in zip(*starts))
+            print(f"| {tracker[0]} | {' | '.join(cells)} | {frames / seconds:.1f} | {start:.2f} | "
+                  f"{busy - alone:.3f} | {memory:.0f} |", flush=True)
 
 
 if __name__ == "__main__":

@@ -58,8 +58,8 @@ void RegionAnalysis::Step(int inPosition, const descriptor::Frame& inGrey) {
 void RegionAnalysis::AtKey(int inPosition, const descriptor::KeyFrame& inKey,
                            const descriptor::Frame& inGrey) {
     const descriptor::KeyFrame key{inPosition, Rescaled(inKey.rect, mTask.mProfile, mGrey)};
-    descriptor::RegionTracker tracker(key.rect);
-    const descriptor::RegionResult at = tracker.advance(inGrey);
+    mTracker.emplace(key.rect);
+    const descriptor::RegionResult at = mTracker->advance(inGrey);
     if (mTask.mIsBackward) {
         const auto frames = [this](std::int64_t inAt) {
             return mStore.At(inAt);
@@ -79,9 +79,7 @@ void RegionAnalysis::AtKey(int inPosition, const descriptor::KeyFrame& inKey,
     }
     Keep(inPosition, at);
     // Between two key frames that are followed from both sides nobody need run ahead.
-    mTracker.reset();
-    if (!mTask.mIsBackward || &inKey == &mTask.mKeys.back())
-        mTracker.emplace(key.rect).advance(inGrey);
+    if (mTask.mIsBackward && &inKey != &mTask.mKeys.back()) mTracker.reset();
     mLastKey = key;
 }
 

@@ -6,7 +6,10 @@ namespace descriptor_mlt {
 
 std::optional<descriptor::Rect> RegionService::Locate(const Request& inRequest,
                                                       const Picture& inPicture) {
-    if (const auto result = ResultAt(inRequest)) return result;
+    if (const auto result = ResultAt(inRequest)) {
+        EndPreview(inRequest);
+        return result;
+    }
     RegionTask task;
     task.mKeys = KeysOf(inRequest, "rect");
     if (task.mKeys.empty()) task.mKeys = DefaultKeys(inRequest, inPicture);
@@ -18,7 +21,11 @@ std::optional<descriptor::Rect> RegionService::Locate(const Request& inRequest,
     const std::scoped_lock lock(mMutex);
     // Another thread may have finished it meanwhile.
     if (const auto result = ResultAt(inRequest)) return result;
-    if (!mAnalysis) mAnalysis.emplace();
+    if (!mAnalysis) {
+        mAnalysis.emplace();
+        if (!task.mKeys.empty())
+            mlt_properties_set(inRequest.mProperties, "state", "unfinished");
+    }
     mAnalysis->Set(task, {grey.width, grey.height});
     if (!mAnalysis->Take(inRequest.mPosition, grey))
         Say(inRequest, MissingFrame(mAnalysis->Next()));
@@ -31,6 +38,13 @@ std::optional<descriptor::Rect> RegionService::Locate(const Request& inRequest,
     }
     if (!at) return std::nullopt;
     return at->mRect;
+}
+
+void RegionService::EndPreview(const Request& inRequest) {
+    const std::scoped_lock lock(mMutex);
+    if (!mAnalysis) return;
+    mAnalysis.reset();
+    mlt_properties_set(inRequest.mProperties, "state", nullptr);
 }
 
 std::optional<descriptor::Rect> RegionService::Known(const Request& inRequest, int inPosition) {

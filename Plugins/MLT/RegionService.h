@@ -26,6 +26,9 @@ protected:
                                                           const Picture& inPicture);
 
 private:
+    /// Editors analyse in a copy of the filter, and set `results` of the one that is seen.
+    void EndPreview(const Request& inRequest);
+
     std::mutex mMutex;
     std::optional<RegionAnalysis> mAnalysis;  // while one is under way
 };

@@ -1,5 +1,6 @@
 #include "Results.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <memory>
@@ -62,7 +63,7 @@ std::vector<descriptor::KeyFrame> KeysOf(const Request& inRequest, const char* i
 std::optional<descriptor::Rect> ResultAt(const Request& inRequest) {
     const mlt_animation animation = AnimationOf(inRequest, "results");
     if (!animation) return std::nullopt;
-    const int least = mlt_properties_get(inRequest.mProperties, "state") ? 1 : 2;
+    const int least = std::min(2, inRequest.mCount);
     if (mlt_animation_key_count(animation) < least) return std::nullopt;
     const mlt_rect rect = mlt_properties_anim_get_rect(
         inRequest.mProperties, "results", inRequest.mPosition + inRequest.mKeyOffset,

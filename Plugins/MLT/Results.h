@@ -20,8 +20,8 @@ std::vector<descriptor::KeyFrame> KeysOf(const Request& inRequest, const char* i
 
 /// The rectangle of a finished analysis at the request's position.
 ///
-/// `results` counts as finished from two key frames on: with fewer it is the rectangle to
-/// begin with, which editors keep there until an analysis has run.
+/// `results` counts as finished from two key frames on: with one it is the rectangle to begin
+/// with, which editors keep there until an analysis has run. Of a single frame it is both.
 std::optional<descriptor::Rect> ResultAt(const Request& inRequest);
 
 /// Writes `results`, a smooth animation with a key frame every `inSteps` positions, at the

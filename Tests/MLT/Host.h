@@ -19,10 +19,12 @@ struct CloseMlt {
     void operator()(mlt_filter inFilter) const { mlt_filter_close(inFilter); }
     void operator()(mlt_profile inProfile) const { mlt_profile_close(inProfile); }
     void operator()(mlt_playlist inList) const { mlt_playlist_close(inList); }
+    void operator()(mlt_consumer inConsumer) const { mlt_consumer_close(inConsumer); }
 };
 using Producer = std::unique_ptr<mlt_producer_s, CloseMlt>;
 using Filter = std::unique_ptr<mlt_filter_s, CloseMlt>;
 using Playlist = std::unique_ptr<mlt_playlist_s, CloseMlt>;
+using Consumer = std::unique_ptr<mlt_consumer_s, CloseMlt>;
 using Profile = std::unique_ptr<mlt_profile_s, CloseMlt>;
 
 struct Image {
@@ -52,6 +54,8 @@ public:
                  int inHeight = 0);
     /// All of them in order, for the first pass.
     void Play();
+    /// The same through a consumer, as editors analyse, and paused at a frame if one is given.
+    void Consume(int inPauseAt = -1);
 
     std::string Get(const char* inName) const;
     void Set(const char* inName, const std::string& inValue);

@@ -97,6 +97,28 @@ TEST(Tracker, AMissingFrameIsToldAndNoResultIsWritten) {
     EXPECT_EQ(log.find("has not come"), log.rfind("has not come")) << "told once";
 }
 
+TEST(Tracker, AnAnalysisThatIsStoppedSaysSoAndASecondOneEnds) {
+    Clip clip(kTracker, {kCar, kEach});
+    clip.Consume(8);
+    EXPECT_THAT(clip.Get("results"), IsEmpty());
+    EXPECT_EQ(clip.Get("state"), "unfinished");
+    clip.Consume();
+    ExpectAsTheClientLayer(clip);
+    EXPECT_EQ(clip.Get("state"), "0|=key;1|=tracked");
+
+    Clip seen(kTracker, {kCar});
+    seen.Render(0);
+    seen.Set("results", clip.Get("results"));
+    seen.Render(1);
+    EXPECT_THAT(seen.Get("state"), IsEmpty()) << "analysed elsewhere";
+}
+
+TEST(Tracker, MltsOwnIsStoodInForWhereItsModuleIsMissing) {
+    Clip clip("opencv.tracker", {{"results", kCar.second}, {"algo", "KCF"}, kEach});
+    clip.Play();
+    ExpectAsTheClientLayer(clip);
+}
+
 TEST(Tracker, InstancesKnowNothingOfEachOther) {
     Clip one(kTracker, {kCar, kEach});
     Clip other(kTracker, {{"rect", "88 94 160 320"}, kEach});
