@@ -370,6 +370,29 @@ void ThrowOrReturn(quillet::config::ErrorLevel, const char*, unsigned long, long
     if (!Host::Called(kInComparison)) throw HostError();
 }
 
+#if defined(__SANITIZE_THREAD__)
+#define HAS_THREAD_SANITIZER 1
+#elif defined(__has_feature)
+#if __has_feature(thread_sanitizer)
+#define HAS_THREAD_SANITIZER 1
+#endif
+#endif
+
+#if defined(HAS_THREAD_SANITIZER)
+// A race ends the run behind its input, when the threads are gone. Ended where it is reported
+// the process can hang: libFuzzer then writes the input while the sanitizer holds its locks.
+volatile bool sHasRaced = false;
+
+extern "C" __attribute__((no_sanitize_thread)) void __tsan_on_report(void*) {
+    sHasRaced = true;
+}
+__attribute__((no_sanitize_thread)) void RequireNoRace() {
+    Fuzz::Require(!sHasRaced, "no race");
+}
+#else
+void RequireNoRace() {}
+#endif
+
 void Run(const std::uint8_t* inData, std::size_t inSize) {
     if (kIsAlone) return Host(Fuzz::Input(inData, inSize)).Run();
     const std::size_t part = inSize / kThreads;
@@ -391,5 +414,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* inData, std::size_t in
     Run(inData, inSize);
     quillet::config::SetThrowError(nullptr);
     FlushAllDescriptorResources();
+    RequireNoRace();
     return 0;
 }
