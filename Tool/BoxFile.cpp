@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 
 #include "UserError.h"
@@ -25,7 +26,7 @@ Box ParseBox(const std::string& inText) {
 }
 
 std::vector<Box> ReadBoxes(const std::string& inFile) {
-    std::ifstream file(inFile);
+    std::ifstream file{std::filesystem::path(inFile)};
     if (!file) throw UserError("file '" + inFile + "' cannot be read");
     std::vector<Box> boxes;
     for (std::string line; std::getline(file, line);) {

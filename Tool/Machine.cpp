@@ -1,8 +1,6 @@
 #include "Machine.h"
 
-#include <sys/utsname.h>
-
-#include <fstream>
+#include "System.h"
 
 namespace Host {
 
@@ -23,17 +21,7 @@ std::string InstructionSetLevel() {
     return v4 ? "x86-64-v4" : v3 ? "x86-64-v3" : v2 ? "x86-64-v2" : "x86-64-v1";
 }
 #else
-std::string InstructionSetLevel() {
-    utsname system{};
-    return uname(&system) == 0 ? system.machine : "unknown";
-}
+std::string InstructionSetLevel() { return ProcessorName(); }
 #endif
-
-int ProcessThreads() {
-    std::ifstream status("/proc/self/status");
-    for (std::string word; status >> word;)
-        if (int count = 0; word == "Threads:" && status >> count) return count;
-    return 0;
-}
 
 }  // namespace Host

@@ -9,7 +9,4 @@ namespace Host {
 /// "x86-64-v1" to "x86-64-v4" as the psABI has them; elsewhere the architecture.
 std::string InstructionSetLevel();
 
-/// The threads of this process now; 0 where the system does not tell.
-int ProcessThreads();
-
 }  // namespace Host

@@ -29,6 +29,10 @@ struct AvDeleter {
 template <class T>
 using AvPtr = std::unique_ptr<T, AvDeleter>;
 
+/// False where the program was built without FFmpeg's libraries: then pictures are PNG files,
+/// and there are no videos.
+bool CanWriteVideo();
+
 /// What FFmpeg says of an error number.
 std::string AvErrorText(int inError);
 

@@ -1,6 +1,5 @@
 #include "Options.h"
 
-#include <unistd.h>
 #include <CLI/CLI.hpp>
 
 #include <charconv>
@@ -10,8 +9,10 @@
 #include "EditorFiles.h"
 #include "FrameReader.h"
 #include "Help.h"
+#include "MediaFile.h"
 #include "RawReader.h"
 #include "RenderedClip.h"
+#include "System.h"
 #include "UserError.h"
 
 namespace Host {
@@ -20,7 +21,7 @@ namespace {
 void PrepareFolder(const std::string& inFolder) {
     std::error_code error;
     std::filesystem::create_directories(inFolder, error);
-    if (error || access(inFolder.c_str(), W_OK | X_OK) != 0)
+    if (error || !CanWriteInto(inFolder))
         throw UserError("folder '" + inFolder + "' cannot be written");
 }
 
@@ -58,6 +59,14 @@ void InputOptions::AddTo(CLI::App& ioCommand) {
         ->type_name("N");
     ioCommand.add_option("--size", mSize, "Size of the rendered clip (640x480).")
         ->type_name("WxH");
+    CLI::Option* const raw = AddRawTo(ioCommand);
+    ioCommand.add_option("--fps", mRawRate, "Raw frames a second, for playback (25).")
+        ->needs(raw)
+        ->check(CLI::Range(1.0, 1000.0).description(""))
+        ->type_name("N");
+}
+
+CLI::Option* InputOptions::AddRawTo(CLI::App& ioCommand) {
     CLI::Option* const raw =
         ioCommand
             .add_option("--raw", mRawSize,
@@ -67,10 +76,7 @@ void InputOptions::AddTo(CLI::App& ioCommand) {
     ioCommand.add_option("--format", mRawPixels, "Raw pixels: bgra (default), rgb24 or gray8.")
         ->needs(raw)
         ->type_name("NAME");
-    ioCommand.add_option("--fps", mRawRate, "Raw frames a second, for playback (25).")
-        ->needs(raw)
-        ->check(CLI::Range(1.0, 1000.0).description(""))
-        ->type_name("N");
+    return raw;
 }
 
 void OutputOptions::AddEditorsTo(CLI::App& ioCommand, const std::string& inWhat) {
@@ -127,6 +133,7 @@ void OutputOptions::AddFolderTo(CLI::App& ioCommand) {
 
 void OutputOptions::AddTo(CLI::App& ioCommand) {
     AddFolderTo(ioCommand);
+    mWithoutVideo = !CanWriteVideo();
     ioCommand.add_flag("--no-video", mWithoutVideo, "Write pictures only.");
     ioCommand
         .add_option("--progress", mProgress,

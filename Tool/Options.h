@@ -12,7 +12,8 @@
 
 namespace CLI {
 class App;
-}
+class Option;
+}  // namespace CLI
 
 namespace Host {
 
@@ -33,6 +34,8 @@ struct InputOptions {
     long long mFrames = 0;
 
     void AddTo(CLI::App& ioCommand);
+    /// `--raw` alone, which is given back, and `--format`.
+    CLI::Option* AddRawTo(CLI::App& ioCommand);
     /// Opens the input, or the rendered clip where none is named.
     std::unique_ptr<FrameSource> Open() const;
     /// The files that will be read.

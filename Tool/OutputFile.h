@@ -3,6 +3,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 namespace Host {
 
@@ -26,9 +27,10 @@ public:
     OutputFile& operator=(const OutputFile&) = delete;
 
     const std::string& Name() const { return mName; }
-    int Descriptor() const { return mDescriptor; }
+    /// All of it, as it is; false where the system does not take it.
+    bool Write(std::string_view inBytes) const;
     /// A path for libraries that open files themselves: it leads to this very file, whatever
-    /// has happened to the name since.
+    /// has happened to the name since. On Windows it is the name.
     std::string PathOfOpenFile() const;
 
 private:

@@ -1,13 +1,11 @@
 #include "Progress.h"
 
-#include <sys/ioctl.h>
-#include <unistd.h>
-
 #include <cmath>
 #include <cstdio>
 #include <utility>
 
 #include "JsonFile.h"
+#include "System.h"
 
 namespace Host {
 namespace {
@@ -22,19 +20,13 @@ std::string TimeText(double inSeconds) {
     return std::to_string(seconds / 60) + " min " + std::to_string(seconds % 60) + " s";
 }
 
-std::size_t TerminalWidth() {
-    winsize size{};
-    const bool known = ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 1;
-    return known ? size.ws_col : 80;
-}
-
 }  // namespace
 
 Progress::Progress(std::string inWhat, long long inTotal, const std::string& inForm)
     : mWhat(std::move(inWhat)),
       mForm(inForm),
       mTotal(inTotal),
-      mTerminal(isatty(STDERR_FILENO) != 0) {}
+      mTerminal(IsErrorsATerminal()) {}
 
 Progress::~Progress() {
     if (mLineOpen) std::fputs("\r\033[K", stderr);

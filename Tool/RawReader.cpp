@@ -1,16 +1,36 @@
 #include "RawReader.h"
 
-extern "C" {
-#include <libavutil/rational.h>
-}
-
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
+#include <utility>
 
 #include "Interrupt.h"
 #include "UserError.h"
 
 namespace Host {
+namespace {
+
+// The simplest fraction that is this rate, by its continued fraction: 29.97 is 2997/100. The
+// rates of video are wholes over 1001 at worst.
+TimeBase TimeBaseOf(double inFrameRate) {
+    constexpr double kMost = 1001000.0, kTolerance = 1e-9;
+    double numerator = std::floor(inFrameRate), denominator = 1.0;
+    double lastNumerator = 1.0, lastDenominator = 0.0;
+    double rest = inFrameRate - numerator;
+    while (std::abs(numerator / denominator - inFrameRate) > kTolerance * inFrameRate) {
+        const double whole = std::floor(1.0 / rest);
+        const double nextNumerator = whole * numerator + lastNumerator;
+        const double nextDenominator = whole * denominator + lastDenominator;
+        if (nextNumerator > kMost) break;
+        rest = 1.0 / rest - whole;
+        lastNumerator = std::exchange(numerator, nextNumerator);
+        lastDenominator = std::exchange(denominator, nextDenominator);
+    }
+    return {int(denominator), int(numerator)};
+}
+
+}  // namespace
 
 RawFormat::Pixels ParsePixels(const std::string& inText) {
     if (inText == "bgra") return RawFormat::Pixels::kBgra;
@@ -32,10 +52,8 @@ RawReader::RawReader(const std::string& inInput, const RawFormat& inFormat,
     : mInput(inInput),
       mFormat(inFormat),
       mMaxFrames(inMaxFrames),
-      mBytes(inFormat.FrameBytes()) {
-    const AVRational rate = av_d2q(inFormat.mFrameRate, 1001000);
-    mTimeBase = {rate.den, rate.num};
-}
+      mTimeBase(TimeBaseOf(inFormat.mFrameRate)),
+      mBytes(inFormat.FrameBytes()) {}
 
 std::size_t RawReader::FillBytes() {
     std::size_t filled = 0;

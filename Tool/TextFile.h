@@ -2,9 +2,6 @@
 
 #pragma once
 
-#include <unistd.h>
-
-#include <cerrno>
 #include <string>
 #include <string_view>
 
@@ -34,13 +31,7 @@ public:
 
 private:
     bool WriteOut() {
-        for (std::size_t from = 0; from < mText.size();) {
-            const ssize_t written =
-                write(mFile.Descriptor(), mText.data() + from, mText.size() - from);
-            if (written < 0 && errno == EINTR) continue;
-            if (written <= 0) return false;
-            from += std::size_t(written);
-        }
+        if (!mFile.Write(mText)) return false;
         mText.clear();
         return true;
     }

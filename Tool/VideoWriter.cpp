@@ -15,6 +15,8 @@ extern "C" {
 
 namespace Host {
 
+bool CanWriteVideo() { return true; }
+
 VideoShape::VideoShape(int inWidth, int inHeight, const FrameSource& inSource)
     : VideoShape(inWidth, inHeight, inSource.FrameRate(), inSource.GetTimeBase()) {
     mSound = inSource.Sound();

@@ -5,11 +5,14 @@
 #include <cstdio>
 #include <exception>
 #include <iostream>
+#include <string>
+#include <vector>
 
 #include "Commands/Commands.h"
 #include "DP/DescriptorFactory.h"
 #include "Help.h"
 #include "Interrupt.h"
+#include "System.h"
 #include "UserError.h"
 
 namespace {
@@ -89,8 +92,13 @@ int CheckedOutput(int inExitCode) {
 }  // namespace
 
 int main(int inCount, char** inArguments) {
+    Host::MakeStreamsPlain();
+    std::vector<std::string> texts = Host::Utf8Arguments(inCount, inArguments);
+    std::vector<char*> arguments;
+    for (std::string& text : texts)
+        arguments.push_back(text.data());
     try {
-        return CheckedOutput(RunProgram(inCount, inArguments));
+        return CheckedOutput(RunProgram(int(arguments.size()), arguments.data()));
     } catch (const Host::UsageError& error) {
         return Complain(error.what(), kBadOption);
     } catch (const Host::UserError& error) {

@@ -19,4 +19,5 @@ BENCHMARK_PACKAGES="libbenchmark-dev libopencv-dev libopencv-contrib-dev"
 ARM64_PACKAGES="g++-aarch64-linux-gnu gfortran-aarch64-linux-gnu qemu-user-static"
 WINDOWS_PACKAGES="g++-mingw-w64-x86-64-posix gfortran-mingw-w64-x86-64-posix wine wine64
     googletest"
+WINDOWS_TOOL_PACKAGES="libz-mingw-w64-dev libcli11-dev nlohmann-json3-dev pkg-config make xz-utils"
 BARE_ROOT_PACKAGES="debootstrap debian-archive-keyring git util-linux"

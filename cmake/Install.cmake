@@ -34,7 +34,7 @@ install(DIRECTORY foundation/TVK foundation/quillet foundation/platform
     DESTINATION ${DP_HEADERS} COMPONENT development FILES_MATCHING PATTERN "*.h"
     PATTERN "Object.h" EXCLUDE PATTERN "SingletonGuard.h" EXCLUDE PATTERN "MixHash.h" EXCLUDE
     PATTERN "Files.h" EXCLUDE PATTERN "Pages.h" EXCLUDE PATTERN "Processor.h" EXCLUDE
-    PATTERN "StaticMutex.h" EXCLUDE)
+    PATTERN "StaticMutex.h" EXCLUDE PATTERN "platform/RecursiveMutex.h" EXCLUDE)
 install(FILES image/IPImage.h DESTINATION ${DP_HEADERS}/image COMPONENT development)
 install(DIRECTORY Client/Inc/descriptor DESTINATION ${DP_HEADERS} COMPONENT development
     FILES_MATCHING PATTERN "*.h")

@@ -1,5 +1,6 @@
 # cmake -D WAY=package|pkgconfig|subproject -D REPOSITORY=... -D BUILD=... -D WORK=...
-#       -D LIBDIR=... -D CXX=... -D GENERATOR=... [-D FLAGS=...] -P run.cmake
+#       -D LIBDIR=... -D CXX=... -D GENERATOR=... [-D FLAGS=...]
+#       [-D TOOLCHAIN=... -D EMULATOR=...] -P run.cmake
 # Builds and runs the stranger's project: against an install of the build tree, found by
 # CMake's package file or by pkg-config, or with the repository as a part of it.
 
@@ -12,6 +13,9 @@ endfunction()
 
 set(source ${CMAKE_CURRENT_LIST_DIR})
 set(configure ${CMAKE_COMMAND} -G ${GENERATOR} -B ${WORK}/build -DCMAKE_CXX_COMPILER=${CXX})
+if(TOOLCHAIN)  # which knows the compiler
+    set(configure ${CMAKE_COMMAND} -G ${GENERATOR} -B ${WORK}/build --toolchain ${TOOLCHAIN})
+endif()
 file(REMOVE_RECURSE ${WORK})
 file(MAKE_DIRECTORY ${WORK}/build)
 if(NOT WAY STREQUAL "subproject")
@@ -26,7 +30,13 @@ if(NOT WAY STREQUAL "subproject")
 endif()
 
 if(WAY STREQUAL "package")
-    step(${configure} -S ${source} -DCMAKE_PREFIX_PATH=${WORK}/install
+    # Toolchains look for packages in their own root alone.
+    set(place -DCMAKE_PREFIX_PATH=${WORK}/install)
+    if(TOOLCHAIN)
+        set(place -Ddescriptor_DIR=${WORK}/install/${LIBDIR}/cmake/descriptor)
+        set(ENV{WINEPATH} ${WORK}/install/bin)  # Windows looks for libraries along a path
+    endif()
+    step(${configure} -S ${source} ${place}
         "-DCMAKE_CXX_FLAGS=${FLAGS}")
     step(${CMAKE_COMMAND} --build ${WORK}/build)
 elseif(WAY STREQUAL "pkgconfig")
@@ -40,5 +50,7 @@ else()
         -DCMAKE_CXX_FLAGS=-O0)
     step(${CMAKE_COMMAND} --build ${WORK}/build --parallel ${cores})
 endif()
-step(${WORK}/build/consumer)
-step(${WORK}/build/client_consumer)
+foreach(program consumer client_consumer)
+    file(GLOB file ${WORK}/build/${program} ${WORK}/build/${program}.exe)
+    step(${EMULATOR} ${file})
+endforeach()

@@ -3,8 +3,8 @@
 
 #include "DescriptorDataCache.h"
 
-#include <chrono>
 #include <barrier>
+#include <chrono>
 #include <thread>
 
 #include "DP/DescriptorFactory.h"

@@ -15,13 +15,13 @@ namespace {
 using namespace Testing;
 using Bytes = std::vector<unsigned char>;
 
-// A path of the test's own; the file is gone afterwards.
+// A path of the test's own, with letters of two bytes and of three; gone afterwards.
 class TemporaryFile {
 public:
     TemporaryFile() {
         const auto* const test = testing::UnitTest::GetInstance()->current_test_info();
         mPath = (std::filesystem::temp_directory_path() /
-                 (std::string("dp_diagnostics_") + test->name() + ".ppm"))
+                 (std::string("dp_\u00e9\u6f22_") + test->name() + ".ppm"))
                     .string();
         std::filesystem::remove(mPath);
     }
@@ -32,7 +32,7 @@ public:
     const char* Path() const { return mPath.c_str(); }
     bool Exists() const { return std::filesystem::exists(mPath); }
     Bytes Content() const {
-        std::ifstream stream(mPath, std::ios::binary);
+        std::ifstream stream(std::filesystem::path(mPath), std::ios::binary);
         return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
     }
 

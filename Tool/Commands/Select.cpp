@@ -31,6 +31,7 @@ using descriptor::Strokes;
 
 struct SelectOptions {
     std::string mPicture;
+    InputOptions mRaw;  // how bare pixels lie in it
     std::vector<std::string> mForeground, mBackground;
     std::string mStrokesFile;
     std::string mTruth;
@@ -81,6 +82,15 @@ Strokes ReadStrokes(const std::string& inForeground, const std::string& inBackgr
     return strokes;
 }
 
+Frame ReadSelected(const SelectOptions& inOptions) {
+    if (inOptions.mRaw.mRawSize.empty()) return ReadPicture(inOptions.mPicture);
+    InputOptions raw = inOptions.mRaw;
+    raw.mInput = inOptions.mPicture;
+    Frame frame;
+    if (!raw.Open()->Read(frame)) throw UserError("no picture came");  // Ctrl-C
+    return frame;
+}
+
 // The cuts of a file as `--interactive` saves it.
 std::vector<Strokes> ReadSavedStrokes(const std::string& inFile, const Frame& inPicture) {
     try {
@@ -107,7 +117,8 @@ SelectInput RenderedInput(const SelectOptions& inOptions) {
 SelectInput ReadInput(const SelectOptions& inOptions) {
     if (inOptions.mForeground.size() != inOptions.mBackground.size())
         throw UsageError("--foreground and --background take as many files each");
-    if (inOptions.mPicture.empty()) return RenderedInput(inOptions);
+    if (inOptions.mPicture.empty() && inOptions.mRaw.mRawSize.empty())
+        return RenderedInput(inOptions);
     if (inOptions.mDemo)
         throw UsageError("--demo paints on the rendered scene: name no picture");
     if (!inOptions.mSize.empty())
@@ -119,7 +130,7 @@ SelectInput ReadInput(const SelectOptions& inOptions) {
             "a picture needs strokes: --strokes FILE, --foreground FILE --background FILE, or "
             "--interactive");
 
-    SelectInput input{inOptions.mPicture, ReadPicture(inOptions.mPicture), {}, {}};
+    SelectInput input{inOptions.mPicture, ReadSelected(inOptions), {}, {}};
     for (std::size_t i = 0; i < inOptions.mForeground.size(); ++i)
         input.mStrokes.push_back(
             ReadStrokes(inOptions.mForeground[i], inOptions.mBackground[i], input.mPicture));
@@ -281,6 +292,7 @@ void AddSelectCommand(CLI::App& ioProgram, Run& outRun) {
                      Wrapped("The picture. Left out, a scene with a known foreground and "
                              "strokes is rendered."))
         ->type_name("");
+    options->mRaw.AddRawTo(*command);
     const auto files = [&](const char* inName, std::vector<std::string>& outFiles,
                            const std::string& inHelp) {
         command->add_option(inName, outFiles, Wrapped(inHelp))->type_name("FILE");

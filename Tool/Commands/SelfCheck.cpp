@@ -11,6 +11,7 @@
 #include "Insides.h"
 #include "Machine.h"
 #include "Scenario.h"
+#include "System.h"
 
 namespace Host {
 namespace {

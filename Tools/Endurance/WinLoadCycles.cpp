@@ -112,8 +112,9 @@ int main(int inCount, char** inArguments) {
     if (!LeftByCycles(inArguments[2], count, control)) return 1;
     if (!LeftByCycles(inArguments[1], count, module)) return 1;
     const bool passed = module.mBlocks <= control.mBlocks && module.mAllocations <= 0;
-    std::printf("%s  %d cycles left %ld blocks (control: %ld) and %ld allocations, %d threads\n",
-                passed ? "PASS" : "FAIL", count, module.mBlocks, control.mBlocks,
-                module.mAllocations, CountThreads());
+    std::printf(
+        "%s  %d cycles left %ld blocks (control: %ld) and %ld allocations, %d threads\n",
+        passed ? "PASS" : "FAIL", count, module.mBlocks, control.mBlocks, module.mAllocations,
+        CountThreads());
     return passed ? 0 : 1;
 }

@@ -23,6 +23,16 @@ OutputFile::OutputFile(const std::string& inName, Links inLinks) : mName(inName)
 
 OutputFile::~OutputFile() { close(mDescriptor); }
 
+bool OutputFile::Write(std::string_view inBytes) const {
+    while (!inBytes.empty()) {
+        const ssize_t written = write(mDescriptor, inBytes.data(), inBytes.size());
+        if (written < 0 && errno == EINTR) continue;
+        if (written <= 0) return false;
+        inBytes.remove_prefix(std::size_t(written));
+    }
+    return true;
+}
+
 std::string OutputFile::PathOfOpenFile() const {
     const std::string path = "/proc/self/fd/" + std::to_string(mDescriptor);
     return access(path.c_str(), W_OK) == 0 ? path : mName;
