@@ -89,9 +89,11 @@ private:
     unsigned char mMark = 0;
 };
 
-// At an end of a size class or beside it.
+// At an end of a size class or beside it: up to 56 KiB, and a few up to 896 KiB, with which an
+// input can pass the bound.
 std::int64_t ReadClassSize(Input& ioInput) {
-    const int sizeClass = ioInput.Between(0, 15);
+    const int choice = ioInput.Byte();
+    const int sizeClass = choice < 0xe0 ? choice % 16 : 24 + choice % 8;
     return ((4096 + 1024 * (sizeClass % 4)) << sizeClass / 4) + ioInput.Between(-1, 1);
 }
 

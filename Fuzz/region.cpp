@@ -35,7 +35,9 @@ void ReadPoints(Input& ioInput, APTFeatureList& outPrevious, APTFeatureList& out
         from.mY = kind < 0xf0 ? static_cast<float>(ioInput.Byte()) : ioInput.Float();
         to.mX = from.mX + motions[kind % 2][0];
         to.mY = kind % 8 == 7 ? ioInput.Float() : from.mY + motions[kind % 2][1];
-        to.mStatus = kind % 16 == 9 ? ioInput.Whole<int>() : DP::kAPTFeatureTracked;
+        to.mStatus = kind % 16 == 9    ? ioInput.Whole<int>()
+                     : kind % 16 == 10 ? DP::kAPTFeatureLost
+                                       : DP::kAPTFeatureTracked;
         outPrevious.push_back(from);
         outCurrent.push_back(to);
     }
