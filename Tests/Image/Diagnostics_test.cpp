@@ -9,6 +9,7 @@
 #include "Support/Images.h"
 #include "Support/Test.h"
 #include "quillet/Error.h"
+#include "quillet/UTF8ToUTF16.h"
 
 namespace {
 
@@ -18,25 +19,24 @@ using Bytes = std::vector<unsigned char>;
 // A path of the test's own, with letters of two bytes and of three; gone afterwards.
 class TemporaryFile {
 public:
-    TemporaryFile() {
-        const auto* const test = testing::UnitTest::GetInstance()->current_test_info();
-        mPath = (std::filesystem::temp_directory_path() /
-                 (std::string("dp_\u00e9\u6f22_") + test->name() + ".ppm"))
-                    .string();
-        std::filesystem::remove(mPath);
+    TemporaryFile() : mFile(std::filesystem::temp_directory_path() / u8"dp_\u00e9\u6f22_") {
+        mFile += testing::UnitTest::GetInstance()->current_test_info()->name();
+        mPath = mFile.string();  // UTF-8
+        std::filesystem::remove(mFile);
     }
-    ~TemporaryFile() { std::filesystem::remove(mPath); }
+    ~TemporaryFile() { std::filesystem::remove(mFile); }
     TemporaryFile(const TemporaryFile&) = delete;
     TemporaryFile& operator=(const TemporaryFile&) = delete;
 
     const char* Path() const { return mPath.c_str(); }
-    bool Exists() const { return std::filesystem::exists(mPath); }
+    bool Exists() const { return std::filesystem::exists(mFile); }
     Bytes Content() const {
-        std::ifstream stream(std::filesystem::path(mPath), std::ios::binary);
+        std::ifstream stream(mFile, std::ios::binary);
         return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
     }
 
 private:
+    std::filesystem::path mFile;
     std::string mPath;
 };
 
@@ -95,7 +95,8 @@ const Picture kPictures[] = {
      {}},
     {"wide path",
      [](const char* p) {
-         IP::WriteImageToPPM(*ImageOf<unsigned char>(2, 1, {8, 9}), Wide(p));
+         IP::WriteImageToPPM(*ImageOf<unsigned char>(2, 1, {8, 9}),
+                             quillet::utility::UTF8ToUTF16(p));
      },
      "P6\n2 1\n255\n",
      {8, 8, 8, 9, 9, 9}},
