@@ -1,6 +1,7 @@
 #include "Results.h"
 
 #include <algorithm>
+#include <cfloat>
 #include <cmath>
 #include <cstring>
 #include <memory>
@@ -43,8 +44,8 @@ std::vector<descriptor::KeyFrame> KeysOf(const Request& inRequest, const char* i
         const mlt_rect rect = mlt_properties_anim_get_rect(inRequest.mProperties, inName,
                                                            inPosition + inRequest.mKeyOffset,
                                                            inRequest.KeyCount());
-        const descriptor::KeyFrame key{inPosition, RectOf(inRequest, rect, isPercent)};
-        if (key.rect.width > 0 && key.rect.height > 0) keys.push_back(key);
+        if (rect.w > DBL_MIN && rect.h > DBL_MIN)  // MLT's value for a side that is not there
+            keys.push_back({inPosition, RectOf(inRequest, rect, isPercent)});
     };
     const mlt_animation animation = AnimationOf(inRequest, inName);
     const int count = animation ? mlt_animation_key_count(animation) : 0;
