@@ -11,6 +11,8 @@ PYTHON_PACKAGES="python3-dev pybind11-dev python3-numpy python3-pytest mypy pyth
     jupyter-nbconvert python3-ipykernel"
 WHEEL_PACKAGES="python3-build python3-skbuild python3-setuptools python3-wheel python3-venv python3-pip"
 MLT_PACKAGES="libmlt-dev melt"
+KDENLIVE_PACKAGES="kdenlive mediainfo frei0r-plugins xvfb xauth xdotool imagemagick ffmpeg
+    dbus-bin dbus-daemon at-spi2-core python3-pyatspi"
 FORMAT_PACKAGE="clang-format-14"
 TIDY_PACKAGES="clang-14 clang-tidy-14 python3"
 PACKAGING_PACKAGES="dpkg-dev lintian doxygen python3"
