@@ -11,7 +11,7 @@
 #include <sanitizer/lsan_interface.h>
 
 // What MLT's decoder leaves behind at each clip.
-extern "C" const char* __lsan_default_suppressions() {
+extern "C" __attribute__((visibility("default"))) const char* __lsan_default_suppressions() {
     return "leak:libmltavformat\nleak:libavutil\n";
 }
 #endif
