@@ -60,6 +60,21 @@ INSTANTIATE_TEST_SUITE_P(Steps, KnownMotion,
                          testing::Values(Step{0.4, 0.3}, Step{1.3, -0.7}, Step{-2.6, 1.9},
                                          Step{4.5, -3.5}, Step{0.0, 6.0}));
 
+// Where nothing changes the first step of every model is none: the search starts at gain 1.
+TEST(TrackFeatures, AStillPictureNeedsOneIterationOfAnyModel) {
+    const MovingClip clip{.mStepX = 0, .mStepY = 0};
+    for (const auto model :
+         {kAPTModelTranslation, kAPTModelGainOffset, kAPTModelFittedGainOffset}) {
+        APTTrackerParams params;
+        params.mTrackingModel = model;
+        params.mMaxIterations = 1;
+        params.mStationaryLimit = -1.0;  // points that stay are kept
+        const auto engine = MakeEngine(params);
+        const auto list = Select(*engine, clip, 0);
+        EXPECT_EQ(CountLiveFeatures(*Track(*engine, clip, 1, list)), CountLiveFeatures(*list));
+    }
+}
+
 // ---- Selection into lists ------------------------------------------------------------
 
 TEST(SelectFeatures, FirstSlotsHoldTheCandidatesAndTheRestIsInactive) {

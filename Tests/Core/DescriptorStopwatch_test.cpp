@@ -7,29 +7,31 @@ namespace {
 
 using namespace DP;
 
-double Seconds(std::int64_t inCounter, double inFrequency, bool inUsable,
-               std::uint32_t inTicks) {
-    return DescriptorStopwatch::SecondsFrom(inCounter, inFrequency, inUsable, inTicks);
+// The counter is believed while the ticks agree; they overrule one that jumps by more than
+// half a second or does not work. A frequency that is not positive counts as 1.
+TEST(DescriptorStopwatch, MakesOneAnswerOfTwoClocks) {
+    const struct {
+        std::int64_t mCounter;
+        double mFrequency;
+        bool mUsable;
+        std::uint32_t mTicks;
+        double mSeconds;
+    } cases[] = {{2500, 1000, true, 2400, 2.5},   {2500, 1000, true, 2000, 2.5},
+                 {2500, 1000, true, 1999, 1.999}, {2500, 1000, true, 3001, 3.001},
+                 {2500, 1000, false, 2400, 2.4},  {3, 0, true, 3000, 3},
+                 {3, -5, true, 3000, 3},          {-200, 1000, true, 0, 0}};
+    for (const auto& [counter, frequency, isUsable, ticks, seconds] : cases)
+        EXPECT_EQ(DescriptorStopwatch::SecondsFrom(counter, frequency, isUsable, ticks),
+                  seconds);
 }
 
-TEST(DescriptorStopwatch, CounterIsBelievedWhileTheTicksAgree) {
-    EXPECT_EQ(Seconds(2500, 1000.0, true, 2400), 2.5);
-    EXPECT_EQ(Seconds(2500, 1000.0, true, 2000), 2.5) << "exactly half a second apart";
-}
-
-TEST(DescriptorStopwatch, TicksOverruleACounterThatJumpsOrDoesNotWork) {
-    EXPECT_EQ(Seconds(2500, 1000.0, true, 1999), 1.999);
-    EXPECT_EQ(Seconds(2500, 1000.0, true, 3001), 3.001);
-    EXPECT_EQ(Seconds(2500, 1000.0, false, 2400), 2.4);
-}
-
-TEST(DescriptorStopwatch, FrequencyThatIsNotPositiveCountsAsOne) {
-    EXPECT_EQ(Seconds(3, 0.0, true, 3000), 3.0);
-    EXPECT_EQ(Seconds(3, -5.0, true, 3000), 3.0);
-}
-
-TEST(DescriptorStopwatch, NeverAnswersANegativeTime) {
-    EXPECT_EQ(Seconds(-200, 1000.0, true, 0), 0.0);
+// The ticks alone would give whole milliseconds.
+TEST(DescriptorStopwatch, AsksTheCounterForItsFrequency) {
+    DescriptorStopwatch watch;
+    double milliseconds = 0;
+    for (int i = 0; i < 1000 && milliseconds == std::floor(milliseconds); ++i)
+        milliseconds = 1000 * watch.ElapsedSeconds();
+    EXPECT_NE(milliseconds, std::floor(milliseconds));
 }
 
 }  // namespace

@@ -66,4 +66,18 @@ TEST(FlowGraphCapacities, MissingArcsAndTerminalsAsNodesAreNoErrors) {
     change();
 }
 
+TEST(FlowGraphCapacities, SourceAndSinkHaveNoHomeArcs) {
+    FlowGraph graph;
+    graph.mDynamic = graph.mPersistent = true;
+    graph.AddNode();
+    graph.AddNode();
+    graph.AddNodeWithTerminals(0, 1);
+    std::vector<unsigned char> segments;
+    RunMaxFlow(graph, 0, 1, segments, -1.0, nullptr);
+    for (const unsigned int terminal : {0u, 1u}) {
+        graph.SetTerminalCapacities(terminal, 1, 1, 0, 1);
+        EXPECT_EQ(graph.GetTerminalCapacities(terminal, 0, 1).mFromSource, 0.0f);
+    }
+}
+
 }  // namespace

@@ -107,7 +107,7 @@ TEST(GraphCutWrapper, FirstCutAndFurtherStrokesHaveTheLabelsOfTheLiteralForm) {
         for (std::size_t i = 0; i < regions.size(); ++i)
             ASSERT_EQ(labels->GetData()[i], (*plain.mSegments)[regions[i]] == 1 ? 255 : 0);
         ExpectSameGraph(*wrapper.GetImageGraph()->mFlowGraph, *plain.mFlowGraph);
-        foreground = FlatImage(97, 71, 0);
+        foreground = FlatImage(97, 71, 128);  // the threshold itself is no stroke
         background = FlatImage(97, 71, 0);
         PaintDab(stroke % 2 ? foreground : background, (stroke * 37) % 97, (stroke * 23) % 71,
                  6);

@@ -2,6 +2,7 @@
 
 #include "Pictures.h"
 #include "PlainTwins.h"
+#include "Support/GuardedMemory.h"
 #include "Support/Test.h"
 
 namespace {
@@ -17,16 +18,18 @@ void SetAll(ImageGraph& ioGraph, const std::vector<unsigned char>& inForeground,
             TerminalEnergyMode inMode = kTerminalEnergyStrokesOnly, bool inTowardSource = true,
             const unsigned char* inFit = nullptr) {
     const int columns = ioGraph.mColumns;
-    ioGraph.SetTerminalEnergies(nullptr, inFit, inForeground.data(), inBackground.data(), 0.5,
+    GuardedMemory foreground(inForeground), background(inBackground);
+    ioGraph.SetTerminalEnergies(nullptr, inFit, foreground.begin(), background.begin(), 0.5,
                                 inMode, inTowardSource, kThreshold, ioGraph.mRows, columns,
                                 ioGraph.mLeft, ioGraph.mTop, 0, columns, columns, columns);
 }
 
 void SetStrokes(ImageGraph& ioGraph, const std::vector<unsigned char>& inForeground,
                 const std::vector<unsigned char>& inBackground) {
-    ioGraph.SetStrokeEnergies(inForeground.data(), inBackground.data(), kThreshold,
-                              ioGraph.mRows, ioGraph.mColumns, ioGraph.mLeft, ioGraph.mTop,
-                              ioGraph.mColumns, ioGraph.mColumns);
+    GuardedMemory foreground(inForeground), background(inBackground);
+    ioGraph.SetStrokeEnergies(foreground.begin(), background.begin(), kThreshold, ioGraph.mRows,
+                              ioGraph.mColumns, ioGraph.mLeft, ioGraph.mTop, ioGraph.mColumns,
+                              ioGraph.mColumns);
 }
 
 float SourceOf(const ImageGraph& inGraph, unsigned int inNode) {
@@ -117,6 +120,14 @@ TEST(TerminalEnergies, FitAndBothStrokesHaveStridesOfTheirOwn) {
         nullptr, WithPadding(fit, 19, 23).data(), WithPadding(foreground, 19, 20).data(),
         WithPadding(background, 19, 31).data(), 0.5, kTerminalEnergyBlendedFit, true,
         kThreshold, 11, 19, 0, 0, 1, 23, 20, 31);
+    ExpectSameGraph(*dense.mFlowGraph, *padded.mFlowGraph);
+
+    for (ImageGraph* const each : {&dense, &padded})
+        BuildRegions(*each, picture);
+    SetAll(dense, foreground, background);
+    padded.SetTerminalEnergies(
+        nullptr, nullptr, foreground.data(), WithPadding(background, 19, 31).data(), 0.5,
+        kTerminalEnergyStrokesOnly, true, kThreshold, 11, 19, 0, 0, 0, 0, 19, 31);
     ExpectSameGraph(*dense.mFlowGraph, *padded.mFlowGraph);
 
     std::ranges::swap(foreground, background);

@@ -178,7 +178,9 @@ TEST(TileSeams, SolvedDynamicTilesAreUpdated) {
     TiledImageGraph tiles(kBounds, 9, 8);
     tiles.mFlowGraph->mDynamic = tiles.mFlowGraph->mPersistent = true;
     ActivateAll(tiles);
-    tiles.AddPixelLinks();
+    tiles.AddPixelLinks();  // not across the seams
+    const Links links = LinksOf(tiles);
+    EXPECT_TRUE(links.contains({7, 8}) && !links.contains({8, 9}));
     SetAllEnergies(tiles, picture);
     tiles.SetForegroundPixel(22, 12);
     tiles.SetBackgroundPixel(40, 22);

@@ -2,7 +2,9 @@
 
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
+#include <vector>
 
 #if defined(_WIN32)
 #include <windows.h>
@@ -34,6 +36,10 @@ public:
 #else
     ~GuardedMemory() { munmap(mMemory, mReadable + PageSize()); }
 #endif
+    explicit GuardedMemory(const std::vector<unsigned char>& inBytes)
+        : GuardedMemory(inBytes.size()) {
+        std::ranges::copy(inBytes, begin());
+    }
     GuardedMemory(const GuardedMemory&) = delete;
     GuardedMemory& operator=(const GuardedMemory&) = delete;
 
