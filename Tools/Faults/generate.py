@@ -10,7 +10,8 @@
 Inside the bodies of functions only, and constants of namespaces that are no tables. Not in
 comments, texts, lines of the preprocessor, static assertions, template arguments, sizes of
 arrays, nor inside a contract's condition, whose text is part of the report: a contract can
-only be dropped as a whole.
+only be dropped as a whole. Nor in what only tells the processor which memory will be read:
+no value depends on it.
 """
 
 import re
@@ -31,6 +32,8 @@ OPPOSITE = {"<": "<=", "<=": "<", ">": ">=", ">=": ">", "==": "!=", "!=": "=="}
 TEXTS = {"ContractCheck", "ContractCheckIn", "AssertWithMessage", "AssertWithMessageIn",
          "static_assert", "sizeof", "alignof", "noexcept", "decltype", "alignas",
          "__attribute__"}
+HINTS = {"ReadAhead", "__builtin_prefetch"}
+HINT = ["IP", "::", "ReadAhead"]  # takes numbers and reads nothing
 KEYWORDS = {"if", "for", "while", "switch", "return", "catch", "else", "do", "case",
             "default", "using", "typedef", "throw", "goto", "new", "delete", "constexpr",
             "const", "auto", "static", "template", "typename", "break", "continue",
@@ -138,6 +141,10 @@ class Source:
             following = self.at(index + 1)
             if token.text in TEXTS and following == "(":
                 excluded.update(range(index, self.partner.get(index + 1, index)))
+            if following == "(" and (
+                    token.text == "__builtin_prefetch" or
+                    [self.at(i) for i in range(index - 2, index + 1)] == HINT):
+                excluded.update(self.outside_brackets(index, self.partner.get(index + 1, index)))
             if token.text == "template" and following == "<":
                 excluded.update(range(index, self.closing_angle(index + 1)))
             if (following == "<" and token.kind == "name"
@@ -148,6 +155,16 @@ class Source:
                     and self.at(index - 1) not in KEYWORDS):
                 excluded.update(range(index + 1, self.partner.get(index + 1, index)))
         return excluded
+
+    def outside_brackets(self, start, end):
+        """Indices and calls read memory, whatever is done with what stands there."""
+        index = start
+        while index < end:
+            inner = index > start + 1 and self.tokens[index - 1].kind == "name"
+            if inner and self.at(index) in ("(", "["):
+                index = self.partner.get(index, end)
+            yield index
+            index += 1
 
     def closing_angle(self, index):
         depth = 0
@@ -227,7 +244,7 @@ class Source:
             return
         text = self.at(index)
         end = self.end_of_statement(index)
-        if end is None:
+        if end is None or any(self.at(i) in HINTS for i in range(index, end)):
             return
         jump = text in ("return", "break", "continue") and before == ")"
         if jump or (text not in KEYWORDS and self.is_expression(index, end)):
