@@ -23,12 +23,33 @@
 #include <cstring>
 #include <utility>
 
+#include "KLT/KLTFeatureRecord.h"
 #include "KLT/KLTKernels.h"
 #include "image/Interruption.h"
 #include "image/RecycledArray.h"
 #include "image/Saturate.h"
 
 namespace DP {
+
+// A region with a side that is NaN has no inside.
+SelectionBounds BoundsOf(const TVK::ParamRect<float>& inRegion, const IP::FrameView& inFrame,
+                         const TrackingContext& inContext) {
+    const std::int64_t step =
+        std::max<std::int64_t>(std::int64_t{inContext.mSkippedPixels} + 1, 1);
+    for (const float side : {inRegion.mLeft, inRegion.mTop, inRegion.mRight, inRegion.mBottom})
+        if (std::isnan(side)) return {0, 0, 0, 0, step};
+    const int halfWidth = inContext.mWindowWidth / 2;
+    const int halfHeight = inContext.mWindowHeight / 2;
+    const float bottom = static_cast<float>(inFrame.mRows) - inRegion.mBottom;
+    const float top = static_cast<float>(inFrame.mRows) - inRegion.mTop;
+    return {std::max(IP::ClampNaNLowest(std::min(inRegion.mLeft, inRegion.mRight)), halfWidth),
+            std::min(IP::ClampNaNLowest(std::max(inRegion.mLeft, inRegion.mRight)),
+                     inFrame.mColumns - halfWidth),
+            std::max(IP::ClampNaNLowest(std::min(bottom, top)), halfHeight),
+            std::min(IP::ClampNaNLowest(std::max(bottom, top)), inFrame.mRows - halfHeight),
+            step};
+}
+
 namespace {
 
 // ---- Candidates ----------------------------------------------------------------------
@@ -323,20 +344,26 @@ void EnforceMinimumDistance(SortedPoints& ioPoints, int inCols, int inRows, int 
         if (!ioPoints.NextFree(map.begin(), point) || point.mValue < leastValue) break;
         const auto x = static_cast<int>(point.mIndex % static_cast<unsigned int>(inCols));
         const auto y = static_cast<int>(point.mIndex / static_cast<unsigned int>(inCols));
-        slot->mX = static_cast<float>(x);
-        slot->mY = static_cast<float>(y);
-        slot->mValue = point.mValue;
-        slot->mId = static_cast<std::int32_t>(slot - ioList.begin());
-        slot->mAge = 0;
+        RecordSelected(x, y, point.mValue, static_cast<std::int32_t>(slot - ioList.begin()),
+                       *slot);
         FillFeatureMap(x, y, map.begin(), distance, inCols, inRows);
         slot = std::find_if(slot + 1, ioList.end(), isFree);
     }
-    for (; slot != ioList.end(); ++slot) {
-        if (!isFree(*slot)) continue;
-        slot->mX = -1.0f;
-        slot->mY = -1.0f;
-        slot->mValue = kKLTNotFound;
-    }
+    for (; slot != ioList.end(); ++slot)
+        if (isFree(*slot)) RecordNotFound(*slot);
+}
+
+// Works on a copy: a new record reads as live, so a caller whose memory runs out midway must
+// find its list as it was.
+void FillList(SortedPoints& ioPoints, const IP::FrameView& inFrame,
+              const TrackingContext& inContext, unsigned int inMaxFeatures,
+              const KLTFeatureListPtr* inKept, KLTFeatureList& ioList) {
+    KLTFeatureList list = ioList;
+    list.resize(inMaxFeatures);
+    if (inKept && &**inKept != &ioList) list = **inKept;
+    EnforceMinimumDistance(ioPoints, inFrame.mColumns, inFrame.mRows, inContext.mMinDist,
+                           inContext.mMinEigenvalue, inKept == nullptr, list);
+    ioList.swap(list);
 }
 
 }  // namespace DP

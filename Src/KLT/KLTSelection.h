@@ -9,6 +9,9 @@
 #include <vector>
 
 #include "DP/KLTFeature.h"
+#include "KLT/KLTTrackingContext.h"
+#include "TVK/ParamRect.h"
+#include "image/FrameView.h"
 #include "image/IPImage.h"
 
 namespace DP {
@@ -40,6 +43,11 @@ struct SelectionBounds {
     std::int32_t mFirstY, mEndY;
     std::int64_t mStep;
 };
+
+/// Where windows lie inside both the region, which counts y **upward from the bottom of the
+/// image**, and the image.
+SelectionBounds BoundsOf(const TVK::ParamRect<float>& inRegion, const IP::FrameView& inFrame,
+                         const TrackingContext& inContext);
 
 /// Scores the windows around the centres within the bounds by the smaller eigenvalue of
 /// the matrix of their gradients, without its fraction, and writes them row by row. A value
@@ -97,6 +105,14 @@ private:
 ///        and the features in the others keep their distance too.
 void EnforceMinimumDistance(SortedPoints& ioPoints, int inCols, int inRows, int inMinDist,
                             int inMinEigenvalue, bool inOverwriteAll, KLTFeatureList& ioList);
+
+/// Makes a region's list from its points.
+///
+/// @param inKept  the list whose live features stay, or null to overwrite all; may lead to
+///        the output.
+void FillList(SortedPoints& ioPoints, const IP::FrameView& inFrame,
+              const TrackingContext& inContext, unsigned int inMaxFeatures,
+              const KLTFeatureListPtr* inKept, KLTFeatureList& ioList);
 
 /// Sets to 1 the cells of the square from `inDistance` before to `inDistance` behind
 /// (`inX`, `inY`), as far as they lie in the map. A negative distance sets none.

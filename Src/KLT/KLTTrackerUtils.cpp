@@ -384,15 +384,6 @@ std::int32_t TrackFeature(float inX1, float inY1, float& ioX2, float& ioY2,
     return iteration < inMaxIterations ? kKLTTracked : kKLTMaxIterations;
 }
 
-bool IsOutOfBounds(float inX, float inY, int inCols, int inRows, int inBorderX, int inBorderY) {
-    const auto isInside = [](float inPosition, int inSize, int inBorder) {
-        const auto last = std::int64_t{inSize} - inBorder - 1;
-        return inPosition >= static_cast<float>(inBorder) &&
-               inPosition <= static_cast<float>(last);
-    };
-    return !isInside(inX, inCols, inBorderX) || !isInside(inY, inRows, inBorderY);
-}
-
 void PrintFloatWindow(FloatWindowPtr inWindow) {
     const float* value = inWindow->mValues.begin();
     for (int y = 0; y < inWindow->mHeight; ++y) {

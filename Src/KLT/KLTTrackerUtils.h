@@ -89,7 +89,15 @@ float SumAbsFloatWindow(FloatWindowPtr inWindow);
 float InterpolateBilinear(const FloatImage& inImage, float inX, float inY);
 
 /// Whether a position lies in the border; NaN does.
-bool IsOutOfBounds(float inX, float inY, int inCols, int inRows, int inBorderX, int inBorderY);
+inline bool IsOutOfBounds(float inX, float inY, int inCols, int inRows, int inBorderX,
+                          int inBorderY) {
+    const auto isInside = [](float inPosition, int inSize, int inBorder) {
+        const auto last = std::int64_t{inSize} - inBorder - 1;
+        return inPosition >= static_cast<float>(inBorder) &&
+               inPosition <= static_cast<float>(last);
+    };
+    return !isInside(inX, inCols, inBorderX) || !isInside(inY, inRows, inBorderY);
+}
 
 /// Dumps a window to standard error, for a developer.
 void PrintFloatWindow(FloatWindowPtr inWindow);

@@ -106,6 +106,17 @@ IP::FramePyramidSettings PyramidSettingsOf(const TrackingContext& inContext) {
             inContext.mSubsampling, inContext.mPyramidLevels};
 }
 
+void SetLastPyramids(TrackingContext& ioContext, const IP::FramePyramids& inPyramids) {
+    ioContext.mLastPyramid = inPyramids.mSmoothed;
+    ioContext.mLastPyramidGradX = inPyramids.mGradientX;
+    ioContext.mLastPyramidGradY = inPyramids.mGradientY;
+}
+
+bool LastPyramidHasSize(const TrackingContext& inContext, const IP::FrameView& inFrame) {
+    return inContext.mLastPyramid->GetColumns() == inFrame.mColumns &&
+           inContext.mLastPyramid->GetRows() == inFrame.mRows;
+}
+
 // A level follows motions of half a window in its own scale, and the motions of the levels
 // add up: L levels of subsampling s reach 1 + s + ... + s^(L-1) = (s^L - 1) / (s - 1) half
 // windows. Two levels thus reach 3, 5 and 9 for s = 2, 4 and 8; beyond, s stays 8 and

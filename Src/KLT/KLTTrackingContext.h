@@ -58,4 +58,10 @@ float PyramidSigmaOf(const TrackingContext& inContext);
 
 IP::FramePyramidSettings PyramidSettingsOf(const TrackingContext& inContext);
 
+/// Keeps a frame's pyramids for the next step of sequential mode.
+void SetLastPyramids(TrackingContext& ioContext, const IP::FramePyramids& inPyramids);
+
+/// Whether the pyramids that are kept, which there are, are those of a frame of this size.
+bool LastPyramidHasSize(const TrackingContext& inContext, const IP::FrameView& inFrame);
+
 }  // namespace DP
