@@ -3,12 +3,12 @@
 from __future__ import annotations
 
 from dataclasses import dataclass, field
-from types import TracebackType
 from typing import TYPE_CHECKING, Any, Iterator
 
 import numpy as np
 
 from . import _core
+from ._handle import Handle
 from ._types import Array, Channels, PointSettings, PointStatus, SourceLike, source_of
 from ._video import Progress, Reporter, Video, frames
 
@@ -73,7 +73,7 @@ class FramePoints:
         return table
 
 
-class PointTracker:
+class PointTracker(Handle[_core.PointTracker]):
     """Follows points through a run of frames.
 
     >>> import numpy as np, descriptor
@@ -110,9 +110,7 @@ class PointTracker:
         if not isinstance(self._settings, PointSettings):
             raise TypeError(f"settings: expected PointSettings, got {settings!r}")
         self._channels = channels
-        self._core: _core.PointTracker | None = _core.PointTracker(
-            self._settings, source_of(source)
-        )
+        self._core = _core.PointTracker(self._settings, source_of(source))
         self._points: FramePoints | None = None
 
     @property
@@ -183,26 +181,6 @@ class PointTracker:
             )
             done += 1
         reporter.end(done)
-
-    def close(self) -> None:
-        """Gives the tracker's memory back. Results stay good."""
-        self._core = None
-
-    def _open(self) -> _core.PointTracker:
-        if self._core is None:
-            raise ValueError("PointTracker: it is closed")
-        return self._core
-
-    def __enter__(self) -> PointTracker:
-        return self
-
-    def __exit__(
-        self,
-        kind: type[BaseException] | None,
-        error: BaseException | None,
-        trace: TracebackType | None,
-    ) -> None:
-        self.close()
 
     def __repr__(self) -> str:
         if self._core is None:

@@ -3,10 +3,10 @@
 from __future__ import annotations
 
 from dataclasses import dataclass, field
-from types import TracebackType
 from typing import Any, Callable, Iterable, Iterator, Sequence
 
 from . import _core
+from ._handle import Handle
 from ._types import (
     Array,
     Channels,
@@ -57,7 +57,7 @@ def _result(values: Any) -> RegionResult:
     return RegionResult(Rect(*rect), RegionState(state), lost_since, points, frame, time)
 
 
-class RegionTracker:
+class RegionTracker(Handle[_core.RegionTracker]):
     """Carries a rectangle through a run of frames by the points inside it.
 
     >>> import descriptor
@@ -90,7 +90,7 @@ class RegionTracker:
         if not isinstance(self._settings, RegionSettings):
             raise TypeError(f"settings: expected RegionSettings, got {settings!r}")
         self._channels = channels
-        self._core: _core.RegionTracker | None = _core.RegionTracker(
+        self._core = _core.RegionTracker(
             rect_of(start, "start"), self._settings, source_of(source)
         )
         self._result: RegionResult | None = None
@@ -150,26 +150,6 @@ class RegionTracker:
             )
             done += 1
         reporter.end(done)
-
-    def close(self) -> None:
-        """Gives the tracker's memory back. Results stay good."""
-        self._core = None
-
-    def _open(self) -> _core.RegionTracker:
-        if self._core is None:
-            raise ValueError("RegionTracker: it is closed")
-        return self._core
-
-    def __enter__(self) -> RegionTracker:
-        return self
-
-    def __exit__(
-        self,
-        kind: type[BaseException] | None,
-        error: BaseException | None,
-        trace: TracebackType | None,
-    ) -> None:
-        self.close()
 
     def __repr__(self) -> str:
         if self._core is None:

@@ -3,13 +3,13 @@
 from __future__ import annotations
 
 import os
-from types import TracebackType
 from typing import Any, Iterable, Sequence
 
 import numpy as np
 import numpy.typing as npt
 
 from . import _core
+from ._handle import Handle
 from ._types import Array, Channels, Label, ProgressCallback, Stroke
 
 #: Strokes that are drawn together, and undone together. Where two overlap, the later counts.
@@ -42,7 +42,7 @@ def _raised(history: list[list[Any]]) -> list[list[Stroke]]:
     ]
 
 
-class Selection:
+class Selection(Handle[_core.Selection]):
     """Selects what strokes say, in one picture.
 
     >>> import numpy as np, descriptor
@@ -79,9 +79,7 @@ class Selection:
         progress: ProgressCallback | None = None,
         channels: Channels = "rgb",
     ) -> None:
-        self._core: _core.Selection | None = _core.Selection(
-            frame, channels, take_turns, progress
-        )
+        self._core = _core.Selection(frame, channels, take_turns, progress)
 
     def add(self, strokes: Stroke | Iterable[Stroke]) -> None:
         """Adds strokes and cuts. What was undone before can no longer be redone."""
@@ -149,26 +147,6 @@ class Selection:
         if (height, width) != self.mask.shape:
             raise ValueError(f"{path}: its strokes are of a picture of {width}x{height}")
         self.replace(_raised(history))
-
-    def close(self) -> None:
-        """Makes room for another selection. Masks stay good."""
-        self._core = None
-
-    def _open(self) -> _core.Selection:
-        if self._core is None:
-            raise ValueError("Selection: it is closed")
-        return self._core
-
-    def __enter__(self) -> Selection:
-        return self
-
-    def __exit__(
-        self,
-        kind: type[BaseException] | None,
-        error: BaseException | None,
-        trace: TracebackType | None,
-    ) -> None:
-        self.close()
 
     def __repr__(self) -> str:
         if self._core is None:
