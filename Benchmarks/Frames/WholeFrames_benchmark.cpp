@@ -169,16 +169,6 @@ void SelectKlt(State& ioState, const Clip& inClip) {
 
 // ---- A region ------------------------------------------------------------------------
 
-double Overlap(const Bench::Box& inA, const Bench::Box& inB) {
-    const double width =
-        std::min(inA.mX + inA.mWidth, inB.mX + inB.mWidth) - std::max(inA.mX, inB.mX);
-    const double height =
-        std::min(inA.mY + inA.mHeight, inB.mY + inB.mHeight) - std::max(inA.mY, inB.mY);
-    if (width <= 0 || height <= 0) return 0.0;
-    const double both = width * height;
-    return both / (inA.mWidth * inA.mHeight + inB.mWidth * inB.mHeight - both);
-}
-
 // With true boxes the means of the overlaps with them are told, of ours and of the peer's; a
 // tracker may lose what it follows, each in its way.
 void TrackRegion(State& ioState, const Clip& inClip) {

@@ -17,6 +17,7 @@
 #include <utility>
 #include <vector>
 
+#include "Support/Box.h"
 #include "image/IPImage.h"
 
 namespace Bench {
@@ -36,10 +37,7 @@ const Options& TheOptions();
 /// if something is left over, which has been reported then.
 bool ReadOptions(int inCount, char** inArguments);
 
-/// A rectangle in pixels, y downward.
-struct Box {
-    double mX = 0, mY = 0, mWidth = 0, mHeight = 0;
-};
+using Testing::Box;
 
 /// A clip at one size. Row 0 is the top row everywhere.
 class Clip {

@@ -162,14 +162,4 @@ descriptor::Frame LumaOf(const Image& inImage) {
             .owner = bytes};
 }
 
-double Overlap(const descriptor::Rect& inA, const descriptor::Rect& inB) {
-    const double width =
-        std::min(inA.x + inA.width, inB.x + inB.width) - std::max(inA.x, inB.x);
-    const double height =
-        std::min(inA.y + inA.height, inB.y + inB.height) - std::max(inA.y, inB.y);
-    if (width <= 0 || height <= 0) return 0;
-    const double both = width * height;
-    return both / (inA.width * inA.height + inB.width * inB.height - both);
-}
-
 }  // namespace Testing

@@ -10,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "Support/Box.h"
 #include "descriptor/client.h"
 
 namespace Testing {
@@ -77,6 +78,11 @@ Image RenderOf(mlt_producer inProducer, int inPosition, mlt_image_format inForma
 /// What trackers see of a picture in yuv422.
 descriptor::Frame LumaOf(const Image& inImage);
 /// Shared area by the area of both together.
-double Overlap(const descriptor::Rect& inA, const descriptor::Rect& inB);
+inline double Overlap(const descriptor::Rect& inA, const descriptor::Rect& inB) {
+    const auto box = [](const descriptor::Rect& inRect) {
+        return Box{inRect.x, inRect.y, inRect.width, inRect.height};
+    };
+    return Overlap(box(inA), box(inB));
+}
 
 }  // namespace Testing

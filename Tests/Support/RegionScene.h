@@ -2,23 +2,15 @@
 
 #pragma once
 
-#include <algorithm>
 #include <cmath>
 #include <cstddef>
 #include <vector>
 
+#include "Support/Box.h"
 #include "Support/Textures.h"
 #include "TVK/ParamRect.h"
 
 namespace Testing {
-
-/// A rectangle in image coordinates, y downward.
-struct Box {
-    double mX = 0.0;
-    double mY = 0.0;
-    double mWidth = 0.0;
-    double mHeight = 0.0;
-};
 
 /// The trackers' form: y upward from the foot of an image of `inRows` rows.
 inline TVK::ParamRect<float> RectOf(const Box& inBox, int inRows) {
@@ -33,18 +25,6 @@ inline Box BoxOf(const TVK::ParamRect<float>& inRect, int inRows) {
             .mY = static_cast<double>(inRows) - inRect.mBottom,
             .mWidth = static_cast<double>(inRect.mRight) - inRect.mLeft,
             .mHeight = static_cast<double>(inRect.mBottom) - inRect.mTop};
-}
-
-/// Intersection over union: 1 for equal boxes, 0 for boxes apart or without area.
-inline double Overlap(const Box& inA, const Box& inB) {
-    const auto common = [](double inFirst, double inLength, double inSecond, double inOther) {
-        return std::max(0.0, std::min(inFirst + inLength, inSecond + inOther) -
-                                 std::max(inFirst, inSecond));
-    };
-    const double both = common(inA.mX, inA.mWidth, inB.mX, inB.mWidth) *
-                        common(inA.mY, inA.mHeight, inB.mY, inB.mHeight);
-    const double either = inA.mWidth * inA.mHeight + inB.mWidth * inB.mHeight - both;
-    return both > 0.0 ? both / either : 0.0;
 }
 
 /// Speeds are pixels a frame. The object keeps its shape and is scaled about its centre;
