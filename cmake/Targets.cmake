@@ -119,6 +119,20 @@ function(dp_add_test name)
     set_tests_properties(${name} PROPERTIES LABELS ${arg_LABEL} TIMEOUT ${arg_TIMEOUT})
 endfunction()
 
+# dp_add_headers_alone(NAME HEADERS ... LIBRARIES ...)
+#   A source for each header, which includes nothing else.
+function(dp_add_headers_alone name)
+    cmake_parse_arguments(arg "" "" "HEADERS;LIBRARIES" ${ARGN})
+    foreach(header IN LISTS arg_HEADERS)
+        string(MAKE_C_IDENTIFIER ${header} source)
+        set(source ${CMAKE_CURRENT_BINARY_DIR}/headers/${source}.cpp)
+        file(GENERATE OUTPUT ${source} CONTENT "#include \"${header}\"\n")
+        list(APPEND sources ${source})
+    endforeach()
+    add_library(${name} OBJECT ${sources})
+    target_link_libraries(${name} PRIVATE dp_flags ${arg_LIBRARIES})
+endfunction()
+
 # dp_add_benchmark(NAME SOURCES ... [LIBRARIES ...] [SHARED])
 #   A Google Benchmark program, which ctest runs briefly so that it cannot rot. SHARED is that
 #   of dp_add_test.
