@@ -34,16 +34,6 @@ bool RegionTrackerDescriptorDataKey::IsLessThan(Ref<IDescriptorDataKey> inDataKe
     return order != 0 ? order < 0 : APTDescriptorDataKey::IsLessThan(inDataKey);
 }
 
-TVK::TVKResult RegionTrackerDescriptorDataKey::QueryInterfaceNoAddRef(
-    const TVK::InterfaceID& inID, void** outObject) {
-    // By its name the plain key is not found here; by that of APT's key it is.
-    if (inID == TVK::kIdentifierOf<DescriptorDataKey>) {
-        *outObject = nullptr;
-        return TVK::kTVKErrorNoInterface;
-    }
-    return Object::QueryInterfaceNoAddRef(inID, outObject);
-}
-
 Ref<IDescriptorDataKey> CreateRegionTrackerDescriptorDataKey(
     quillet::WideString inSourceID, long long inFrameNumber, int inTrackerTag,
     unsigned int inMaxFeatures, int inRows, int inColumns, RegionPtr inRegion, int inRegionTag,

@@ -3,11 +3,13 @@
 #pragma once
 
 #include "APT/APTDescriptorDataKey.h"
+#include "RegionTracker/HidesName.h"
 
 namespace DP {
 
 class RegionTrackerDescriptorDataKey
-    : public TVK::Object<RegionTrackerDescriptorDataKey, APTDescriptorDataKey> {
+    : public HidesName<RegionTrackerDescriptorDataKey, APTDescriptorDataKey,
+                       DescriptorDataKey> {
 public:
     void Init(quillet::WideString inSourceID, long long inFrameNumber, int inRows, int inCols,
               const APTParameters& inParameters, RegionPtr inRegion, int inRegionTag);
@@ -18,10 +20,6 @@ public:
     /// Left, right, top, bottom, tag, then the APT key's order.
     /// @throws TVK::NullInterfaceException for a key of another class.
     bool IsLessThan(Ref<IDescriptorDataKey> inDataKey) override;
-
-    /// All rows but that of `DescriptorDataKey`.
-    TVK::TVKResult QueryInterfaceNoAddRef(const TVK::InterfaceID& inID,
-                                          void** outObject) override;
 
 private:
     RegionPtr mRegion;  // y upward from the bottom of the image

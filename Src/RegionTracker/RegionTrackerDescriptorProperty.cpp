@@ -28,16 +28,6 @@ bool RegionTrackerDescriptorProperty::IsEqual(Ref<IDescriptorProperty> inOther) 
            mine.mRight - mine.mLeft == others.mRight - others.mLeft;
 }
 
-TVK::TVKResult RegionTrackerDescriptorProperty::QueryInterfaceNoAddRef(
-    const TVK::InterfaceID& inID, void** outObject) {
-    // By its name the plain property is not found here; by that of APT's property it is.
-    if (inID == TVK::kIdentifierOf<DescriptorProperty>) {
-        *outObject = nullptr;
-        return TVK::kTVKErrorNoInterface;
-    }
-    return Object::QueryInterfaceNoAddRef(inID, outObject);
-}
-
 Ref<IDescriptorProperty> CreateRegionTrackerDescriptorProperty(
     unsigned int inMaxFeatures, int inTrackerTag, unsigned int inMinFeatureDistance,
     unsigned int inMinFeatures, quillet::WideString inSourceID, RegionPtr inRegion,

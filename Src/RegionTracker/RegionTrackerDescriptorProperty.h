@@ -3,11 +3,13 @@
 #pragma once
 
 #include "APT/APTDescriptorProperty.h"
+#include "RegionTracker/HidesName.h"
 
 namespace DP {
 
 class RegionTrackerDescriptorProperty
-    : public TVK::Object<RegionTrackerDescriptorProperty, APTDescriptorProperty> {
+    : public HidesName<RegionTrackerDescriptorProperty, APTDescriptorProperty,
+                       DescriptorProperty> {
 public:
     void Init(quillet::WideString inSourceID, DescriptorDataType inType,
               const APTParameters& inParameters, RegionPtr inRegion, int inRegionTag);
@@ -18,10 +20,6 @@ public:
     /// Regions are compared by left, right and height: where a rectangle stands in y does
     /// not matter, on purpose.
     bool IsEqual(Ref<IDescriptorProperty> inOther) override;
-
-    /// All rows but that of `DescriptorProperty`.
-    TVK::TVKResult QueryInterfaceNoAddRef(const TVK::InterfaceID& inID,
-                                          void** outObject) override;
 
 private:
     RegionPtr mRegion;  // y upward from the bottom of the image
