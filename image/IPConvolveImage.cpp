@@ -271,9 +271,8 @@ bool RunBothGradients(Passes& ioPasses, const float* inRow, const Tile& inTile, 
     ioPasses.mRings[1].GetLines(inY, interior.mFirst, linesY);
     if (!ioPasses.mKernels.mBothGradients(
             inRow + (inTile.mFirst + interior.mFirst - x.mHorizontal.Radius()),
-            x.mVertical.mTaps, x.mHorizontal.mTaps, linesX, linesY, width,
-            interior.mEnd - interior.mFirst, outRows[0] + interior.mFirst,
-            outRows[1] + interior.mFirst))
+            {x.mVertical.mTaps, x.mHorizontal.mTaps, width}, interior.mEnd - interior.mFirst,
+            {linesX, outRows[0] + interior.mFirst}, {linesY, outRows[1] + interior.mFirst}))
         return false;
     for (const std::size_t job : {0u, 1u}) {
         interior.ZeroOutside(inTile, ioPasses.mRings[job].Row(inY));

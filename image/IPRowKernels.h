@@ -11,6 +11,20 @@ namespace IP {
 template <class Table>
 class VectorTargets;
 
+/// The two kernels of gradients, `mCount` taps each, last tap first in a sum.
+struct GradientTaps {
+    const float* mGauss;
+    const float* mDerivative;
+    int mCount;
+};
+
+/// One of the two derivatives while rows run by: the rows after the horizontal pass that lie
+/// under the vertical kernel, the newest last, and the row that comes out.
+struct GradientRows {
+    float* const* mLines;
+    float* mOut;
+};
+
 struct RowKernels {
     const char* mName;
 
@@ -33,12 +47,11 @@ struct RowKernels {
                       long long inCount, float* outSums);
 
     /// The same for two kernels of seven taps, the derivative along one axis and the Gaussian
-    /// along the other, from one visit of the source: `inRowsX` holds the derivatives along
-    /// x, which are smoothed down, `inRowsY` the smoothed rows, which are derived down.
-    bool (*mBothGradients)(const float* inSource, const float* inGaussTaps,
-                           const float* inDerivativeTaps, float* const* inRowsX,
-                           float* const* inRowsY, int inTapCount, long long inCount,
-                           float* outX, float* outY);
+    /// along the other, from one visit of the source: the lines of `inX` hold the derivatives
+    /// along x, which are smoothed down, those of `inY` the smoothed rows, which are derived
+    /// down.
+    bool (*mBothGradients)(const float* inSource, const GradientTaps& inTaps, long long inCount,
+                           const GradientRows& inX, const GradientRows& inY);
 
     /// outPhases[p][j] = inRow[j * inStep + p], for each phase below `inStep` that is not
     /// null, `inCount` of each.

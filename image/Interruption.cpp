@@ -5,6 +5,8 @@
 
 namespace IP {
 
+// Watches nest: the innermost of a thread is asked, and the one outside it is back when it
+// ends.
 Watch::Watch(Question inGoesOn, void* inContext)
     : mGoesOn(inGoesOn), mContext(inContext), mOuter(std::exchange(detail::tWatch, this)) {}
 
@@ -15,6 +17,8 @@ void Watch::EnterStage(double inBegin, double inEnd) {
     mEnd = inEnd;
 }
 
+// How much is done never falls, though a stage may be entered again with less of it done. While
+// the question is asked nothing is watched: what the host computes in there is its own affair.
 bool Watch::GoesOn(std::int64_t inDone, std::int64_t inOf) {
     const double part =
         inOf > 0 ? static_cast<double>(inDone) / static_cast<double>(inOf) : 0.0;

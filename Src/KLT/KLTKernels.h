@@ -43,6 +43,13 @@ struct KLTSystemSums {
     float mGxx, mGxy, mGyy, mEx, mEy;
 };
 
+/// Rows of the products of gradients gx gx, gx gy and gy gy, from the upper row downward.
+struct KLTProductRows {
+    const float* const* mXX;
+    const float* const* mXY;
+    const float* const* mYY;
+};
+
 struct KLTKernels {
     static const int kBlockColumns = 16;
     static const int kBlockRows = 13;
@@ -58,9 +65,8 @@ struct KLTKernels {
     /// `inCount` neighbouring windows in each of `inOutRows` neighbouring rows. Each pointer
     /// leads to the upper left pixel of the first window of a row; there are `inHeight +
     /// inOutRows - 1` of each kind. A window's sums run row by row, from left to right.
-    void (*mTrackability)(const float* const* inXX, const float* const* inXY,
-                          const float* const* inYY, int inWidth, int inHeight, int inOutRows,
-                          long long inCount, float* const* outRows);
+    void (*mTrackability)(const KLTProductRows& inRows, int inWidth, int inHeight,
+                          int inOutRows, long long inCount, float* const* outRows);
 
     /// Values without their fractions, and indices that count up. What no 32-bit integer can
     /// hold becomes -2^31. Returns whether none became that.

@@ -147,7 +147,7 @@ std::size_t CollectPoints(const IP::Image<float>& inGradX, const IP::Image<float
         float* outs[kRowsAtOnce];
         for (int row = 0; row < kRowsAtOnce; ++row)
             outs[row] = values.begin() + row * count;
-        kernels.mTrackability(rows[0].data(), rows[1].data(), rows[2].data(), inWindowWidth,
+        kernels.mTrackability({rows[0].data(), rows[1].data(), rows[2].data()}, inWindowWidth,
                               inWindowHeight, outRows, count, outs);
         for (int row = 0; row < outRows; ++row)
             written += WritePoints(kernels, outs[row], inBounds, y + row, inGradX.GetColumns(),

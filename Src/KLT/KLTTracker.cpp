@@ -65,25 +65,30 @@ void KLTTracker::ReplaceLostFeatures(const unsigned char* inImage, int inCols, i
                                      const Rects& inROIRects, Lists inFeatureListPtrVec,
                                      Lists& outFeatureListPtrVec,
                                      const FloatImage& inSmoothed) {
-    SelectGoodFeaturesWithMode(inImage, inCols, inRows, kReplaceLost, inROIRects,
-                               inFeatureListPtrVec, outFeatureListPtrVec, inSmoothed);
+    SelectIn({inImage, inCols, inRows}, inSmoothed, inROIRects, &inFeatureListPtrVec,
+             outFeatureListPtrVec);
 }
 
 void KLTTracker::SelectGoodFeaturesWithMode(const unsigned char* inImage, int inCols,
                                             int inRows, int inMode, const Rects& inROIRects,
                                             Lists inFeatureListPtrVec,
-                                            Lists& outFeatureListPtrVec,
-                                            const FloatImage& inSmoothed) {
+                                            Lists& outFeatureListPtrVec) {
+    SelectIn({inImage, inCols, inRows}, {}, inROIRects,
+             inMode == kSelectAll ? nullptr : &inFeatureListPtrVec, outFeatureListPtrVec);
+}
+
+void KLTTracker::SelectIn(const IP::FrameView& inFrame, const FloatImage& inSmoothed,
+                          const Rects& inROIRects, const Lists* inKept,
+                          Lists& outFeatureListPtrVec) {
     ContractCheck(inROIRects.size() == outFeatureListPtrVec.size());
     TrackingContext& context = mTrackingContext;
     CorrectWindowForSelection(context);
-    const IP::FrameView frame{inImage, inCols, inRows};
 
     // The count of points runs on from region to region while the writing starts over, so
     // a further region sorts and walks what is left of the earlier ones as well. The list
     // has room for all of them, and what is not written yet has a value of 0.
-    const std::size_t pixels = static_cast<std::size_t>(std::max(inCols, 0)) *
-                               static_cast<std::size_t>(std::max(inRows, 0));
+    const std::size_t pixels = static_cast<std::size_t>(std::max(inFrame.mColumns, 0)) *
+                               static_cast<std::size_t>(std::max(inFrame.mRows, 0));
     if (pixels > UINT32_MAX) throw std::bad_alloc();  // the points alone would take 32 GB
     const std::size_t room = pixels * inROIRects.size();
     IP::RecycledArray<std::int32_t> values(room);
@@ -96,23 +101,22 @@ void KLTTracker::SelectGoodFeaturesWithMode(const unsigned char* inImage, int in
     std::size_t count = 0;
 
     const GradientImages gradients =
-        SelectionGradients(context, frame, inSmoothed, inMode == kReplaceLost);
+        SelectionGradients(context, inFrame, inSmoothed, inKept != nullptr);
     if (gradients.mX->GetData() == nullptr || gradients.mY->GetData() == nullptr)
         return;  // reported; the host's ThrowError came back
 
     for (std::size_t k = 0; k < inROIRects.size(); ++k) {
-        const SelectionBounds bounds = BoundsOf(inROIRects[k], frame, context);
+        const SelectionBounds bounds = BoundsOf(inROIRects[k], inFrame, context);
         count += CollectPoints(*gradients.mX, *gradients.mY, bounds, context.mWindowWidth,
                                context.mWindowHeight, ReportTooLarge, points);
         SortedPoints sorted(points, count);
         CorrectMinDist(context);
-        FillList(sorted, frame, context, mMaxFeatures,
-                 inMode == kSelectAll ? nullptr : &inFeatureListPtrVec[k],
+        FillList(sorted, inFrame, context, mMaxFeatures, inKept ? &(*inKept)[k] : nullptr,
                  *outFeatureListPtrVec[k]);
         if (k + 1 < inROIRects.size()) sorted.Finish();
     }
     if (context.mSequentialMode)
-        SetLastPyramids(context, IP::ComputeFramePyramids(frame, PyramidSettingsOf(context)));
+        SetLastPyramids(context, IP::ComputeFramePyramids(inFrame, PyramidSettingsOf(context)));
 }
 
 // ---- The tracking step ---------------------------------------------------------------

@@ -63,8 +63,7 @@ public:
 
     void SelectGoodFeaturesWithMode(const unsigned char* inImage, int inCols, int inRows,
                                     int inMode, const Rects& inROIRects,
-                                    Lists inFeatureListPtrVec, Lists& outFeatureListPtrVec,
-                                    const IP::ImagePtr<float>& inSmoothed = {});
+                                    Lists inFeatureListPtrVec, Lists& outFeatureListPtrVec);
 
     /// Carries every live feature of the input lists to the frame `inFrame`. There is one
     /// output list for each input list. The previous image may be null if its pyramids are
@@ -79,6 +78,10 @@ public:
                                       Lists& outFeatureListPtrVec);
 
 private:
+    // `inKept` is null where all slots are to be filled.
+    void SelectIn(const IP::FrameView& inFrame, const IP::ImagePtr<float>& inSmoothed,
+                  const Rects& inROIRects, const Lists* inKept, Lists& outFeatureListPtrVec);
+
     TrackingContext mTrackingContext;
     long long mCurrentFrame = 0;
     unsigned int mMaxFeatures;

@@ -9,16 +9,14 @@
 namespace DP {
 
 void ImagePyramidDescriptorDataKey::Init(quillet::WideString inSourceID,
-                                         long long inFrameNumber, float inGradientSigma,
-                                         float inSmoothSigma, float inPyramidSigmaFactor,
-                                         int inSubsampling, int inLevelCount, int inCols,
-                                         int inRows) {
+                                         long long inFrameNumber, int inRows, int inCols,
+                                         const IP::FramePyramidSettings& inSettings) {
     DescriptorDataKey::Init(inSourceID, inFrameNumber, inRows, inCols);
-    mGradientSigma = inGradientSigma;
-    mSmoothSigma = inSmoothSigma;
-    mPyramidSigmaFactor = inPyramidSigmaFactor;
-    mSubsampling = inSubsampling;
-    mLevelCount = inLevelCount;
+    mGradientSigma = inSettings.mGradientSigma;
+    mSmoothSigma = inSettings.mSmoothSigma;
+    mPyramidSigmaFactor = inSettings.mPyramidSigmaFactor;
+    mSubsampling = inSettings.mSubsampling;
+    mLevelCount = inSettings.mLevelCount;
 }
 
 bool ImagePyramidDescriptorDataKey::IsLessThan(Ref<IDescriptorDataKey> inDataKey) {
@@ -42,8 +40,12 @@ Ref<IDescriptorDataKey> CreateImagePyramidDescriptorDataKey(
     float inSmoothSigma, float inPyramidSigmaFactor, int inSubsampling, int inLevelCount,
     int inColumns, int inRows) {
     return MakeInitialised<ImagePyramidDescriptorDataKey>(
-        inSourceID, inFrameNumber, inGradientSigma, inSmoothSigma, inPyramidSigmaFactor,
-        inSubsampling, inLevelCount, inColumns, inRows);
+        inSourceID, inFrameNumber, inRows, inColumns,
+        IP::FramePyramidSettings{.mGradientSigma = inGradientSigma,
+                                 .mSmoothSigma = inSmoothSigma,
+                                 .mPyramidSigmaFactor = inPyramidSigmaFactor,
+                                 .mSubsampling = inSubsampling,
+                                 .mLevelCount = inLevelCount});
 }
 
 }  // namespace DP

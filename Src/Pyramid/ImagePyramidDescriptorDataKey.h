@@ -3,15 +3,15 @@
 #pragma once
 
 #include "DescriptorObjects.h"
+#include "image/IPFramePyramids.h"
 
 namespace DP {
 
 class ImagePyramidDescriptorDataKey
     : public TVK::Object<ImagePyramidDescriptorDataKey, DescriptorDataKey> {
 public:
-    void Init(quillet::WideString inSourceID, long long inFrameNumber, float inGradientSigma,
-              float inSmoothSigma, float inPyramidSigmaFactor, int inSubsampling,
-              int inLevelCount, int inCols, int inRows);
+    void Init(quillet::WideString inSourceID, long long inFrameNumber, int inRows, int inCols,
+              const IP::FramePyramidSettings& inSettings);
 
     float GetGradientSigma() const { return mGradientSigma; }
     float GetSmoothSigma() const { return mSmoothSigma; }

@@ -43,16 +43,16 @@ float PlainAlignment::Sum(int inChannel, Term inTerm) const {
 }
 
 std::vector<float> PlainAlignment::Interpolate(const DP::ColourPyramidData& inPyramid,
-                                               int inLevel, int inLeft, int inTop, int inCols,
-                                               int inRows, float inFX, float inFY) const {
+                                               int inLevel, const Block& inBlock, float inFX,
+                                               float inFY) const {
     const int channels = mShape.mChannels;
     const auto level = static_cast<std::size_t>(inLevel);
     const int rowLength = static_cast<int>(inPyramid.GetShape().LevelWidth(level)) * channels;
     const float* const source =
-        inPyramid.GetLevelData(level) + inTop * rowLength + inLeft * channels;
+        inPyramid.GetLevelData(level) + inBlock.mTop * rowLength + inBlock.mLeft * channels;
     std::vector<float> block;
-    for (int row = 0; row < inRows; ++row)
-        for (int i = 0; i < inCols * channels; ++i) {
+    for (int row = 0; row < inBlock.mRows; ++row)
+        for (int i = 0; i < inBlock.mCols * channels; ++i) {
             const float* const at = source + row * rowLength + i;
             const float upper = (at[channels] - at[0]) * inFX + at[0];
             const float lower =
@@ -77,7 +77,8 @@ bool PlainAlignment::SamplePatch(float inX, float inY, int inLevel,
     if (width < 2 * hw + 2 || height < 2 * hh + 3 || ix < hw || ix > width - hw - 2 ||
         iy < hh || iy > height - hh - 3)
         return false;
-    outPatch = Interpolate(mCurrent, inLevel, ix - hw, iy - hh, 2 * hw + 1, 2 * hh + 1, fx, fy);
+    outPatch =
+        Interpolate(mCurrent, inLevel, {ix - hw, iy - hh, 2 * hw + 1, 2 * hh + 1}, fx, fy);
     return true;
 }
 
@@ -97,8 +98,8 @@ bool PlainAlignment::SampleTemplate(float inX, float inY, int inLevel,
     if (width < 2 * hw + 4 || height < 2 * hh + 5 || ix < hw + 1 || ix > width - hw - 3 ||
         iy < hh + 1 || iy > height - hh - 4)
         return false;
-    const auto block = Interpolate(mPrevious, inLevel, ix - hw - 1, iy - hh - 1, 2 * hw + 3,
-                                   2 * hh + 3, fx, fy);
+    const auto block = Interpolate(mPrevious, inLevel,
+                                   {ix - hw - 1, iy - hh - 1, 2 * hw + 3, 2 * hh + 3}, fx, fy);
     const int rowLength = (2 * hw + 3) * channels;
     outTemplates = {};
     for (int row = 1; row <= 2 * hh + 1; ++row)
@@ -262,8 +263,9 @@ bool PlainAlignment::SampleWarped(const std::vector<float>& inParameters, DP::AP
                 Place(inParameters, inPoint, static_cast<float>(dx), static_cast<float>(dy));
             const float left = std::floor(x);
             const float top = std::floor(y);
-            const auto pixel = Interpolate(mCurrent, inLevel, static_cast<int>(left),
-                                           static_cast<int>(top), 1, 1, x - left, y - top);
+            const auto pixel = Interpolate(
+                mCurrent, inLevel, {static_cast<int>(left), static_cast<int>(top), 1, 1},
+                x - left, y - top);
             outPatch.insert(outPatch.end(), pixel.begin(), pixel.begin() + channels);
         }
     return true;

@@ -41,9 +41,11 @@ private:
     template <class Solve, class Accept>
     int Descend(std::size_t inLevels, DP::APTPoint inPoint, int inCount, const float* inStart,
                 float* outResult, Solve inSolve, Accept inAccept) const;
+    struct Block {
+        int mLeft, mTop, mCols, mRows;
+    };
     std::vector<float> Interpolate(const DP::ColourPyramidData& inPyramid, int inLevel,
-                                   int inLeft, int inTop, int inCols, int inRows, float inFX,
-                                   float inFY) const;
+                                   const Block& inBlock, float inFX, float inFY) const;
     template <class Term>
     float Sum(int inChannel, Term inTerm) const;
     float Correlation(const std::vector<float>& inA, const std::vector<float>& inB) const;

@@ -79,9 +79,9 @@ TEST(RowKernels, GradientsFromOneVisitHaveTheBitsOfTwo) {
                 linesY.push_back(rowsY.data() + m * count);
             }
             std::vector<float> x(count + 1, -1.0f), y(x);
-            if (!form->mBothGradients(source.data(), gauss.data(), derivative.data(),
-                                      linesX.data(), linesY.data(), 7, count, x.data(),
-                                      y.data())) {
+            if (!form->mBothGradients(source.data(), {gauss.data(), derivative.data(), 7},
+                                      count, {linesX.data(), x.data()},
+                                      {linesY.data(), y.data()})) {
                 EXPECT_LT(count, 16);
                 continue;
             }

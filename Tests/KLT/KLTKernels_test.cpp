@@ -53,7 +53,7 @@ TEST(KLTKernels, TrackabilityHasTheBitsOfPlainSums) {
                         std::vector<float*> outs;
                         for (int row = 0; row < outRows; ++row)
                             outs.push_back(&actual[row * count]);
-                        inForm.mTrackability(rows[0].data(), rows[1].data(), rows[2].data(),
+                        inForm.mTrackability({rows[0].data(), rows[1].data(), rows[2].data()},
                                              width, height, outRows, count, outs.data());
                         for (int row = 0; row < outRows; ++row)
                             for (long long x = 0; x < count; ++x)

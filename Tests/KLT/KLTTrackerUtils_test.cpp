@@ -109,20 +109,23 @@ protected:
     static Frame Moved(double inDx, double inDy) {
         return FrameOf(ImageOf(kCols, kRows, TexturedFrame(kCols, kRows, -inDx, -inDy)));
     }
+    struct Limits {
+        int mMaxIterations = 10;
+        float mMaxResidue = 10.0f;
+    };
     int Track(float inX1, float inY1, float& ioX2, float& ioY2, const Frame& inFirst,
-              const Frame& inSecond, int inMaxIterations = 10, float inMaxResidue = 10.0f,
-              bool inLighting = false) {
+              const Frame& inSecond, Limits inLimits) {
         return DP::TrackFeature(inX1, inY1, ioX2, ioY2, inFirst.mImage, inFirst.mGradX,
                                 inFirst.mGradY, inSecond.mImage, inSecond.mGradX,
-                                inSecond.mGradY, 7, 7, 1.0f, inMaxIterations, 0.01f, 0.1f,
-                                inMaxResidue, inLighting);
+                                inSecond.mGradY, 7, 7, 1.0f, inLimits.mMaxIterations, 0.01f,
+                                0.1f, inLimits.mMaxResidue, false);
     }
 };
 
 TEST_F(TrackFeature, IdenticalFramesSettleAtOnce) {
     const Frame frame = Moved(0, 0);
     float x = 30.25f, y = 25.5f;
-    EXPECT_EQ(Track(30.25f, 25.5f, x, y, frame, frame, 2, 0.0f), kKLTTracked)
+    EXPECT_EQ(Track(30.25f, 25.5f, x, y, frame, frame, {2, 0.0f}), kKLTTracked)
         << "a residue at the limit is none too many";
     EXPECT_EQ(x, 30.25f);
     EXPECT_EQ(y, 25.5f);
@@ -131,26 +134,26 @@ TEST_F(TrackFeature, IdenticalFramesSettleAtOnce) {
 TEST_F(TrackFeature, SettlingOnTheLastIterationCountsAsNotSettled) {
     const Frame frame = Moved(0, 0);
     float x = 30, y = 25;
-    EXPECT_EQ(Track(30, 25, x, y, frame, frame, 1), kKLTMaxIterations);
+    EXPECT_EQ(Track(30, 25, x, y, frame, frame, {1}), kKLTMaxIterations);
 }
 
 TEST_F(TrackFeature, FlatGroundIsSingular) {
     const Frame flat = FrameOf(Flat(kCols, kRows));
     float x = 30, y = 25;
-    EXPECT_EQ(Track(30, 25, x, y, flat, flat), kKLTSmallDet);
+    EXPECT_EQ(Track(30, 25, x, y, flat, flat, {}), kKLTSmallDet);
 }
 
 TEST_F(TrackFeature, PoorMatchIsToldBeforeTheIterations) {
     const Frame first = Moved(0, 0), second = Moved(0.2, 0);
     float x = 30, y = 25;
-    EXPECT_EQ(Track(30, 25, x, y, first, second, 1, 0.0f), kKLTLargeResidue);
+    EXPECT_EQ(Track(30, 25, x, y, first, second, {1, 0.0f}), kKLTLargeResidue);
 }
 
 // x + 3 must stay 1.001 below the columns, since the interpolation reads a pixel further.
 TEST_F(TrackFeature, WindowsAtTheEdgesAreOutside) {
     const Frame frame = Moved(0, 0);
     const auto statusAt = [&](float inX1, float inY1, float inX2, float inY2) {
-        return Track(inX1, inY1, inX2, inY2, frame, frame);
+        return Track(inX1, inY1, inX2, inY2, frame, frame, {});
     };
     EXPECT_EQ(statusAt(3, 3, 3, 3), kKLTTracked);
     EXPECT_EQ(statusAt(55.99f, 45.99f, 55.99f, 45.99f), kKLTTracked);
@@ -180,8 +183,8 @@ TEST_F(TrackFeature, GradientsMadeUnderTheWindowGiveTheBitsOfPlanes) {
         const bool isNear = run % 4 != 0;
         float x = isNear ? x1 + 1 : startX, y = isNear ? y1 - 1 : startY;
         float blockX = x, blockY = y;
-        const int status = Track(x1, y1, x, y, first, second);
-        EXPECT_EQ(Track(x1, y1, blockX, blockY, firstAlone, secondAlone), status);
+        const int status = Track(x1, y1, x, y, first, second, {});
+        EXPECT_EQ(Track(x1, y1, blockX, blockY, firstAlone, secondAlone, {}), status);
         EXPECT_EQ(BitsOf(blockX), BitsOf(x)) << x1 << " " << y1;
         EXPECT_EQ(BitsOf(blockY), BitsOf(y)) << x1 << " " << y1;
         tracked += status == kKLTTracked;
@@ -195,7 +198,8 @@ TEST_F(TrackFeature, ASmallerSecondImageIsNeverReadOutside) {
     for (const auto& [startX, startY] :
          {std::pair{30.0f, 25.0f}, {30.0f, 9.0f}, {9.0f, 25.0f}}) {
         float x = startX, y = startY;
-        EXPECT_EQ(Track(startX, startY, x, y, first, {small, small, small}), kKLTOutOfBounds);
+        EXPECT_EQ(Track(startX, startY, x, y, first, {small, small, small}, {}),
+                  kKLTOutOfBounds);
     }
 }
 

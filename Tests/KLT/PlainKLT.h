@@ -179,8 +179,11 @@ inline float PlainBilinear(const PlainImage& inImage, float inX, float inY) {
            (1 - ax) * ay * inImage.At(xt, yt + 1) + ax * ay * inImage.At(xt + 1, yt + 1);
 }
 
-inline int PlainTrackFeature(float x1, float y1, float& x2, float& y2, const PlainPyramids& p1,
-                             const PlainPyramids& p2, int inLevel, const TrackingContext& c) {
+// The two frames' pyramids, `inLevel` of which is searched.
+inline int PlainTrackFeature(float x1, float y1, float& x2, float& y2,
+                             std::pair<const PlainPyramids&, const PlainPyramids&> inFrames,
+                             int inLevel, const TrackingContext& c) {
+    const auto& [p1, p2] = inFrames;
     const PlainImage &img1 = p1.mImage[inLevel], &gradx1 = p1.mGradX[inLevel],
                      &grady1 = p1.mGradY[inLevel], &img2 = p2.mImage[inLevel],
                      &gradx2 = p2.mGradX[inLevel], &grady2 = p2.mGradY[inLevel];
@@ -304,7 +307,7 @@ inline KLTFeatureList PlainTrack(const TrackingContext& c, const PlainPyramids& 
             yin *= subsampling;
             xout *= subsampling;
             yout *= subsampling;
-            status = PlainTrackFeature(xin, yin, xout, yout, p1, p2, r, c);
+            status = PlainTrackFeature(xin, yin, xout, yout, {p1, p2}, r, c);
             if (status == DP::kKLTSmallDet || status == DP::kKLTOutOfBounds) break;
         }
         const bool inside = xout >= float(c.mBorderX) && xout <= float(cols - c.mBorderX - 1) &&

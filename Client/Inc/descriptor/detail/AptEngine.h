@@ -57,9 +57,9 @@ public:
         return mData != NULL && same_pixels(mImage, mNext);
     }
     std::vector<Slot> step(const RunName& inRun, long long inNumber) override {
-        const auto data =
-            ask_for(mForward, inRun.text("apt"), inNumber, mSettings.least(),
-                    mSettings.stationary_limit, mSettings.verify, mImage, mNext, mData);
+        const auto data = ask_for(
+            mForward, inRun.text("apt"), inNumber,
+            {mSettings.least(), mSettings.stationary_limit, mSettings.verify}, mImage, mNext);
         mBefore = mImage;
         mImage = mNext;
         mData = data;
@@ -71,8 +71,8 @@ public:
             mBackward.emplace("an APT tracker",
                               quillet::utility::UTF8ToUTF16(unique_text("apt ")),
                               apt_property(mSettings, -1.0f, false));
-        const auto data = ask_for(*mBackward, inRun.text("apt back"), inNumber, 0, -1.0f, false,
-                                  mImage, mBefore, mData);
+        const auto data = ask_for(*mBackward, inRun.text("apt back"), inNumber,
+                                  {0, -1.0f, false}, mImage, mBefore);
         return slots_of(*data->GetFeatures());
     }
     void restart() override {
@@ -84,18 +84,25 @@ private:
     using Image = IP::ImagePtr<float>;
     using Data = DP::Ref<DP::IAPTDescriptorData>;
 
+    struct Rules {
+        unsigned mLeast;
+        float mStationaryLimit;
+        bool mVerify;
+    };
+
+    // Carries the list on from one image to the next.
     Data ask_for(const OwnComputer& inComputer, const quillet::WideString& inName,
-                 long long inNumber, unsigned inLeast, float inLimit, bool inVerify,
-                 const Image& inFrom, const Image& inTo, const Data& inData) const {
+                 long long inNumber, const Rules& inRules, const Image& inFrom,
+                 const Image& inTo) const {
         const int rows = inTo->GetRows();
         const int columns = inTo->GetColumns();
         const auto key = DP::CreateAPTDescriptorDataKey(
             inName, inNumber, kTag, mSettings.points(), rows, columns, mSettings.distance(),
-            inLeast, inLimit, inVerify);
+            inRules.mLeast, inRules.mStationaryLimit, inRules.mVerify);
         return Data(ask("an APT step", inComputer, DP::kDescriptorDataTypeAPT, key, true,
                         [&](const DP::Ref<DP::IDescriptorWorkerItem>& ioItem) {
                             DP::Ref<DP::IAPTDescriptorWorkerItem>(ioItem)->SetInputs(
-                                inFrom, inTo, inData, static_cast<unsigned>(columns),
+                                inFrom, inTo, mData, static_cast<unsigned>(columns),
                                 static_cast<unsigned>(rows));
                         }));
     }
