@@ -1,3 +1,6 @@
+// One computer has one tracker, with the numbers of its property. Requests of one source thus
+// go on with the same engine from frame to frame.
+
 #include "KLTDescriptorComputer.h"
 
 #include "KLTDescriptorProperty.h"

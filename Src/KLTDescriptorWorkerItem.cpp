@@ -1,3 +1,6 @@
+// An item is used for one frame: the host gives it images and the data of the frame before, the
+// computer its tracker, and the result stays in it.
+
 #include "KLTDescriptorWorkerItem.h"
 
 #include <cstdint>

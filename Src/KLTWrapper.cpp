@@ -1,3 +1,7 @@
+// One frame of a KLT run: a first frame is selected in, a later one is tracked into, and its
+// free slots are filled when fewer points than the key's minimum are left. The minimum of the
+// key and not of the property: frames of one run may differ in it.
+
 #include "KLTWrapper.h"
 
 #include <algorithm>

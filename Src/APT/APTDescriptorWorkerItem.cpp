@@ -1,3 +1,6 @@
+// An item is used for one frame. Images have one float a pixel; the host says their size, since
+// the tracker reads by that and not by what the image says of itself.
+
 #include "APT/APTDescriptorWorkerItem.h"
 
 #include <tuple>

@@ -76,6 +76,7 @@ public:
           mGeometric{inTemplate.mGradientX, inTemplate.mGradientY},
           mColumns{mGeometric, 2, inTemplate.mTemplate, true} {}
 
+    // What does not depend on the current image, once for a level. False for a singular system.
     bool SetUp() {
         switch (mModel) {
             case kAPTModelFittedGainOffset:
@@ -113,6 +114,9 @@ public:
 private:
     int Order() const { return mColumns.GetOrder(mShape.mChannels); }
 
+    // Residual, right-hand side and solution: (x, y), then gain and offset of each channel
+    // where the model has them among the unknowns. Fitted gains are solved for before the
+    // motion.
     bool ComputeUpdate() {
         const float* const patch = mWorkspace.mPatch.data();
         float* const residual = mWorkspace.mResidual.data();
@@ -303,6 +307,8 @@ APTTranslationSolver::APTTranslationSolver(APTWorkspace& ioWorkspace,
       mInverse(InvertGradientMatrix(*ioWorkspace.mKernels, inTemplate, ioWorkspace.mShape)),
       mTranslation{ioParameters[0], ioParameters[1]} {}
 
+// t <- t + H^-1 J^T r with the 2 by 2 matrix H of the template's gradients, inverted
+// beforehand.
 bool APTTranslationSolver::Iterate() {
     mAnswer = mMostIterations;
     if (mIteration >= mMostIterations) return false;

@@ -55,6 +55,8 @@ bool BoundCorners(const APTWarp& inWarp, const APTPatchShape& inShape, int inWid
     return true;
 }
 
+// Samples the current image at the places that the warp sends the patch's pixels to: `mPatch`
+// is one block, row by row, channels interleaved. False, with nothing sampled, at the edge.
 bool SampleWarped(APTWorkspace& ioWorkspace, const APTImageLevel& inLevel, APTPoint inPoint) {
     const APTPatchShape& shape = ioWorkspace.mShape;
     const APTWarp warp = WarpOf(ioWorkspace.mCurrent, inPoint);
@@ -129,6 +131,7 @@ bool IsConverged(APTWorkspace& ioWorkspace, const APTSearch& inSearch) {
            isSmall;
 }
 
+// Length of the parameters, and order of the normal matrix. The reserved model is never solved.
 int WarpParameterCount(APTMotionModel inModel, int inChannels) {
     switch (inModel) {
         case kAPTModelTranslation:
@@ -155,6 +158,8 @@ bool StepWarp(APTWorkspace& ioWorkspace, const APTReferenceTemplates::Level& inL
     else
         FillResidual(planes.mTemplate, patch, shape, residual);
 
+    // J^T r by columns of J: gradient x, gradient y, then the four of the warp. The gradients
+    // are differences over two pixels, hence the half.
     float sums[kGeometric + 2];
     ioWorkspace.mKernels->mWarpSums(planes, ioWorkspace.mFloatOffsets.Get(), residual,
                                     shape.GetBlockFloats(), sums);
@@ -254,6 +259,8 @@ void APTReferenceTemplates::ReadAhead() const {
 
 // ---- One reference -------------------------------------------------------------------
 
+// The answers are those of `SolveLevel`. The parameters of the caller change at convergence
+// alone: a search that fails leaves the start for the next level as it was.
 int SolveWarpLevel(APTWorkspace& ioWorkspace, const APTReferenceTemplates::Level& inTemplate,
                    const APTImageLevel& inLevel, APTPoint inPoint, const APTSearch& inSearch,
                    float* ioParameters) {

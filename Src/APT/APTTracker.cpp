@@ -126,6 +126,8 @@ void APTTracker::ReplenishFeatures(const float* inImage, int inWidth, int inHeig
 
 // ---- Tracking ------------------------------------------------------------------------
 
+// A step that the host stops must leave the engine as it was: the same step is then asked for
+// again. Without a watch nobody can stop it, and no copy is made.
 APTTracker::StepGuard::StepGuard(APTTracker& ioTracker)
     : mTracker(ioTracker), mFailures(std::uncaught_exceptions()) {
     if (IP::IsWatched())
@@ -172,7 +174,10 @@ void APTTracker::TrackFeatureList(const APTFeatureList& inFeatures,
     FinishStep(inFeatures, outFeatures);
 }
 
-// From frame to frame, some points in turns. A slot that was lost before stays free.
+// From frame to frame, some points in turns: an iteration waits for memory and for the sums
+// before it, and those of another point have use for that time. Each point is solved by itself
+// and written to its own slot, so the turns change no bit. A slot that was lost before stays
+// free.
 void APTTracker::AlignFeatures(const APTFeatureList& inFeatures, APTFeatureList& outFeatures) {
     const APTSearch search = GetSearch(mParams.mTrackingModel);
     float start[kAPTMaxParameters] = {};

@@ -5,7 +5,9 @@
 namespace DP {
 namespace {
 
-// With the channels known the loop becomes vector code.
+// Output k is the mean of pixels 2k - 1, 2k (twice) and 2k + 1: the kernel (1, 2, 1) / 4 along
+// x, and every second column of it. Rows are thinned out without a filter. With the channels
+// known the loop becomes vector code.
 template <std::size_t kChannels>
 void ReduceRowOf(const float* inRow, std::size_t inBegin, std::size_t inEnd, float* outPixels) {
     const float* source = inRow + 2 * inBegin * kChannels;

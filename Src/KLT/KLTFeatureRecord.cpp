@@ -1,3 +1,6 @@
+// A slot is live while its value is not negative. Whatever ends a point writes -1 to its place,
+// so that no reader takes a lost point for one in the corner.
+
 #include "KLT/KLTFeatureRecord.h"
 
 #include "KLT/KLTTrackerUtils.h"

@@ -1,3 +1,7 @@
+// The frame as trackers see it, smoothed, and its gradients: the Gaussian's derivative along
+// one axis and the Gaussian along the other. Where the frame was smoothed for tracking a moment
+// ago, that is not done again.
+
 #include "KLT/KLTSelectionGradients.h"
 
 #include "image/IPConvolveImage.h"

@@ -7,6 +7,8 @@
 #include <cmath>
 #include <cstddef>
 
+// Column-major. Behind the arguments Fortran takes the length of each string: 1 for "L", the
+// lower triangle, which alone is read and written.
 extern "C" {
 void spotrf_(const char* inUplo, const int* inOrder, float* ioMatrix, const int* inLeading,
              int* outInfo, std::size_t inUploLength);
@@ -34,6 +36,8 @@ CholeskyOutcome OutcomeOf(int inInfo) {
 
 }  // namespace
 
+// Looked at again behind a success: finite entries of very different size can overflow on the
+// way.
 CholeskyOutcome CholeskyFactorise(float* ioMatrix, int inOrder) {
     if (!LowerTriangleIsFinite(ioMatrix, inOrder)) return CholeskyOutcome::kNotFinite;
     int info = 0;

@@ -1,3 +1,6 @@
+// As APT's item, but that the first frame has previous data too: the rectangle to begin with.
+// An item without it is a host's mistake and throws, where APT's begins a run.
+
 #include "RegionTracker/RegionTrackerDescriptorWorkerItem.h"
 
 #include <tuple>

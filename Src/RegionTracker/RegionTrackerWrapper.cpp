@@ -1,3 +1,12 @@
+// One frame of a region run. The first selects points inside the rectangle; each later one
+// carries them on, fits one motion to those that agree, moves the rectangle by it, drops points
+// that lie outside of it now, and fills the free slots:
+//
+//     points -> motion -> rectangle -> points inside it
+//
+// Rectangles count y upward from the bottom of the image, points count y downward; what turns
+// one into the other is always the number of rows less the one.
+
 #include "RegionTracker/RegionTrackerWrapper.h"
 
 #include <algorithm>
@@ -117,6 +126,8 @@ void RegionTrackerWrapper::TrackRegion(APTFeatureListPtr inPrevFeatures, RegionP
     mTracker->ReplenishFeatures(inCurrImage, mCols, mRows, frame, rects, lists);
 }
 
+// By whole pixels, toward zero, of the point as rectangles see it. The edges belong to the
+// rectangle; NaN is below every rectangle and goes.
 bool RegionTrackerWrapper::MarkFeaturesOutsideRects(
     const std::vector<TVK::ParamRect<float>>& inRects, int inRows,
     std::vector<APTFeatureListPtr>& ioFls) {
@@ -136,6 +147,8 @@ bool RegionTrackerWrapper::MarkFeaturesOutsideRects(
 
 // ---- Pictures ------------------------------------------------------------------------
 
+// Rows of the picture, so that `upper` is the smaller number: horizontal lines are two pixels
+// thick, vertical ones one. What lies off the plane is left out.
 void RegionTrackerWrapper::DrawRectOnPlane(unsigned char* inImage, int inCols, int inRows,
                                            RegionPtr inRegion) {
     ContractCheck(inRegion != NULL);

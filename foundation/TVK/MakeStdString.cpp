@@ -1,3 +1,13 @@
+// UTF-16 to UTF-8. How many bytes a code point takes follows from its bits:
+//
+//     up to  7      0xxxxxxx
+//     up to 11      110xxxxx 10xxxxxx
+//     up to 16      1110xxxx 10xxxxxx 10xxxxxx
+//     up to 21      11110xxx 10xxxxxx 10xxxxxx 10xxxxxx
+//
+// Half a surrogate pair alone is no character and becomes U+FFFD, the replacement character:
+// the result is valid UTF-8 whatever came in.
+
 #include "TVK/MakeStdString.h"
 
 #include <cstddef>

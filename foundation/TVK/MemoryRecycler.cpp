@@ -49,6 +49,8 @@ constexpr int kLargestShift = 46;   // 64 TiB: beyond every machine's address sp
 constexpr int kClassesPerOctave = 4;
 constexpr int kClassCount = (kLargestShift - kSmallestShift) * kClassesPerOctave + 1;
 
+// 4, 5, 6, 7, 8, 10, 12, 14, 16, 20, ... KiB: four steps from one power of two to the next, so
+// that a block above the least is at most a quarter larger than what was asked for.
 std::size_t ClassSize(int inClass) {
     const std::size_t octave = std::size_t{1} << (kSmallestShift + inClass / kClassesPerOctave);
     return octave + octave / kClassesPerOctave * (inClass % kClassesPerOctave);
@@ -108,6 +110,8 @@ struct MemoryRecycler::Pool {
     std::size_t mUsedBytes DP_GUARDED_BY(mMutex) = 0;
     std::size_t mMostUsedBytes DP_GUARDED_BY(mMutex) = 0;  // since the last Trim
 
+    // Puts a block on top of its class and at the young end of the chain by age. Its first
+    // bytes become the links; what its last user left behind them stays.
     void Insert(void* inBlock, int inClass) DP_REQUIRES(mMutex) {
         AllowBytes(inBlock, sizeof(UnusedBlock), ClassSize(inClass));
         auto* const block =
@@ -119,6 +123,8 @@ struct MemoryRecycler::Pool {
         mUnusedBytes += ClassSize(inClass);
     }
 
+    // Takes a block out of both lists, wherever it lies in them: the oldest of all may be at
+    // the bottom of its class. The block itself is not touched after that.
     void Remove(UnusedBlock* inBlock) DP_REQUIRES(mMutex) {
         (inBlock->mOlder ? inBlock->mOlder->mNewer : mOldest) = inBlock->mNewer;
         (inBlock->mNewer ? inBlock->mNewer->mOlder : mNewest) = inBlock->mOlder;

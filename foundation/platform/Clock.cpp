@@ -1,3 +1,7 @@
+// A cache reads both clocks for every result that it stores or gives out. The fine one
+// measures; the coarse one, which must cost next to nothing, tells where the fine one has
+// jumped.
+
 #include "platform/Clock.h"
 
 #if defined(_WIN32)
@@ -60,6 +64,7 @@ std::uint32_t GetTickCount() {
 #endif
     std::int64_t nanoseconds = 0;
     ReadClock(kClock, nanoseconds);
+    // Wraps after 49.7 days, as on Windows: callers take differences of 32 bits.
     return static_cast<std::uint32_t>(nanoseconds / kNanosecondsPerMillisecond);
 }
 

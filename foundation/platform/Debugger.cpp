@@ -1,3 +1,6 @@
+// Whether a debugger watches this process, and how it is told something. Without one a report
+// is not written anywhere, unless the program has said who receives it.
+
 #include "platform/Debugger.h"
 
 #include <atomic>
@@ -16,6 +19,7 @@
 namespace platform {
 namespace {
 
+// Initialised by the loader and never destroyed: a static object's destructor may still report.
 constinit std::atomic<DebugStringReceiver> sReceiver{nullptr};
 
 }  // namespace

@@ -35,6 +35,7 @@ constexpr std::size_t kPage = 4096;
 // With its pages there already if it is no larger than a frame: whoever asks for more may
 // mean to use a corner of it. What the system does not know it refuses, and nothing is lost.
 void* AllocatePages(std::size_t inSize) noexcept {
+    // What is larger than half a huge page takes a whole one, and so can lie on it.
     constexpr std::size_t kHugePage = std::size_t{2} << 20;
     constexpr std::size_t kLeastFilled = std::size_t{64} << 10;
     constexpr std::size_t kMostFilled = std::size_t{64} << 20;

@@ -1,3 +1,6 @@
+// On Windows a slim reader-writer lock, taken by one writer at a time. Unlocked it is a null
+// pointer, so that the constant initialiser in the header makes it; it needs no clean-up.
+
 #include "platform/StaticMutex.h"
 
 #if defined(_WIN32)

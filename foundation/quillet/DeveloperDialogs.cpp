@@ -79,6 +79,8 @@ void ReportContract(const char* inExpression, const char* inFile, long inLine) {
 
 void ReportImpossible(std::atomic<bool>& ioHidden, const char* inMessage, const char* inFile,
                       long inLine, const char* inFunction) {
+    // Two threads that come here at once may both show it: a lock held over a dialog would stop
+    // one thread until a person has answered to another.
     bool hide = ioHidden.load();
     if (hide) return;
     std::ostringstream text;

@@ -27,6 +27,8 @@ ReportedError::~ReportedError() = default;
 const char* ReportedError::what() const noexcept { return mMessage.c_str(); }
 ErrorLevel ReportedError::GetLevel() const noexcept { return mLevel; }
 
+// What a host has put in place may return; the library then goes on behind the broken contract
+// as its headers say.
 void ThrowError(ErrorLevel inLevel, const char* inMessage, unsigned long inCategory,
                 long inCode, bool inReport, const ReplacementValue& inFirst,
                 const ReplacementValue& inSecond, const ReplacementValue& inThird,
