@@ -242,6 +242,23 @@ TEST(VerifiedTracking, ANewPointIsVerifiedInItsFirstStepAndFadingIsNoLoss) {
     }
 }
 
+// A new point at (45, 40) of one frame, which the step to the next has found at `inFound`.
+APTFeature Verified(const std::vector<float>& inFrom, const std::vector<float>& inTo,
+                    int inLevels, APTPoint inFound, float inLimit) {
+    APTImagePyramid previous, current;
+    previous.Reset(inFrom.data(), kCols, kRows, 1, inLevels);
+    current.Reset(inTo.data(), kCols, kRows, 1, inLevels);
+    APTReferenceVerification verification;
+    verification.Init(kShape, inLevels, 1);
+    APTFeatureList list{NewPoint(45.0f, 40.0f)};
+    verification.Capture(list, previous);
+    list[0] = NewPoint(inFound.mX, inFound.mY);
+    list[0].mStatus = kAPTFeatureTracked;
+    verification.HandOver(list);
+    verification.VerifyFeatures(current, {kAPTModelGainOffset, kTolerances, inLimit, 15}, list);
+    return list[0];
+}
+
 TEST(VerifyFeatures, ACorrelationAtTheLimitPassesAndOneBelowItIsLow) {
     const auto from = Moved(0);
     auto to = Moved(1);
@@ -249,19 +266,7 @@ TEST(VerifyFeatures, ACorrelationAtTheLimitPassesAndOneBelowItIsLow) {
     for (std::size_t i = 0; i < to.size(); ++i)
         to[i] += 0.1f * noise[i];
     const auto verify = [&](float inLimit) {
-        APTImagePyramid previous;
-        APTImagePyramid current;
-        previous.Reset(from.data(), kCols, kRows, 1, 3);
-        current.Reset(to.data(), kCols, kRows, 1, 3);
-        APTReferenceVerification verification;
-        verification.Init(kShape, 3, 1);
-        APTFeatureList list{NewPoint(45.0f, 40.0f)};
-        verification.Capture(list, previous);
-        list[0].mStatus = kAPTFeatureTracked;
-        verification.HandOver(list);
-        verification.VerifyFeatures(current, {kAPTModelGainOffset, kTolerances, inLimit, 15},
-                                    list);
-        return list[0];
+        return Verified(from, to, 3, {45.0f, 40.0f}, inLimit);
     };
     const APTFeature passed = verify(0.0f);
     ASSERT_EQ(passed.mStatus, 0);
@@ -276,21 +281,8 @@ TEST(VerifyFeatures, ACorrelationAtTheLimitPassesAndOneBelowItIsLow) {
 }
 
 TEST(VerifyFeatures, BeginsWhereTheFrameToFrameStepEnded) {
-    const auto from = Moved(0);
-    const auto to = Moved(12);
-    APTImagePyramid previous;
-    APTImagePyramid current;
-    previous.Reset(from.data(), kCols, kRows, 1, 1);
-    current.Reset(to.data(), kCols, kRows, 1, 1);
-    APTReferenceVerification verification;
-    verification.Init(kShape, 1, 1);
-    APTFeatureList list{NewPoint(45.0f, 40.0f)};
-    verification.Capture(list, previous);
-    list[0] = NewPoint(45.0f + 9.6f, 40.0f - 6.0f);
-    list[0].mStatus = kAPTFeatureTracked;
-    verification.HandOver(list);
-    verification.VerifyFeatures(current, {kAPTModelGainOffset, kTolerances, 0.5f, 5}, list);
-    EXPECT_EQ(list[0].mStatus, kAPTFeatureTracked);
+    const auto point = Verified(Moved(0), Moved(12), 1, {45.0f + 9.6f, 40.0f - 6.0f}, 0.5f);
+    EXPECT_EQ(point.mStatus, kAPTFeatureTracked);
 }
 
 TEST(VerifiedTracking, ATrackedPointWithoutAReferenceFails) {

@@ -19,6 +19,12 @@ APTFeatureListPtr Select(APTTracker& inEngine, const MovingClip& inClip, int inF
     return list;
 }
 
+void Replenish(APTTracker& inEngine, const MovingClip& inClip, unsigned int inNumber,
+               const APTFeatureListPtr& ioList) {
+    inEngine.ReplenishFeatures(inClip.Frame(0).data(), inClip.mCols, inClip.mRows, inNumber,
+                               {FullFrame(inClip.mCols, inClip.mRows)}, {ioList});
+}
+
 APTFeatureListPtr Track(APTTracker& inEngine, const MovingClip& inClip, int inFrame,
                         const APTFeatureListPtr& inList) {
     const auto output = EmptyList();
@@ -95,12 +101,12 @@ TEST(SelectFeatures, StampIsTheFrameNumberPlusOneCutToASignedNumber) {
     const MovingClip clip;
     const auto frame = clip.Frame(0);
     const auto engine = MakeEngine();
+    const APTTracker::Rects rects{FullFrame(clip.mCols, clip.mRows)};
     const std::pair<unsigned int, int> kStamps[] = {
         {0u, 1}, {0x7FFFFFFEu, INT_MAX}, {0x7FFFFFFFu, INT_MIN}, {0xFFFFFFFFu, 0}};
     for (const auto& [number, stamp] : kStamps) {
         const auto list = EmptyList();
-        engine->SelectFeatures(frame.data(), clip.mCols, clip.mRows, number,
-                               {FullFrame(clip.mCols, clip.mRows)}, {list});
+        engine->SelectFeatures(frame.data(), clip.mCols, clip.mRows, number, rects, {list});
         EXPECT_EQ((*list)[0].mStatus, stamp);
     }
 }
@@ -200,8 +206,7 @@ TEST(ReplenishFeatures, FillsFreeSlotsInOrderAndLeavesTheOthersAlone) {
     (*list)[4].mDeltaX = 7.0f;
     (*list)[4].mAge = 30;
     (*list)[9].mStatus = kAPTFeatureInactive;
-    engine->ReplenishFeatures(clip.Frame(0).data(), clip.mCols, clip.mRows, 5,
-                              {FullFrame(clip.mCols, clip.mRows)}, {list});
+    Replenish(*engine, clip, 5, list);
     // The two corners that were given up are the best that are free now, in their order.
     for (std::size_t i = 0; i < list->size(); ++i) {
         EXPECT_EQ((*list)[i].mX, (*full)[i].mX) << i;
@@ -217,8 +222,7 @@ TEST(ReplenishFeatures, NewPointsKeepTheirDistanceFromLivePoints) {
     const auto engine = MakeEngine();
     const auto list = ListOf({NewPoint(80.3f, 60.6f), NewPoint(30.9f, 90.1f)});
     list->resize(300);
-    engine->ReplenishFeatures(clip.Frame(0).data(), clip.mCols, clip.mRows, 5,
-                              {FullFrame(clip.mCols, clip.mRows)}, {list});
+    Replenish(*engine, clip, 5, list);
     ASSERT_GT(CountLiveFeatures(*list), 20u);
     for (std::size_t i = 0; i < list->size(); ++i)
         for (std::size_t j = std::max<std::size_t>(i + 1, 2); j < list->size(); ++j) {
@@ -264,8 +268,7 @@ TEST(ReplenishFeatures, AListWithoutAFreeSlotStays) {
     const MovingClip clip;
     const auto engine = MakeEngine();
     const auto list = ListOf({NewPoint(1.0f, 2.0f)});
-    engine->ReplenishFeatures(clip.Frame(0).data(), clip.mCols, clip.mRows, 5,
-                              {FullFrame(clip.mCols, clip.mRows)}, {list});
+    Replenish(*engine, clip, 5, list);
     ASSERT_EQ(list->size(), 1u);
     EXPECT_EQ((*list)[0].mX, 1.0f);
     EXPECT_EQ((*list)[0].mStatus, 1);
@@ -438,8 +441,7 @@ TEST(BadInput, PointsThatAreNowhereAreLostAndClearNoDisc) {
     const auto alone = EmptyList();
     alone->resize(400);
     for (const auto& each : {list, alone})
-        engine->ReplenishFeatures(clip.Frame(0).data(), clip.mCols, clip.mRows, 0,
-                                  {FullFrame(clip.mCols, clip.mRows)}, {each});
+        Replenish(*engine, clip, 0, each);
     EXPECT_EQ(CountLiveFeatures(*list), CountLiveFeatures(*alone) + 3);
 }
 
@@ -453,8 +455,7 @@ TEST(BadInput, ADistanceBeyondEveryImageLeavesOnePoint) {
         const auto list = Select(*engine, clip, 0);
         EXPECT_EQ(CountLiveFeatures(*list), 1u);
         (*list)[0].mX += 0.3f;
-        engine->ReplenishFeatures(clip.Frame(0).data(), clip.mCols, clip.mRows, 0,
-                                  {FullFrame(clip.mCols, clip.mRows)}, {list});
+        Replenish(*engine, clip, 0, list);
         EXPECT_EQ(CountLiveFeatures(*list), 1u);
     }
 }

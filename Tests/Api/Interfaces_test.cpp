@@ -95,6 +95,11 @@ TEST(Slots, EveryOperationStandsWhereItWasFrozen) {
 }
 
 TEST(Layout, WhatCrossesTheBoundaryByValueHasItsSize) {
+    EXPECT_EQ(sizeof(DP::KLTFeature), 40u);
+    EXPECT_EQ(offsetof(DP::KLTFeature, mValue), 8u);
+    EXPECT_EQ(offsetof(DP::KLTFeature, mAge), 20u);
+    EXPECT_EQ(offsetof(DP::KLTFeature, mDeltaX), 24u);
+    EXPECT_EQ(DP::KLTFeature().mValue, 0) << "a new record reads as live";
     EXPECT_EQ(sizeof(DP::APTFeature), 40u);
     EXPECT_EQ(offsetof(DP::APTFeature, mStatus), 8u);
     EXPECT_EQ(offsetof(DP::APTFeature, mAge), 20u);

@@ -15,20 +15,6 @@ namespace {
 using namespace DP;
 using namespace Testing;
 
-// ---- The record ----------------------------------------------------------------------
-
-TEST(KLTFeatureRecord, IsTheLayoutThatHostsRead) {
-    EXPECT_EQ(sizeof(KLTFeature), 40u);
-    EXPECT_EQ(offsetof(KLTFeature, mX), 0u);
-    EXPECT_EQ(offsetof(KLTFeature, mY), 4u);
-    EXPECT_EQ(offsetof(KLTFeature, mValue), 8u);
-    EXPECT_EQ(offsetof(KLTFeature, mId), 16u);
-    EXPECT_EQ(offsetof(KLTFeature, mAge), 20u);
-    EXPECT_EQ(offsetof(KLTFeature, mDeltaX), 24u);
-    EXPECT_EQ(offsetof(KLTFeature, mDeltaY), 28u);
-    EXPECT_EQ(KLTFeature().mValue, 0) << "a new record reads as live";
-}
-
 // ---- Settings ------------------------------------------------------------------------
 
 TEST(KLTSettings, DefaultsComeToTwoLevelsAndABorderOf24) {
@@ -197,6 +183,17 @@ protected:
             PlainTrack(context, MakePlainPyramids(context, inPrevious.data(), inCols, inRows),
                        MakePlainPyramids(context, inCurrent.data(), inCols, inRows), inList);
         EXPECT_TRUE(SameFeatures(actual, expected));
+    }
+
+    // Slots that are all lost, filled again from a frame.
+    KLTFeatureList Refill(const std::vector<unsigned char>& inFrame, KLTFeatureList inList,
+                          const IP::ImagePtr<float>& inSmoothed = {}) {
+        for (KLTFeature& feature : inList)
+            feature.mValue = kKLTLargeResidue;
+        KLTTracker::Lists lists{ListOf(inList)};
+        mTracker.ReplaceLostFeatures(inFrame.data(), kCols, kRows, {WholeFrame(kCols, kRows)},
+                                     lists, lists, inSmoothed);
+        return *lists[0];
     }
 
     long long mFrame = 0;
@@ -419,13 +416,8 @@ TEST_F(Tracking, SmoothedFrameIsHandedOutOnlyWhereThisCallMadeIt) {
     const auto smoothed = track(a);
     ASSERT_TRUE(smoothed != NULL);
     EXPECT_TRUE(track(b) == NULL);
-    const auto top = [&](const IP::ImagePtr<float>& inSmoothed) {
-        KLTTracker::Lists empty{ListOf(KLTFeatureList(60, FeatureAt(-1, -1, -1)))};
-        mTracker.ReplaceLostFeatures(a.data(), kCols, kRows, {WholeFrame(kCols, kRows)}, empty,
-                                     empty, inSmoothed);
-        return *empty[0];
-    };
-    EXPECT_TRUE(SameFeatures(top(smoothed), top({})));
+    const KLTFeatureList slots(60, FeatureAt(-1, -1));
+    EXPECT_TRUE(SameFeatures(Refill(a, slots, smoothed), Refill(a, slots)));
     mTracker.SetFrameStep(0);  // one key for both frames: a's pyramids are there already
     FlushAllDescriptorResources();
     EXPECT_TRUE(track(b) == NULL);
@@ -450,16 +442,9 @@ TEST_F(Tracking, SequentialModeGivesTheSameFeaturesWithoutThePreviousImage) {
 
 TEST_F(Tracking, SequentialTopUpScoresTheKeptFrame) {
     const auto a = TexturedBytes(kCols, kRows, 0, 0), b = TexturedBytes(kCols, kRows, 0, 0, 9);
-    auto& context = mTracker.GetContext();
-    context.mSequentialMode = true;
+    mTracker.GetContext().mSequentialMode = true;
     const auto list = Select(a, kCols, kRows);
-    KLTFeatureList lost = list;
-    for (auto& feature : lost)
-        feature.mValue = kKLTLargeResidue;
-    KLTTracker::Lists lists{ListOf(lost)};
-    mTracker.ReplaceLostFeatures(b.data(), kCols, kRows, {WholeFrame(kCols, kRows)}, lists,
-                                 lists);
-    EXPECT_TRUE(SameFeatures(*lists[0], list)) << "of frame a, though b was handed in";
+    EXPECT_TRUE(SameFeatures(Refill(b, list), list)) << "of frame a, though b was handed in";
     EXPECT_TRUE(SameFeatures(Select(a, kCols, kRows), list)) << "a selection begins anew";
 }
 
@@ -474,15 +459,10 @@ TEST_F(Tracking, SequentialFramesOfAnotherSizeAreReportedAndSafe) {
               "(TrackFeatures) Size of incoming image (%d by %d) is different from size of "
               "previous image (%d by %d)\n\r\n");
     EXPECT_EQ(reports.Asserts()[0].mFunction, "DP::KLTTracker::TrackFeatures");
-    KLTFeatureList lost = list;
-    for (auto& feature : lost)
-        feature.mValue = kKLTLargeResidue;
-    KLTTracker::Lists lists{ListOf(lost)};
-    mTracker.ReplaceLostFeatures(large.data(), kCols, kRows, {WholeFrame(kCols, kRows)}, lists,
-                                 lists);
     const auto expected = PlainSelect(mTracker.GetContext(), 60, large.data(), kCols, kRows,
-                                      {WholeFrame(kCols, kRows)}, {lost});
-    EXPECT_TRUE(SameFeatures(*lists[0], expected[0])) << "of the frame that was handed in";
+                                      {WholeFrame(kCols, kRows)}, {});
+    EXPECT_TRUE(SameFeatures(Refill(large, list), expected[0]))
+        << "of the frame that was handed in";
 }
 
 }  // namespace

@@ -1,17 +1,9 @@
 // A computation that is stopped, at each of its checkpoints in turn, leaves nothing behind:
 // the same request made again, and all that follow, give what they give undisturbed.
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <functional>
-#include <limits>
-#include <memory>
 #include <random>
 #include <stdexcept>
-#include <string>
 #include <thread>
-#include <vector>
 
 #include "DP/DescriptorFactory.h"
 #include "DP/IAPTDescriptor.h"
@@ -23,9 +15,7 @@
 #include "GraphCut/Scene.h"
 #include "Scenarios/Digest.h"
 #include "Support/Images.h"
-#include "Support/Reports.h"
-#include "Support/Textures.h"
-#include "Support/WideStrings.h"
+#include "Support/Test.h"
 #include "TVK/Object.h"
 
 namespace {
@@ -39,12 +29,9 @@ inline constexpr TVK::InterfaceID TVK::kIdentifierOf<HostsPoints>{0x7e57, 21};
 
 namespace {
 
-using DP::IDescriptorData;
-using DP::IDescriptorWorkerItem;
-using DP::IInterruptibleWorkerItem;
-using DP::Ref;
+using namespace DP;
+using namespace Testing;
 using Scenarios::Digest;
-using Testing::Wide;
 
 constexpr int kCols = 64, kRows = 48, kFrames = 4, kPoints = 20;
 
@@ -55,9 +42,9 @@ class Host {
 public:
     explicit Host(long inStopAt) : mStopAt(inStopAt) {}
 
-    Ref<IDescriptorData> Request(const Ref<DP::IDescriptorProperty>& inProperty,
+    Ref<IDescriptorData> Request(const Ref<IDescriptorProperty>& inProperty,
                                  const MakeItem& inMake) {
-        const auto computer = DP::CreateDescriptorComputer(inProperty);
+        const auto computer = CreateDescriptorComputer(inProperty);
         for (;;) {
             const auto item = inMake();
             const Ref<IInterruptibleWorkerItem> interruptible(item);
@@ -82,12 +69,12 @@ private:
     }
 
     // Another thread would wait for the key's mutex, which this one may take again.
-    static void ExpectNothingHeld(DP::DescriptorDataType inKind,
-                                  const Ref<DP::IDescriptorDataKey>& inKey) {
+    static void ExpectNothingHeld(DescriptorDataType inKind,
+                                  const Ref<IDescriptorDataKey>& inKey) {
         std::thread([&] {
-            const auto caches = DP::CreateDescriptorDataCacheMgr();
+            const auto caches = CreateDescriptorDataCacheMgr();
             Ref<IDescriptorData> data;
-            DP::RecursiveMutexPtr mutex;
+            RecursiveMutexPtr mutex;
             EXPECT_FALSE(
                 caches->GetDescriptorDataCache(inKind)->GetCachedData(inKey, data, mutex));
             mutex->Lock("Interruption_test");
@@ -118,50 +105,50 @@ void AddPoints(const List& inList, Digest& ioDigest) {
 }
 
 IP::ImagePtr<float> Frame(int inNumber) {
-    return Testing::ImageOf<float>(
-        kCols, kRows, Testing::TexturedFrame(kCols, kRows, 1.5 * inNumber, -0.5 * inNumber));
+    return ImageOf<float>(kCols, kRows,
+                          TexturedFrame(kCols, kRows, 1.5 * inNumber, -0.5 * inNumber));
 }
 
 // Points that are lost are replaced at every step: all of them are wanted.
 void RunKLT(Host& ioHost, Digest& ioDigest) {
-    const auto property = DP::CreateKLTDescriptorProperty(kPoints, 1, 5, kPoints, Wide("clip"),
-                                                          DP::kDescriptorDataTypeKLT);
+    const auto property = CreateKLTDescriptorProperty(kPoints, 1, 5, kPoints, Wide("clip"),
+                                                      kDescriptorDataTypeKLT);
     const auto frame = [](int inNumber) {
-        return Testing::ImageOf<unsigned char>(
-            kCols, kRows, Testing::TexturedBytes(kCols, kRows, 1.5 * inNumber, 0));
+        return ImageOf<unsigned char>(kCols, kRows,
+                                      TexturedBytes(kCols, kRows, 1.5 * inNumber, 0));
     };
     Ref<IDescriptorData> previous;
     for (int number = 0; number < kFrames; ++number) {
         previous = ioHost.Request(property, [&] {
-            const auto item = DP::CreateDescriptorWorkerItem(DP::kDescriptorDataTypeKLT);
-            item->SetDataKey(DP::CreateKLTDescriptorDataKey(Wide("clip"), number, 1, kPoints,
-                                                            kRows, kCols, 5, kPoints));
-            Ref<DP::IKLTDescriptorWorkerItem>(item)->SetInputImages(
+            const auto item = CreateDescriptorWorkerItem(kDescriptorDataTypeKLT);
+            item->SetDataKey(CreateKLTDescriptorDataKey(Wide("clip"), number, 1, kPoints, kRows,
+                                                        kCols, 5, kPoints));
+            Ref<IKLTDescriptorWorkerItem>(item)->SetInputImages(
                 number > 0 ? frame(number - 1) : nullptr, frame(number), previous);
             return item;
         });
-        AddPoints(Ref<DP::IKLTDescriptorData>(previous)->GetFeatureList(), ioDigest);
+        AddPoints(Ref<IKLTDescriptorData>(previous)->GetFeatureList(), ioDigest);
     }
 }
 
 // With the verification, whose references live in the engine.
 void RunAPT(Host& ioHost, Digest& ioDigest) {
-    const auto property = DP::CreateAPTDescriptorProperty(kPoints, 1, 5, kPoints, Wide("clip"),
-                                                          DP::kDescriptorDataTypeAPT, 0.0f, 1);
+    const auto property = CreateAPTDescriptorProperty(kPoints, 1, 5, kPoints, Wide("clip"),
+                                                      kDescriptorDataTypeAPT, 0.0f, 1);
     Ref<IDescriptorData> previous;
     for (int number = 0; number < kFrames; ++number) {
         previous = ioHost.Request(property, [&] {
-            const auto item = DP::CreateDescriptorWorkerItem(DP::kDescriptorDataTypeAPT);
-            item->SetDataKey(DP::CreateAPTDescriptorDataKey(Wide("clip"), number, 1, kPoints,
-                                                            kRows, kCols, 5, kPoints, 0.0f, 1));
-            Ref<DP::IAPTDescriptorWorkerItem>(item)->SetInputs(
+            const auto item = CreateDescriptorWorkerItem(kDescriptorDataTypeAPT);
+            item->SetDataKey(CreateAPTDescriptorDataKey(Wide("clip"), number, 1, kPoints, kRows,
+                                                        kCols, 5, kPoints, 0.0f, 1));
+            Ref<IAPTDescriptorWorkerItem>(item)->SetInputs(
                 number > 0 ? Frame(number - 1) : nullptr, Frame(number),
-                Ref<DP::IAPTDescriptorData>(previous), kCols, kRows);
+                Ref<IAPTDescriptorData>(previous), kCols, kRows);
             return item;
         });
-        const auto features = Ref<DP::IAPTDescriptorData>(previous)->GetFeatures();
+        const auto features = Ref<IAPTDescriptorData>(previous)->GetFeatures();
         AddPoints(features, ioDigest);
-        for (const DP::APTFeature& feature : *features)
+        for (const APTFeature& feature : *features)
             ioDigest.AddFloat(feature.mStatus == 0 ? feature.mCorrelation : 0.0f);
     }
 }
@@ -169,57 +156,54 @@ void RunAPT(Host& ioHost, Digest& ioDigest) {
 void RunRegion(Host& ioHost, Digest& ioDigest) {
     const auto region = TVK::MakeObject<TVK::ParamRect<float>>(
         TVK::ParamRect<float>{14.0f, 10.0f, 50.0f, 38.0f});
-    const auto property = DP::CreateRegionTrackerDescriptorProperty(
-        kPoints, 1, 5, kPoints, Wide("clip"), region, 1, DP::kDescriptorDataTypeRegionTracker);
-    Ref<IDescriptorData> previous = DP::CreateRegionDescriptorData(region);
+    const auto property = CreateRegionTrackerDescriptorProperty(
+        kPoints, 1, 5, kPoints, Wide("clip"), region, 1, kDescriptorDataTypeRegionTracker);
+    Ref<IDescriptorData> previous = CreateRegionDescriptorData(region);
     for (int number = 0; number < kFrames; ++number) {
         previous = ioHost.Request(property, [&] {
-            const auto item =
-                DP::CreateDescriptorWorkerItem(DP::kDescriptorDataTypeRegionTracker);
-            item->SetDataKey(DP::CreateRegionTrackerDescriptorDataKey(
+            const auto item = CreateDescriptorWorkerItem(kDescriptorDataTypeRegionTracker);
+            item->SetDataKey(CreateRegionTrackerDescriptorDataKey(
                 Wide("clip"), number, 1, kPoints, kRows, kCols, region, 1, 5, kPoints));
-            Ref<DP::IRegionTrackerDescriptorWorkerItem>(item)->SetInputs(
+            Ref<IRegionTrackerDescriptorWorkerItem>(item)->SetInputs(
                 number > 0 ? Frame(number - 1) : nullptr, Frame(number),
-                Ref<DP::IRegionTrackerDescriptorData>(previous), kCols, kRows);
+                Ref<IRegionTrackerDescriptorData>(previous), kCols, kRows);
             return item;
         });
-        const auto data = Ref<DP::IRegionTrackerDescriptorData>(previous);
+        const auto data = Ref<IRegionTrackerDescriptorData>(previous);
         for (const float side : {data->GetRegion()->mLeft, data->GetRegion()->mTop,
                                  data->GetRegion()->mRight, data->GetRegion()->mBottom})
             ioDigest.AddFloat(side);
-        AddPoints(Ref<DP::IAPTDescriptorData>(previous)->GetFeatures(), ioDigest);
+        AddPoints(Ref<IAPTDescriptorData>(previous)->GetFeatures(), ioDigest);
     }
 }
 
-using Testing::ByteImage;
-
-Ref<IDescriptorWorkerItem> CutItem(const Testing::Scene& inScene, int inNumber,
+Ref<IDescriptorWorkerItem> CutItem(const Scene& inScene, int inNumber,
                                    const ByteImage& inForeground, const ByteImage& inBackground,
                                    const ByteImage& inLabels) {
-    const auto item = DP::CreateDescriptorWorkerItem(DP::kDescriptorDataTypeGraphCut);
-    item->SetDataKey(DP::CreateDescriptorDataKey(Wide("clip"), inNumber, kRows, kCols));
-    Ref<DP::IGraphCutDescriptorWorkerItem>(item)->SetInputs(
+    const auto item = CreateDescriptorWorkerItem(kDescriptorDataTypeGraphCut);
+    item->SetDataKey(CreateDescriptorDataKey(Wide("clip"), inNumber, kRows, kCols));
+    Ref<IGraphCutDescriptorWorkerItem>(item)->SetInputs(
         inScene.mPixels.data(), inScene.mRowBytes, inForeground, inBackground, inLabels);
     return item;
 }
 
-Ref<DP::IDescriptorProperty> CutProperty() {
-    return DP::CreateDescriptorProperty(Wide("clip"), DP::kDescriptorDataTypeGraphCut);
+Ref<IDescriptorProperty> CutProperty() {
+    return CreateDescriptorProperty(Wide("clip"), kDescriptorDataTypeGraphCut);
 }
 
 ByteImage LabelsOf(const Ref<IDescriptorData>& inData) {
-    return Ref<DP::IGraphCutDescriptorData>(inData)->GetLabelImage();
+    return Ref<IGraphCutDescriptorData>(inData)->GetLabelImage();
 }
 
 // A frame, and strokes of background right across it that move the cut far.
 void RunCut(Host& ioHost, Digest& ioDigest) {
-    const Testing::Scene scene(kCols, kRows);
-    const ByteImage none = Testing::FlatImage(kCols, kRows, 0);
+    const Scene scene(kCols, kRows);
+    const ByteImage none = FlatImage(kCols, kRows, 0);
     ByteImage labels;
     for (int number = 0; number < kFrames; ++number) {
-        const ByteImage background = Testing::FlatImage(kCols, kRows, 0);
+        const ByteImage background = FlatImage(kCols, kRows, 0);
         for (int x = 4; x < kCols; x += 8)
-            if (number > 0) Testing::PaintDab(background, x, 12 * number, 1);
+            if (number > 0) PaintDab(background, x, 12 * number, 1);
         const ByteImage given = labels;
         const auto data = ioHost.Request(CutProperty(), [&] {
             return CutItem(scene, number, number == 0 ? scene.ForegroundStrokes() : none,
@@ -239,11 +223,11 @@ struct Outcome {
 };
 
 Outcome RunCase(const Case& inCase, long inStopAt) {
-    DP::FlushAllDescriptorResources();
+    FlushAllDescriptorResources();
     Host host(inStopAt);
     Digest digest;
     inCase.mRun(host, digest);
-    DP::FlushAllDescriptorResources();
+    FlushAllDescriptorResources();
     return {digest.Value(), host.Asked()};
 }
 
@@ -270,8 +254,7 @@ INSTANTIATE_TEST_SUITE_P(EveryKind, Interruption, testing::ValuesIn(kCases),
 // ---- Requests within a computation -----------------------------------------------------
 
 /// A host's own result of KLT, which calls the library when the next step asks for it.
-class HostsPoints
-    : public TVK::Object<HostsPoints, DP::IDescriptorData, DP::IKLTDescriptorData> {
+class HostsPoints : public TVK::Object<HostsPoints, IDescriptorData, IKLTDescriptorData> {
 public:
     void GetHash(TVK::HashValue&) override {}
     void SetHash(const TVK::HashValue&) override {}
@@ -279,12 +262,12 @@ public:
     void SetTimeStamp(const unsigned int&) override {}
     unsigned int GetDataSize() override { return 0; }
     Ref<IDescriptorData> CloneData() override { return {}; }
-    DP::KLTFeatureListPtr GetFeatureList() override {
+    KLTFeatureListPtr GetFeatureList() override {
         mOnGet();
         return mPoints;
     }
     std::function<void()> mOnGet;
-    DP::KLTFeatureListPtr mPoints;
+    KLTFeatureListPtr mPoints;
 };
 
 // A cut, a step of APT, and one of the exported tracker, none with a callback.
@@ -294,7 +277,7 @@ void ComputeWithoutCallback() {
     RunCut(host, digest);
     RunAPT(host, digest);
     const std::unique_ptr<DP::Tracker> tracker(DP::Tracker::CreateTracker(kCols, kRows));
-    DP::APTFeatureListPtr points;
+    APTFeatureListPtr points;
     for (int number = 0; number < 2; ++number)
         tracker->TrackFeatures(Frame(number), unsigned(number), points);
 }
@@ -304,19 +287,18 @@ TEST(InterruptionWithin, ARequestWithoutACallbackIsNoPartOfTheOuterOne) {
         bool mIsWithin = false;
         long mWithin = 0, mBehind = 0;
     } asked;
-    const auto image = Testing::ImageOf<unsigned char>(
-        kCols, kRows, Testing::TexturedBytes(kCols, kRows, 0, 0));
+    const auto image = ImageOf<unsigned char>(kCols, kRows, TexturedBytes(kCols, kRows, 0, 0));
     const Ref<HostsPoints> points = HostsPoints::Create();
-    points->mPoints = TVK::MakeObject<DP::KLTFeatureList>(1);
+    points->mPoints = TVK::MakeObject<KLTFeatureList>(1);
     points->mOnGet = [&] {
         asked.mIsWithin = true;
         EXPECT_NO_THROW(ComputeWithoutCallback());
         asked.mIsWithin = false;
     };
-    const auto item = DP::CreateDescriptorWorkerItem(DP::kDescriptorDataTypeKLT);
+    const auto item = CreateDescriptorWorkerItem(kDescriptorDataTypeKLT);
     item->SetDataKey(
-        DP::CreateKLTDescriptorDataKey(Wide("own"), 1, 1, kPoints, kRows, kCols, 5, kPoints));
-    Ref<DP::IKLTDescriptorWorkerItem>(item)->SetInputImages(image, image, points);
+        CreateKLTDescriptorDataKey(Wide("own"), 1, 1, kPoints, kRows, kCols, 5, kPoints));
+    Ref<IKLTDescriptorWorkerItem>(item)->SetInputImages(image, image, points);
     Ref<IInterruptibleWorkerItem>(item)->SetProgressCallback(
         [](void* ioAsked, double) {
             Asked& all = *static_cast<Asked*>(ioAsked);
@@ -324,19 +306,19 @@ TEST(InterruptionWithin, ARequestWithoutACallbackIsNoPartOfTheOuterOne) {
             return !all.mIsWithin;
         },
         &asked);
-    const auto property = DP::CreateKLTDescriptorProperty(kPoints, 1, 5, kPoints, Wide("own"),
-                                                          DP::kDescriptorDataTypeKLT);
-    DP::CreateDescriptorComputer(property)->GetDescriptorData(item, false);
+    const auto property = CreateKLTDescriptorProperty(kPoints, 1, 5, kPoints, Wide("own"),
+                                                      kDescriptorDataTypeKLT);
+    CreateDescriptorComputer(property)->GetDescriptorData(item, false);
     EXPECT_EQ(asked.mWithin, 0);
     EXPECT_GT(asked.mBehind, 0) << "the step's own pyramids are";
-    DP::FlushAllDescriptorResources();
+    FlushAllDescriptorResources();
 }
 
 // ---- The graph cut's two states ------------------------------------------------------
 
 class CutInterruption : public testing::Test {
 protected:
-    ~CutInterruption() override { DP::FlushAllDescriptorResources(); }
+    ~CutInterruption() override { FlushAllDescriptorResources(); }
 
     // Null if stopped at the checkpoint; 0 is never.
     Ref<IDescriptorData> Cut(int inNumber, const ByteImage& inForeground,
@@ -344,7 +326,7 @@ protected:
                              long inStopAt = 0) {
         return CutOf(mScene, inNumber, inForeground, inBackground, inLabels, inStopAt);
     }
-    Ref<IDescriptorData> CutOf(const Testing::Scene& inScene, int inNumber,
+    Ref<IDescriptorData> CutOf(const Scene& inScene, int inNumber,
                                const ByteImage& inForeground, const ByteImage& inBackground,
                                const ByteImage& inLabels, long inStopAt) {
         long left = inStopAt;
@@ -352,7 +334,7 @@ protected:
         Ref<IInterruptibleWorkerItem>(item)->SetProgressCallback(
             [](void* inLeft, double) { return --*static_cast<long*>(inLeft) != 0; }, &left);
         const auto data =
-            DP::CreateDescriptorComputer(CutProperty())->GetDescriptorData(item, false);
+            CreateDescriptorComputer(CutProperty())->GetDescriptorData(item, false);
         mAsked = inStopAt - left;
         return data;
     }
@@ -362,14 +344,14 @@ protected:
     }
 
     // A picture of squares in any colours, with noise on them.
-    static Testing::Scene Patches(std::mt19937& ioRandom) {
+    static Scene Patches(std::mt19937& ioRandom) {
         constexpr int kSide = 9, kAcross = kCols / kSide + 1, kDown = kRows / kSide + 1;
         unsigned int colours[kDown][kAcross][3];
         for (auto& row : colours)
             for (auto& colour : row)
                 for (auto& channel : colour)
                     channel = ioRandom() % 256;
-        Testing::Scene scene(kCols, kRows);
+        Scene scene(kCols, kRows);
         for (int i = 0; i < kCols * kRows * 4; ++i) {
             const int x = i / 4 % kCols, y = i / 4 / kCols;
             const unsigned int flat = i % 4 < 3 ? colours[y / kSide][x / kSide][i % 4] : 0;
@@ -380,27 +362,27 @@ protected:
     }
     static void PaintAny(const ByteImage& ioImage, std::mt19937& ioRandom) {
         const int x = int(ioRandom() % kCols), y = int(ioRandom() % kRows);
-        Testing::PaintDab(ioImage, x, y, int(2 + ioRandom() % 8));
+        PaintDab(ioImage, x, y, int(2 + ioRandom() % 8));
     }
 
     long mAsked = 0;  // by the last cut
-    const Testing::Scene mScene{kCols, kRows};
-    const ByteImage mNone = Testing::FlatImage(kCols, kRows, 0);
+    const Scene mScene{kCols, kRows};
+    const ByteImage mNone = FlatImage(kCols, kRows, 0);
     const ByteImage mForeground = mScene.ForegroundStrokes();
 };
 
 TEST_F(CutInterruption, ANewFrameIsNoKeptFrame) {
     const auto labels = LabelsOf(Cut(0, mForeground, mNone, {}));
     EXPECT_TRUE(Cut(1, mForeground, mNone, {}, mAsked) == NULL) << "at the last checkpoint";
-    const Testing::RecordedReports reports;
+    const RecordedReports reports;
     EXPECT_ANY_THROW(Cut(2, mNone, mNone, labels)) << "its graph is dropped";
     EXPECT_FALSE(Cut(3, mForeground, mNone, {}) == NULL);
 }
 
 TEST_F(CutInterruption, AStrokeStaysAndIsCutByTheNextCall) {
-    const ByteImage wall = Testing::FlatImage(kCols, kRows, 0);
+    const ByteImage wall = FlatImage(kCols, kRows, 0);
     for (int y = 0; y < kRows; ++y)
-        Testing::PaintDab(wall, kCols / 2 + 8, y, 1);
+        PaintDab(wall, kCols / 2 + 8, y, 1);
     const auto first = LabelsOf(Cut(0, mForeground, mNone, {}));
     const auto expected = LabelsOf(Cut(1, mNone, wall, first));
     ASSERT_FALSE(Same(first, expected));
@@ -418,11 +400,11 @@ TEST_F(CutInterruption, StrokesThatFollowAStoppedOneFindItsFlowDone) {
     int stopped = 0;
     for (int seed = 1; seed <= kSeeds; ++seed) {
         std::mt19937 random{unsigned(seed)};
-        Testing::Scene scene = Patches(random);
+        Scene scene = Patches(random);
         std::vector<ByteImage> foreground, background;
         for (int stroke = 0; stroke < kStrokes; ++stroke)
             for (auto* const images : {&foreground, &background}) {
-                images->push_back(Testing::FlatImage(kCols, kRows, 0));
+                images->push_back(FlatImage(kCols, kRows, 0));
                 for (int dab = 0; dab < 2; ++dab)
                     PaintAny(images->back(), random);
             }
@@ -449,7 +431,7 @@ TEST_F(CutInterruption, WhatTheCallbackThrowsPassesThrough) {
     const auto item = CutItem(mScene, 0, mForeground, mNone, {});
     Ref<IInterruptibleWorkerItem>(item)->SetProgressCallback(
         [](void*, double) -> bool { throw std::runtime_error("no more"); }, nullptr);
-    const auto computer = DP::CreateDescriptorComputer(CutProperty());
+    const auto computer = CreateDescriptorComputer(CutProperty());
     EXPECT_THROW(computer->GetDescriptorData(item, true), std::runtime_error);
     EXPECT_FALSE(Ref<IInterruptibleWorkerItem>(item)->WasInterrupted());
     EXPECT_FALSE(Cut(0, mForeground, mNone, {}) == NULL);

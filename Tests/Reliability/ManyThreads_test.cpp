@@ -1,31 +1,22 @@
 // Eight threads, a thousand keys over the kinds, computations that fail at first, flushes at
 // agreed points: between two flushes every key is computed with success exactly once.
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
 #include <atomic>
 #include <barrier>
 #include <deque>
 #include <stdexcept>
-#include <string>
 #include <thread>
-#include <vector>
 
 #include "DP/DescriptorFactory.h"
 #include "Kinds.h"
 #include "Support/Items.h"
 #include "Support/KindTable.h"
-#include "Support/Textures.h"
-#include "Support/WideStrings.h"
+#include "Support/Test.h"
 
 namespace {
 
-using DP::IDescriptorData;
-using DP::Ref;
-using Testing::CountedData;
-using Testing::ScriptedItem;
-using Testing::Wide;
+using namespace DP;
+using namespace Testing;
 
 constexpr int kThreads = 8;
 constexpr int kRounds = 4;
@@ -36,15 +27,15 @@ constexpr int kRequests = 1'000'000;  // over all threads and rounds
 #endif
 
 // As many keys of each kind as fit into its cache, and about a thousand in all.
-int KeysOf(const Testing::KindRow& inRow) {
-    const int limit = int(DP::FindKind(inRow.mType)->mMaxCachedResults);
+int KeysOf(const KindRow& inRow) {
+    const int limit = int(FindKind(inRow.mType)->mMaxCachedResults);
     return std::min(limit - limit / 6, 219);
 }
 
 class ManyThreads : public testing::Test {
 protected:
     struct Key {
-        const Testing::KindRow* mKind = nullptr;
+        const KindRow* mKind = nullptr;
         int mFrame = 0;
         std::atomic<int> mTries{0};
         std::atomic<int> mSuccesses{0};
@@ -52,7 +43,7 @@ protected:
     };
 
     ManyThreads() {
-        for (const Testing::KindRow& row : Testing::KindTable())
+        for (const KindRow& row : KindTable())
             for (int frame = 0; frame < KeysOf(row); ++frame) {
                 Key& key = mKeys.emplace_back();
                 key.mKind = &row;
@@ -69,9 +60,9 @@ protected:
 
     void Request(Key& ioKey) {
         const auto item =
-            ScriptedItem::Make(DP::CreateDescriptorDataKey(Wide("clip"), ioKey.mFrame, 1, 1),
+            ScriptedItem::Make(CreateDescriptorDataKey(Wide("clip"), ioKey.mFrame, 1, 1),
                                [&] { return Compute(ioKey); });
-        const auto computer = DP::CreateDescriptorComputer(ioKey.mKind->mMakeProperty());
+        const auto computer = CreateDescriptorComputer(ioKey.mKind->mMakeProperty());
         try {
             const auto data = computer->GetDescriptorData(item, true);
             IDescriptorData* const now = data.operator->();
@@ -88,7 +79,7 @@ protected:
             key.mResult = nullptr;
         }
         EXPECT_EQ(CountedData::Alive(), int(mKeys.size()));
-        DP::FlushAllDescriptorResources();
+        FlushAllDescriptorResources();
         EXPECT_EQ(CountedData::Alive(), 0);
         EXPECT_EQ(ScriptedItem::Alive(), 0);
     }
@@ -102,7 +93,7 @@ TEST_F(ManyThreads, EveryKeySucceedsExactlyOnceBetweenFlushes) {
     std::vector<std::jthread> threads;
     for (std::uint64_t thread = 0; thread < kThreads; ++thread)
         threads.emplace_back([&, thread] {
-            Testing::Random random(thread + 1);
+            Random random(thread + 1);
             for (int round = 0; round < kRounds; ++round) {
                 // Chance alone may leave out a key that needs three requests to succeed.
                 for (std::size_t key = 0; thread < 3 && key < mKeys.size(); ++key)

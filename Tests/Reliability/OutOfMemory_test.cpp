@@ -1,17 +1,13 @@
 // Every allocation of a run over all kinds is refused, one after the other: nothing leaks,
 // no lock stays held, and the next run on a fresh start gives the right results.
 
-#include <gtest/gtest.h>
-
 #include <cstdlib>
-#include <new>
 #include <thread>
-#include <vector>
 
 #include "DP/DescriptorFactory.h"
 #include "Support/EveryKind.h"
 #include "Support/Malloc.h"
-#include "Support/Reports.h"
+#include "Support/Test.h"
 #include "TVK/Exception.h"
 #include "TVK/MemoryRecycler.h"
 #include "TVK/ObjectPtr.h"

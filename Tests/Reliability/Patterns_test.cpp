@@ -2,19 +2,15 @@
 // fresh block of the heap, every block of the recycler and the stack filled beforehand.
 
 #include <dlfcn.h>
-#include <gtest/gtest.h>
 #include <pthread.h>
 
-#include <algorithm>
 #include <atomic>
 #include <cerrno>
-#include <cstdint>
 #include <cstdlib>
-#include <cstring>
-#include <vector>
 
 #include "DP/DescriptorFactory.h"
 #include "Scenario.h"
+#include "Support/Test.h"
 #include "TVK/MemoryRecycler.h"
 
 namespace {

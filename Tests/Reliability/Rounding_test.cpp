@@ -2,19 +2,13 @@
 // result is taken here with many digits, and moved by four last places of a double to either
 // side, which is more than C libraries err: what is made of it in single precision is the same.
 
-#include <gtest/gtest.h>
 #include <mpfr.h>
 
-#include <algorithm>
 #include <bit>
-#include <cmath>
-#include <cstdint>
 #include <cstdio>
-#include <limits>
-#include <map>
-#include <vector>
 
 #include "External/graphcut/LinkEnergies.h"
+#include "Support/Test.h"
 #include "image/RoundedExp.h"
 
 namespace {
