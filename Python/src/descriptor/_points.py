@@ -10,7 +10,7 @@ import numpy as np
 from . import _core
 from ._handle import Handle
 from ._types import Array, Channels, PointSettings, PointStatus, SourceLike, source_of
-from ._video import Progress, Reporter, Video, frames
+from ._video import Progress, Video, frames, reported
 
 if TYPE_CHECKING:
     import pandas
@@ -172,15 +172,10 @@ class PointTracker(Handle[_core.PointTracker]):
         Ctrl-C ends it after the frame that is being tracked.
         """
         read = frames(video, channels=self._channels, start=start, stop=stop)
-        reporter = Reporter(progress, read.total, "points")
-        done = 0
-        for frame in read:
-            reporter.step(done)
+        for frame in reported(read, progress, "points"):
             yield self.advance(
                 frame.pixels, number=frame.number, time=frame.time, channels=frame.channels
             )
-            done += 1
-        reporter.end(done)
 
     def __repr__(self) -> str:
         if self._core is None:

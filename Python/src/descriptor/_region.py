@@ -19,7 +19,7 @@ from ._types import (
     rect_of,
     source_of,
 )
-from ._video import Progress, Reporter, Video, frames
+from ._video import Progress, Video, frames, reported
 
 
 @dataclass(frozen=True, eq=False)
@@ -141,15 +141,10 @@ class RegionTracker(Handle[_core.RegionTracker]):
     ) -> Iterator[RegionResult]:
         """Carries the rectangle through a video, as PointTracker.run follows points."""
         read = frames(video, channels=self._channels, start=start, stop=stop)
-        reporter = Reporter(progress, read.total, "region")
-        done = 0
-        for frame in read:
-            reporter.step(done)
+        for frame in reported(read, progress, "region"):
             yield self.advance(
                 frame.pixels, number=frame.number, time=frame.time, channels=frame.channels
             )
-            done += 1
-        reporter.end(done)
 
     def __repr__(self) -> str:
         if self._core is None:

@@ -258,3 +258,14 @@ class Reporter:
         of = "" if self._total is None else f" of {self._total}"
         sys.stderr.write(f"\r{self._what}: {done}{of} frames, {rate:.1f}/s{end}")
         sys.stderr.flush()
+
+
+def reported(read: Frames, progress: Progress, what: str) -> Iterator[VideoFrame]:
+    """The frames, with a report before each and one behind the last."""
+    reporter = Reporter(progress, read.total, what)
+    done = 0
+    for frame in read:
+        reporter.step(done)
+        yield frame
+        done += 1
+    reporter.end(done)
