@@ -98,10 +98,9 @@ TEST_F(APTDescriptor, TheWrapperSaysWhatItMisses) {
         EXPECT_ANY_THROW(wrapper.ComputeFeatures(nullptr, nullptr, {}, Key(0)));
         EXPECT_ANY_THROW(
             APTWrapper(120, 160, {}).ComputeFeatures(nullptr, frame.data(), {}, Key(0)));
-        ASSERT_EQ(reports.Contracts().size(), 2u);
-        EXPECT_EQ(reports.Contracts()[0].mText, "inCurrImage != NULL");
-        EXPECT_EQ(reports.Contracts()[0].mFile, "Src/APT/APTWrapper.cpp");
-        EXPECT_EQ(reports.Contracts()[1].mText, "mTracker != NULL");
+        EXPECT_EQ(reports.Broken(),
+                  "Src/APT/APTWrapper.cpp: inCurrImage != NULL\n"
+                  "Src/APT/APTWrapper.cpp: mTracker != NULL\n");
     }
     const auto refuses = [&](const float* inFrom, const Ref<IAPTDescriptorData>& inData,
                              const Ref<IDescriptorDataKey>& inKey) {

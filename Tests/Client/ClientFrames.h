@@ -2,9 +2,12 @@
 
 #pragma once
 
+#include <span>
+
 #include "Support/RegionScene.h"
 #include "Support/Test.h"
 #include "descriptor/Frame.h"
+#include "descriptor/Points.h"
 
 namespace Testing {
 
@@ -28,6 +31,14 @@ inline descriptor::Frame MovingFrame(int inFrame, int inWidth = 200, int inHeigh
 
 inline descriptor::Frame SceneFrame(const RegionScene& inScene, int inFrame) {
     return FrameOf(inScene.Frame(inFrame), inScene.mCols, inScene.mRows);
+}
+
+/// What two runs of the same bits have in common, point by point: slot, place, age, score.
+inline auto PlacesOf(std::span<const descriptor::Point> inPoints) {
+    std::vector<std::tuple<int, float, float, unsigned, float>> places;
+    for (const descriptor::Point& p : inPoints)
+        places.emplace_back(p.slot, p.x, p.y, p.age, p.score);
+    return places;
 }
 
 inline descriptor::Rect RectAt(const Box& inBox) {

@@ -268,8 +268,6 @@ TEST(StrokesJson, RefusesWhatIsNoSuchFile) {
     }
 }
 
-// The outline, filled again by counting crossings, is the mask; and it is as long as it can
-// be: no three points of it lie in a row.
 // What was painted elsewhere comes as masks: the strokes made of them paint the same pixels,
 // and so the cut is the same to the bit.
 TEST(StrokeMasks, AreDrawnAgainToThePixelAndCutTheSame) {
@@ -297,6 +295,8 @@ TEST(StrokeMasks, AreDrawnAgainToThePixelAndCutTheSame) {
     EXPECT_THROW(strokes_of_mask(picture, Label::foreground), ArgumentError);
 }
 
+// The outline, filled again by counting crossings, is the mask; and it is as short as it can
+// be: no three points of it lie in a row.
 TEST(Outline, GoesRoundEveryPixelOnce) {
     Random random(3);
     for (int trial = 0; trial < 40; ++trial) {

@@ -117,9 +117,7 @@ TEST_F(ComputeOnce, ResultsOfBeforeAFlushAreNotFoundAfterIt) {
 TEST_F(ComputeOnce, NullItemBreaksTheContract) {
     const RecordedReports reports;
     EXPECT_THROW(mComputer->GetDescriptorData(nullptr, true), quillet::config::ReportedError);
-    ASSERT_EQ(reports.Contracts().size(), 1u);
-    EXPECT_EQ(reports.Contracts()[0].mText, "inDescriptorWorkerItem != NULL");
-    EXPECT_EQ(reports.Contracts()[0].mFile, "Src/DescriptorComputer.cpp");
+    EXPECT_EQ(reports.Broken(), "Src/DescriptorComputer.cpp: inDescriptorWorkerItem != NULL\n");
 }
 
 TEST_F(ComputeOnce, AnItemWithoutAKeyBreaksTheContractAndLocksNothing) {

@@ -61,8 +61,8 @@ TEST_F(ComputerMgr, RemovalTakesTheFirstComputerOfTheSourceOnly) {
 TEST_F(ComputerMgr, NullPropertyBreaksTheContractAndAnUnknownKindIsReported) {
     const RecordedReports reports(RecordedReports::Later::kShow);
     EXPECT_THROW(CreateDescriptorComputer(nullptr), quillet::config::ReportedError);
-    EXPECT_EQ(reports.Contracts()[0].mText, "inDescriptorProperty != NULL");
-    EXPECT_EQ(reports.Contracts()[0].mFile, "Src/DescriptorComputerMgr.cpp");
+    EXPECT_EQ(reports.Broken(),
+              "Src/DescriptorComputerMgr.cpp: inDescriptorProperty != NULL\n");
     for (int kind : {kDescriptorDataTypeCount, -1}) {
         const auto property =
             CreateDescriptorProperty(Wide("a"), static_cast<DescriptorDataType>(kind));

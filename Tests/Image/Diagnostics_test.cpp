@@ -1,44 +1,15 @@
 // The diagnostic writers: every byte of their files, what they report, the planes of a
 // packed frame, and the marks that show features.
 
-#include <cstdio>
-#include <filesystem>
-#include <fstream>
-
 #include "Image.h"
 #include "Support/Images.h"
+#include "Support/PictureFile.h"
 #include "Support/Test.h"
 #include "quillet/Error.h"
-#include "quillet/UTF8ToUTF16.h"
 
 namespace {
 
 using namespace Testing;
-using Bytes = std::vector<unsigned char>;
-
-// A path of the test's own, with letters of two bytes and of three; gone afterwards.
-class TemporaryFile {
-public:
-    TemporaryFile() : mFile(std::filesystem::temp_directory_path() / u8"dp_\u00e9\u6f22_") {
-        mFile += testing::UnitTest::GetInstance()->current_test_info()->name();
-        mPath = mFile.string();  // UTF-8
-        std::filesystem::remove(mFile);
-    }
-    ~TemporaryFile() { std::filesystem::remove(mFile); }
-    TemporaryFile(const TemporaryFile&) = delete;
-    TemporaryFile& operator=(const TemporaryFile&) = delete;
-
-    const char* Path() const { return mPath.c_str(); }
-    bool Exists() const { return std::filesystem::exists(mFile); }
-    Bytes Content() const {
-        std::ifstream stream(mFile, std::ios::binary);
-        return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
-    }
-
-private:
-    std::filesystem::path mFile;
-    std::string mPath;
-};
 
 Bytes Joined(const std::string& inHeader, const Bytes& inPixels) {
     Bytes all(inHeader.begin(), inHeader.end());
@@ -95,8 +66,7 @@ const Picture kPictures[] = {
      {}},
     {"wide path",
      [](const char* p) {
-         IP::WriteImageToPPM(*ImageOf<unsigned char>(2, 1, {8, 9}),
-                             quillet::utility::UTF8ToUTF16(p));
+         IP::WriteImageToPPM(*ImageOf<unsigned char>(2, 1, {8, 9}), Wide(p));
      },
      "P6\n2 1\n255\n",
      {8, 8, 8, 9, 9, 9}},
@@ -158,13 +128,12 @@ const Picture kPictures[] = {
 TEST(Pictures, HaveTheseBytesOrBreakThisContract) {
     for (const Picture& picture : kPictures) {
         SCOPED_TRACE(picture.mName);
-        const TemporaryFile file;
+        const PictureFile file;
         const RecordedReports reports;
         if (*picture.mContract) {
             EXPECT_THROW(picture.mWrite(file.Path()), quillet::config::ReportedError);
-            ASSERT_EQ(reports.Contracts().size(), 1u);
-            EXPECT_EQ(reports.Contracts()[0].mText, picture.mContract);
-            EXPECT_EQ(reports.Contracts()[0].mFile, "Src/Image.cpp");
+            EXPECT_EQ(reports.Broken(),
+                      "Src/Image.cpp: " + std::string(picture.mContract) + "\n");
             EXPECT_TRUE(file.Exists());
         } else {
             picture.mWrite(file.Path());

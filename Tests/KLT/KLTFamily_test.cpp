@@ -1,11 +1,6 @@
 // What is special about the KLT kind: when its list is filled up, what it needs of earlier
 // frames, and its dump. What it shares with the other trackers is tested in Tests/Kinds.
 
-#include <unistd.h>
-
-#include <cstdio>
-#include <fstream>
-
 #include "DP/DescriptorFactory.h"
 #include "DP/IKLTDescriptor.h"
 #include "KLT/KLTSupport.h"
@@ -13,6 +8,7 @@
 #include "KLTDescriptorData.h"
 #include "KLTWrapper.h"
 #include "Support/Images.h"
+#include "Support/PictureFile.h"
 #include "Support/Test.h"
 
 namespace {
@@ -164,31 +160,23 @@ TEST_F(KLTFamily, StrangeListsAreCarriedThrough) {
 TEST(KLTDump, AnOverlayWithoutPixelsIsReportedAndThrows) {
     const RecordedReports reports;
     KLTWrapper wrapper(6, 8, nullptr);
-    EXPECT_ANY_THROW(wrapper.WriteFeatureListToPPM(
-        nullptr, -1, 6, (testing::TempDir() + "klt_dump_none.ppm").c_str(),
-        ListOf({FeatureAt(3, 2)})));
+    EXPECT_ANY_THROW(wrapper.WriteFeatureListToPPM(nullptr, -1, 6, PictureFile().Path(),
+                                                   ListOf({FeatureAt(3, 2)})));
     ASSERT_EQ(reports.Asserts().size(), 1u);
     EXPECT_EQ(reports.Asserts()[0].mFunction, "DP::KLTWrapper::WriteFeatureListToPPM");
 }
 
 TEST(KLTDump, DrawsTheLiveFeaturesInTheColoursOfTheirSlots) {
-    const std::string path =
-        testing::TempDir() + "klt_dump_" + std::to_string(::getpid()) + ".ppm";
+    const PictureFile file;
     const std::vector<unsigned char> grey(8 * 6, 7);
     KLTWrapper wrapper(6, 8, nullptr);
     wrapper.WriteFeatureListToPPM(
-        grey.data(), 8, 6, path.c_str(),
+        grey.data(), 8, 6, file.Path(),
         ListOf({FeatureAt(3.6f, 2.4f), FeatureAt(6, 4, -1), FeatureAt(0, 5, 30)}));
-    std::ifstream file(path, std::ios::binary);
-    const std::string bytes{std::istreambuf_iterator<char>(file), {}};
-    std::remove(path.c_str());
-    ASSERT_EQ(bytes.substr(0, 11), "P6\n8 6\n255\n");
-    const auto at = [&](int x, int y) {  // the file starts with the last row
-        const auto* p =
-            reinterpret_cast<const unsigned char*>(bytes.data()) + 11 + ((5 - y) * 8 + x) * 3;
-        return std::vector<int>{p[0], p[1], p[2]};
+    const auto at = [&](int inX, int inY) {
+        return file.At(inX, inY, 8, 6);
     };
-    const std::vector<int> slot0{75, 215, 65}, slot2{175, 0, 145}, none{7, 7, 7};
+    const Bytes slot0{75, 215, 65}, slot2{175, 0, 145}, none{7, 7, 7};
     EXPECT_EQ(at(4, 2), slot0);
     EXPECT_EQ(at(3, 1), slot0);
     EXPECT_EQ(at(5, 3), slot0);

@@ -49,6 +49,13 @@ std::vector<Report> RecordedReports::Contracts() const {
     return sContracts;
 }
 
+std::string RecordedReports::Broken() const {
+    std::string lines;
+    for (const Report& report : Contracts())
+        lines += report.mFile + ": " + report.mText + "\n";
+    return lines;
+}
+
 std::vector<Report> RecordedReports::Asserts() const {
     const std::lock_guard lock(sMutex);
     return sAsserts;

@@ -29,6 +29,8 @@ public:
     RecordedReports& operator=(const RecordedReports&) = delete;
 
     std::vector<Report> Contracts() const;
+    /// The file and the condition of each broken contract, a line each.
+    std::string Broken() const;
     std::vector<Report> Asserts() const;
 };
 
