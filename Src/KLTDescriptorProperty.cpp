@@ -1,4 +1,6 @@
-// Two properties are equal where all their numbers are, and then share a computer.
+// Two properties are equal where all their numbers are, and then share a computer. The kind is
+// asked first: a property of another kind may be of a host's class, which is then not asked
+// for anything else.
 
 #include "KLTDescriptorProperty.h"
 

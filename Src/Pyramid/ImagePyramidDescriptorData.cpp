@@ -1,3 +1,8 @@
+// The gradients of level 0 are two planes as large as the frame, and a tracker that samples
+// windows never asks for them: they are left out and made when somebody wants a whole plane.
+// The pyramids that are handed in then fill up behind a result that looks the same to all who
+// hold it; every other level is written once, before the data is stored.
+
 #include "Pyramid/ImagePyramidDescriptorData.h"
 
 namespace DP {
