@@ -6,6 +6,7 @@
 #include "Support/PictureFile.h"
 #include "Support/Test.h"
 #include "quillet/Error.h"
+#include "quillet/UTF8ToUTF16.h"
 
 namespace {
 
@@ -66,7 +67,8 @@ const Picture kPictures[] = {
      {}},
     {"wide path",
      [](const char* p) {
-         IP::WriteImageToPPM(*ImageOf<unsigned char>(2, 1, {8, 9}), Wide(p));
+         IP::WriteImageToPPM(*ImageOf<unsigned char>(2, 1, {8, 9}),
+                             quillet::utility::UTF8ToUTF16(p));
      },
      "P6\n2 1\n255\n",
      {8, 8, 8, 9, 9, 9}},

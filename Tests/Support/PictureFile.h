@@ -19,22 +19,21 @@ using Bytes = std::vector<unsigned char>;
 /// afterwards.
 class PictureFile {
 public:
-    PictureFile() {
+    PictureFile() : mFile(std::filesystem::temp_directory_path() / u8"dp_\u00e9\u6f22_") {
         const auto* const test = testing::UnitTest::GetInstance()->current_test_info();
-        mPath = (std::filesystem::temp_directory_path() /
-                 (std::string("dp_\u00e9\u6f22_") + test->test_suite_name() + test->name() +
-                  std::to_string(::getpid()) + ".ppm"))
-                    .string();
-        std::filesystem::remove(mPath);
+        mFile += std::string(test->test_suite_name()) + test->name() +
+                 std::to_string(::getpid()) + ".ppm";
+        mPath = mFile.string();  // UTF-8
+        std::filesystem::remove(mFile);
     }
-    ~PictureFile() { std::filesystem::remove(mPath); }
+    ~PictureFile() { std::filesystem::remove(mFile); }
     PictureFile(const PictureFile&) = delete;
     PictureFile& operator=(const PictureFile&) = delete;
 
     const char* Path() const { return mPath.c_str(); }
-    bool Exists() const { return std::filesystem::exists(mPath); }
+    bool Exists() const { return std::filesystem::exists(mFile); }
     Bytes Content() const {
-        std::ifstream stream(std::filesystem::path(mPath), std::ios::binary);
+        std::ifstream stream(mFile, std::ios::binary);
         return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
     }
     /// Red, green and blue of a pixel, row 0 the top row: the file begins with the last row.
@@ -46,6 +45,7 @@ public:
     }
 
 private:
+    std::filesystem::path mFile;
     std::string mPath;
 };
 
