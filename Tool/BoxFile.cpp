@@ -2,9 +2,9 @@
 
 #include <cmath>
 #include <cstdlib>
-#include <filesystem>
 #include <fstream>
 
+#include "Path.h"
 #include "UserError.h"
 
 namespace Host {
@@ -26,7 +26,7 @@ Box ParseBox(const std::string& inText) {
 }
 
 std::vector<Box> ReadBoxes(const std::string& inFile) {
-    std::ifstream file{std::filesystem::path(inFile)};
+    std::ifstream file(PathOf(inFile));
     if (!file) throw UserError("file '" + inFile + "' cannot be read");
     std::vector<Box> boxes;
     for (std::string line; std::getline(file, line);) {

@@ -5,6 +5,7 @@
 #include <filesystem>
 
 #include "MediaFile.h"
+#include "Path.h"
 #include "UserError.h"
 
 namespace Host {
@@ -96,7 +97,7 @@ std::vector<std::string> FilesOfPattern(const fs::path& inPath, const Pattern& i
 }  // namespace
 
 std::vector<std::string> FindFiles(const std::string& inInput) {
-    const fs::path path(inInput);
+    const fs::path path = PathOf(inInput);
     std::error_code error;
     std::vector<std::string> files;
     if (fs::is_directory(path, error)) {

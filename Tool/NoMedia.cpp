@@ -4,11 +4,11 @@
 #include <png.h>
 
 #include <cstdio>
-#include <filesystem>
 #include <fstream>
 #include <iterator>
 
 #include "MediaFile.h"
+#include "Path.h"
 #include "UserError.h"
 #include "VideoWriter.h"
 
@@ -35,7 +35,7 @@ MediaFile::MediaFile(const std::string& inFile) : mFile(inFile), mIsStill(true) 
 
 bool MediaFile::Read(Frame& outFrame) {
     if (mFramesRead++ > 0) return false;
-    std::ifstream file(std::filesystem::path(mFile), std::ios::binary);
+    std::ifstream file(PathOf(mFile), std::ios::binary);
     const std::string bytes(std::istreambuf_iterator<char>(file), {});
     png_image picture = {};
     picture.version = PNG_IMAGE_VERSION;

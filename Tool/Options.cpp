@@ -10,6 +10,7 @@
 #include "FrameReader.h"
 #include "Help.h"
 #include "MediaFile.h"
+#include "Path.h"
 #include "RawReader.h"
 #include "RenderedClip.h"
 #include "System.h"
@@ -20,7 +21,7 @@ namespace {
 
 void PrepareFolder(const std::string& inFolder) {
     std::error_code error;
-    std::filesystem::create_directories(inFolder, error);
+    std::filesystem::create_directories(PathOf(inFolder), error);
     if (error || !CanWriteInto(inFolder))
         throw UserError("folder '" + inFolder + "' cannot be written");
 }
@@ -175,7 +176,7 @@ Json JsonHead(const std::string& inCommand, const FrameSource& inSource) {
 }
 
 std::string OutputOptions::Path(const std::string& inName) const {
-    return (std::filesystem::path(mFolder) / inName).string();
+    return (PathOf(mFolder) / PathOf(inName)).string();
 }
 
 std::string OutputOptions::NumberedPath(const std::string& inStem, long long inNumber,
@@ -186,7 +187,7 @@ std::string OutputOptions::NumberedPath(const std::string& inStem, long long inN
 }
 
 std::string OutputOptions::PlotPath(const std::string& inName) const {
-    return (std::filesystem::path(mPlotFolder) / inName).string();
+    return (PathOf(mPlotFolder) / PathOf(inName)).string();
 }
 
 void OutputOptions::Check(const std::vector<std::string>& inInputs, const Outputs& inFiles,

@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <map>
 
+#include "Path.h"
 #include "System.h"
 #include "UserError.h"
 
@@ -12,7 +13,7 @@ namespace {
 namespace fs = std::filesystem;
 // The files of the folder that a name with a `*` stands for.
 std::vector<std::string> Expand(const std::string& inPath) {
-    const fs::path path(inPath);
+    const fs::path path = PathOf(inPath);
     const std::string name = path.filename().string();
     const std::size_t star = name.find('*');
     if (star == std::string::npos) return {inPath};
@@ -37,7 +38,7 @@ void RefuseSameFiles(const std::vector<std::string>& inInputs, const Outputs& in
         if (const auto identity = IdentifyFile(input)) inputs[*identity] = input;
     for (const std::string& output : inOutputs) {
         std::error_code error;
-        if (!paths.emplace(fs::weakly_canonical(output, error), output).second)
+        if (!paths.emplace(fs::weakly_canonical(PathOf(output), error), output).second)
             throw UserError("'" + output + "' would be written twice");
         for (const std::string& file : Expand(output)) {
             const auto identity = IdentifyFile(file);

@@ -2,9 +2,9 @@
 
 #pragma once
 
-#include <time.h>
-
 #include <chrono>
+
+#include "System.h"
 
 namespace Host {
 
@@ -23,15 +23,10 @@ private:
 /// the calling thread, and the time that other programs have the processor is not its own.
 class WorkStopwatch {
 public:
-    double Seconds() const { return Now() - mStart; }
+    double Seconds() const { return ThreadSeconds() - mStart; }
 
 private:
-    static double Now() {
-        timespec time{};
-        clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
-        return double(time.tv_sec) + double(time.tv_nsec) * 1e-9;
-    }
-    double mStart = Now();
+    double mStart = ThreadSeconds();
 };
 
 }  // namespace Host

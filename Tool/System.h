@@ -32,6 +32,10 @@ bool IsErrorsATerminal();
 /// In letters; 80 where that is not known.
 std::size_t TerminalWidth();
 
+/// The processor's time of this thread; on Windows, which counts that in steps of 15 ms, time
+/// as on the wall.
+double ThreadSeconds();
+
 /// As the system calls it.
 std::string ProcessorName();
 

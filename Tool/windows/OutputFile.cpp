@@ -6,8 +6,8 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <filesystem>
 
+#include "Path.h"
 #include "UserError.h"
 
 namespace Host {
@@ -15,10 +15,9 @@ namespace {
 
 // Empties what it opens. A link itself is opened and refused where links are not followed.
 HANDLE OpenEmptied(const std::string& inName, bool inIsLinkRefused) {
-    const HANDLE file =
-        CreateFileW(std::filesystem::path(inName).c_str(), GENERIC_WRITE,
-                    FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_ALWAYS,
-                    inIsLinkRefused ? FILE_FLAG_OPEN_REPARSE_POINT : 0, nullptr);
+    const HANDLE file = CreateFileW(
+        PathOf(inName).c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+        OPEN_ALWAYS, inIsLinkRefused ? FILE_FLAG_OPEN_REPARSE_POINT : 0, nullptr);
     if (file == INVALID_HANDLE_VALUE)
         throw UserError("file '" + inName + "' cannot be written");
     BY_HANDLE_FILE_INFORMATION found = {};

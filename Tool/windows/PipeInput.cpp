@@ -8,9 +8,9 @@
 #include <cerrno>
 #include <cstdint>
 #include <cstring>
-#include <filesystem>
 
 #include "Interrupt.h"
+#include "Path.h"
 #include "UserError.h"
 
 namespace Host {
@@ -19,9 +19,9 @@ bool IsPipe(const std::string& inPath) { return inPath.starts_with("\\\\.\\pipe\
 
 PipeInput::PipeInput(const std::string& inInput)
     : mName(inInput == "-" ? "standard input" : inInput),
-      mFile(inInput == "-" ? _fileno(stdin)
-                           : _wopen(std::filesystem::path(inInput).c_str(),
-                                    _O_RDONLY | _O_BINARY | _O_NOINHERIT)) {
+      mFile(inInput == "-"
+                ? _fileno(stdin)
+                : _wopen(PathOf(inInput).c_str(), _O_RDONLY | _O_BINARY | _O_NOINHERIT)) {
     if (mFile < 0) throw UserError("'" + inInput + "' cannot be opened: " + strerror(errno));
 }
 

@@ -7,10 +7,12 @@
 #include <shellapi.h>
 #include <tlhelp32.h>
 
+#include <chrono>
 #include <cstdlib>
 #include <cwchar>
-#include <filesystem>
 #include <utility>
+
+#include "Path.h"
 
 namespace Host {
 
@@ -18,7 +20,7 @@ std::optional<FileIdentity> IdentifyFile(const std::string& inPath) {
     const bool isInput = inPath == "-";
     const HANDLE file =
         isInput ? GetStdHandle(STD_INPUT_HANDLE)
-                : CreateFileW(std::filesystem::path(inPath).c_str(), FILE_READ_ATTRIBUTES,
+                : CreateFileW(PathOf(inPath).c_str(), FILE_READ_ATTRIBUTES,
                               FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
                               OPEN_EXISTING, 0, nullptr);
     if (file == INVALID_HANDLE_VALUE) return std::nullopt;
@@ -34,7 +36,7 @@ std::optional<FileIdentity> IdentifyFile(const std::string& inPath) {
 // Who may write where is a long list there; the first file tells.
 bool CanWriteInto(const std::string& inFolder) {
     std::error_code error;
-    return std::filesystem::is_directory(inFolder, error);
+    return std::filesystem::is_directory(PathOf(inFolder), error);
 }
 
 // Those that the system has, in UTF-16: `main` gets them in a code page of the user's.
@@ -66,6 +68,11 @@ std::size_t TerminalWidth() {
         GetConsoleScreenBufferInfo(GetStdHandle(STD_ERROR_HANDLE), &screen) != 0 &&
         screen.dwSize.X > 1;
     return known ? std::size_t(screen.dwSize.X) : 80;
+}
+
+double ThreadSeconds() {
+    return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch())
+        .count();
 }
 
 std::string ProcessorName() {
