@@ -55,6 +55,21 @@ TEST(SolveEquation, SolvesTheSystemOrCallsItSingular) {
         << "the limit itself is no singular system";
 }
 
+TEST(GradientSum, IsOfTheFirstImageAtItsPlaceAndOfTheSecondAtItsOwn) {
+    FloatImage images[4];
+    for (int i = 0; i < 4; ++i)
+        images[i] = ImageOf(20, 20, NoiseFrame(20, 20, i + 1));
+    const auto gx = Window(3, 3), gy = Window(3, 3);
+    ComputeGradientSum(images[0], images[1], images[2], images[3], 9.25f, 8.5f, 7.75f, 6.5f, gx,
+                       gy);
+    const auto middle = [&](int i) {
+        return InterpolateBilinear(images[i], 9.25f, 8.5f) +
+               InterpolateBilinear(images[i + 2], 7.75f, 6.5f);
+    };
+    EXPECT_EQ(gx->mValues[4], middle(0));
+    EXPECT_EQ(gy->mValues[4], middle(1));
+}
+
 TEST(WindowContracts, GradientWindowsAreOfOneSize) {
     const FloatImage image = Flat(20, 20);
     const auto a = Window(3, 3), taller = Window(3, 5), wider = Window(5, 3);
