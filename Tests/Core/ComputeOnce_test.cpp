@@ -2,7 +2,6 @@
 // The interleavings are staged with gates; nothing here depends on how fast a thread is.
 
 #include <atomic>
-#include <barrier>
 #include <future>
 #include <stdexcept>
 #include <thread>
@@ -10,6 +9,7 @@
 #include "DP/DescriptorFactory.h"
 #include "DescriptorComputer.h"
 #include "Support/Items.h"
+#include "Support/StartLine.h"
 #include "Support/Test.h"
 #include "quillet/Error.h"
 
@@ -208,9 +208,9 @@ TEST_F(ComputeOnce, WhenTheFirstThrowsOneOfThoseWhoWaitedComputes) {
 // Two computations that each wait for the other to have begun: possible only if they run
 // at the same time.
 TEST_F(ComputeOnce, DifferentKeysAreComputedAtTheSameTime) {
-    std::barrier both(2);
+    StartLine both(2);
     const auto meet = [&] {
-        both.arrive_and_wait();
+        both.Meet();
         return CountedData::Make();
     };
     std::thread other([&] { Get(1, meet); });
@@ -222,12 +222,12 @@ TEST_F(ComputeOnce, ManyThreadsOnManyKeysComputeEachOnce) {
     constexpr int kThreads = 8;
     constexpr int kKeys = 40;  // below the limit, so that nothing is dropped between
     std::vector<std::atomic<int>> computed(kKeys);
-    std::barrier start(kThreads);
+    StartLine start(kThreads);
     std::vector<std::thread> threads;
     for (int t = 0; t < kThreads; ++t)
         threads.emplace_back([&, t] {
             Random random(std::uint64_t(t) + 1);
-            start.arrive_and_wait();
+            start.Meet();
             for (int i = 0; i < 400; ++i) {
                 const int frame = random.Integer(0, kKeys - 1);
                 const Data data = Get(frame, [&] {

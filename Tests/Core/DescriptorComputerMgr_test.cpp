@@ -2,13 +2,13 @@
 
 #include "DescriptorComputerMgr.h"
 
-#include <barrier>
 #include <thread>
 
 #include "DP/DescriptorFactory.h"
 #include "DescriptorComputer.h"
 #include "DescriptorDataCacheMgr.h"
 #include "Support/Items.h"
+#include "Support/StartLine.h"
 #include "Support/Test.h"
 #include "quillet/Error.h"
 
@@ -115,11 +115,11 @@ TEST_F(ComputerMgr, AManagerHeldAcrossAFlushIsTheSameObjectEmptied) {
 
 TEST_F(ComputerMgr, FirstCallersInARaceLoseNoCount) {
     for (int round = 0; round < 100; ++round) {
-        std::barrier start(4);
+        StartLine start(4);
         std::vector<std::thread> threads;
         for (int t = 0; t < 4; ++t)
             threads.emplace_back([&] {
-                start.arrive_and_wait();
+                start.Meet();
                 EXPECT_TRUE(CreateDescriptorComputerMgr() != NULL);
                 EXPECT_TRUE(CreateDescriptorDataCacheMgr() != NULL);
             });
@@ -137,9 +137,9 @@ TEST_F(ComputerMgr, TheIncomingPropertyComparesAndOneThreadAtATime) {
     property->Init(Wide("another"), kDescriptorDataTypeGreyImage);
     property->mCrossing = &crossing;
     const auto computer = Grey("a");
-    std::barrier start(2);
+    StartLine start(2);
     const auto ask = [&] {
-        start.arrive_and_wait();
+        start.Meet();
         for (int i = 0; i < 20; ++i)
             EXPECT_EQ(CreateDescriptorComputer(property), computer);
     };
@@ -150,12 +150,12 @@ TEST_F(ComputerMgr, TheIncomingPropertyComparesAndOneThreadAtATime) {
 }
 
 TEST_F(ComputerMgr, ThreadsWithEqualPropertiesGetOneComputer) {
-    std::barrier start(8);
+    StartLine start(8);
     std::vector<Ref<IDescriptorComputer>> computers(8);
     std::vector<std::thread> threads;
     for (std::size_t t = 0; t < 8; ++t)
         threads.emplace_back([&, t] {
-            start.arrive_and_wait();
+            start.Meet();
             computers[t] = Grey("shared");
         });
     for (auto& thread : threads)

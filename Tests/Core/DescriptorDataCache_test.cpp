@@ -3,8 +3,8 @@
 
 #include "DescriptorDataCache.h"
 
-#include <barrier>
 #include <chrono>
+#include <future>
 #include <thread>
 
 #include "DP/DescriptorFactory.h"
@@ -243,13 +243,13 @@ TEST_F(Cache, OneThreadAtATimeLooksAtTheData) {
     stored->Init(Wide("clip"), 1, 2, 3);
     stored->mCrossing = &crossing;
     mCache->StoreData(stored, CountedData::Make());
-    std::barrier start(2);
+    std::promise<void> begun;
     std::thread reader([&] {
-        start.arrive_and_wait();
+        begun.set_value();
         for (int i = 0; i < 20; ++i)
             EXPECT_TRUE(Has(1));
     });
-    start.arrive_and_wait();
+    begun.get_future().wait();
     for (int i = 0; i < 20; ++i)
         mCache->StoreData(KeyOf(1), CountedData::Make());
     reader.join();

@@ -1,10 +1,10 @@
 // Singletons that are torn down with their last reference and built again.
 
 #include "TVK/SingletonGuard.h"
+#include "Support/StartLine.h"
 #include "Support/Test.h"
 
 #include <atomic>
-#include <barrier>
 #include <thread>
 
 namespace {
@@ -100,11 +100,11 @@ TEST(SingletonGuard, WhoComesInWhileAnotherBuildsTakesWhatThatOneBuilt) {
 }
 
 TEST(SingletonGuard, EightThreadsBuildAsOftenAsTheyDestroy) {
-    std::barrier start(8);
+    Testing::StartLine start(8);
     std::vector<std::thread> threads;
     for (int t = 0; t < 8; ++t)
         threads.emplace_back([&] {
-            start.arrive_and_wait();
+            start.Meet();
             for (int i = 0; i < 20000; ++i)
                 gSingleton<Service>.Instance();
         });
@@ -119,11 +119,11 @@ TEST(SingletonGuard, EightThreadsBuildAsOftenAsTheyDestroy) {
 TEST(KeptRef, FirstCallersInARaceLoseNoCount) {
     for (int round = 0; round < 200; ++round) {
         TVK::KeptRef<IService> kept;
-        std::barrier start(4);
+        Testing::StartLine start(4);
         std::vector<std::thread> threads;
         for (int t = 0; t < 4; ++t)
             threads.emplace_back([&] {
-                start.arrive_and_wait();
+                start.Meet();
                 if (kept.Get() == NULL) kept.Set(gSingleton<Service>.Instance());
                 EXPECT_TRUE(kept.Get() != NULL);
             });
