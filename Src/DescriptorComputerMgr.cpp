@@ -22,7 +22,73 @@ Ref<IDescriptorComputer> MakeComputer(const Ref<IDescriptorProperty>& inProperty
     return {};
 }
 
+bool IsBefore(const ComputerIndex::Entry& inEntry, ComputerIndex::Number inNumber) {
+    return inEntry.mNumber < inNumber;
+}
+
+ComputerIndex::Entry FirstBehind(const std::vector<ComputerIndex::Entry>& inEntries,
+                                 ComputerIndex::Number inNumber) {
+    const auto at =
+        std::lower_bound(inEntries.begin(), inEntries.end(), inNumber + 1, IsBefore);
+    return at != inEntries.end() ? *at : ComputerIndex::Entry();
+}
+
 }  // namespace
+
+// ---- The index -----------------------------------------------------------------------
+
+void ComputerIndex::Add(const Ref<IDescriptorComputer>& inComputer) {
+    const auto property = inComputer->GetDescriptorProperty();
+    Entries& some = IsOwnProperty(property) ? mOfSources[property->GetSourceID()] : mOfHosts;
+    const Entry entry{mNewest + 1, inComputer.operator->()};
+    mAll.push_back(entry);
+    try {
+        some.push_back(entry);
+    } catch (...) {
+        mAll.pop_back();
+        throw;
+    }
+    ++mNewest;
+}
+
+void ComputerIndex::Remove(IDescriptorComputer* inComputer) {
+    const auto at = std::find_if(mAll.begin(), mAll.end(), [&](const Entry& inEntry) {
+        return inEntry.mComputer == inComputer;
+    });
+    if (at == mAll.end()) return;
+    const auto drop = [number = at->mNumber](Entries& ioEntries) {
+        ioEntries.erase(std::lower_bound(ioEntries.begin(), ioEntries.end(), number, IsBefore));
+    };
+    const auto property = inComputer->GetDescriptorProperty();
+    if (IsOwnProperty(property)) {
+        const auto source = mOfSources.find(property->GetSourceID());
+        drop(source->second);
+        if (source->second.empty()) mOfSources.erase(source);
+    } else {
+        drop(mOfHosts);
+    }
+    mAll.erase(at);
+}
+
+void ComputerIndex::Clear() {
+    mAll.clear();
+    mOfHosts.clear();
+    mOfSources.clear();
+}
+
+ComputerIndex::Entry ComputerIndex::Next(const quillet::WideString* inSource,
+                                         Number inBehind) const {
+    if (inSource == nullptr) return FirstBehind(mAll, inBehind);
+    const Entry ofHost = FirstBehind(mOfHosts, inBehind);
+    const auto source = mOfSources.find(*inSource);
+    if (source == mOfSources.end()) return ofHost;
+    const Entry own = FirstBehind(source->second, inBehind);
+    const bool isOwn =
+        own.mNumber != 0 && (ofHost.mNumber == 0 || own.mNumber < ofHost.mNumber);
+    return isOwn ? own : ofHost;
+}
+
+// ---- The manager ---------------------------------------------------------------------
 
 Ref<IDescriptorComputer> DescriptorComputerMgr::GetDescriptorComputer(
     Ref<IDescriptorProperty> inDescriptorProperty) {
@@ -30,9 +96,13 @@ Ref<IDescriptorComputer> DescriptorComputerMgr::GetDescriptorComputer(
     const quillet::threads::ScopeLock lock(mMutex);
 
     // The incoming property does the comparing: a tracker's looks at more than a plain one.
-    // It may be a host's and call back, so the walk holds the computer and no iterator.
-    for (std::size_t at = 0; at < mComputers.size(); ++at) {
-        const Ref<IDescriptorComputer> computer = mComputers[at];
+    // A host's may call back, so the walk holds the computer and its number alone.
+    const bool isOwn = IsOwnProperty(inDescriptorProperty);
+    const quillet::WideString source =
+        isOwn ? inDescriptorProperty->GetSourceID() : quillet::WideString();
+    ComputerIndex::Entry entry;
+    while ((entry = mIndex.Next(isOwn ? &source : nullptr, entry.mNumber)).mNumber != 0) {
+        const Ref<IDescriptorComputer> computer(entry.mComputer);
         if (inDescriptorProperty->IsEqual(computer->GetDescriptorProperty())) return computer;
     }
 
@@ -40,17 +110,24 @@ Ref<IDescriptorComputer> DescriptorComputerMgr::GetDescriptorComputer(
     if (made == NULL) return {};
     Ref<DescriptorComputer>(made)->SetDescriptorProperty(inDescriptorProperty);
     mComputers.push_back(made);
+    try {
+        mIndex.Add(made);
+    } catch (...) {
+        mComputers.pop_back();
+        throw;
+    }
     return made;
 }
 
 void DescriptorComputerMgr::RemoveDescriptorComputers(quillet::WideString inSourceID) {
     const quillet::threads::ScopeLock lock(mMutex);
-    for (std::size_t at = 0; at < mComputers.size(); ++at) {
-        const Ref<IDescriptorComputer> computer = mComputers[at];
+    ComputerIndex::Entry entry;
+    while ((entry = mIndex.Next(&inSourceID, entry.mNumber)).mNumber != 0) {
+        const Ref<IDescriptorComputer> computer(entry.mComputer);
         if (computer->GetSourceID() != inSourceID) continue;
-        // Looked for again: a host's property that was just asked may have changed the list.
-        const auto found = std::find(mComputers.begin(), mComputers.end(), computer);
-        if (found != mComputers.end()) mComputers.erase(found);
+        // Perhaps it is gone: a host's property that was just asked may have changed the list.
+        mIndex.Remove(entry.mComputer);
+        std::erase(mComputers, computer);
         return;  // the computer goes with `computer`, when the list is whole again
     }
 }
@@ -62,6 +139,7 @@ void DescriptorComputerMgr::RemoveAllDescriptorComputers() {
     while (!mComputers.empty()) {
         std::vector<Ref<IDescriptorComputer>> removed;
         removed.swap(mComputers);
+        mIndex.Clear();
         for (auto& computer : removed)
             computer = nullptr;
     }

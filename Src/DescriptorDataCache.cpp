@@ -55,9 +55,10 @@ void DescriptorDataCache::EnterData(const Ref<IDescriptorDataKey>& inKey,
                                     const Ref<IDescriptorData>& inData) {
     const ScopeLock lock(mDataMutex);
     if (mDataMap.find(inKey) != mDataMap.end()) return;
-    if (static_cast<int>(mDataMap.size()) > mMaxEntries) {
+    // Destructors of a host's data run in here, and may store: the same key, or as many others
+    // as there is room for.
+    while (static_cast<int>(mDataMap.size()) > mMaxEntries && !mDataMap.empty()) {
         ClearCache();
-        // Destructors of a host's data have run, and may have stored the same key.
         if (mDataMap.find(inKey) != mDataMap.end()) return;
     }
     mDataMap.emplace(inKey, inData);

@@ -3,8 +3,11 @@
 
 #include "Kinds.h"
 
+#include <typeinfo>
+
 #include "APT/APTDescriptorComputer.h"
 #include "APT/APTDescriptorData.h"
+#include "APT/APTDescriptorProperty.h"
 #include "APT/APTDescriptorWorkerItem.h"
 #include "ColourPyramid/ColourPyramidDescriptorData.h"
 #include "ColourPyramid/ColourPyramidDescriptorWorkerItem.h"
@@ -17,11 +20,13 @@
 #include "GreyImage/GreyImageDescriptorWorkerItem.h"
 #include "KLTDescriptorComputer.h"
 #include "KLTDescriptorData.h"
+#include "KLTDescriptorProperty.h"
 #include "KLTDescriptorWorkerItem.h"
 #include "Pyramid/ImagePyramidDescriptorData.h"
 #include "Pyramid/ImagePyramidDescriptorWorkerItem.h"
 #include "RegionTracker/RegionTrackerDescriptorComputer.h"
 #include "RegionTracker/RegionTrackerDescriptorData.h"
+#include "RegionTracker/RegionTrackerDescriptorProperty.h"
 #include "RegionTracker/RegionTrackerDescriptorWorkerItem.h"
 
 namespace DP {
@@ -75,6 +80,14 @@ static_assert(IsComplete());
 
 const Kind* FindKind(DescriptorDataType inType) {
     return inType >= 0 && inType < kDescriptorDataTypeCount ? &kKinds[inType] : nullptr;
+}
+
+bool IsOwnProperty(const Ref<IDescriptorProperty>& inProperty) {
+    const IDescriptorProperty& property = *inProperty.operator->();
+    const std::type_info& type = typeid(property);
+    return type == typeid(DescriptorProperty) || type == typeid(KLTDescriptorProperty) ||
+           type == typeid(APTDescriptorProperty) ||
+           type == typeid(RegionTrackerDescriptorProperty);
 }
 
 }  // namespace DP

@@ -27,4 +27,8 @@ struct Kind {
 /// Null for a number that is no kind.
 const Kind* FindKind(DescriptorDataType inType);
 
+/// Whether a property is one that the functions of the library make, and so equal to another
+/// only where the sources are. A host's may compare in any way.
+bool IsOwnProperty(const Ref<IDescriptorProperty>& inProperty);
+
 }  // namespace DP

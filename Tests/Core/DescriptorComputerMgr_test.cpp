@@ -14,6 +14,15 @@
 
 namespace {
 
+class OddProperty;
+
+}  // namespace
+
+template <>
+inline constexpr TVK::InterfaceID TVK::kIdentifierOf<OddProperty>{0x7e57, 31};
+
+namespace {
+
 using namespace DP;
 using namespace Testing;
 
@@ -40,22 +49,6 @@ TEST_F(ComputerMgr, EqualPropertiesShareAComputerAndOthersDoNot) {
     EXPECT_EQ(computer->GetSourceID(), Wide("a"));
     EXPECT_EQ(computer->GetDescriptorDataType(), kDescriptorDataTypeGreyImage);
     EXPECT_TRUE(computer->GetDescriptorProperty() != NULL);
-}
-
-TEST_F(ComputerMgr, RemovalTakesTheFirstComputerOfTheSourceOnly) {
-    const auto first = Grey("a");
-    const auto second = FloatGrey("a");
-    const auto other = Grey("b");
-    const auto mgr = CreateDescriptorComputerMgr();
-    mgr->RemoveDescriptorComputers(Wide("nobody"));
-    EXPECT_EQ(Grey("a"), first);
-    mgr->RemoveDescriptorComputers(Wide("a"));
-    EXPECT_EQ(FloatGrey("a"), second);
-    EXPECT_EQ(Grey("b"), other);
-    EXPECT_FALSE(Grey("a") == first) << "a removed computer is no longer found";
-    EXPECT_EQ(first->GetSourceID(), Wide("a")) << "and stays usable";
-    mgr->RemoveAllDescriptorComputers();
-    EXPECT_FALSE(Grey("b") == other);
 }
 
 TEST_F(ComputerMgr, NullPropertyBreaksTheContractAndAnUnknownKindIsReported) {
@@ -93,6 +86,78 @@ TEST_F(ComputerMgr, ComputerWithoutAPropertyHasNoSourceAndThrowsForItsKind) {
     EXPECT_TRUE(computer->GetSourceID().empty());
     EXPECT_TRUE(computer->GetDescriptorProperty() == NULL);
     EXPECT_THROW(computer->GetDescriptorDataType(), TVK::NullInterfaceException);
+}
+
+// ---- Many computers ------------------------------------------------------------------
+
+/// Equal to what its number says, and of another source at each step.
+class OddProperty : public TVK::Object<OddProperty, DescriptorProperty> {
+public:
+    bool IsEqual(Ref<IDescriptorProperty> inOther) override {
+        return inOther->GetSourceID().size() % 7 == mNumber % 7;
+    }
+    quillet::WideString GetSourceID() override {
+        return SourceOf((mNumber + sStep) % kSources);
+    }
+    static quillet::WideString SourceOf(std::size_t inNumber) {
+        return quillet::WideString(inNumber, u's');
+    }
+    static constexpr std::size_t kSources = 20;
+    static inline std::size_t sStep = 0;
+    std::size_t mNumber = 0;
+};
+
+// The list that the manager holds, walked from its first computer to its last.
+struct PlainWalk {
+    Ref<IDescriptorComputer> Find(const Ref<IDescriptorProperty>& inProperty) const {
+        for (const auto& computer : mComputers)
+            if (inProperty->IsEqual(computer->GetDescriptorProperty())) return computer;
+        return {};
+    }
+    void Remove(const quillet::WideString& inSource) {
+        const auto at = std::ranges::find_if(mComputers, [&](const auto& inComputer) {
+            return inComputer->GetSourceID() == inSource;
+        });
+        if (at != mComputers.end()) mComputers.erase(at);
+    }
+    std::vector<Ref<IDescriptorComputer>> mComputers;
+};
+
+TEST_F(ComputerMgr, FindsAndRemovesWhatAPlainWalkDoes) {
+    const auto mgr = CreateDescriptorComputerMgr();
+    Random random(3);
+    PlainWalk walk;
+    int found = 0, made = 0;
+    const auto number = [&] {
+        return std::size_t(random.Integer(0, int(OddProperty::kSources) - 1));
+    };
+    for (OddProperty::sStep = 0; OddProperty::sStep < 4000 && !HasFailure();
+         ++OddProperty::sStep) {
+        const auto source = OddProperty::SourceOf(number());
+        if (random.Integer(0, 2) == 0) {
+            walk.Remove(source);
+            mgr->RemoveDescriptorComputers(source);
+            continue;
+        }
+        const auto kind = static_cast<DescriptorDataType>(random.Integer(2, 6));
+        auto property = CreateDescriptorProperty(source, kind);
+        if (random.Integer(0, 9) == 0) {
+            const auto odd = MakeInitialised<OddProperty>(source, kind);
+            odd->mNumber = number();
+            property = odd;
+        }
+        const auto expected = walk.Find(property);
+        const auto computer = mgr->GetDescriptorComputer(property);
+        ++(expected == NULL ? made : found);
+        if (expected != NULL) {
+            EXPECT_EQ(computer, expected);
+            continue;
+        }
+        EXPECT_TRUE(std::ranges::find(walk.mComputers, computer) == walk.mComputers.end());
+        walk.mComputers.push_back(computer);
+    }
+    EXPECT_GT(found, 500);
+    EXPECT_GT(made, 500);
 }
 
 // ---- The life of the managers --------------------------------------------------------

@@ -120,6 +120,16 @@ TEST_F(ReentrantProperty, ComparisonMakesMoreComputers) {
     EXPECT_EQ(Grey("z"), computer);
 }
 
+TEST_F(ReentrantProperty, AComputerThatIsRemovedMeanwhileLeavesNoneOut) {
+    AddComputers();
+    const auto expected = Grey("b");
+    const auto property = Property("b");
+    property->mOnIsEqual = [] {
+        CreateDescriptorComputerMgr()->RemoveDescriptorComputers(Wide("a"));
+    };
+    EXPECT_EQ(CreateDescriptorComputer(property), expected);
+}
+
 TEST_F(ReentrantProperty, SourceIsAskedForByARemovalAndRemovesAll) {
     const auto property = Property("a");
     CreateDescriptorComputer(property);
@@ -193,6 +203,16 @@ protected:
 
     Ref<DescriptorDataCache> mCache = DescriptorDataCache::Create();
 };
+
+TEST_F(ReentrantData, DestructorFillsTheCacheThatMakesRoom) {
+    bool hasFilled = false;
+    Fill(*mCache.operator->(), [&] {
+        if (!std::exchange(hasFilled, true)) Fill(*mCache.operator->(), {}, 100, 116);
+    });
+    mCache->StoreData(KeyOf(50), CallingData::Create());
+    EXPECT_TRUE(hasFilled);
+    EXPECT_EQ(mCache->GetTotalDataSize(), 1u) << "never more than one above the limit";
+}
 
 TEST_F(ReentrantData, DestructorAsksTheCacheThatIsCleared) {
     Fill(*mCache.operator->(), [this] { Look(); });
