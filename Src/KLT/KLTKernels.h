@@ -73,13 +73,13 @@ struct KLTKernels {
     bool (*mMakePoints)(const float* inValues, long long inCount, unsigned inFirstIndex,
                         int* outValues, unsigned* outIndices);
 
-    /// The loop of a Hoare partition by falling values, for as long as two blocks of 64 points
-    /// lie between its indices: `*ioI` rises to the next value that is not above the pivot,
-    /// `*ioJ` falls to the next that is not below it, and the two points are swapped. The
-    /// plain loop, a point at a time, can go on from the indices that are left and gives the
-    /// order that it would have given alone.
-    void (*mPartitionBlocks)(int* ioValues, unsigned* ioIndices, int inPivot, long long* ioI,
-                             long long* ioJ);
+    /// The loop of a Hoare partition by falling values, for as long as at least `inLeast`
+    /// points, and two blocks of 64, lie between its indices: `*ioI` rises to the next value
+    /// that is not above the pivot, `*ioJ` falls to the next that is not below it, and the two
+    /// points are swapped. A further call, or the plain loop, a point at a time, can go on
+    /// from the indices that are left and gives the order that it would have given alone.
+    void (*mPartitionBlocks)(int* ioValues, unsigned* ioIndices, int inPivot, long long inLeast,
+                             long long* ioI, long long* ioJ);
 
     /// Bilinear values of a window around (`inX`, `inY`), which lies inside, in the first
     /// `inPlaneCount` planes. Returns false, and writes nothing of use, where it cannot:

@@ -196,7 +196,12 @@ std::size_t Partition(PointList ioPoints, std::size_t inCount) {
     const std::int32_t pivot = ioPoints.mValues[0];
     long long i = 0;
     long long j = static_cast<long long>(inCount);
-    GetKLTKernels().mPartitionBlocks(ioPoints.mValues, ioPoints.mIndices, pivot, &i, &j);
+    constexpr long long kPointsAtOnce = 1 << 20;
+    for (long long rest = j; rest > 0; rest -= kPointsAtOnce) {
+        if (rest > kPointsAtOnce) IP::Checkpoint(0, 1);
+        GetKLTKernels().mPartitionBlocks(ioPoints.mValues, ioPoints.mIndices, pivot,
+                                         rest - kPointsAtOnce, &i, &j);
+    }
     const std::size_t end = FinishPartition(ioPoints, pivot, static_cast<std::size_t>(i),
                                             static_cast<std::size_t>(j));
     ioPoints.Swap(end, 0);
@@ -325,8 +330,12 @@ void EnforceMinimumDistance(SortedPoints& ioPoints, int inCols, int inRows, int 
                             int inMinEigenvalue, bool inOverwriteAll, KLTFeatureList& ioList) {
     IP::RecycledArray<unsigned char> map(static_cast<std::size_t>(std::max(inCols, 0)) *
                                          static_cast<std::size_t>(std::max(inRows, 0)));
-    std::fill(map.begin(), map.end(), static_cast<unsigned char>(0));
-    IP::Checkpoint(0, 0);
+    constexpr std::size_t kPixelsAtOnce = 1 << 22;
+    for (std::size_t begin = 0; begin < map.size(); begin += kPixelsAtOnce) {
+        IP::Checkpoint(0, 0);
+        std::fill_n(map.begin() + begin, std::min(kPixelsAtOnce, map.size() - begin),
+                    static_cast<unsigned char>(0));
+    }
     const int distance = inMinDist - 1;
     const int leastValue = std::max(inMinEigenvalue, 1);
     if (!inOverwriteAll)

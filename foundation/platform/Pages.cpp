@@ -32,13 +32,14 @@ constexpr std::size_t kPage = 4096;
 
 #if defined(__linux__) && defined(MADV_HUGEPAGE) && defined(MADV_POPULATE_WRITE)
 
-// With its pages there already if it is no larger than a frame: whoever asks for more may
-// mean to use a corner of it. What the system does not know it refuses, and nothing is lost.
+// With its pages there already if it is no larger than an HD frame of floats: whoever asks for
+// more may mean to use a corner of it, and whoever fills it may be asked to stop in between,
+// which clearing pages is not. What the system does not know it refuses, and nothing is lost.
 void* AllocatePages(std::size_t inSize) noexcept {
     // What is larger than half a huge page takes a whole one, and so can lie on it.
     constexpr std::size_t kHugePage = std::size_t{2} << 20;
     constexpr std::size_t kLeastFilled = std::size_t{64} << 10;
-    constexpr std::size_t kMostFilled = std::size_t{64} << 20;
+    constexpr std::size_t kMostFilled = std::size_t{16} << 20;
     const bool isHuge = inSize > kHugePage / 2;
     const std::size_t size = isHuge ? std::max(inSize, kHugePage) : inSize;
     void* block = nullptr;  // std::aligned_alloc wants a multiple of the alignment
