@@ -148,9 +148,13 @@ void FlowGraph::AddNodesWithTerminals(std::size_t inCount, unsigned int inSource
             AddNodeWithTerminals(inSource, inSink);
         return;
     }
-    mFirstArcs.resize(mFirstArcs.size() + inCount, kNoArc);
-    mHomeResiduals.resize(mFirstArcs.size());
-    mHomeCapacities.resize(mFirstArcs.size());
+    constexpr std::size_t kNodesAtOnce = 1 << 18;
+    for (const std::size_t end = mFirstArcs.size() + inCount; mFirstArcs.size() < end;) {
+        IP::Checkpoint(0, 0);
+        mFirstArcs.resize(std::min(mFirstArcs.size() + kNodesAtOnce, end), kNoArc);
+        mHomeResiduals.resize(mFirstArcs.size());
+        mHomeCapacities.resize(mFirstArcs.size());
+    }
     mNodeCount += static_cast<unsigned int>(inCount);
 }
 

@@ -10,7 +10,8 @@
 
 #include "image/RecycledAllocator.h"
 
-/// Asked after each augmentation of a solve, and every 1024 nodes of growth.
+/// Asked after each augmentation of a solve, every 1024 nodes of growth, and every 64 orphans
+/// and freed nodes of an adoption.
 ///
 /// Ownership: the caller's; a solve keeps no pointer to it.
 /// Threads: called on the thread that solves.

@@ -42,8 +42,8 @@ Energies StrokedEnergies(bool inIsForeground, float inHard) {
     return inIsForeground ? Energies{0, inHard} : Energies{inHard, 0};
 }
 
-// A table, since the fit has 8 bits and a logarithm is dear.
-// What pixels without a stroke get, by their fit.
+// What pixels without a stroke get, by their fit: a table, since the fit has 8 bits and a
+// logarithm is dear.
 class UnstrokedEnergies {
 public:
     UnstrokedEnergies(double inBiasWeight, TerminalEnergyMode inMode, bool inBiasTowardSource,
@@ -100,6 +100,57 @@ private:
     bool mTowardSource;
     float mHard;
     std::array<Energies, 256> mByFit;
+};
+
+// What the pixels of an area get. Images have a byte a pixel and rows of their own length.
+class AreaEnergies {
+public:
+    struct Image {
+        const unsigned char* mSamples;
+        int mStride;
+        unsigned char At(std::ptrdiff_t inRow, std::ptrdiff_t inColumn) const {
+            return mSamples[inRow * mStride + inColumn];
+        }
+    };
+
+    AreaEnergies(const Image& inForeground, const Image& inBackground, const Image& inFit,
+                 unsigned char inThreshold, TerminalEnergyMode inMode,
+                 const UnstrokedEnergies& inUnstroked, float inHard)
+        : mForeground(inForeground),
+          mBackground(inBackground),
+          mFit(inFit),
+          mThreshold(inThreshold),
+          mIsKnownMode(inMode >= kTerminalEnergyStrokesOnly &&
+                       inMode <= kTerminalEnergyClippedFit),
+          mReadsFit(inMode != kTerminalEnergyStrokesOnly),
+          mUnstroked(inUnstroked),
+          mHard(inHard) {}
+
+    // Whether pixels differ by the strokes alone.
+    bool IsOfStrokes() const { return mIsKnownMode && !mReadsFit; }
+
+    // False for a pixel that is to be left alone.
+    bool Find(std::ptrdiff_t inRow, std::ptrdiff_t inColumn, Energies& outEnergies) const {
+        if (mForeground.At(inRow, inColumn) > mThreshold)
+            outEnergies = StrokedEnergies(true, mHard);
+        else if (mBackground.At(inRow, inColumn) > mThreshold)
+            outEnergies = StrokedEnergies(false, mHard);
+        else if (mIsKnownMode)
+            outEnergies = mUnstroked.ByFit(mReadsFit ? mFit.At(inRow, inColumn) : 0);
+        else
+            return false;
+        return true;
+    }
+
+private:
+    Image mForeground;
+    Image mBackground;
+    Image mFit;
+    unsigned char mThreshold;
+    bool mIsKnownMode;
+    bool mReadsFit;
+    const UnstrokedEnergies& mUnstroked;
+    float mHard;
 };
 
 // Moves a node's capacities by what its pixel's energies moved.
@@ -192,60 +243,49 @@ void ImageGraph::SetTerminalEnergies(
     int inColumns, int inLeft, int inTop, int /*inCurrentLabelStride*/, int inFitStride,
     int inForegroundStride, int inBackgroundStride) {
     if (!mNodeImage) return;
-    const bool knownMode =
-        inMode >= kTerminalEnergyStrokesOnly && inMode <= kTerminalEnergyClippedFit;
-    const bool readsFit = inMode != kTerminalEnergyStrokesOnly;
     const float hard = graphcut::HardCapacity(mMaxRegionPixels);
     const UnstrokedEnergies unstroked(inBiasWeight, inMode, inBiasTowardSource, hard);
-
-    // False for a pixel that is to be left alone.
-    const auto find = [&](std::ptrdiff_t inRow, std::ptrdiff_t inColumn,
-                          Energies& outEnergies) {
-        if (inForeground[inRow * inForegroundStride + inColumn] > inThreshold)
-            outEnergies = {0, hard};
-        else if (inBackground[inRow * inBackgroundStride + inColumn] > inThreshold)
-            outEnergies = {hard, 0};
-        else if (knownMode)
-            outEnergies = unstroked.ByFit(readsFit ? inFit[inRow * inFitStride + inColumn] : 0);
-        else
-            return false;
-        return true;
-    };
-    const auto visit = [&](auto inSet) {
-        VisitPixels(inRows, inColumns, inLeft, inTop,
-                    [&](std::ptrdiff_t inRow, std::ptrdiff_t inColumn, std::ptrdiff_t inPlace) {
-                        Energies energies;
-                        if (find(inRow, inColumn, energies)) inSet(inPlace, energies);
-                    });
-    };
+    const AreaEnergies energies({inForeground, inForegroundStride},
+                                {inBackground, inBackgroundStride}, {inFit, inFitStride},
+                                inThreshold, inMode, unstroked, hard);
 
     // Strokes over the whole graph without gaps: both images are then one row of pixels.
     const bool isWhole = inRows == mRows && inColumns == mColumns && inLeft == mLeft &&
                          inTop == mTop && inForegroundStride == inColumns &&
                          inBackgroundStride == inColumns;
-    if (isWhole && knownMode && !readsFit) {
-        const Energies& bias = unstroked.ByFit(0);
-        if (SetFirstEnergies(inForeground, inBackground, {bias.mSource, bias.mSink},
-                             inThreshold))
-            return;
-    }
+    const Energies& bias = unstroked.ByFit(0);
+    if (isWhole && energies.IsOfStrokes() &&
+        SetFirstEnergies(inForeground, inBackground, {bias.mSource, bias.mSink}, inThreshold))
+        return;
     mHasNoEnergies = false;
-    if (mRegionMode && !mFlowGraph->IsDynamicAndSolved()) {
-        NodeCapacities capacities(*mFlowGraph);
-        visit([&](std::ptrdiff_t inPlace, const Energies& inEnergies) {
-            float& source = mPixelSourceEnergies[static_cast<std::size_t>(inPlace)];
-            float& sink = mPixelSinkEnergies[static_cast<std::size_t>(inPlace)];
-            capacities.Move(mNodeImage[inPlace], inEnergies.mSource - source,
-                            inEnergies.mSink - sink);
-            source = inEnergies.mSource;
-            sink = inEnergies.mSink;
+    SetEachPixel([&](auto inSet) {
+        VisitPixels(inRows, inColumns, inLeft, inTop,
+                    [&](std::ptrdiff_t inRow, std::ptrdiff_t inColumn, std::ptrdiff_t inPlace) {
+                        Energies own;
+                        if (energies.Find(inRow, inColumn, own))
+                            inSet(inPlace, own.mSource, own.mSink);
+                    });
+    });
+}
+
+// `inVisit(set)` calls `set(place, source, sink)` for each pixel that gets energies.
+template <class Visit>
+void ImageGraph::SetEachPixel(Visit inVisit) {
+    if (!mRegionMode || mFlowGraph->IsDynamicAndSolved()) {
+        inVisit([&](std::ptrdiff_t inPlace, float inSource, float inSink) {
+            SetPixelTerminals(inPlace, inSource, inSink, false);
         });
-        capacities.Write();
-    } else {
-        visit([&](std::ptrdiff_t inPlace, const Energies& inEnergies) {
-            SetPixelTerminals(inPlace, inEnergies.mSource, inEnergies.mSink, false);
-        });
+        return;
     }
+    NodeCapacities capacities(*mFlowGraph);
+    inVisit([&](std::ptrdiff_t inPlace, float inSource, float inSink) {
+        float& source = mPixelSourceEnergies[static_cast<std::size_t>(inPlace)];
+        float& sink = mPixelSinkEnergies[static_cast<std::size_t>(inPlace)];
+        capacities.Move(mNodeImage[inPlace], inSource - source, inSink - sink);
+        source = inSource;
+        sink = inSink;
+    });
+    capacities.Write();
 }
 
 // The first energies of a graph of regions, whose pixels differ by the strokes alone. The
@@ -254,34 +294,10 @@ void ImageGraph::SetTerminalEnergies(
 bool ImageGraph::SetFirstEnergies(const unsigned char* inForeground,
                                   const unsigned char* inBackground, TerminalValues inUnstroked,
                                   unsigned char inThreshold) {
-    if (!mRegionMode || mRegions.empty() || !mHasNoEnergies || mFlowGraph->mSolved ||
-        !mFlowGraph->HasHomeTerminals() ||
-        mFlowGraph->mNodeCount != mRegionCount + kFirstRegion)
-        return false;
-    for (const TerminalValues& capacities : mFlowGraph->mHomeCapacities)
-        if (capacities.mFromSource != 0 || capacities.mToSink != 0) return false;
-    std::size_t labelled = 0;  // a sample that is no number has no region
-    for (const SegmentRegion& region : mRegions)
-        labelled += region.mPixels;
-    if (labelled != mPixelSourceEnergies.size()) return false;
+    if (!AwaitsFirstEnergies()) return false;
     mHasNoEnergies = false;
-    // Added up and not multiplied: the roundings are those of pixel after pixel.
-    std::vector<Energies> sums(1, Energies{0, 0});  // by the number of pixels
-    for (unsigned int region = 0; region < mRegionCount; ++region) {
-        IP::SparseCheckpoint(region, 0);
-        const unsigned int pixels = mRegions[region].mPixels;
-        while (sums.size() <= pixels)
-            sums.push_back(Moved(sums.back(), inUnstroked.mFromSource, inUnstroked.mToSink));
-        mFlowGraph->SetTerminalCapacities(region + kFirstRegion, sums[pixels].mSource,
-                                          sums[pixels].mSink, kSource, kSink);
-    }
-    IP::Checkpoint(0, 0);
-    std::fill(mPixelSourceEnergies.begin(), mPixelSourceEnergies.end(),
-              inUnstroked.mFromSource);
-    if (inUnstroked.mToSink != 0)
-        std::fill(mPixelSinkEnergies.begin(), mPixelSinkEnergies.end(), inUnstroked.mToSink);
+    SetUnstrokedRegions(inUnstroked);
 
-    IP::Checkpoint(0, 0);
     // A region under strokes is walked once, at its first stroked pixel.
     std::vector<bool> isDone(mFlowGraph->mNodeCount);
     const auto pixels = static_cast<std::ptrdiff_t>(mPixelSourceEnergies.size());
@@ -299,6 +315,40 @@ bool ImageGraph::SetFirstEnergies(const unsigned char* inForeground,
         }
     }
     return true;
+}
+
+// For a graph that nobody has solved and whose terminal arcs are home; any other goes pixel by
+// pixel, as all further energies do.
+//
+// Whether all capacities are 0, and each region is known with all its pixels.
+bool ImageGraph::AwaitsFirstEnergies() const {
+    if (!mRegionMode || mRegions.empty() || !mHasNoEnergies || mFlowGraph->mSolved ||
+        !mFlowGraph->HasHomeTerminals() ||
+        mFlowGraph->mNodeCount != mRegionCount + kFirstRegion)
+        return false;
+    return std::ranges::all_of(
+        mFlowGraph->mHomeCapacities, [](const TerminalValues& inCapacities) {
+            return inCapacities.mFromSource == 0 && inCapacities.mToSink == 0;
+        });
+}
+
+void ImageGraph::SetUnstrokedRegions(TerminalValues inUnstroked) {
+    // Added up and not multiplied: the roundings are those of pixel after pixel.
+    std::vector<Energies> sums(1, Energies{0, 0});  // by the number of pixels
+    for (unsigned int region = 0; region < mRegionCount; ++region) {
+        IP::SparseCheckpoint(region, 0);
+        const unsigned int pixels = mRegions[region].mPixels;
+        while (sums.size() <= pixels)
+            sums.push_back(Moved(sums.back(), inUnstroked.mFromSource, inUnstroked.mToSink));
+        mFlowGraph->SetTerminalCapacities(region + kFirstRegion, sums[pixels].mSource,
+                                          sums[pixels].mSink, kSource, kSink);
+    }
+    IP::Checkpoint(0, 0);
+    std::fill(mPixelSourceEnergies.begin(), mPixelSourceEnergies.end(),
+              inUnstroked.mFromSource);
+    if (inUnstroked.mToSink != 0)
+        std::fill(mPixelSinkEnergies.begin(), mPixelSinkEnergies.end(), inUnstroked.mToSink);
+    IP::Checkpoint(0, 0);
 }
 
 void ImageGraph::SetStrokedRegion(unsigned int inNode, const unsigned char* inForeground,

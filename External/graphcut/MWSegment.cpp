@@ -10,7 +10,6 @@
 #include <algorithm>
 #include <cstddef>
 #include <type_traits>
-#include <variant>
 
 #include "External/graphcut/MWSegmentSeedFill.h"
 #include "External/graphcut/MWSegmentWindowFill.h"
@@ -22,12 +21,7 @@ namespace {
 
 // What the regions of all variants are made from.
 struct Request {
-    const void* mPlanes[4];
-    int mRows;
-    int mColumns;
-    unsigned int* mLabels;
-    int mRowStride;
-    int mLabelStride;
+    MWSegmentPicture mPicture;
     float mToleranceSquared;
     int mRadius;
     IP::RecycledVector<SegmentRegion>* mRegions;
@@ -40,55 +34,62 @@ float SquaredTolerance(float inTolerance, int inBitDepth, int inPlanes) {
     return scaled * scaled * static_cast<float>(inPlanes);
 }
 
+void ClearLabels(const MWSegmentPicture& inPicture) {
+    constexpr int kRowsAtOnce = 64;
+    for (int y = 0; y < inPicture.mRows; ++y) {
+        if (y % kRowsAtOnce == 0) IP::Checkpoint(0, 0);
+        std::fill_n(inPicture.mLabels + std::ptrdiff_t{y} * inPicture.mLabelStride,
+                    std::max(inPicture.mColumns, 0), 0u);
+    }
+}
+
+// Stands for the fill by masks where samples have more than 8 bits.
+struct NoWindowFill {
+    NoWindowFill(const MWSegmentPicture&, float, int) {}
+    static constexpr bool Holds(int) { return false; }
+    static constexpr unsigned int Fill(int, int, unsigned int) { return 0; }
+};
+
 template <class T, int kPlanes>
 unsigned int SegmentPlanes(const Request& inRequest) {
+    const MWSegmentPicture& picture = inRequest.mPicture;
     MWSegmentSeedFillPlanes<T, unsigned int, kPlanes> fill;
-    fill.mLabels = inRequest.mLabels;
-    fill.mLabelStride = inRequest.mLabelStride;
+    fill.mLabels = picture.mLabels;
+    fill.mLabelStride = picture.mLabelStride;
     fill.mColourToleranceSquared = inRequest.mToleranceSquared;
     fill.mRadiusSquared = IP::SquareOrMost(inRequest.mRadius);
-    fill.mRowStride = inRequest.mRowStride;
+    fill.mRowStride = picture.mRowStride;
     for (int plane = 0; plane < kPlanes; ++plane)
-        fill.mPlanes[plane] = static_cast<const T*>(inRequest.mPlanes[plane]);
+        fill.mPlanes[plane] = static_cast<const T*>(picture.mPlanes[plane]);
 
     const auto row = [&](int inY) {
-        return inRequest.mLabels + std::ptrdiff_t{inY} * inRequest.mLabelStride;
+        return picture.mLabels + std::ptrdiff_t{inY} * picture.mLabelStride;
     };
-    for (int y = 0; y < inRequest.mRows; ++y)
-        std::fill_n(row(y), std::max(inRequest.mColumns, 0), 0u);
+    ClearLabels(picture);
 
     // Where it fits, the fill by masks labels the same pixels sooner.
-    constexpr bool kHasWindow = sizeof(T) == 1;
-    using Window = std::conditional_t<kHasWindow, MWSegmentWindowFill<kPlanes>, std::monostate>;
-    Window window = [&] {
-        if constexpr (kHasWindow)
-            return Window(fill.mPlanes, inRequest.mRowStride, inRequest.mLabels,
-                          inRequest.mLabelStride, inRequest.mRows, inRequest.mColumns,
-                          inRequest.mToleranceSquared, inRequest.mRadius);
-        else
-            return Window();
-    }();
+    std::conditional_t<sizeof(T) == 1, MWSegmentWindowFill<kPlanes>, NoWindowFill> window(
+        picture, inRequest.mToleranceSquared, inRequest.mRadius);
 
     // A region is told by its seed, as an index into the labels, and its number of pixels.
     const auto tell = [&](int inX, int inY, unsigned int inPixels) {
         if (inRequest.mRegions)
             inRequest.mRegions->push_back(
-                {static_cast<unsigned int>(row(inY) - inRequest.mLabels) + unsigned(inX),
+                {static_cast<unsigned int>(row(inY) - picture.mLabels) + unsigned(inX),
                  inPixels});
     };
     // The last column and row, not the ends.
-    const FillArea area{0, 0, inRequest.mColumns - 1, inRequest.mRows - 1};
+    const FillArea area{0, 0, picture.mColumns - 1, picture.mRows - 1};
     constexpr unsigned int kFirstRegion = 2;
     unsigned int region = kFirstRegion;
-    for (int y = 0; y < inRequest.mRows; ++y) {
-        IP::Checkpoint(y, inRequest.mRows);
-        for (int x = 0; x < inRequest.mColumns; ++x) {
+    for (int y = 0; y < picture.mRows; ++y) {
+        IP::Checkpoint(y, picture.mRows);
+        for (int x = 0; x < picture.mColumns; ++x) {
             if (row(y)[x] != 0) continue;
-            if constexpr (kHasWindow)
-                if (window.Holds(x)) {
-                    tell(x, y, window.Fill(x, y, region++));
-                    continue;
-                }
+            if (window.Holds(x)) {
+                tell(x, y, window.Fill(x, y, region++));
+                continue;
+            }
             fill.mRegionId = region++;
             fill.SetSeed(x, y);
             fill.mFilled = 0;
@@ -123,12 +124,12 @@ void MWSegment(const void* inPlane0, const void* inPlane1, const void* inPlane2,
                int inBitDepth, float inTolerance, int inRadius, unsigned int* outRegionCount,
                IP::RecycledVector<SegmentRegion>* outRegions) {
     *outRegionCount = 0;
-    const Request request{{inPlane0, inPlane1, inPlane2, inPlane3},
-                          inRows,
-                          inColumns,
-                          outLabels,
-                          inRowStride,
-                          inLabelStride,
+    const Request request{{{inPlane0, inPlane1, inPlane2, inPlane3},
+                           inRows,
+                           inColumns,
+                           outLabels,
+                           inRowStride,
+                           inLabelStride},
                           SquaredTolerance(inTolerance, inBitDepth, inPlanes),
                           inRadius,
                           outRegions};

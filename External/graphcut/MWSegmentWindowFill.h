@@ -22,21 +22,32 @@
 #include <cstdlib>
 #include <cstring>
 
+/// Planes of samples and the labels of their pixels. Strides count samples and labels from
+/// row to row; row 0 is the top row.
+struct MWSegmentPicture {
+    const void* mPlanes[4];
+    int mRows;
+    int mColumns;
+    unsigned int* mLabels;
+    int mRowStride;
+    int mLabelStride;
+};
+
 template <int kPlanes>
 class MWSegmentWindowFill {
 public:
     static constexpr int kLanes = 16;
     static constexpr int kMostRadius = (kLanes - 1) / 2;
 
-    MWSegmentWindowFill(const unsigned char* const* inPlanes, int inRowStride,
-                        unsigned int* ioLabels, int inLabelStride, int inRows, int inColumns,
-                        float inToleranceSquared, int inRadius)
-        : mRowStride(inRowStride),
-          mLabels(ioLabels),
-          mLabelStride(inLabelStride),
-          mRows(inRows),
-          mColumns(inColumns) {
-        std::copy_n(inPlanes, kPlanes, mPlanes);
+    MWSegmentWindowFill(const MWSegmentPicture& inPicture, float inToleranceSquared,
+                        int inRadius)
+        : mRowStride(inPicture.mRowStride),
+          mLabels(inPicture.mLabels),
+          mLabelStride(inPicture.mLabelStride),
+          mRows(inPicture.mRows),
+          mColumns(inPicture.mColumns) {
+        for (int plane = 0; plane < kPlanes; ++plane)
+            mPlanes[plane] = static_cast<const unsigned char*>(inPicture.mPlanes[plane]);
         constexpr float kMostSum = 255.0f * 255.0f * kPlanes;
         mIsUsable = inToleranceSquared >= 0 && std::abs(std::int64_t{inRadius}) <= kMostRadius;
         if (!mIsUsable) return;

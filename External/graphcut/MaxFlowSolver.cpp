@@ -15,8 +15,8 @@
 // anything grows, so that in a picture, where nearly each node has a terminal arc, the
 // trees cover everything from the start. And a node that became free goes straight back
 // to a terminal whose arc still has residual, the source being preferred. And a solve can be
-// ended, behind a path and in the middle of growth: the trees are valid at both places, and a
-// resumed solve goes on there.
+// ended, behind a path, in the middle of growth and between two orphans: a resumed solve goes
+// on there, with the same bits.
 //
 // The trees, the times and the distances outlive a solve (Kohli and Torr: FlowGraph.cpp). A
 // changed capacity touches the nodes concerned and a resumed solve looks only there.
@@ -83,11 +83,11 @@ MaxFlowSolver::MaxFlowSolver(FlowGraph& inGraph, unsigned int inSource, unsigned
       mSink(inSink),
       mNodeCount(inGraph.mNodeCount),
       mActive(mNodeCount),
-      mSegments(&ioSegments),
-      mNodes(mNodeCount, kUnreached),
-      mNextOrphans(mNodeCount),
-      mMarks(mNodeCount),
-      mPlaces(mNodeCount) {
+      mSegments(&ioSegments) {
+    FillTable(mNodes, mNodeCount, kUnreached);
+    FillTable(mNextOrphans, mNodeCount, 0u);
+    FillTable(mMarks, mNodeCount, static_cast<unsigned char>(0));
+    FillTable(mPlaces, mNodeCount, 0u);
     std::fill(ioSegments.begin(), ioSegments.end(), kFree);
     MakeActive(mSink);
     MakeActive(mSource);
@@ -128,8 +128,8 @@ float MaxFlowSolver::Resume(double inTimeLimit, AbortCallback* inAbort) {
     const Deadline deadline(inTimeLimit);
     if (std::exchange(mHasSettledNodes, false))
         std::fill(mMarks.begin(), mMarks.end(), static_cast<unsigned char>(0));
-    ++mTime;
-    Adopt();
+    if (!mIsAdopting) ++mTime;
+    if (!Adopt(inAbort)) return mFlow;
     return AugmentLoop(deadline, inAbort);
 }
 
@@ -147,7 +147,7 @@ float MaxFlowSolver::AugmentLoop(const Deadline& inDeadline, AbortCallback* inAb
     while (Grow(inAbort)) {
         ++mTime;
         Augment();
-        Adopt();
+        if (!Adopt(inAbort)) break;
         if (inDeadline.HasPassed()) break;
         if (inAbort && inAbort->ShouldAbort(1)) break;
     }
@@ -394,21 +394,33 @@ void MaxFlowSolver::LeavePath(unsigned int inNode) {
 
 // ---- Adoption ------------------------------------------------------------------------
 
-void MaxFlowSolver::Adopt() {
-    NodeQueue freed(mNextOrphans);
-    while (!mOrphans.IsEmpty()) {
-        ProcessOrphan(mOrphans.PopFront(), freed);
-        while (!mChildOrphans.IsEmpty())
-            ProcessOrphan(mChildOrphans.PopFront(), freed);
+// The children of an orphan that became free come before the next orphan. False if it was
+// aborted: the next call goes on there, and the time stands still until it is done, since
+// ways that were marked in it are right.
+bool MaxFlowSolver::Adopt(AbortCallback* inAbort) {
+    constexpr unsigned int kNodesAtOnce = 64;
+    unsigned int nodes = 0;
+    const auto isAborted = [&] {
+        return ++nodes % kNodesAtOnce == 0 && inAbort && inAbort->ShouldAbort(1);
+    };
+    mIsAdopting = true;
+    while (!mChildOrphans.IsEmpty() || !mOrphans.IsEmpty()) {
+        ProcessOrphan((mChildOrphans.IsEmpty() ? mOrphans : mChildOrphans).PopFront());
+        if (isAborted()) return false;
     }
-    RejoinByTerminalArcs(freed);
+    while (!mFreed.IsEmpty()) {
+        RejoinByTerminalArc(mFreed.PopFront());
+        if (isAborted()) return false;
+    }
+    mIsAdopting = false;
+    return true;
 }
 
-void MaxFlowSolver::ProcessOrphan(unsigned int inNode, NodeQueue& ioFreed) {
+void MaxFlowSolver::ProcessOrphan(unsigned int inNode) {
     const unsigned char tree = (*mSegments)[inNode];
     const Node parent = FindParent(inNode, tree);
     if (parent.mParent == kNoParent)
-        Free(inNode, tree, ioFreed);
+        Free(inNode, tree);
     else
         SetParent(inNode, parent);
 }
@@ -448,7 +460,7 @@ void MaxFlowSolver::UnsettleNeighbors(unsigned int inNode) {
 }
 
 // Neighbours that could reach the node become active again; its children are orphans.
-void MaxFlowSolver::Free(unsigned int inNode, unsigned char inTree, NodeQueue& ioFreed) {
+void MaxFlowSolver::Free(unsigned int inNode, unsigned char inTree) {
     unsigned char* const segments = mSegments->data();
     const FlowArc* const arcs = mGraph->mArcs.data();
     for (unsigned int arc = mGraph->mFirstArcs[inNode]; arc != kNoArc; arc = arcs[arc].mNext) {
@@ -463,28 +475,24 @@ void MaxFlowSolver::Free(unsigned int inNode, unsigned char inTree, NodeQueue& i
     DropParent(inNode);
     segments[inNode] = kFree;
     MakePassive(inNode);
-    ioFreed.PushBack(inNode);
+    mFreed.PushBack(inNode);
 }
 
-void MaxFlowSolver::RejoinByTerminalArcs(NodeQueue& ioFreed) {
+void MaxFlowSolver::RejoinByTerminalArc(unsigned int inNode) {
     const auto residual = [this](unsigned int inArc) {
         return inArc == kNoArc ? 0.0f : mGraph->mArcs[inArc].mResidual;
     };
-    while (!ioFreed.IsEmpty()) {
-        const unsigned int node = ioFreed.PopFront();
-        unsigned int toSource = FlowGraph::kHomeToSource, toSink = FlowGraph::kHomeToSink;
-        TerminalValues residuals = mGraph->mHomeResiduals[node];
-        if (!mGraph->HasHomeTerminals()) {
-            toSource = mGraph->FindArc(node, mSource);
-            toSink = mGraph->FindArc(node, mSink);
-            residuals = {residual(toSource == kNoArc ? kNoArc : toSource ^ 1),
-                         residual(toSink)};
-        }
-        if (residuals.mFromSource > 0)
-            JoinAtTerminal(node, kSourceTree, toSource);
-        else if (residuals.mToSink > 0)
-            JoinAtTerminal(node, kSinkTree, toSink);
+    unsigned int toSource = FlowGraph::kHomeToSource, toSink = FlowGraph::kHomeToSink;
+    TerminalValues residuals = mGraph->mHomeResiduals[inNode];
+    if (!mGraph->HasHomeTerminals()) {
+        toSource = mGraph->FindArc(inNode, mSource);
+        toSink = mGraph->FindArc(inNode, mSink);
+        residuals = {residual(toSource == kNoArc ? kNoArc : toSource ^ 1), residual(toSink)};
     }
+    if (residuals.mFromSource > 0)
+        JoinAtTerminal(inNode, kSourceTree, toSource);
+    else if (residuals.mToSink > 0)
+        JoinAtTerminal(inNode, kSinkTree, toSink);
 }
 
 // Whether the node's parents still lead to the root, and in how many steps. The way is
@@ -513,7 +521,10 @@ bool MaxFlowSolver::HasTerminalOrigin(unsigned int inNode, unsigned int inRoot,
 
 // ---- Changed capacities --------------------------------------------------------------
 
+// An adoption that was aborted comes to its end first: a node that it has set free may become
+// an orphan here, and can stand in one queue alone.
 void MaxFlowSolver::TerminalCapacitiesChanged(const TerminalArcs& inArcs) {
+    if (mIsAdopting) Adopt(nullptr);
     const unsigned int node = inArcs.mNode;
     float& in = *inArcs.mFromSource.mResidual;
     float& out = *inArcs.mToSink.mResidual;
@@ -540,6 +551,7 @@ void MaxFlowSolver::TerminalCapacitiesChanged(const TerminalArcs& inArcs) {
 }
 
 void MaxFlowSolver::LinkChanged(unsigned int inArc, unsigned int inFrom, unsigned int inTo) {
+    if (mIsAdopting) Adopt(nullptr);
     const unsigned char fromTree = (*mSegments)[inFrom], toTree = (*mSegments)[inTo];
     if (mGraph->mArcs[inArc].mResidual > 0) {
         if (fromTree == kSourceTree) MakeActive(inFrom);

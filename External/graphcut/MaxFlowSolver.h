@@ -95,12 +95,12 @@ private:
     void GiveBackStep(const TreePath::Step& inStep, unsigned char inTree);
     void ShortenPath(unsigned char inTree, std::size_t inSize);
     void LeavePath(unsigned int inNode);
-    void Adopt();
-    void ProcessOrphan(unsigned int inNode, NodeQueue& ioFreed);
+    bool Adopt(AbortCallback* inAbort);
+    void ProcessOrphan(unsigned int inNode);
     Node FindParent(unsigned int inNode, unsigned char inTree);
     void UnsettleNeighbors(unsigned int inNode);
-    void Free(unsigned int inNode, unsigned char inTree, NodeQueue& ioFreed);
-    void RejoinByTerminalArcs(NodeQueue& ioFreed);
+    void Free(unsigned int inNode, unsigned char inTree);
+    void RejoinByTerminalArc(unsigned int inNode);
     bool HasTerminalOrigin(unsigned int inNode, unsigned int inRoot, unsigned int& outSteps);
 
     void MakeActive(unsigned int inNode) { mActive.PushBack(inNode); }
@@ -119,9 +119,11 @@ private:
     std::vector<unsigned char>* mSegments;
     IP::RecycledVector<Node> mNodes;
     Meeting mMeetingArc;
-    IP::RecycledVector<unsigned int> mNextOrphans;  // of the three queues of orphans
+    IP::RecycledVector<unsigned int> mNextOrphans;  // of the three queues of an adoption
     NodeQueue mOrphans{mNextOrphans};
     NodeQueue mChildOrphans{mNextOrphans};
+    NodeQueue mFreed{mNextOrphans};
+    bool mIsAdopting = false;  // also where an adoption was aborted
     unsigned int mTime = 1;
     IP::RecycledVector<unsigned char> mMarks;  // of a node: a sum of `Mark`
     bool mHasSettledNodes = false;
@@ -138,7 +140,9 @@ private:
 /// @param ioSegments  grown to one byte per node. On a persistent graph it must live as
 ///        long as the graph: the solver keeps pointing at it.
 /// @param inTimeLimit  in seconds, negative for none. A solve that ran out of time, or was
-///        aborted, leaves valid trees, but no minimum cut; the next call goes on from there.
+///        aborted, leaves valid trees, but no minimum cut; the next call goes on from there,
+///        bit by bit as if it had not been aborted. Trees that are being mended then may hold
+///        orphans until that call, or the next change of a capacity.
 void RunMaxFlow(FlowGraph& inGraph, unsigned int inSource, unsigned int inSink,
                 std::vector<unsigned char>& ioSegments, double inTimeLimit,
                 AbortCallback* inAbort);

@@ -3,19 +3,34 @@
 
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 
+#include "image/Interruption.h"
 #include "image/RecycledAllocator.h"
+
+/// Makes an empty table as long as is asked for, a few pages of memory at a time.
+///
+/// Errors: `std::bad_alloc` and `IP::Interrupted` pass through.
+template <class T>
+void FillTable(IP::RecycledVector<T>& ioTable, std::size_t inSize, const T& inValue) {
+    constexpr std::size_t kEntriesAtOnce = (std::size_t{4} << 20) / sizeof(T);
+    ioTable.reserve(inSize);
+    while (ioTable.size() < inSize) {
+        IP::Checkpoint(0, 0);
+        ioTable.resize(std::min(ioTable.size() + kEntriesAtOnce, inSize), inValue);
+    }
+}
 
 /// A doubly linked list: first in, first out, and any node may leave. The cell of a node is
 /// its entry in one table, and says whether the node is in the list.
 ///
 /// Ownership: of its own. Threads: one thread at a time.
-/// Errors: the constructor passes `std::bad_alloc` through; nothing else throws.
+/// Errors: those of `FillTable` from the constructor; nothing else throws.
 class ActiveNodes {
 public:
-    explicit ActiveNodes(unsigned int inNodeCount)
-        : mEnd(inNodeCount), mCells(std::size_t{inNodeCount} + 1, Cell{kOut, kOut}) {
+    explicit ActiveNodes(unsigned int inNodeCount) : mEnd(inNodeCount) {
+        FillTable(mCells, std::size_t{inNodeCount} + 1, Cell{kOut, kOut});
         mCells[mEnd] = {mEnd, mEnd};
     }
 

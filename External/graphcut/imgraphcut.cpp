@@ -33,6 +33,12 @@ using graphcut::NeighborOffset;
 
 namespace graphcut {
 
+// The neighbours of a pixel p that come before it in raster order, in the order in which the
+// pairs with them are taken, and how much a pair counts: 1 / distance.
+//
+//      4:      .  1  .         8:    1  2  3         20:     .  6  7  8  .
+//              0  p  .               0  p  .                 5  1  2  3  9
+//                                                            4  0  p  .  .
 std::span<const NeighborOffset> NeighborOffsets(unsigned short inNeighborhood) {
     static const double kDiagonal = 1.0 / std::sqrt(2.0);
     static const double kKnight = 1.0 / std::sqrt(5.0);
@@ -110,6 +116,7 @@ void ImageGraph::Initialize(int inRows, int inColumns, FlowGraph* inSharedGraph,
     mValid = true;
 }
 
+// Source and sink come first, so that they are nodes 0 and 1 and terminal arcs are home.
 void ImageGraph::MakeOwnFlowGraph(std::unique_ptr<std::vector<unsigned char>> inSegments) {
     auto graph = std::make_unique<FlowGraph>();
     mSourceNode = graph->AddNode();
@@ -131,12 +138,21 @@ void ImageGraph::BuildRegionGraph(const void* inPlane0, const void* inPlane1,
     mRegionMode = true;
     mRegionCount = 0;
     mRegions.clear();
+    // Room that is not touched costs nothing; moving a table of this size does.
+    constexpr std::size_t kLeastUsualPixels = 6;
+    mRegions.reserve(static_cast<std::size_t>(std::max(inRows, 0)) *
+                     static_cast<std::size_t>(std::max(inColumns, 0)) / kLeastUsualPixels);
     MWSegment(inPlane0, inPlane1, inPlane2, inPlane3, inRows, inColumns, inLeft, inTop,
               mNodeImage.get(), inRowStride, mColumns, inPlanes, inBitDepth, inTolerance,
               inRadius, &mRegionCount, &mRegions);
-    constexpr int kMostRadius = 7;  // of regions that are found again by their seeds
+    // Small regions of the whole area are found again in the window below their seeds. Not so
+    // where a seed, as one that is no number, did not belong to its own region: one that has a
+    // seed further down may reach up to it.
+    constexpr int kMostRadius = 7;
     const bool isSmall = inRadius >= -kMostRadius && inRadius <= kMostRadius;
-    if (!isSmall || inRows != mRows || inColumns != mColumns) mRegions.clear();
+    const bool haveSeeds = std::ranges::all_of(
+        mRegions, [](const SegmentRegion& inRegion) { return inRegion.mPixels != 0; });
+    if (!isSmall || inRows != mRows || inColumns != mColumns || !haveSeeds) mRegions.clear();
     mRegionRadius = isSmall ? std::abs(inRadius) : 0;
 
     mFlowGraph->AddNodesWithTerminals(mRegionCount, mSourceNode, mSinkNode);
@@ -145,10 +161,8 @@ void ImageGraph::BuildRegionGraph(const void* inPlane0, const void* inPlane1,
     const std::size_t pixels =
         static_cast<std::size_t>(mRows) * static_cast<unsigned>(mColumns);
     mHasNoEnergies = mPixelSourceEnergies.empty() && mPixelSinkEnergies.empty();
-    for (auto* const energies : {&mPixelSourceEnergies, &mPixelSinkEnergies}) {
-        IP::Checkpoint(0, 1);
-        energies->resize(pixels, 0.0f);
-    }
+    for (auto* const energies : {&mPixelSourceEnergies, &mPixelSinkEnergies})
+        FillTable(*energies, pixels, 0.0f);
     mMaxRegionPixels = IP::SquareOrMost(2 * std::int64_t{inRadius} + 1);
 }
 
@@ -214,6 +228,10 @@ struct RowOffsets {
 
 }  // namespace
 
+// The node of (x, y) in the graph's coordinates is `mNodeImage[y * mColumns + x]`. A plane
+// begins at the area's first pixel: its sample is the one at
+// `(y - areaTop) * inSampleStride + x - areaLeft`.
+//
 // Calls `inVisit(node, neighbour's node, index of the sample, of the neighbour's, weight)`
 // for the pairs of pixels that have a node each, neither of them the other's, from the
 // pixels of the area.
@@ -304,7 +322,8 @@ namespace {
 // lower-numbered neighbours, which are few.
 class RegionLinks {
 public:
-    explicit RegionLinks(std::size_t inNodeCount) : mNewest(inNodeCount, kNone) {
+    explicit RegionLinks(std::size_t inNodeCount) {
+        FillTable(mNewest, inNodeCount, kNone);
         mLinks.reserve(inNodeCount * kUsualLinksOfNode);
         mOlder.reserve(inNodeCount * kUsualLinksOfNode);
     }
@@ -523,12 +542,15 @@ void ImageGraph::ExtractLabels(unsigned char* outLabels, int inRows, int inColum
         unsigned char* const labels = outLabels + row.mAreaRow * inStride - row.mAreaX;
         for (std::ptrdiff_t x = row.mFirstX; x < row.mEndX; ++x) {
             if (inKeepDefault && nodes[x] == mDefaultNode) continue;
+            // A node that the table has no entry of is on the source's side. Minus 1 is 255.
             const bool isSink = segments[std::min(nodes[x], last)] == MaxFlowSolver::kSinkTree;
             labels[x] = static_cast<unsigned char>(-(isSink & (nodes[x] <= last)));
         }
     }
 }
 
+// Most strokes change the side of few regions: segments are compared in blocks, and a region
+// that did change is written by its seed and window.
 void ImageGraph::UpdateLabels(unsigned char* ioLabels,
                               std::vector<unsigned char>& ioSegments) const {
     if (!mSegments || mRegions.empty()) {
@@ -564,6 +586,7 @@ void ImageGraph::UpdateLabels(unsigned char* ioLabels,
     }
 }
 
+// Bits in words of 32, the lowest first: node n is bit n % 32 of word n / 32.
 void ImageGraph::StampBorderRegionMask(void* outMask, int inRows, int inColumns, int inLeft,
                                        int inTop, int inRowBytes, int inBitDepth,
                                        const std::uint32_t* inRegionBits) const {
@@ -593,6 +616,7 @@ void ImageGraph::StampBorderRegionMask(void* outMask, int inRows, int inColumns,
 
 // ---- Queries -------------------------------------------------------------------------
 
+// Calls `inVisit(capacity)` for the arcs to other regions or pixels, the newest first.
 template <class Visit>
 void ImageGraph::VisitLinks(unsigned int inNode, Visit inVisit) const {
     if (!mFlowGraph || inNode >= mFlowGraph->mNodeCount) return;

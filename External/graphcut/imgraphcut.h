@@ -232,11 +232,15 @@ private:
     void VisitLinks(unsigned int inNode, Visit inVisit) const;
     bool SetFirstEnergies(const unsigned char* inForeground, const unsigned char* inBackground,
                           TerminalValues inUnstroked, unsigned char inThreshold);
+    bool AwaitsFirstEnergies() const;
+    void SetUnstrokedRegions(TerminalValues inUnstroked);
     void SetStrokedRegion(unsigned int inNode, const unsigned char* inForeground,
                           const unsigned char* inBackground, TerminalValues inUnstroked,
                           unsigned char inThreshold);
     template <class Visit>
     void VisitRegion(unsigned int inNode, Visit inVisit) const;
+    template <class Visit>
+    void SetEachPixel(Visit inVisit);
     void SetPixelTerminals(std::ptrdiff_t inPlace, float inSource, float inSink,
                            bool inSkipUnchanged);
 

@@ -3,6 +3,11 @@
 //
 //     planes -> regions -> links between them -> terminal capacities -> cut -> labels
 //
+// The cut is that of Y. Boykov and M.-P. Jolly, "Interactive graph cuts for optimal boundary
+// and region segmentation of objects in N-D images" (2001), over small regions in place of
+// pixels as in Y. Li et al., "Lazy snapping" (2004), and without a colour model: links alone
+// know the picture.
+//
 // All images have one byte a pixel, rows from the top and no gaps; the frame itself is BGRA
 // with a stride of the caller's.
 
@@ -65,6 +70,19 @@ Image NewClearedImage(int inColumns, int inRows) {
     return image;
 }
 
+// Into pixels that may be new to the process: pages of memory come one by one.
+void CopyPixels(const IP::Image<unsigned char>& inImage, IP::Image<unsigned char>& outImage) {
+    constexpr std::size_t kPixelsAtOnce = std::size_t{1} << 22;
+    const std::size_t count = static_cast<std::size_t>(inImage.GetRows()) *
+                              static_cast<std::size_t>(inImage.GetColumns());
+    for (std::size_t begin = 0; begin < count; begin += kPixelsAtOnce) {
+        IP::Checkpoint(0, 0);
+        std::memcpy(outImage.GetData() + begin, inImage.GetData() + begin,
+                    std::min(kPixelsAtOnce, count - begin));
+    }
+}
+
+// A diagnostic file: the same plane for red, green and blue.
 void WritePicture(const char* inPath, const Image& inImage) {
     CAFU::WritePPMFileRGB(inPath, inImage->GetData(), inImage->GetData(), inImage->GetData(),
                           inImage->GetColumns(), inImage->GetRows());
@@ -143,7 +161,7 @@ Image GraphCutWrapper::ComputeLabelImage(const unsigned char* inRGBImage,
 void GraphCutWrapper::DropFrame() {
     if (mImageGraph != NULL) mImageGraph->ReleaseGraph();
     mImageGraph = nullptr;
-    mOwesFlow = false;
+    mOwed = {};
 }
 
 Image GraphCutWrapper::Cut(const unsigned char* inRGBImage, unsigned int inRowBytes,
@@ -165,17 +183,16 @@ Image GraphCutWrapper::Cut(const unsigned char* inRGBImage, unsigned int inRowBy
     if (isNewFrame && !CheckRowBytes(bounds, inRowBytes)) return {};
 
     const Image result = NewImage(columns, rows);
-    // The old graph goes before the new one is made: a large frame need not hold both.
     if (isNewFrame) {
+        // The old graph goes before the new one is made: a large frame need not hold both.
         DropFrame();
         BuildImageGraph(inRGBImage, bounds, inRowBytes);
         if (!KeepsFrame(columns, rows)) return {};
+        mImageGraph->mValid = false;  // until its strokes are bound
         inCurrentLabelImage = NewImage(columns, rows);
-        inCurrentLabelImage->CopyPixelsFrom(inForegroundStrokeImage);
+        CopyPixels(*inForegroundStrokeImage, *inCurrentLabelImage);
     } else {
-        // How a flow rounds depends on the order in which strokes and paths come: one that
-        // was stopped comes to its end before anything new is bound.
-        if (mOwesFlow) FinishFlow();
+        FinishOwed();
         MergeForegroundIntoLabel(inForegroundStrokeImage, inCurrentLabelImage);
     }
 
@@ -184,16 +201,23 @@ Image GraphCutWrapper::Cut(const unsigned char* inRGBImage, unsigned int inRowBy
     WritePicture(PLATFORM_CALL_FOLDER "FitImage.ppm", mFit);
     WritePicture(PLATFORM_CALL_FOLDER "CurrentSelectionImage.ppm", inCurrentLabelImage);
 
-    // A cut that runs out of memory leaves capacities between two strokes: the graph is
-    // whole again only behind it, and until then a further stroke is refused.
-    mImageGraph->mValid = false;
     SetEnergies(inForegroundStrokeImage, inBackgroundStrokeImage, inCurrentLabelImage);
     IP::EnterStage(isNewFrame ? 0.9 : 0.0, 1.0);
     if (isNewFrame) IP::Checkpoint(0, 1);
     FinishFlow();
     mImageGraph->UpdateLabels(mLabels->GetData(), mSegments);
-    std::memcpy(result->GetData(), mLabels->GetData(), PixelCount(result));
+    CopyPixels(*mLabels, *result);
     return result;
+}
+
+// How a flow rounds depends on the order in which strokes and paths come: one that was stopped
+// comes to its end before anything new is bound.
+void GraphCutWrapper::FinishOwed() {
+    if (mOwed.mStrokes) {
+        BindStrokes(mLabels, mFit);
+        std::memset(mFit->GetData(), 0, PixelCount(mFit));
+    }
+    if (mOwed.mFlow) FinishFlow();
 }
 
 // Runs the flow to its end, or to where it is stopped. The graph is whole behind either.
@@ -204,20 +228,55 @@ void GraphCutWrapper::FinishFlow() {
     RunMaxFlow(*mImageGraph->mFlowGraph, mImageGraph->mSourceNode, mImageGraph->mSinkNode,
                *mImageGraph->mSegments, kNoTimeLimit, IP::IsWatched() ? &watched : nullptr);
     mImageGraph->mValid = true;
-    mOwesFlow = watched.mIsStopped;
-    if (mOwesFlow) throw IP::Interrupted();
+    mOwed.mFlow = watched.mIsStopped;
+    if (mOwed.mFlow) throw IP::Interrupted();
 }
 
-// All pixels once per frame, and after that those under the strokes alone.
+// In the two images of the frame that can be made anew, so that a stop waits for no memory.
+void GraphCutWrapper::KeepStrokes(const Image& inForeground, const Image& inBackground) {
+    const auto bound = std::size_t(mOwed.mBoundRows) * std::size_t(inForeground->GetColumns());
+    const std::size_t rest = PixelCount(inForeground) - bound;
+    mSegments.clear();  // the labels show nothing any more
+    std::memcpy(mLabels->GetData() + bound, inForeground->GetData() + bound, rest);
+    std::memcpy(mFit->GetData() + bound, inBackground->GetData() + bound, rest);
+    mOwed.mStrokes = true;
+}
+
+// Row after row, from the first that is not bound yet. Where this is stopped the next call
+// goes on with copies of the strokes, since the host may paint on in its images.
+void GraphCutWrapper::BindStrokes(const Image& inForeground, const Image& inBackground) {
+    constexpr int kRowsAtOnce = 16;
+    const int rows = inForeground->GetRows();
+    const int columns = inForeground->GetColumns();
+    mImageGraph->mValid = false;
+    for (; mOwed.mBoundRows < rows; mOwed.mBoundRows += kRowsAtOnce) {
+        if (!IP::GoesOn(0, 1)) {
+            if (!mOwed.mStrokes) KeepStrokes(inForeground, inBackground);
+            mImageGraph->mValid = true;
+            throw IP::Interrupted();
+        }
+        const std::ptrdiff_t place = std::ptrdiff_t{mOwed.mBoundRows} * columns;
+        mImageGraph->SetStrokeEnergies(inForeground->GetData() + place,
+                                       inBackground->GetData() + place, kStrokeThreshold8Bit,
+                                       std::min(kRowsAtOnce, rows - mOwed.mBoundRows), columns,
+                                       0, mOwed.mBoundRows, columns, columns);
+    }
+    mOwed = {};
+    mOwed.mFlow = true;
+}
+
+// All pixels once per frame, and after that those under the strokes alone. One that runs out
+// of memory leaves capacities between two strokes: the graph is whole again only behind the
+// flow, and until then a further stroke is refused.
 void GraphCutWrapper::SetEnergies(const Image& inForeground, const Image& inBackground,
                                   const Image& inCurrentLabel) {
     ImageGraph& graph = *mImageGraph;
     const int rows = inForeground->GetRows();
     const int columns = inForeground->GetColumns();
     if (graph.mTerminalEnergiesSet && graph.mBiasTowardSource == kBiasTowardSource) {
-        graph.SetStrokeEnergies(inForeground->GetData(), inBackground->GetData(),
-                                kStrokeThreshold8Bit, rows, columns, 0, 0, columns, columns);
+        BindStrokes(inForeground, inBackground);
     } else {
+        graph.mValid = false;
         graph.SetTerminalEnergies(inCurrentLabel->GetData(), mFit->GetData(),
                                   inForeground->GetData(), inBackground->GetData(),
                                   double{kTerminalBiasWeight}, kTerminalEnergyStrokesOnly,
@@ -228,6 +287,8 @@ void GraphCutWrapper::SetEnergies(const Image& inForeground, const Image& inBack
     graph.mBiasTowardSource = kBiasTowardSource;
 }
 
+// Red, green and blue as planes without gaps; regions from them, and then links, each pair of
+// neighbours weighed by its colours. The planes go when the graph is built.
 void GraphCutWrapper::BuildImageGraph(const unsigned char* inRGBImage,
                                       const FrameBounds& inRGBImageBounds,
                                       unsigned int inRowBytes) {

@@ -30,14 +30,15 @@ struct FrameBounds {
 /// capacities change and the same maximum flow is resumed.
 ///
 /// Ownership: keeps the graph of one frame and its labels, until the next new frame or its
-///   own end. Of the caller's pictures none is kept.
+///   own end. Of the caller's pictures none is kept, but copies of stopped strokes.
 /// Threads: one computation at a time in the process.
 /// Errors: a broken precondition throws the contract error; the kept graph and the caller's
 ///   images stay as they were. `std::bad_alloc` passes through; what was half built is
-///   dropped by the next new frame. `IP::Interrupted` (image/Interruption.h) drops a new
-///   frame, and leaves a kept frame whole, with the stroke's energies and its flow so far;
-///   the next call brings that to its end before it applies its own stroke, and does not
-///   apply it where it is stopped in this.
+///   dropped by the next new frame, and until then no stroke is taken. `IP::Interrupted`
+///   (image/Interruption.h) drops a new frame, and leaves a kept frame whole, with what of the
+///   stroke is bound, a copy of the rest, and its flow so far; the next call brings that to
+///   its end before it applies its own stroke, and does not apply it where it is stopped in
+///   this.
 /// Frozen: the order of the members.
 class GraphCutWrapper {
 public:
@@ -74,7 +75,10 @@ private:
               Image inForegroundStrokeImage, Image inBackgroundStrokeImage,
               Image inCurrentLabelImage);
     void DropFrame();
+    void BindStrokes(const Image& inForeground, const Image& inBackground);
+    void KeepStrokes(const Image& inForeground, const Image& inBackground);
     void FinishFlow();
+    void FinishOwed();
     bool KeepsFrame(int inColumns, int inRows) const;
     void SetEnergies(const Image& inForeground, const Image& inBackground,
                      const Image& inCurrentLabel);
@@ -82,12 +86,21 @@ private:
     TVK::ObjectPtr<ImageGraph> mImageGraph;
     Image mUnused[3];  // no operation sets them
 
+    // What a stroke that was stopped still has to do: the rows of its images that are not
+    // bound yet, if there are any, and the flow behind that. The rows lie in `mLabels`, those
+    // of the foreground, and in `mFit`.
+    struct Owed {
+        bool mStrokes = false;
+        int mBoundRows = 0;
+        bool mFlow = false;
+    };
+
     // Of the kept frame: a fit of nothing but 0, the labels of the last cut with the
-    // segments that they show, and whether the flow of the last stroke was stopped.
+    // segments that they show, and what its last stroke owes.
     Image mFit;
     Image mLabels;
     std::vector<unsigned char> mSegments;
-    bool mOwesFlow = false;
+    Owed mOwed;
 };
 
 }  // namespace DP

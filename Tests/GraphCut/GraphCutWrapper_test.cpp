@@ -5,6 +5,7 @@
 #include "PlainTwins.h"
 #include "Scene.h"
 #include "Support/Test.h"
+#include "image/Interruption.h"
 #include "quillet/Error.h"
 
 namespace {
@@ -140,20 +141,6 @@ TEST_F(KeptFrame, StrokeOfNothingGivesTheSameLabels) {
     EXPECT_EQ(PixelsOf(mLabels), before);
 }
 
-TEST_F(KeptFrame, StrokeMovesTheGroundUnderItAndEarlierStrokesStayInForce) {
-    const auto background = None();
-    PaintDab(background, 40, 30, 20);
-    EXPECT_EQ(At(mLabels, 40, 40), 255);
-    const auto shrunk = Stroke(None(), background);
-    EXPECT_EQ(At(shrunk, 40, 40), 0);
-    const auto foreground = None();
-    PaintDab(foreground, 10, 50, 3);
-    mLabels = shrunk;
-    const auto grown = Stroke(foreground, None());
-    EXPECT_EQ(At(grown, 10, 50), 255);
-    EXPECT_EQ(At(grown, 40, 40), 0) << "the earlier stroke";
-}
-
 TEST_F(KeptFrame, OnlyFullForegroundReachesTheCallersLabelsAndAbove128TheCut) {
     ASSERT_EQ(At(mLabels, 10, 50), 0);
     const auto foreground = None();
@@ -196,6 +183,94 @@ TEST(GraphCutWrapper, StrokesGoOnFromAFrameThatWasOnlyBuilt) {
     EXPECT_EQ(PixelsOf(built.ComputeLabelImage(nullptr, 0, foreground, background,
                                                ImageOf(80, 60, PixelsOf(foreground)))),
               PixelsOf(FirstCut(cut, scene, foreground, background)));
+}
+
+// ---- Stopped strokes -----------------------------------------------------------------
+
+// Squares in any colours, with noise on them.
+Scene Patches(Random& ioRandom, int inColumns, int inRows) {
+    Scene scene(inColumns, inRows);
+    unsigned int colours[16][16][3];
+    for (auto& row : colours)
+        for (auto& colour : row)
+            for (auto& channel : colour)
+                channel = ioRandom.Next() % 200;
+    for (int i = 0; i < inColumns * inRows * 4; ++i) {
+        const int x = i / 4 % inColumns / 9, y = i / 4 / inColumns / 9;
+        scene.mPixels[std::size_t(i)] = static_cast<unsigned char>(
+            (i % 4 < 3 ? colours[y % 16][x % 16][i % 4] : 0) + ioRandom.Next() % 24);
+    }
+    return scene;
+}
+
+// One stroke after the other. The second and the fourth are stopped at a question, again at
+// one of those that their rest asks, and not asked for again; where they are stopped the host
+// paints on. Returns whether any was.
+bool CutStopping(GraphCutWrapper& ioWrapper, const Scene& inScene,
+                 const std::vector<std::vector<unsigned char>>& inStrokes, long inStopAt,
+                 long inStopRestAt) {
+    const int columns = inScene.mColumns, rows = inScene.mRows;
+    const auto asks = [](void* ioLeft, double) {
+        return --*static_cast<long*>(ioLeft) != 0;
+    };
+    const auto cut = [&](const ByteImage& inForeground, const ByteImage& inBackground,
+                         ByteImage inLabels, long inAt) {
+        long left = inAt;
+        const IP::Watch watch(asks, &left);
+        try {
+            ioWrapper.ComputeLabelImage(inScene.mPixels.data(), inScene.mRowBytes, inForeground,
+                                        inBackground, inLabels);
+            return false;
+        } catch (const IP::Interrupted&) {
+            std::fill_n(inForeground->GetData(), columns * rows, 255);
+            std::fill_n(inBackground->GetData(), columns * rows, 255);
+            return true;
+        }
+    };
+    bool isStopped = false;
+    ByteImage labels;
+    for (std::size_t stroke = 0; stroke + 1 < inStrokes.size(); stroke += 2) {
+        const bool stops = stroke == 2 || stroke == 6;
+        isStopped |=
+            cut(ImageOf(columns, rows, inStrokes[stroke]),
+                ImageOf(columns, rows, inStrokes[stroke + 1]), labels, stops ? inStopAt : 0);
+        labels = FlatImage(columns, rows, 0);
+        if (stops && inStopRestAt != 0)
+            cut(FlatImage(columns, rows, 0), FlatImage(columns, rows, 0), labels, inStopRestAt);
+    }
+    return isStopped;
+}
+
+// Sums of single floats depend on the order in which strokes and paths come.
+TEST(GraphCutWrapper, StrokesThatFollowAStoppedOneGiveTheBitsOfUndisturbedOnes) {
+    constexpr int kColumns = 64, kRows = 48, kStrokes = 6;
+    for (int seed = 1; seed <= 12; ++seed) {
+        Random random{std::uint64_t(seed)};
+        const Scene scene = Patches(random, kColumns, kRows);
+        std::vector<std::vector<unsigned char>> strokes;
+        for (int image = 0; image < 2 * kStrokes; ++image) {
+            const ByteImage painted = FlatImage(kColumns, kRows, 0);
+            for (int dab = 0; dab < 2; ++dab)
+                PaintDab(painted, random.Integer(0, kColumns - 1), random.Integer(0, kRows - 1),
+                         random.Integer(2, 9));
+            strokes.push_back(PixelsOf(painted));
+        }
+        for (const long stopRestAt : {0, 1, 3}) {
+            GraphCutWrapper undisturbed;
+            CutStopping(undisturbed, scene, strokes, 0, stopRestAt == 0 ? 0 : -1);
+            long stopAt = 0;
+            for (bool isStopped = true; isStopped && !HasFailure();) {
+                SCOPED_TRACE(testing::Message() << seed << ", stopped at " << stopAt + 1);
+                GraphCutWrapper stopped;
+                isStopped = CutStopping(stopped, scene, strokes, ++stopAt, stopRestAt);
+                ExpectSameGraph(*stopped.GetImageGraph()->mFlowGraph,
+                                *undisturbed.GetImageGraph()->mFlowGraph);
+                EXPECT_EQ(*stopped.GetImageGraph()->mSegments,
+                          *undisturbed.GetImageGraph()->mSegments);
+            }
+            EXPECT_GT(stopAt, 4);
+        }
+    }
 }
 
 // ---- Broken contracts ----------------------------------------------------------------

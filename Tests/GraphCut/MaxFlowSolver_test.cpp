@@ -3,6 +3,7 @@
 #include "External/graphcut/MaxFlowSolver.h"
 
 #include "FlowModel.h"
+#include "PlainTwins.h"
 #include "Support/Test.h"
 
 namespace {
@@ -209,6 +210,62 @@ TEST(MaxFlowLimits, AbortedSolveIsAValidFlowAndGoesOnFromThere) {
     }
     EXPECT_GT(calls, 2);
     ExpectCertificate(kept);
+}
+
+// All terminals change sides at once, so that most nodes become orphans.
+void ExchangeTerminals(Kept& ioKept) {
+    for (std::size_t i = 0; i < ioKept.mModel.mNodes.size(); ++i)
+        ioKept.SetTerminals(i, ioKept.mModel.mNodes[i].mToSink,
+                            ioKept.mModel.mNodes[i].mFromSource);
+}
+
+TEST(MaxFlowLimits, AbortedResumeGoesOnToTheBitsOfOneThatWasNot) {
+    Random random(8);
+    const FlowModel model = GridModel(random, 40, 40, 30);
+    Kept whole(model);
+    whole.Solve();
+    ExchangeTerminals(whole);
+    whole.Solve();
+    int aborted = 0;
+    for (int calls = 1; calls <= 60; ++calls) {
+        SCOPED_TRACE(calls);
+        Kept stopped(model);
+        stopped.Solve();
+        ExchangeTerminals(stopped);
+        for (int again = 0; again < 3; ++again) {
+            AbortAt abort(calls);
+            RunMaxFlow(stopped.mGraph, 0, 1, stopped.mSegments, -1.0, &abort);
+            aborted += abort.mCallsLeft <= 0;
+        }
+        stopped.Solve();
+        EXPECT_EQ(stopped.mSegments, whole.mSegments);
+        EXPECT_EQ(stopped.mGraph.mSolver->GetFlow(), whole.mGraph.mSolver->GetFlow());
+        ExpectSameGraph(stopped.mGraph, whole.mGraph);
+        if (HasFailure()) return;
+    }
+    EXPECT_GT(aborted, 60);
+}
+
+TEST(MaxFlowLimits, CapacitiesMayChangeBehindAnAbortedResume) {
+    Random random(9);
+    for (int calls = 1; calls <= 30; ++calls) {
+        Kept kept(GridModel(random, 30, 30, 30));
+        kept.Solve();
+        ExchangeTerminals(kept);
+        for (int step = 0; step < 4; ++step) {
+            AbortAt abort(calls);
+            RunMaxFlow(kept.mGraph, 0, 1, kept.mSegments, -1.0, &abort);
+            for (int change = 0; change < 300; ++change) {
+                kept.SetTerminals(std::size_t(random.Integer(0, 899)), random.Integer(0, 25),
+                                  random.Integer(0, 25));
+                kept.SetLink(std::size_t(random.Integer(0, int(kept.mModel.mLinks.size()) - 1)),
+                             random.Integer(0, 25), random.Integer(0, 25));
+            }
+        }
+        kept.Solve();
+        ExpectCertificate(kept);
+        if (HasFailure()) return;
+    }
 }
 
 TEST(MaxFlowLimits, GenerousTimeLimitChangesNothing) {

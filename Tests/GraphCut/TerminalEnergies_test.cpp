@@ -165,6 +165,31 @@ TEST(TerminalEnergies, PixelsWithoutANodeAreNoErrors) {
     EXPECT_EQ(std::vector<int>(labels, labels + 3), (std::vector<int>{0, 0, 255}));
 }
 
+// An infinite sample fails its own test, and within an infinite tolerance may belong to a
+// region whose seed lies below it.
+TEST(TerminalEnergies, RegionsMayReachUpBeyondTheirSeeds) {
+    constexpr int kSide = 7, kPixels = kSide * kSide;
+    const float infinite = std::numeric_limits<float>::infinity();
+    Random random(4);
+    for (int picture = 0; picture < 400 && !HasFailure(); ++picture) {
+        float plane[kPixels];
+        std::vector<unsigned char> foreground(kPixels), background(kPixels);
+        for (int i = 0; i < kPixels; ++i) {
+            plane[i] = random.Integer(0, 2) == 0 ? 0.5f : infinite;
+            foreground[std::size_t(i)] = random.Integer(0, 5) == 0 ? 255 : 0;
+        }
+        ImageGraph graph, plain;
+        for (ImageGraph* const each : {&graph, &plain}) {
+            each->Initialize({0, 0, kSide, kSide}, nullptr, 8, nullptr, 0, 1);
+            each->BuildRegionGraph(plane, nullptr, nullptr, nullptr, kSide, kSide, 0, 0, kSide,
+                                   1, 32, infinite, 2);
+        }
+        SetAll(graph, foreground, background);
+        PlainTerminalEnergies(plain, foreground, background, 0.5, kThreshold, false);
+        ExpectSameGraph(*graph.mFlowGraph, *plain.mFlowGraph);
+    }
+}
+
 TEST(TerminalEnergies, AreaIsClippedToTheGraph) {
     PixelRow row(3);  // at (4, 3)
     const std::vector<unsigned char> foreground(8 * 8, 255), background(8 * 8, 0);

@@ -1,7 +1,6 @@
 // A computation that is stopped, at each of its checkpoints in turn, leaves nothing behind:
 // the same request made again, and all that follow, give what they give undisturbed.
 
-#include <random>
 #include <stdexcept>
 #include <thread>
 
@@ -324,13 +323,8 @@ protected:
     Ref<IDescriptorData> Cut(int inNumber, const ByteImage& inForeground,
                              const ByteImage& inBackground, const ByteImage& inLabels,
                              long inStopAt = 0) {
-        return CutOf(mScene, inNumber, inForeground, inBackground, inLabels, inStopAt);
-    }
-    Ref<IDescriptorData> CutOf(const Scene& inScene, int inNumber,
-                               const ByteImage& inForeground, const ByteImage& inBackground,
-                               const ByteImage& inLabels, long inStopAt) {
         long left = inStopAt;
-        const auto item = CutItem(inScene, inNumber, inForeground, inBackground, inLabels);
+        const auto item = CutItem(mScene, inNumber, inForeground, inBackground, inLabels);
         Ref<IInterruptibleWorkerItem>(item)->SetProgressCallback(
             [](void* inLeft, double) { return --*static_cast<long*>(inLeft) != 0; }, &left);
         const auto data =
@@ -341,28 +335,6 @@ protected:
 
     static bool Same(const ByteImage& inA, const ByteImage& inB) {
         return std::equal(inA->GetData(), inA->GetData() + kCols * kRows, inB->GetData());
-    }
-
-    // A picture of squares in any colours, with noise on them.
-    static Scene Patches(std::mt19937& ioRandom) {
-        constexpr int kSide = 9, kAcross = kCols / kSide + 1, kDown = kRows / kSide + 1;
-        unsigned int colours[kDown][kAcross][3];
-        for (auto& row : colours)
-            for (auto& colour : row)
-                for (auto& channel : colour)
-                    channel = ioRandom() % 256;
-        Scene scene(kCols, kRows);
-        for (int i = 0; i < kCols * kRows * 4; ++i) {
-            const int x = i / 4 % kCols, y = i / 4 / kCols;
-            const unsigned int flat = i % 4 < 3 ? colours[y / kSide][x / kSide][i % 4] : 0;
-            scene.mPixels[std::size_t(i)] =
-                static_cast<unsigned char>(flat + ioRandom() % 24 + 60);
-        }
-        return scene;
-    }
-    static void PaintAny(const ByteImage& ioImage, std::mt19937& ioRandom) {
-        const int x = int(ioRandom() % kCols), y = int(ioRandom() % kRows);
-        PaintDab(ioImage, x, y, int(2 + ioRandom() % 8));
     }
 
     long mAsked = 0;  // by the last cut
@@ -391,40 +363,6 @@ TEST_F(CutInterruption, AStrokeStaysAndIsCutByTheNextCall) {
     ASSERT_TRUE(Cut(3, mNone, wall, again, 1) == NULL) << "it asks at least once";
     const auto resumed = LabelsOf(Cut(4, mNone, mNone, again));
     EXPECT_TRUE(Same(resumed, expected));
-}
-
-// Sums of single floats depend on the order in which strokes and paths come. The same pictures
-// and strokes are cut undisturbed, and with strokes 1 and 3 stopped and not asked for again.
-TEST_F(CutInterruption, StrokesThatFollowAStoppedOneFindItsFlowDone) {
-    constexpr int kSeeds = 40, kStrokes = 6;
-    int stopped = 0;
-    for (int seed = 1; seed <= kSeeds; ++seed) {
-        std::mt19937 random{unsigned(seed)};
-        Scene scene = Patches(random);
-        std::vector<ByteImage> foreground, background;
-        for (int stroke = 0; stroke < kStrokes; ++stroke)
-            for (auto* const images : {&foreground, &background}) {
-                images->push_back(FlatImage(kCols, kRows, 0));
-                for (int dab = 0; dab < 2; ++dab)
-                    PaintAny(images->back(), random);
-            }
-        const auto cutAll = [&](long inStopAt) {
-            std::vector<ByteImage> labels(1);
-            for (int stroke = 0; stroke < kStrokes; ++stroke) {
-                const bool isStopped = stroke == 1 || stroke == 3;
-                const auto data = CutOf(scene, stroke, foreground[std::size_t(stroke)],
-                                        background[std::size_t(stroke)], labels.back(),
-                                        isStopped ? inStopAt : 0);
-                if (data != NULL) labels.push_back(LabelsOf(data));
-                stopped += data == NULL;
-            }
-            return labels.back();
-        };
-        const ByteImage expected = cutAll(0);
-        for (const long stopAt : {1, 2, 5})
-            EXPECT_TRUE(Same(cutAll(stopAt), expected)) << seed << " at " << stopAt;
-    }
-    EXPECT_GT(stopped, kSeeds);
 }
 
 TEST_F(CutInterruption, WhatTheCallbackThrowsPassesThrough) {

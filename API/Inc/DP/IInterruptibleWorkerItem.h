@@ -21,12 +21,13 @@ namespace DP {
 /// already finished stay in their cache. Of a graph cut
 ///   - a new frame that was stopped is no kept frame: its graph is dropped, and the one before
 ///     it was dropped when it began;
-///   - a further stroke that was stopped stays: its pixels are bound, and the label image that
-///     was handed in holds it. The kept frame is whole, and the next call, with this stroke,
-///     another or none, first brings the flow of this one to its end: what follows is, bit by
-///     bit, what it would have been. A call that is stopped in this first part has not begun
-///     with its own stroke, and its label image is as it was. So ask again for a stroke that
-///     was stopped: where it stayed, a second time changes nothing.
+///   - a further stroke that was stopped stays: the label image that was handed in holds it,
+///     and of what is not bound yet the frame keeps a copy, so that the host may paint on. The
+///     kept frame is whole, and the next call, with this stroke, another or none, first binds
+///     the rest of this one and brings its flow to the end: what follows is, bit by bit, what
+///     it would have been. A call that is stopped in this first part has not begun with its
+///     own stroke, and its label image is as it was. So ask again for a stroke that was
+///     stopped: where it stayed, a second time changes nothing.
 ///
 /// Without a callback the item computes as an item without this interface, bit by bit; with
 /// one that never says stop as well. Requests that a host's own objects make in the
@@ -49,11 +50,8 @@ public:
     /// this item and a flush. In a further stroke the labels are merged when it is called,
     /// but for the rest of an earlier stroke.
     ///
-    /// At 8K mostly every few milliseconds, with the longest times in between 20 to 90 of
-    /// them (the sort where KLT selects). **A further stroke is bound whole**, and then the
-    /// search trees are mended whole, before the first call: about 10 to 30 ms for strokes of
-    /// 1/64 of an 8K frame, 0.6 to 0.8 s for one of two thirds. A host that has to stop sooner
-    /// makes several of such a stroke. Docs/Reliability.md has the figures.
+    /// At 8K mostly every few milliseconds, with the longest times in between 10 to 40 of
+    /// them; Docs/Reliability.md has the figures.
     ///
     /// @param inDone  from 0 to 1; never falls. Parts of the work, not of the time: of a
     ///        tracker's step 0 to 0.6 are the points that were followed and 0.6 to 1 the rows
