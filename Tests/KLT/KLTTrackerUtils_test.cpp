@@ -102,6 +102,26 @@ TEST(PrintFloatWindow, WritesARowPerLine) {
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "   1.0   -2.3 \n 100.0    0.0 \n");
 }
 
+// Mean squares and means are divided by the area before anything else. On whole pixels, where a
+// bilinear value is the pixel's.
+TEST(LightingInsensitive, DifferenceHasTheBitsOfItsFormula) {
+    for (int seed = 1; seed <= 20; ++seed) {
+        const auto first = NoiseFrame(9, 9, seed), second = NoiseFrame(9, 9, seed + 50);
+        float sum1 = 0, sum2 = 0, squares1 = 0, squares2 = 0;
+        for (std::size_t i = 10; i < 71; i = i % 9 == 7 ? i + 3 : i + 1) {
+            sum1 += first[i], sum2 += second[i];
+            squares1 += first[i] * first[i], squares2 += second[i] * second[i];
+        }
+        const float alpha = std::sqrt((squares1 / 49.0f) / (squares2 / 49.0f));
+        const float beta = sum1 / 49.0f - alpha * (sum2 / 49.0f);
+        const auto window = Window(7, 7);
+        ComputeIntensityDifferenceLightingInsensitive(
+            ImageOf(9, 9, first), ImageOf(9, 9, second), 4, 4, 4, 4, window);
+        for (std::size_t k = 0, i = 10; k < 49; ++k, i = i % 9 == 7 ? i + 3 : i + 1)
+            ASSERT_EQ(window->mValues[k], first[i] - alpha * second[i] - beta) << seed;
+    }
+}
+
 // ---- The search ----------------------------------------------------------------------
 
 // Frame, moved frame and their gradients, unsmoothed.
