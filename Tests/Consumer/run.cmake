@@ -13,11 +13,15 @@ endfunction()
 
 set(source ${CMAKE_CURRENT_LIST_DIR})
 set(configure ${CMAKE_COMMAND} -G ${GENERATOR} -B ${WORK}/build -DCMAKE_CXX_COMPILER=${CXX})
-if(TOOLCHAIN)  # which knows the compiler
-    set(configure ${CMAKE_COMMAND} -G ${GENERATOR} -B ${WORK}/build --toolchain ${TOOLCHAIN})
-endif()
 file(REMOVE_RECURSE ${WORK})
 file(MAKE_DIRECTORY ${WORK}/build)
+if(TOOLCHAIN)  # which knows the compiler, and looks for packages in roots of its own alone
+    file(WRITE ${WORK}/toolchain.cmake
+        "include(${TOOLCHAIN})\nlist(APPEND CMAKE_FIND_ROOT_PATH ${WORK}/install)\n")
+    set(configure ${CMAKE_COMMAND} -G ${GENERATOR} -B ${WORK}/build
+        --toolchain ${WORK}/toolchain.cmake)
+    set(ENV{WINEPATH} ${WORK}/install/bin)  # Windows looks for libraries along a path
+endif()
 if(NOT WAY STREQUAL "subproject")
     foreach(component runtime development)
         step(${CMAKE_COMMAND} --install ${BUILD} --prefix ${WORK}/install
@@ -30,13 +34,7 @@ if(NOT WAY STREQUAL "subproject")
 endif()
 
 if(WAY STREQUAL "package")
-    # Toolchains look for packages in their own root alone.
-    set(place -DCMAKE_PREFIX_PATH=${WORK}/install)
-    if(TOOLCHAIN)
-        set(place -Ddescriptor_DIR=${WORK}/install/${LIBDIR}/cmake/descriptor)
-        set(ENV{WINEPATH} ${WORK}/install/bin)  # Windows looks for libraries along a path
-    endif()
-    step(${configure} -S ${source} ${place}
+    step(${configure} -S ${source} -DCMAKE_PREFIX_PATH=${WORK}/install
         "-DCMAKE_CXX_FLAGS=${FLAGS}")
     step(${CMAKE_COMMAND} --build ${WORK}/build)
 elseif(WAY STREQUAL "pkgconfig")
