@@ -139,7 +139,7 @@ void ImageGraph::BuildRegionGraph(const void* inPlane0, const void* inPlane1,
     mRegionCount = 0;
     mRegions.clear();
     // Room that is not touched costs nothing; moving a table of this size does.
-    constexpr std::size_t kLeastUsualPixels = 6;
+    constexpr std::size_t kLeastUsualPixels = 4;
     mRegions.reserve(static_cast<std::size_t>(std::max(inRows, 0)) *
                      static_cast<std::size_t>(std::max(inColumns, 0)) / kLeastUsualPixels);
     MWSegment(inPlane0, inPlane1, inPlane2, inPlane3, inRows, inColumns, inLeft, inTop,
