@@ -1,5 +1,6 @@
 #include "Canvas.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <vector>
@@ -123,36 +124,75 @@ void Canvas::Outline(const Box& inBox, const Colour& inColour, double inWidth) {
     }
 }
 
+namespace {
+
+struct Columns {
+    int mFrom, mTo;
+};
+
+// What of a row of pixels may be near to a line: near to it without its ends.
+class NearColumns {
+public:
+    NearColumns(const Point& inFrom, const Point& inTo, double inReach, const Columns& inAll)
+        : mFrom(inFrom), mAll(inAll) {
+        const double alongX = inTo.mX - inFrom.mX, alongY = inTo.mY - inFrom.mY;
+        mIsFlat = std::abs(alongY) < 1e-3;
+        if (mIsFlat) return;
+        mSlope = alongX / alongY;
+        mReach = inReach * std::sqrt(1.0 + mSlope * mSlope);
+    }
+    Columns At(double inY) const {
+        if (mIsFlat) return mAll;
+        const double middle = mFrom.mX + (inY - mFrom.mY) * mSlope;
+        return {int(std::clamp<double>(middle - mReach, mAll.mFrom, mAll.mTo)),
+                int(std::clamp<double>(middle + mReach + 1.0, mAll.mFrom, mAll.mTo))};
+    }
+
+private:
+    Point mFrom;
+    Columns mAll;
+    bool mIsFlat;
+    double mSlope = 0.0, mReach = 0.0;
+};
+
+void BlendPixel(std::uint8_t* ioPixel, const int* inColour, int inCover) {
+    for (int i = 0; i < 3; ++i)
+        ioPixel[i] =
+            std::uint8_t(ioPixel[i] + (((inColour[i] - ioPixel[i]) * inCover + 128) >> 8));
+}
+
+}  // namespace
+
 // A pixel is covered as far as its centre is nearer to the line than half of the width.
 void Canvas::Line(const Point& inFrom, const Point& inTo, double inWidth,
                   const Colour& inColour, double inAlpha, const Box& inClip) {
     const double reach = inWidth / 2 + 0.5;
-    const int left = int(std::max({inClip.mX, 0.0, std::min(inFrom.mX, inTo.mX) - reach}));
+    const Columns all{int(std::max({inClip.mX, 0.0, std::min(inFrom.mX, inTo.mX) - reach})),
+                      int(std::min({inClip.Right(), double(mWidth),
+                                    std::max(inFrom.mX, inTo.mX) + reach + 1.0}))};
     const int top = int(std::max({inClip.mY, 0.0, std::min(inFrom.mY, inTo.mY) - reach}));
-    const int right = int(
-        std::min({inClip.Right(), double(mWidth), std::max(inFrom.mX, inTo.mX) + reach + 1.0}));
     const int bottom = int(std::min(
         {inClip.Bottom(), double(mHeight), std::max(inFrom.mY, inTo.mY) + reach + 1.0}));
     const float alongX = float(inTo.mX - inFrom.mX), alongY = float(inTo.mY - inFrom.mY);
     const float perSquare = 1.0f / std::max(1e-6f, alongX * alongX + alongY * alongY);
-    const auto farthest = float(reach), alpha = float(inAlpha);
-    const float colour[] = {float(inColour.mBlue), float(inColour.mGreen),
-                            float(inColour.mRed)};
+    const auto farthest = float(reach), alpha = float(inAlpha * 256.0);
+    const float full = std::max(0.0f, farthest - 1.0f);
+    const int colour[] = {int(inColour.mBlue), int(inColour.mGreen), int(inColour.mRed)};
     std::uint8_t* const pixels = MutablePixels();
     const std::ptrdiff_t stride = Stride();
+    const NearColumns near(inFrom, inTo, reach, all);
     for (int y = top; y < bottom; ++y) {
-        std::uint8_t* pixel = pixels + y * stride + left * 4;
+        const Columns columns = near.At(y + 0.5);
+        std::uint8_t* pixel = pixels + y * stride + columns.mFrom * 4;
         const float dy = float(y + 0.5 - inFrom.mY);
-        for (int x = left; x < right; ++x, pixel += 4) {
+        for (int x = columns.mFrom; x < columns.mTo; ++x, pixel += 4) {
             const float dx = float(x + 0.5 - inFrom.mX);
             const float share = std::clamp((dx * alongX + dy * alongY) * perSquare, 0.0f, 1.0f);
             const float awayX = dx - share * alongX, awayY = dy - share * alongY;
             const float away = awayX * awayX + awayY * awayY;
             if (away >= farthest * farthest) continue;
-            const float cover = std::min(farthest - std::sqrt(away), 1.0f) * alpha;
-            for (int i = 0; i < 3; ++i)
-                pixel[i] = std::uint8_t(float(pixel[i]) +
-                                        (colour[i] - float(pixel[i])) * cover + 0.5f);
+            const float cover = away <= full * full ? 1.0f : farthest - std::sqrt(away);
+            BlendPixel(pixel, colour, int(std::min(cover, 1.0f) * alpha));
         }
     }
     cairo_surface_mark_dirty(mSurface.get());

@@ -149,9 +149,16 @@ void OutputOptions::AddJsonTo(CLI::App& ioCommand) {
         ->type_name("FILE");
 }
 
-void OutputOptions::AddPlotsTo(CLI::App& ioCommand, const std::string& inWhat) {
-    ioCommand.add_option("--plots", mPlotFolder, Wrapped("Folder for plots: " + inWhat))
-        ->type_name("FOLDER");
+void OutputOptions::AddPlotsTo(CLI::App& ioCommand) {
+    ioCommand
+        .add_option_function<std::string>(
+            "--plots",
+            [](const std::string&) {
+                throw UsageError(
+                    "--plots is gone: write a table with --json FILE, and draw it "
+                    "with python3 -m descriptor.plot FILE -o PICTURE");
+            })
+        ->group("");
 }
 
 std::unique_ptr<JsonFile> OutputOptions::OpenJson(const Json& inHead,
@@ -186,25 +193,15 @@ std::string OutputOptions::NumberedPath(const std::string& inStem, long long inN
     return Path(inStem + number + inEnding);
 }
 
-std::string OutputOptions::PlotPath(const std::string& inName) const {
-    return (PathOf(mPlotFolder) / PathOf(inName)).string();
-}
-
-void OutputOptions::Check(const std::vector<std::string>& inInputs, const Outputs& inFiles,
-                          const Outputs& inPlots) const {
+void OutputOptions::Check(const std::vector<std::string>& inInputs,
+                          const Outputs& inFiles) const {
     Outputs outputs;
     for (const std::string& file : inFiles)
         outputs.push_back(Path(file));
-    if (!mPlotFolder.empty())
-        for (const std::string& plot : inPlots)
-            outputs.push_back(PlotPath(plot));
     if (!mJsonFile.empty()) outputs.push_back(mJsonFile);
     RefuseSameFiles(inInputs, outputs);
 }
 
-void OutputOptions::Prepare() const {
-    PrepareFolder(mFolder);
-    if (!mPlotFolder.empty()) PrepareFolder(mPlotFolder);
-}
+void OutputOptions::Prepare() const { PrepareFolder(mFolder); }
 
 }  // namespace Host

@@ -50,26 +50,24 @@ struct OutputOptions {
     std::string mFolder = "descriptor-out";
     bool mWithoutVideo = false;
     std::string mJsonFile;
-    std::string mPlotFolder;
     std::string mProgress = "text";
     std::vector<std::string> mEditors;
 
     void AddTo(CLI::App& ioCommand);
     void AddFolderTo(CLI::App& ioCommand);
     void AddJsonTo(CLI::App& ioCommand);
-    void AddPlotsTo(CLI::App& ioCommand, const std::string& inWhat);
+    /// An option that is gone, and says what does its work.
+    void AddPlotsTo(CLI::App& ioCommand);
     void AddEditorsTo(CLI::App& ioCommand, const std::string& inWhat);
-    /// Refuses to write what is read, before anything is opened. `inFiles` and `inPlots` are
-    /// names in the two folders.
-    void Check(const std::vector<std::string>& inInputs, const Outputs& inFiles,
-               const Outputs& inPlots = {}) const;
-    /// Makes the folders, before any work.
+    /// Refuses to write what is read, before anything is opened. `inFiles` are names in the
+    /// folder.
+    void Check(const std::vector<std::string>& inInputs, const Outputs& inFiles) const;
+    /// Makes the folder, before any work.
     void Prepare() const;
     std::string Path(const std::string& inName) const;
     /// A path such as "FOLDER/track-000012.png".
     std::string NumberedPath(const std::string& inStem, long long inNumber,
                              const std::string& inEnding) const;
-    std::string PlotPath(const std::string& inName) const;
     /// The file of --json, with an array of `inArray`; null where none is wanted.
     std::unique_ptr<JsonFile> OpenJson(const Json& inHead, const std::string& inArray) const;
 };

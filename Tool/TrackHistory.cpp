@@ -39,16 +39,12 @@ void TrackHistory::Add(const descriptor::FramePoints& inPoints, long long inFram
         Carry(point, inFrame);
     mLiveNow = int(inPoints.size());
     if (inPoints.is_cut) mCuts.push_back(inFrame);
-    NoteFrame(inFrame, int(inPoints.lost.size()));
-    mLiveSum += mLiveNow;
-    mPrevFrame = inFrame;
-    ++mFrames;
+    Close(inFrame);
 }
 
 void TrackHistory::End(const descriptor::Point& inPoint, long long inFrame) {
     Trail& trail = mTrails[std::size_t(inPoint.slot)];
     Compare(trail, nullptr, inFrame);
-    mEndedLengths.push_back(double(trail.mSeen));
     trail = {};
 }
 
@@ -57,28 +53,18 @@ void TrackHistory::Carry(const descriptor::Point& inPoint, long long inFrame) {
     Trail& trail = mTrails[std::size_t(inPoint.slot)];
     const Point place{inPoint.x, inPoint.y};
     if (trail.mPlaces.empty())
-        trail = {{}, inPoint.age, place, inFrame, 0};
+        trail = {{}, inPoint.age, place, inFrame};
     else
         Compare(trail, &place, inFrame);
-    ++trail.mSeen;
     trail.mAge = inPoint.age;
     trail.mPlaces.push_back(place);
     if (trail.mPlaces.size() > kTrailLength) trail.mPlaces.erase(trail.mPlaces.begin());
 }
 
-void TrackHistory::Hold(long long inFrame) {
-    NoteFrame(inFrame, 0);
-    for (Trail& trail : mTrails)
-        if (!trail.mPlaces.empty()) ++trail.mSeen;
+void TrackHistory::Close(long long inFrame) {
     mLiveSum += mLiveNow;
     mPrevFrame = inFrame;
     ++mFrames;
-}
-
-void TrackHistory::NoteFrame(long long inFrame, int inLost) {
-    std::vector<double> ages = Ages();
-    mFigures.push_back({inFrame, mLiveNow, inLost, Quantile(ages, 0.1), Quantile(ages, 0.5),
-                        Quantile(ages, 0.9)});
 }
 
 std::vector<double> TrackHistory::Ages() const {
@@ -86,13 +72,6 @@ std::vector<double> TrackHistory::Ages() const {
     for (const Trail& trail : mTrails)
         if (!trail.mPlaces.empty()) ages.push_back(double(trail.mAge));
     return ages;
-}
-
-std::vector<double> TrackHistory::Lengths() const {
-    std::vector<double> lengths = mEndedLengths;
-    for (const Trail& trail : mTrails)
-        if (!trail.mPlaces.empty()) lengths.push_back(double(trail.mSeen));
-    return lengths;
 }
 
 // `inTrail` is what the slot held up to the frame before; its point may be lost.

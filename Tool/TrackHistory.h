@@ -31,7 +31,6 @@ public:
         unsigned mAge = 0;
         Point mStart;
         long long mStartFrame = 0;
-        long long mSeen = 0;  ///< frames with the point
     };
 
     explicit TrackHistory(const RenderedClip* inTruth) : mTruth(inTruth) {}
@@ -39,7 +38,7 @@ public:
     void Add(const descriptor::FramePoints& inPoints, long long inFrame);
 
     /// A frame that repeats the one before: every point stays, and none is older.
-    void Hold(long long inFrame);
+    void Hold(long long inFrame) { Close(inFrame); }
 
     const std::vector<Trail>& Trails() const { return mTrails; }
     int LiveNow() const { return mLiveNow; }
@@ -53,16 +52,6 @@ public:
     };
     Summary Summarise() const;
 
-    struct FrameFigures {
-        long long mFrame = 0;
-        int mLive = 0, mLost = 0;
-        double mAgeTen = 0.0, mAgeMedian = 0.0, mAgeNinety = 0.0;  ///< quantiles, in frames
-    };
-    const std::vector<FrameFigures>& Frames() const { return mFigures; }
-
-    /// How many frames each point was seen in, those that live now included.
-    std::vector<double> Lengths() const;
-
     /// Frames in which most points were lost at once, as the tracker says.
     const std::vector<long long>& Cuts() const { return mCuts; }
 
@@ -70,15 +59,13 @@ private:
     void Compare(const Trail& inTrail, const Point* inPlace, long long inFrame);
     void End(const descriptor::Point& inPoint, long long inFrame);
     void Carry(const descriptor::Point& inPoint, long long inFrame);
-    void NoteFrame(long long inFrame, int inLost);
+    void Close(long long inFrame);
     std::vector<double> Ages() const;
 
     const RenderedClip* mTruth;
     std::vector<Trail> mTrails;
     std::vector<double> mStepErrors, mStartErrors;
     std::vector<long long> mCuts;
-    std::vector<FrameFigures> mFigures;
-    std::vector<double> mEndedLengths;
     long long mFrames = 0, mPrevFrame = 0, mLiveSum = 0;
     long long mInView = 0, mKept = 0;
     int mLiveNow = 0;

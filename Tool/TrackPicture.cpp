@@ -8,7 +8,8 @@ namespace {
 
 constexpr double kOldAge = 100.0;
 
-// The trail fades toward its old end. Places that are nearly one are drawn as one.
+// The trail fades toward its old end. Places that are near to each other are drawn as one: a
+// piece of a few pixels cannot be told from its parts, which would be drawn over each other.
 void DrawTrail(Canvas& ioCanvas, const Box& inWhere, double inScaleX, double inScaleY,
                const TrackHistory::Trail& inTrail) {
     const Colour colour = AgeColour(inTrail.mAge);
@@ -22,7 +23,7 @@ void DrawTrail(Canvas& ioCanvas, const Box& inWhere, double inScaleX, double inS
     for (std::size_t i = 1; i < places.size(); ++i) {
         const Point to = place(i);
         const bool isLast = i + 1 == places.size();
-        if (!isLast && std::hypot(to.mX - from.mX, to.mY - from.mY) < unit) continue;
+        if (!isLast && std::hypot(to.mX - from.mX, to.mY - from.mY) < 3.0 * unit) continue;
         const double alpha = 0.15 + 0.75 * double(i) / double(places.size());
         ioCanvas.Line(from, to, 1.6 * unit, colour, alpha, inWhere);
         from = to;

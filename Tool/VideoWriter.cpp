@@ -67,8 +67,12 @@ void VideoWriter::OpenEncoder(int inWidth, int inHeight) {
         mCodec->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
         mCodec->thread_count = 0;  // as many as there are processors
         mCodec->bit_rate = std::int64_t(inWidth) * inHeight * 6;  // where there is no crf
-        av_opt_set(mCodec->priv_data, "preset", "superfast", 0);
-        if (av_opt_set(mCodec->priv_data, "crf", "20", 0) == 0) mCodec->bit_rate = 0;
+        // Encoding is the largest part of a run. The fastest preset, with the smoothing of
+        // block borders that it leaves out, takes less than half the time of the next one for
+        // the same error, and a quarter more bytes.
+        av_opt_set(mCodec->priv_data, "preset", "ultrafast", 0);
+        av_opt_set(mCodec->priv_data, "deblock", "0:0", 0);
+        if (av_opt_set(mCodec->priv_data, "crf", "22", 0) == 0) mCodec->bit_rate = 0;
         if (avcodec_open2(mCodec.get(), encoder, nullptr) == 0) return;
     }
     throw UserError("FFmpeg's libraries have no encoder for video (H.264 or MPEG-4)");

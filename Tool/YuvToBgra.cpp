@@ -30,26 +30,30 @@ void BlendColour(const std::uint8_t* inNear, const std::uint8_t* inFar, int inWi
     }
 }
 
-std::int32_t Byte(std::int32_t inSum) {
-    return std::min(std::max((inSum + (1 << (kBits - 1))) >> kBits, 0), 255);
+// The sum is a whole number below 2^24, and so are its parts: a float has them exactly, and
+// many at once, where whole numbers of this width are multiplied one by one.
+std::uint32_t Byte(float inSum) {
+    const float value = (inSum + float(1 << (kBits - 1))) * (1.0f / float(1 << kBits));
+    const float notBelow = value > 0.0f ? value : 0.0f;
+    return std::uint32_t(std::int32_t(notBelow < 255.0f ? notBelow : 255.0f));
 }
 
 void WriteRow(const std::uint8_t* inLuma, const Samples& inU, const Samples& inV,
               const YuvCoefficients& inC, int inWidth, std::uint8_t* outRow) {
     const std::int16_t* __restrict const u = inU.data();
     const std::int16_t* __restrict const v = inV.data();
-    const std::int16_t redV = inC.mRedV, greenU = inC.mGreenU, greenV = inC.mGreenV;
-    const std::int16_t blueU = inC.mBlueU, scale = inC.mLuma;
-    const auto offset = std::int16_t(inC.mOffset);
+    const float redV = inC.mRedV, greenU = inC.mGreenU, greenV = inC.mGreenV;
+    const float blueU = inC.mBlueU, scale = inC.mLuma;
+    const int offset = inC.mOffset;
     for (int x = 0; x < inWidth; ++x) {
-        const auto above = std::int16_t(inLuma[x] - offset);
-        const std::int32_t luma = above * scale;
-        const std::int32_t blue = Byte(luma + u[x] * blueU);
-        const std::int32_t green = Byte(luma - u[x] * greenU - v[x] * greenV);
-        const std::int32_t red = Byte(luma + v[x] * redV);
-        const std::uint8_t pixel[] = {std::uint8_t(blue), std::uint8_t(green),
-                                      std::uint8_t(red), 255};
-        std::memcpy(outRow + std::size_t(x) * 4, pixel, 4);
+        const float luma = float(inLuma[x] - offset) * scale;
+        const float blueDifference = u[x], redDifference = v[x];
+        const std::uint32_t blue = Byte(luma + blueDifference * blueU);
+        const std::uint32_t green =
+            Byte(luma - blueDifference * greenU - redDifference * greenV);
+        const std::uint32_t red = Byte(luma + redDifference * redV);
+        const std::uint32_t pixel = blue | green << 8 | red << 16 | 0xff000000u;
+        std::memcpy(outRow + std::size_t(x) * 4, &pixel, 4);
     }
 }
 

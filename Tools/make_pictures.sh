@@ -1,6 +1,6 @@
 #!/bin/sh
 # Makes the pictures of README and Docs by the tool: from the real clip of Examples/Footage, as
-# JPEG, and a plot. Then it prints the times that stand beside them, from one run of `bench`.
+# JPEG, and a plot by the Python package. Then it prints the times that stand beside them, from one run of `bench`.
 #
 #   Tools/make_pictures.sh [BUILD_FOLDER]      default: build
 #
@@ -28,9 +28,10 @@ take() {
 "$host" grey "$clip" -o "$work/grey" --no-video
 take grey grey.png grey.jpg
 
-"$host" track "$clip" -o "$work/track" --no-video --plots "$work/plots"
+"$host" track "$clip" -o "$work/track" --no-video --json "$work/track.json"
 take track track.png track.jpg
-cp "$work/plots/points.png" "$pictures/points.png"
+PYTHONPATH=${1:-$root/build}/Python/package /usr/bin/python3 -m descriptor.plot \
+    "$work/track.json" -o "$pictures/points.png"
 
 "$host" track "$clip" -o "$work/compare" --compare --no-video
 take compare track.png compare.jpg

@@ -107,6 +107,8 @@ set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME ${tools})
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION video)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "${runtime} (= ${debian_version})")
+# They draw the tables.
+set(CPACK_DEBIAN_TOOLS_PACKAGE_SUGGESTS "${python}, python3-matplotlib")
 # Its own library is not installed while the packages are made.
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS
     ${CMAKE_CURRENT_BINARY_DIR}/foundation ${CMAKE_CURRENT_BINARY_DIR}/Src)

@@ -144,6 +144,7 @@ def test_a_plot_has_what_was_tracked(clip, tmp_path):
     assert {tuple(line[-1]) for line in lines} == set(zip(run[-1]["x"], run[-1]["y"]))
     live, lost = figure_lines(plot.points(run))[:2]
     assert live.tolist() == [len(p) for p in run] and lost.tolist() == [len(p.lost) for p in run]
+    assert plot.lengths(run).axes[0].get_yscale() == "log"
     bars = plot.lengths(run).axes[0].patches
     assert sum(bar.get_height() for bar in bars) == len({i for p in run for i in p["id"]})
     table, output = tmp_path / "track.csv", tmp_path / "out.png"
@@ -154,6 +155,37 @@ def test_a_plot_has_what_was_tracked(clip, tmp_path):
         assert output.read_bytes().startswith(b"\x89PNG")
     assert plot.main([str(table), "--kind", "size", "-o", str(output)]) == 1
     assert plot.main([str(tmp_path / "none.csv"), "-o", str(output)]) == 1
+
+
+@pytest.mark.skipif(not os.path.exists(HOST), reason="descriptor-host is not built")
+def test_plots_of_the_tool_s_files_name_clip_settings_cuts_and_ends(clip, tmp_path):
+    pytest.importorskip("matplotlib")
+    from descriptor import plot
+
+    table = tmp_path / "track.json"
+    frames = [np.random.default_rng(n // 3).integers(0, 256, (120, 160), np.uint8)
+              for n in range(6)]
+    (tmp_path / "raw").write_bytes(b"".join(np.roll(f, n, 1) for n, f in enumerate(frames)))
+    run_tool = [HOST, "track", tmp_path / "raw", "--raw", "160x120", "--format", "gray8",
+                "--features", "80", "--no-video", "--json", table, "-o", tmp_path]
+    subprocess.run(run_tool, check=True, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+    assert [p.frame for p in files.read_points(table) if p.is_cut] == [3]
+    above, below = plot.points(files.read_points(table)).axes
+    assert [t.get_text() for t in (*above.texts, *below.texts)] == ["cut?", "cut?"]
+    assert files.describe(table).startswith("raw, apt, step 1, features 80, ")
+    steps = files.read_milliseconds(table)["apt"]
+    assert [frame for frame, _ in steps] == list(range(6)) and min(ms for _, ms in steps) > 0
+    region = tmp_path / "region.json"
+    subprocess.run(
+        [HOST, "region", clip, "--rect", "322,124,152,276", "--no-video", "--json", region,
+         "-o", tmp_path],
+        check=True, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+    assert "rect 322,124,152,276" in files.describe(region)
+    ends = [t.get_text() for t in plot.path(files.read_region(region)).axes[0].texts]
+    assert ends == ["start, 0.00 s", "end, 1.52 s"]
+    for kind in ("path", "time"):
+        assert plot.main([str(region), "--kind", kind, "-o", str(tmp_path / "out.png")]) == 0
+    assert plot.main([str(tmp_path / "track.csv"), "--kind", "time", "-o", "out.png"]) == 1
 
 
 def figure_lines(figure):

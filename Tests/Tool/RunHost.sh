@@ -139,19 +139,12 @@ json)
     refuses 1 grey --frames 1 --json /proc/nowhere
     ;;
 plots)
-    runs track --size 240x180 --frames 12 --features 60 --compare --no-video --plots track
-    for tracker in apt klt; do
-        for plot in points lengths milliseconds; do
-            written track/$tracker-$plot.png 4000
-        done
+    # The option is gone, and says where its work is done.
+    for command in grey track region; do
+        refuses 2 $command --size 240x180 --frames 2 --plots plots
+        grep -q "python3 -m descriptor.plot" errors || fail "the new command is not named"
+        [ ! -e descriptor-out ] || fail "something was written"
     done
-    runs region --size 240x180 --frames 6 --no-video --plots region
-    for plot in path size milliseconds; do
-        written region/$plot.png 4000
-    done
-    runs grey --size 240x180 --frames 6 --no-video --plots grey
-    written grey/milliseconds.png 4000
-    refuses 1 grey --frames 1 --plots /proc/nowhere
     ;;
 cut)
     # Three frames of one texture that moves, and three of another.

@@ -13,7 +13,6 @@
 #include "FrameLoop.h"
 #include "Help.h"
 #include "Options.h"
-#include "Plot.h"
 #include "UserError.h"
 #include "VideoWriter.h"
 #include "descriptor/Caches.h"
@@ -29,7 +28,7 @@ struct GreyOptions {
 
 // Times and counts over a run.
 struct GreyFigures {
-    std::vector<double> mFrames, mGreyMilliseconds, mFloatMilliseconds;  // a frame each
+    double mGreyMilliseconds = 0.0, mFloatMilliseconds = 0.0;  // of the last frame
     double mGreySeconds = 0.0;
     double mFloatSeconds = 0.0;
     double mHitSeconds = 0.0;
@@ -38,14 +37,11 @@ struct GreyFigures {
     double mLargestDifference = 0.0;
     bool mGreyBytesKept = true;
 
-    void NoteFrame(long long inNumber) {
-        const auto grow = [](double inSeconds, double& ioBefore, std::vector<double>& outMs) {
-            outMs.push_back((inSeconds - ioBefore) * 1e3);
-            ioBefore = inSeconds;
-        };
-        mFrames.push_back(double(inNumber));
-        grow(mGreySeconds, mGreyBefore, mGreyMilliseconds);
-        grow(mFloatSeconds, mFloatBefore, mFloatMilliseconds);
+    void NoteFrame() {
+        mGreyMilliseconds = (mGreySeconds - mGreyBefore) * 1e3;
+        mFloatMilliseconds = (mFloatSeconds - mFloatBefore) * 1e3;
+        mGreyBefore = mGreySeconds;
+        mFloatBefore = mFloatSeconds;
     }
 
 private:
@@ -148,8 +144,8 @@ Json FrameRow(const FrameSource& inSource, const GreyFigures& inFigures, const F
               long long inNumber) {
     return {{"frame", inNumber},
             {"time", inSource.GetTimeBase().Seconds(inFrame.mTime)},
-            {"grey_milliseconds", inFigures.mGreyMilliseconds.back()},
-            {"float_grey_milliseconds", inFigures.mFloatMilliseconds.back()}};
+            {"grey_milliseconds", inFigures.mGreyMilliseconds},
+            {"float_grey_milliseconds", inFigures.mFloatMilliseconds}};
 }
 
 Json Summary(const LoopResult& inResult, const GreyFigures& inFigures) {
@@ -164,22 +160,8 @@ Json Summary(const LoopResult& inResult, const GreyFigures& inFigures) {
             {"largest_difference", inFigures.mLargestDifference}};
 }
 
-void PlotRun(const GreyFigures& inFigures, const std::string& inSource,
-             const OutputOptions& inOutput) {
-    if (inOutput.mPlotFolder.empty()) return;
-    Plot time;
-    time.SetTitles("Time to compute an image", "frame", "milliseconds");
-    time.mLines = {
-        LineOver(inFigures.mFrames, inFigures.mGreyMilliseconds, "grey", kPlotColours[0]),
-        LineOver(inFigures.mFrames, inFigures.mFloatMilliseconds, "float grey",
-                 kPlotColours[1])};
-    WritePlots({time}, inSource, inOutput.PlotPath("milliseconds.png"));
-    std::printf("  wrote plots in %s\n", inOutput.mPlotFolder.c_str());
-}
-
 int RunGrey(const GreyOptions& inOptions) {
-    inOptions.mOutput.Check(inOptions.mInput.Files(), {"grey.mp4", "grey.png"},
-                            {"milliseconds.png"});
+    inOptions.mOutput.Check(inOptions.mInput.Files(), {"grey.mp4", "grey.png"});
     const std::unique_ptr<FrameSource> source = inOptions.mInput.Open();
     inOptions.mOutput.Prepare();
     const descriptor::GreyFrames images{descriptor::Source(source->Name())};
@@ -201,7 +183,7 @@ int RunGrey(const GreyOptions& inOptions) {
         const descriptor::Frame floatImage = AskTwice(
             descriptor::Kind::grey_float, [&] { return images.grey_float(view); },
             figures.mFloatSeconds, figures);
-        figures.NoteFrame(inNumber);
+        figures.NoteFrame();
         if (!inFrame->mGrey.empty() &&
             !std::equal(inFrame->mGrey.begin(), inFrame->mGrey.end(), greyImage.row(0)))
             figures.mGreyBytesKept = false;
@@ -234,7 +216,6 @@ int RunGrey(const GreyOptions& inOptions) {
     std::printf("  wrote %s%s\n", inOptions.mOutput.Path("grey.png").c_str(),
                 video ? (" and " + video->File()).c_str() : "");
     ReportSound(video);
-    PlotRun(figures, source->Name(), inOptions.mOutput);
     return result.ExitCode();
 }
 
@@ -249,7 +230,7 @@ void AddGreyCommand(CLI::App& ioProgram, Run& outRun) {
     options->mInput.AddTo(*command);
     options->mOutput.AddTo(*command);
     options->mOutput.AddJsonTo(*command);
-    options->mOutput.AddPlotsTo(*command, "time a frame.");
+    options->mOutput.AddPlotsTo(*command);
     command->footer(
         "Writes grey.mp4, and grey.png of the last frame.\n"
         "Example:  descriptor-host grey holiday.mp4 --frames 100 -o out");

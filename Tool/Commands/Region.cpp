@@ -17,7 +17,6 @@
 #include "FrameLoop.h"
 #include "Help.h"
 #include "Options.h"
-#include "Plot.h"
 #include "RenderedClip.h"
 #include "Table.h"
 #include "Trackers.h"
@@ -82,8 +81,7 @@ struct RegionRun {
     std::size_t mPoints = 0;
     std::vector<Box> mBoxes;
     std::vector<RegionState> mStates;
-    std::vector<double> mMilliseconds;
-    double mFirstTime = 0.0, mLastTime = 0.0;  // seconds
+    double mMilliseconds = 0.0;  // of the last frame
 
     void Add(const RegionResult& inResult, const std::optional<Box>& inTruth) {
         const Box box = ToBox(inResult.rect);
@@ -202,7 +200,7 @@ Row FrameRow(const RegionRun& inRun, const RegionResult& inResult, bool inIsRepl
             Shortest(float(box.Right())),
             Shortest(float(box.Bottom())),
             inResult.points.size(),
-            inIsReplay ? Json() : Json(inRun.mMilliseconds.back())};
+            inIsReplay ? Json() : Json(inRun.mMilliseconds)};
     if (inHasTruth) row.push_back(inTruth ? Json(Overlap(box, *inTruth)) : Json());
     return row;
 }
@@ -256,45 +254,6 @@ void Report(const FrameSource& inSource, const LoopResult& inResult, const Regio
                 inResult.FramesPerSecond());
 }
 
-void PlotRun(const RegionRun& inRun, const FrameSource& inSource,
-             const RegionOptions& inOptions) {
-    const OutputOptions& output = inOptions.mOutput;
-    if (output.mPlotFolder.empty()) return;
-    std::vector<double> frames, widths, heights;
-    for (const Box& box : inRun.mBoxes) {
-        frames.push_back(double(frames.size()));
-        widths.push_back(box.mWidth);
-        heights.push_back(box.mHeight);
-    }
-    Plot path, size, time;
-    path.SetTitles("Path of the region's centre", "x in pixels", "y in pixels, downward");
-    path.mLines = {{"", kPlotColours[0], inRun.mPath, 2.0}};
-    char end[48];
-    std::snprintf(end, sizeof end, "end, %.2f s", inRun.mLastTime);
-    char start[48];
-    std::snprintf(start, sizeof start, "start, %.2f s", inRun.mFirstTime);
-    path.mDots = {{inRun.mPath.front(), start}, {inRun.mPath.back(), end}};
-    path.mPictureWidth = inSource.Width();
-    path.mPictureHeight = inSource.Height();
-    const Box& first = inRun.mBoxes.front();
-    char settings[160];
-    std::snprintf(settings, sizeof settings,
-                  ", features %d, min_distance %d, rect %.6g,%.6g,%.6g,%.6g",
-                  inOptions.mSettings.max_points, inOptions.mSettings.min_distance, first.mX,
-                  first.mY, first.mWidth, first.mHeight);
-    const std::string caption = inSource.Name() + settings;
-    WritePlots({path}, caption, output.PlotPath("path.png"));
-    size.SetTitles("Size of the region", "frame", "pixels");
-    size.mFromZero = false;
-    size.mLines = {LineOver(frames, widths, "width", kPlotColours[0]),
-                   LineOver(frames, heights, "height", kPlotColours[1])};
-    WritePlots({size}, caption, output.PlotPath("size.png"));
-    time.SetTitles("Time in the region tracker", "frame", "milliseconds");
-    time.mLines = {LineOver(frames, inRun.mMilliseconds)};
-    WritePlots({time}, caption, output.PlotPath("milliseconds.png"));
-    std::printf("  wrote plots in %s\n", output.mPlotFolder.c_str());
-}
-
 void CheckOutputs(const RegionOptions& inOptions) {
     std::vector<std::string> inputs = inOptions.mInput.Files();
     if (!inOptions.mTruthFile.empty()) inputs.push_back(inOptions.mTruthFile);
@@ -303,7 +262,7 @@ void CheckOutputs(const RegionOptions& inOptions) {
     if (inOptions.mPngEvery > 0) files.push_back("region-*.png");
     for (const std::string& form : inOptions.mOutput.mEditors)
         files.push_back(EditorFileName("region", form));
-    inOptions.mOutput.Check(inputs, files, {"path.png", "size.png", "milliseconds.png"});
+    inOptions.mOutput.Check(inputs, files);
 }
 
 // Where the rectangle of a frame comes from, and how long the library has taken so far.
@@ -333,11 +292,9 @@ int WriteRun(const RegionOptions& inOptions, FrameSource& ioSource, const Region
         const double before = inFollower.Seconds();
         const RegionResult& result = inFollower.mFollow(*inFrame, inNumber);
         const std::optional<Box> trueBox = inTruth.At(inNumber);
-        run.mMilliseconds.push_back((inFollower.Seconds() - before) * 1e3);
+        run.mMilliseconds = (inFollower.Seconds() - before) * 1e3;
         run.Add(result, trueBox);
         const double time = ioSource.GetTimeBase().Seconds(inFrame->mTime);
-        if (inNumber == 0) run.mFirstTime = time;
-        run.mLastTime = time;
         motion.mKeys.push_back({inNumber, time, run.mBoxes.back()});
         const Row row = FrameRow(run, result, !inFollower.mSeconds, time, trueBox, hasTruth);
         file.Add(row);
@@ -369,7 +326,6 @@ int WriteRun(const RegionOptions& inOptions, FrameSource& ioSource, const Region
     std::printf("  wrote region.png, region.csv%s in %s\n", video ? " and region.mp4" : "",
                 inOptions.mOutput.mFolder.c_str());
     ReportSound(video);
-    PlotRun(run, ioSource, inOptions);
     return result.ExitCode();
 }
 
@@ -457,7 +413,7 @@ void AddRegionCommand(CLI::App& ioProgram, Run& outRun) {
     options->mOutput.AddTo(*command);
     options->mOutput.AddJsonTo(*command);
     options->mOutput.AddEditorsTo(*command, "The rectangle's motion");
-    options->mOutput.AddPlotsTo(*command, "the region's path and size, time a frame.");
+    options->mOutput.AddPlotsTo(*command);
     command
         ->add_option("--png-every", options->mPngEvery,
                      "Write a picture of every so many frames.")

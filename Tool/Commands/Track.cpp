@@ -16,7 +16,6 @@
 #include "RenderedClip.h"
 #include "Table.h"
 #include "TrackPicture.h"
-#include "TrackPlots.h"
 #include "Trackers.h"
 #include "UserError.h"
 #include "VideoWriter.h"
@@ -58,7 +57,7 @@ struct TrackRun {
     void Track(const Frame& inFrame, long long inNumber) {
         const double before = mTracker->LibrarySeconds();
         const descriptor::FramePoints& points = mTracker->Track(inFrame, inNumber);
-        mMilliseconds.push_back((mTracker->LibrarySeconds() - before) * 1e3);
+        mMilliseconds = (mTracker->LibrarySeconds() - before) * 1e3;
         if (mTracker->IsHeld()) {
             ++mHeldFrames;
             mHistory.Hold(inNumber);
@@ -89,7 +88,7 @@ struct TrackRun {
         std::for_each(lost, points.lost.end(), write);
         return {{"tracker", mTracker->Name()},
                 {"state", state},
-                {"milliseconds", mTracker->IsReplay() ? Json() : Json(mMilliseconds.back())},
+                {"milliseconds", mTracker->IsReplay() ? Json() : Json(mMilliseconds)},
                 {"live", mHistory.LiveNow()},
                 {"points", std::move(rows)}};
     }
@@ -99,7 +98,7 @@ struct TrackRun {
     Columns mColumns;
     TrackHistory mHistory;
     CsvFile mFile;
-    std::vector<double> mMilliseconds;  // of each frame
+    double mMilliseconds = 0.0;  // of the last frame
     long long mHeldFrames = 0;
     PointPaths mPaths;
 };
@@ -222,24 +221,6 @@ void Report(const FrameSource& inSource, const LoopResult& inResult, const Track
                 inResult.FramesPerSecond());
 }
 
-// The clip, the tracker and what it was asked for, in a line.
-std::string Caption(const TrackRun& inRun, const FrameSource& inSource) {
-    std::string caption = inSource.Name() + ", " + inRun.mTracker->Name();
-    for (const auto& [name, value] : inRun.mTracker->Settings().items())
-        caption += ", " + name + " " + JsonText(value);
-    return caption;
-}
-
-void PlotRuns(const TrackOptions& inOptions, const FrameSource& inSource,
-              const TrackRuns& inRuns) {
-    if (inOptions.mOutput.mPlotFolder.empty()) return;
-    for (const auto& run : inRuns)
-        WriteTrackPlots(
-            run->mHistory, run->mMilliseconds, Caption(*run, inSource),
-            inOptions.mOutput.PlotPath(inRuns.size() > 1 ? run->mTracker->Name() + "-" : ""));
-    std::printf("  wrote plots in %s\n", inOptions.mOutput.mPlotFolder.c_str());
-}
-
 // As "track-1.vtt", or "track-klt-1.vtt" where both trackers run.
 void WriteEditors(const TrackOptions& inOptions, const FrameSource& inSource,
                   const TrackRuns& inRuns) {
@@ -256,7 +237,7 @@ void WriteEditors(const TrackOptions& inOptions, const FrameSource& inSource,
 }
 
 void CheckOutputs(const TrackOptions& inOptions) {
-    Outputs files{"track.mp4", "track.png"}, plots;
+    Outputs files{"track.mp4", "track.png"};
     if (inOptions.mInteractive) files.insert(files.end(), {"keys.json", "window.png"});
     if (inOptions.mPngEvery > 0) files.push_back("track-*.png");
     for (const char* name :
@@ -264,10 +245,7 @@ void CheckOutputs(const TrackOptions& inOptions) {
         files.push_back(name);
     for (const std::string& form : inOptions.mOutput.mEditors)
         files.push_back(EditorFileName("track-*", form));
-    for (const char* tracker : {"", "apt-", "apt-exported-", "klt-"})
-        for (const char* plot : {"points.png", "lengths.png", "milliseconds.png"})
-            plots.push_back(std::string(tracker) + plot);
-    inOptions.mOutput.Check(inOptions.mInput.Files(), files, plots);
+    inOptions.mOutput.Check(inOptions.mInput.Files(), files);
 }
 
 int WriteRuns(const TrackOptions& inOptions, FrameSource& ioSource, const TrackRuns& inRuns) {
@@ -321,7 +299,6 @@ int WriteRuns(const TrackOptions& inOptions, FrameSource& ioSource, const TrackR
     std::printf("  wrote track.png, the tables (csv)%s in %s\n", video ? " and track.mp4" : "",
                 inOptions.mOutput.mFolder.c_str());
     ReportSound(video);
-    PlotRuns(inOptions, ioSource, inRuns);
     return result.ExitCode();
 }
 
@@ -433,8 +410,7 @@ void AddTrackCommand(CLI::App& ioProgram, Run& outRun) {
     options->mOutput.AddTo(*command);
     options->mOutput.AddJsonTo(*command);
     options->mOutput.AddEditorsTo(*command, "The four points that were followed longest,");
-    options->mOutput.AddPlotsTo(
-        *command, "live points and their ages, lengths of the tracks, time a frame.");
+    options->mOutput.AddPlotsTo(*command);
     command
         ->add_option("--png-every", options->mPngEvery,
                      "Write a picture of every so many frames.")

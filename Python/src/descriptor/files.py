@@ -98,6 +98,7 @@ def write_points(
             for point in points[np.argsort(points["slot"], kind="stable")]
         ]
 
+    frames = list(frames)
     if Path(path).suffix.lower() != ".json":
         _write_csv(path, columns, (row for frame in frames for row in rows(frame)))
         return
@@ -118,6 +119,7 @@ def write_points(
             }
             for frame in frames
         ],
+        "cuts": [{"tracker": name, "frame": frame.frame} for frame in frames if frame.is_cut],
     }
     Path(path).write_text(json.dumps(document) + "\n", encoding="utf-8")
 
@@ -159,6 +161,52 @@ def _flat_rows(path: Any, tracker: str | None) -> list[dict[str, Any]]:
         raise FormatError(f"{path}: is no table: {error!r}") from None
 
 
+def _document(path: Any) -> dict[str, Any]:
+    """What a JSON says beside its frames; nothing of a CSV."""
+    if Path(path).suffix.lower() != ".json":
+        return {}
+    try:
+        document = json.loads(Path(path).read_text(encoding="utf-8"))
+        return {name: value for name, value in document.items() if name != "frames"}
+    except (ValueError, AttributeError) as error:
+        raise FormatError(f"{path}: is no table: {error!r}") from None
+
+
+def describe(path: str | os.PathLike[str], tracker: str | None = None) -> str:
+    """What a table is of, in a line: the clip, the tracker and what it was asked for. A CSV says
+    nothing of them, and is called by its own name."""
+    head = _document(path)
+    runs = [run for run in head.get("trackers", [{}]) if tracker in (None, run.get("tracker"))]
+    run = runs[0] if runs else {}
+    words = [Path(head.get("source", path)).name, run.get("tracker", head.get("command"))]
+    for name, value in {**head.get("settings", {}), **run.get("settings", {})}.items():
+        if isinstance(value, dict):
+            value = ",".join(f"{part:g}" for part in value.values())
+        words.append(f"{name} {str(value).lower() if isinstance(value, bool) else value}")
+    return ", ".join(word for word in words if word)
+
+
+def read_milliseconds(path: str | os.PathLike[str]) -> dict[str, list[tuple[int, float]]]:
+    """The time that the library took, as (frame, milliseconds), of every run that a JSON of
+    `descriptor-host` or a `region.csv` has. Points have it in JSON alone."""
+    times: dict[str, list[tuple[int, float]]] = {}
+    try:
+        rows = (json.loads(Path(path).read_text(encoding="utf-8"))["frames"]
+                if Path(path).suffix.lower() == ".json" else _flat_rows(path, None))
+        for row in rows:
+            for run in row.get("trackers", [row]):
+                for name, value in run.items():
+                    if name.endswith("milliseconds") and value not in (None, ""):
+                        kind = name.removesuffix("milliseconds").strip("_").replace("_", " ")
+                        label = run.get("tracker", kind or "region")
+                        times.setdefault(label, []).append((int(row["frame"]), float(value)))
+    except (ValueError, KeyError, TypeError, AttributeError) as error:
+        raise FormatError(f"{path}: is no table: {error!r}") from None
+    if not times:
+        raise FormatError(f"{path}: says no milliseconds")
+    return times
+
+
 def _number(value: Any) -> float | None:
     return None if value in (None, "") else float(value)
 
@@ -169,10 +217,13 @@ def read_points(path: str | os.PathLike[str], tracker: str | None = None) -> lis
 
     tracker  of a JSON with two, the name of the one that is meant; else the first
 
-    A table has no correlation of KLT, no way back and no marks of cuts: those columns have the
+    A table has no correlation of KLT and no way back, and a CSV no marks of cuts: those have the
     values of a tracker that was not asked. An id is counted where a table has none.
     """
     rows = _flat_rows(path, tracker)
+    head = _document(path)
+    meant = tracker or head.get("trackers", [{}])[0].get("tracker")
+    cuts = {cut["frame"] for cut in head.get("cuts", []) if cut["tracker"] == meant}
     if rows and not {"slot", "x", "y", "age"} <= rows[0].keys():
         raise FormatError(f"{path}: has no columns slot, x, y and age")
     engine = Engine.KLT if rows and "value" in rows[0] else Engine.APT
@@ -208,7 +259,8 @@ def read_points(path: str | os.PathLike[str], tracker: str | None = None) -> lis
         raise FormatError(f"{path}: is no table of points: {error!r}") from None
     for number, (live, lost) in lists.items():
         frames.append(FramePoints(
-            np.array(live, POINT_DTYPE), np.array(lost, POINT_DTYPE), number, *heads[number]
+            np.array(live, POINT_DTYPE), np.array(lost, POINT_DTYPE), number, *heads[number],
+            number in cuts,
         ))
     return frames
 

@@ -8,6 +8,9 @@ and as a command over the tables of `descriptor-host` and of `descriptor.files`:
     python3 -m descriptor.plot track.csv --kind tracks --video clip.mp4 -o tracks.png
     python3 -m descriptor.plot region.json --kind path -o path.png
 
+A JSON names the clip, the tracker and its settings, which then stand below the figure, and the
+cuts; `captioned` writes such a line below any figure.
+
 Every function gives a matplotlib Figure, which belongs to the caller and to no window.
 Pictures are arrays (height, width), or RGB; y counts downward as everywhere.
 """
@@ -16,7 +19,7 @@ from __future__ import annotations
 
 import argparse
 import sys
-from typing import TYPE_CHECKING, Any, Sequence
+from typing import TYPE_CHECKING, Any, Mapping, Sequence
 
 import numpy as np
 
@@ -45,7 +48,10 @@ def _figure(width: float, height: float, panels: int = 1) -> tuple[Figure, list[
 
 
 def _lined(axes: Any, title: str, x: str, y: str) -> None:
+    from matplotlib.ticker import MaxNLocator
+
     axes.set(title=title, xlabel=x, ylabel=y)
+    axes.xaxis.set_major_locator(MaxNLocator(integer=True))  # frames are counted
     axes.spines[["top", "right"]].set_visible(False)
     axes.grid(alpha=0.25)
     if axes.get_legend_handles_labels()[0]:
@@ -80,6 +86,14 @@ def _stage(picture: Array | None, width: float, height: float, title: str) -> tu
     return figure, axes
 
 
+def captioned(figure: Figure, text: str) -> Figure:
+    """The figure with a line below it: what it is of. A long one is made smaller."""
+    room = 150.0 * figure.get_figwidth() / 8.0
+    figure.supxlabel(text, fontsize=9.0 * min(1.0, room / max(len(text), 1)), color=_GREY,
+                     x=0.01, horizontalalignment="left")
+    return figure
+
+
 def tracks(
     run: Sequence[FramePoints], picture: Array | VideoFrame | None = None, trail: int = 40
 ) -> Figure:
@@ -111,19 +125,27 @@ def tracks(
 
 
 def points(run: Sequence[FramePoints]) -> Figure:
-    """How many points live and are lost in each frame, and the ages of the live ones."""
+    """How many points live and are lost in each frame, and the ages of the live ones: a band
+    that eight tenths of them are in, and the median. Cuts are marked in both."""
     numbers = [p.frame for p in run]
     figure, (above, below) = _figure(8.0, 6.0, 2)
     above.plot(numbers, [len(p) for p in run], color=_BLUE, label="live")
     above.plot(numbers, [len(p.lost) for p in run], color=_ORANGE, label="lost")
     above.set_ylim(bottom=0)
     _lined(above, "Live points", "frame", "points")
-    shares = [(90, _GREEN, "90 % are below", 4.5), (50, _BLUE, "median", 2.5),
-              (10, _ORANGE, "10 % are below", 1.2)]
-    for share, colour, label, line in shares:
-        values = [np.percentile(p["age"], share) if len(p) else np.nan for p in run]
-        below.plot(numbers, values, color=colour, label=label, linewidth=line)
+    ages = np.array([
+        np.percentile(p["age"], (10, 50, 90)) if len(p) else (np.nan,) * 3 for p in run
+    ]).reshape(-1, 3)
+    below.fill_between(numbers, ages[:, 0], ages[:, 2], color=_BLUE, alpha=0.25, linewidth=0,
+                       label="all but the youngest and the oldest tenth")
+    below.plot(numbers, ages[:, 1], color=_BLUE, linewidth=2.5, label="median")
+    below.set_ylim(bottom=0)
     _lined(below, "Ages of the live points", "frame", "age in frames")
+    for axes in (above, below):
+        for cut in (p.frame for p in run if p.is_cut):
+            axes.axvline(cut, color=_GREY, linestyle="--", linewidth=1.2)
+            axes.annotate("cut?", (cut, 1.0), (3, -10), xycoords=("data", "axes fraction"),
+                          textcoords="offset points", color=_GREY, fontsize=9)
     return figure
 
 
@@ -137,13 +159,30 @@ def lengths(run: Sequence[FramePoints]) -> Figure:
     most = max(seen.values(), default=1)
     axes.hist(list(seen.values()), bins=np.linspace(0.5, most + 0.5, min(60, most) + 1),
               color=_BLUE, edgecolor="white", linewidth=0.5)
+    # Most tracks are short, and it is the few long ones that one looks for.
+    axes.set_yscale("log")
+    axes.yaxis.set_major_formatter("{x:g}")
+    axes.set_ylim(bottom=0.7)
     _lined(axes, "Lengths of the tracks, those that live at the end too",
            "frames that a point was seen in", "tracks")
     return figure
 
 
+def _ends(axes: Any, run: Sequence[RegionResult], centres: Array) -> None:
+    """Where a path begins and ends, and when; the text on the side with more room."""
+    middle = np.mean(axes.get_xlim())
+    for name, result, (x, y) in zip(("start", "end"), (run[0], run[-1]), centres[[0, -1]]):
+        text = name if result.time is None else f"{name}, {result.time:.2f} s"
+        axes.plot([x], [y], marker="o", markersize=7, color=_ORANGE, markeredgecolor="white")
+        left = x < middle
+        axes.annotate(text, (x, y), (9 if left else -9, 0), textcoords="offset points", va="center",
+                      ha="left" if left else "right", color="white", fontsize=10,
+                      bbox={"boxstyle": "round,pad=0.2", "color": "black", "alpha": 0.6})
+
+
 def path(run: Sequence[RegionResult], picture: Array | VideoFrame | None = None) -> Figure:
-    """The way of the rectangle's centre, with the rectangle of the last frame and its points."""
+    """The way of the rectangle's centre with its start and end and their times, and the
+    rectangle of the last frame with its points."""
     from matplotlib.patches import Rectangle
 
     if not run:
@@ -155,6 +194,7 @@ def path(run: Sequence[RegionResult], picture: Array | VideoFrame | None = None)
                           f"frame {last.frame}: {last.state.text}")
     centres = np.array([r.rect.centre for r in run]) - 0.5
     axes.plot(*centres.T, color=_ORANGE, linewidth=2)
+    _ends(axes, run, centres)
     if len(last.points):
         axes.scatter(last.points["x"], last.points["y"], s=6, color="yellow", linewidths=0)
     seen = last.state in (RegionState.KEY_FRAME, RegionState.TRACKED)
@@ -193,8 +233,19 @@ def mask(picture: Array | VideoFrame, selected: Array) -> Figure:
     return figure
 
 
+def time(times: Mapping[str, Sequence[tuple[int, float]]]) -> Figure:
+    """The time that the library took for each frame, of each run of `files.read_milliseconds`."""
+    figure, (axes,) = _figure(8.0, 4.0)
+    for (name, steps), colour in zip(times.items(), (_BLUE, _ORANGE, _GREEN, _GREY)):
+        axes.plot(*zip(*steps), color=colour, label=name)
+    axes.set_ylim(bottom=0)
+    _lined(axes, "Time in the library", "frame", "milliseconds")
+    return figure
+
+
 _KINDS: dict[str, Any] = {
     "points": points, "tracks": tracks, "lengths": lengths, "path": path, "size": size,
+    "time": time,
 }
 
 
@@ -207,12 +258,13 @@ def main(arguments: Sequence[str] | None = None) -> int:
     parser.add_argument("table", help="track.csv, region.csv, or the JSON of either")
     parser.add_argument("-o", "--output", required=True, help="a .png, .svg or .pdf")
     parser.add_argument("--kind", choices=_KINDS, help="points (the default), tracks or lengths "
-                        "of points; path (the default) or size of a rectangle")
+                        "of points; path (the default) or size of a rectangle; time a frame of "
+                        "either")
     parser.add_argument("--video", help="the clip, whose last frame stands behind tracks and path")
     parser.add_argument("--tracker", help="which one, of a JSON with two")
     options = parser.parse_args(arguments)
     try:
-        figure = _draw(options)
+        figure = captioned(_draw(options), files.describe(options.table, options.tracker))
         figure.savefig(options.output)
     except (Error, OSError, ValueError, ImportError) as error:
         print(f"descriptor.plot: {error}", file=sys.stderr)
@@ -222,6 +274,8 @@ def main(arguments: Sequence[str] | None = None) -> int:
 
 def _draw(options: argparse.Namespace) -> Figure:
     run: Sequence[Any]
+    if options.kind == "time":
+        return time(files.read_milliseconds(options.table))
     try:
         run = files.read_points(options.table, options.tracker)
         kind = options.kind or "points"
