@@ -209,7 +209,10 @@ std::string MediaFile::Trouble() const {
     std::string trouble;
     if (mDamages > 0) trouble = "is damaged " + mDamage;
     if (mDamages > 1) trouble += " and in " + std::to_string(mDamages - 1) + " more places";
-    if (!mEarlyEnd.empty()) trouble += (mDamages > 0 ? ", and " : "") + mEarlyEnd;
+    if (mMissing > 0)
+        trouble += (mDamages > 0 ? ", and " : "misses frames: ") + std::to_string(mMissing) +
+                   (mMissing == 1 ? " frame is" : " frames are") + " missing" + mGap;
+    if (!mEarlyEnd.empty()) trouble += (trouble.empty() ? "" : ", and ") + mEarlyEnd;
     return trouble.empty() ? trouble : "'" + mFile + "' " + trouble;
 }
 
@@ -306,6 +309,23 @@ void MediaFile::CheckEnd(int inError) {
     if (inError != AVERROR_EOF) mEarlyEnd += " (" + AvErrorText(inError) + ")";
 }
 
+// What a broadcast lost leaves no packet behind; it shows as a step in time. Only streams of
+// bare packets lose frames so, and where frames come at any time a step means nothing.
+void MediaFile::NoteGap(std::int64_t inTime, std::int64_t inUsual) {
+    const std::int64_t missing = (inTime - mNextTime + inUsual / 2) / inUsual;
+    const AVStream& stream = *mFormat->streams[mStream];
+    const bool isSteady =
+        mDamages > 0 || av_cmp_q(stream.avg_frame_rate, stream.r_frame_rate) == 0;
+    if (mFramesRead == 0 || missing < 1 || !isSteady ||
+        std::strncmp(mFormat->iformat->name, "mpeg", 4) != 0)
+        return;
+    if (mMissing == 0)
+        mGap = " between " + Seconds(mNextTime - inUsual) + " and " + Seconds(inTime);
+    else if (mGap.back() == 's')
+        mGap += " and later on";
+    mMissing += missing;
+}
+
 // A frame without a time of its own follows the one before.
 void MediaFile::SetTime(Frame& outFrame) {
     const AVFrame& decoded = *mDecoded;
@@ -315,6 +335,7 @@ void MediaFile::SetTime(Frame& outFrame) {
     outFrame.mTime = decoded.best_effort_timestamp != AV_NOPTS_VALUE
                          ? decoded.best_effort_timestamp
                          : mNextTime;
+    NoteGap(outFrame.mTime, usual);
     outFrame.mDuration = decoded.pkt_duration;
     mNextTime = outFrame.mTime + (outFrame.mDuration > 0 ? outFrame.mDuration : usual);
 }

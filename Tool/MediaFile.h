@@ -80,6 +80,7 @@ private:
     int ShownWidth() const;
     void SetTime(Frame& outFrame);
     void NoteDamage(const std::string& inWhere);
+    void NoteGap(std::int64_t inTime, std::int64_t inUsual);
     void CheckEnd(int inError);
     std::string Seconds(std::int64_t inTime) const;
     [[noreturn]] void Fail(const std::string& inWhat, int inError) const;
@@ -96,7 +97,8 @@ private:
     int mStream = -1, mSoundStream = -1;
     SoundPackets mSound;  // since the last frame
     std::string mNote, mDamage, mEarlyEnd;
-    long long mDamages = 0, mPackets = 0, mFramesRead = 0;
+    std::string mGap;  // the first one
+    long long mDamages = 0, mMissing = 0, mPackets = 0, mFramesRead = 0;
     std::int64_t mNextTime = 0;  // the end of the last frame
     double mLastPacketEnd = 0.0;
     bool mIsStill = false, mDraining = false;

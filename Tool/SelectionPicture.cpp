@@ -90,6 +90,15 @@ void DrawCutout(Canvas& ioCanvas, const Box& inWhere, const Frame& inPicture,
     });
 }
 
+void WriteSelection(Canvas& ioCanvas, const Frame& inPicture, const Mask& inLabels,
+                    const OutputOptions& inOutput) {
+    const Box whole{0.0, 0.0, double(inPicture.mWidth), double(inPicture.mHeight)};
+    ioCanvas.DrawGrey(inLabels.mBytes.data(), inPicture.mWidth, inPicture.mHeight, whole);
+    ioCanvas.WritePng(inOutput.Path("labels.png"));
+    DrawCutout(ioCanvas, whole, inPicture, inLabels);
+    ioCanvas.WritePng(inOutput.Path("cutout.png"));
+}
+
 void DrawRegions(Canvas& ioCanvas, const Box& inWhere, const Frame& inPicture,
                  const unsigned* inRegionOfPixels, const Mask& inLabels) {
     const int width = inPicture.mWidth;

@@ -4,6 +4,7 @@
 
 #include "Canvas.h"
 #include "Mask.h"
+#include "Options.h"
 #include "descriptor/Stroke.h"
 
 namespace Host {
@@ -19,6 +20,10 @@ void DrawStrokes(Canvas& ioCanvas, const Box& inWhere, const Frame& inPicture,
 /// The selection alone, on a checkerboard.
 void DrawCutout(Canvas& ioCanvas, const Box& inWhere, const Frame& inPicture,
                 const Mask& inLabels);
+
+/// Writes labels.png, white where selected, and cutout.png, by a canvas of the picture's size.
+void WriteSelection(Canvas& ioCanvas, const Frame& inPicture, const Mask& inLabels,
+                    const OutputOptions& inOutput);
 
 /// The borders between regions, bright where the selection ends.
 void DrawRegions(Canvas& ioCanvas, const Box& inWhere, const Frame& inPicture,

@@ -246,12 +246,8 @@ private:
     }
 
     void Save() {
-        const Box whole{0.0, 0.0, double(mPicture.mWidth), double(mPicture.mHeight)};
         Canvas canvas(mPicture.mWidth, mPicture.mHeight);
-        canvas.DrawGrey(mLabels.mBytes.data(), mPicture.mWidth, mPicture.mHeight, whole);
-        canvas.WritePng(mOutput.Path("labels.png"));
-        DrawCutout(canvas, whole, mPicture, mLabels);
-        canvas.WritePng(mOutput.Path("cutout.png"));
+        WriteSelection(canvas, mPicture, mLabels, mOutput);
         WritePng(mOutput.Path("window.png"));
         Json strokes = Json::parse(to_json(descriptor::strokes_of(mSelection)));
         strokes["source"] = mName;

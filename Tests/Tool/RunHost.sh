@@ -405,6 +405,25 @@ open('damaged.mp4', 'wb').write(b)"
     [ $code -eq 1 ] || fail "exit code $code of damage"
     grep -q "is damaged .*[0-9]\.[0-9]* s" errors || fail "damage was not told"
     says "^  whole run"
+    # A broadcast: what was lost has no packets, so nothing but the times tells of it. The
+    # counters go on where a multiple of 16 packets is gone.
+    ffmpeg -v error -i whole.mp4 -c copy whole.ts || fail ffmpeg
+    runs grey whole.ts --no-video
+    python3 -c "
+b = open('whole.ts', 'rb').read()
+p = [b[i:i + 188] for i in range(0, len(b), 188)]
+n = len(p) // 2
+open('gone.ts', 'wb').write(b''.join(p[:n] + p[n + 48:]))
+open('zeros.ts', 'wb').write(b''.join(p[:n] + [bytes(188)] * 48 + p[n + 48:]))"
+    for name in gone zeros; do
+        "$host" grey $name.ts --no-video --json cut.json >output 2>errors
+        code=$?
+        [ $code -eq 1 ] || fail "exit code $code of $name.ts"
+        holds cut.json "'%d frames are missing between ' % (100 - len(d['frames'])) in d['trouble']"
+        holds cut.json "(lambda t, s: s.split(' between ')[1].startswith(
+            next('%.3f s and %.3f s' % (a, b) for a, b in zip(t, t[1:]) if b - a > 0.06)))(
+            [f['time'] for f in d['frames']], d['trouble'])"
+    done
     ;;
 repeats)
     # Every second frame repeats the one before, as in a clip that was re-timed.

@@ -193,18 +193,20 @@ public:
         const Box box = Panel(inNumber);
         DrawSelection(mCanvas, box, inPicture, inLabels);
         DrawStrokes(mCanvas, box, inPicture, inStrokes);
-        mCanvas.Label(
-            box.mX + 8.0, 8.0,
-            inNumber == 0 ? "first strokes" : "strokes " + std::to_string(inNumber + 1));
+        Name(box, inNumber == 0 ? "first strokes" : "strokes " + std::to_string(inNumber + 1));
     }
     void DrawResult(std::size_t inNumber, const Frame& inPicture, const Mask& inLabels) {
         DrawCutout(mCanvas, Panel(inNumber), inPicture, inLabels);
-        mCanvas.Label(Panel(inNumber).mX + 8.0, 8.0, "cut out");
+        Name(Panel(inNumber), "cut out");
     }
     const Canvas& GetCanvas() const { return mCanvas; }
 
 private:
     static constexpr int kGap = 6;
+    void Name(const Box& inPanel, const std::string& inName) {
+        const double unit = UnitOf(inPanel);
+        mCanvas.Label(inPanel.mX + 8.0 * unit, 8.0 * unit, inName, 14.0 * unit);
+    }
     Box Panel(std::size_t inIndex) const {
         return {double(int(inIndex) * (mWidth + kGap)), 0.0, double(mWidth), double(mHeight)};
     }
@@ -218,10 +220,7 @@ void WritePictures(const SelectInput& inInput, const Mask& inLabels, const Graph
     const Frame& picture = inInput.mPicture;
     const Box whole{0.0, 0.0, double(picture.mWidth), double(picture.mHeight)};
     Canvas canvas(picture.mWidth, picture.mHeight);
-    canvas.DrawGrey(inLabels.mBytes.data(), picture.mWidth, picture.mHeight, whole);
-    canvas.WritePng(inOutput.Path("labels.png"));
-    DrawCutout(canvas, whole, picture, inLabels);
-    canvas.WritePng(inOutput.Path("cutout.png"));
+    WriteSelection(canvas, picture, inLabels, inOutput);
     DrawRegions(canvas, whole, picture, inGraph.RegionOfPixels(), inLabels);
     canvas.WritePng(inOutput.Path("regions.png"));
 }
