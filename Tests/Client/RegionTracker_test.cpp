@@ -72,6 +72,32 @@ TEST(RegionTracker, GoesOnAfterAFrameThatShowsNothing) {
     }
 }
 
+TEST(RegionTracker, HoldsWhereASideCollapses) {
+    constexpr int kSide = 160;
+    constexpr int kBand = 16;  // rows of texture at the top and at the bottom of the rectangle
+    const std::vector<unsigned char> texture = TexturedBytes(kSide, kSide, 0, 0, 5);
+    const auto bands = [&](int inTop, int inBottom) {
+        std::vector<unsigned char> bytes(std::size_t(kSide * kSide), 90);
+        const auto put = [&](int inFrom, int inTo) {
+            std::copy_n(texture.begin() + inFrom * kSide, kBand * kSide,
+                        bytes.begin() + inTo * kSide);
+        };
+        put(0, inTop);
+        put(80, inBottom - kBand);
+        return FrameOf(bytes, kSide, kSide);
+    };
+    const Rect start{.x = 20, .y = 40, .width = 120, .height = 70};
+    RegionTracker tracker(start);
+    tracker.advance(bands(40, 110));
+    const RegionResult squeezed = tracker.advance(bands(58, 92));
+    EXPECT_EQ(squeezed.state, RegionState::held);
+    EXPECT_EQ(squeezed.rect, start);
+    EXPECT_EQ(squeezed.lost_since, 1);
+    EXPECT_EQ(tracker.advance(bands(40, 110)).state, RegionState::held)
+        << "as the last good one";
+    EXPECT_FALSE(tracker.result().lost_since);
+}
+
 TEST(RegionTracker, IsLostWhereThereIsNothingAndRestartsWhereThereIs) {
     const RegionScene still{.mNoise = 0.5};
     const auto blank = [&] {

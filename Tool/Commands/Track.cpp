@@ -194,9 +194,8 @@ void ReportRun(const TrackRun& inRun, long long inFrames, bool inHasTruth) {
     if (!inRun.mTracker->IsReplay())
         std::printf("    tracking      %8.3f ms a frame\n",
                     inRun.mTracker->LibrarySeconds() / double(inFrames) * 1e3);
-    std::printf(
-        "    live points   %8.1f on average; at the end half are %.0f frames old or more\n",
-        summary.mMeanLive, summary.mMedianAge);
+    std::printf("    live points   %8.1f on average; at the end half are of age %.0f or more\n",
+                summary.mMeanLive, summary.mMedianAge);
     if (inHasTruth) {
         std::printf("    error a step  %8.3f px median, %.3f px at the 90th percentile\n",
                     summary.mStepMedian, summary.mStepNinety);

@@ -67,8 +67,9 @@ struct RegionResult {
 ///
 /// A frame that is the one before once more holds the rectangle, where the library alone
 /// would lose it for good. A frame that shows nothing of it (a flash, somebody in front)
-/// does too: the next one is compared with the last that did. After some of them new points
-/// are looked for at the last good place.
+/// does too: the next one is compared with the last that did. So does one in which a side
+/// halves or doubles at once: no video shows that, but points that went astray do. After some
+/// of them new points are looked for at the last good place.
 ///
 /// Threads: one at a time; a second one is told so by a `BusyError`.
 /// Errors: `ArgumentError`; the tracker then stands where it stood.
@@ -166,7 +167,7 @@ private:
 
     void follow(const Image& inImage, RegionResult& ioResult) {
         detail::RegionStep step = mEngine.follow(inImage, ioResult.frame);
-        if (step.is_seen()) {
+        if (step.is_seen() && is_likely(ioResult.rect, step.mRect)) {
             accept(std::move(step), RegionState::tracked, ioResult);
             ioResult.lost_since.reset();
             return;
@@ -186,6 +187,14 @@ private:
             }
         }
         mMisses = misses;
+    }
+
+    // Whether a rectangle may become that of the next frame: each side within a factor of two.
+    static bool is_likely(const Rect& inFrom, const Rect& inTo) {
+        const auto likely = [](double inSide, double inNext) {
+            return inNext >= 0.5 * inSide && inNext <= 2.0 * inSide;
+        };
+        return likely(inFrom.width, inTo.width) && likely(inFrom.height, inTo.height);
     }
 
     void accept(detail::RegionStep inStep, RegionState inState, RegionResult& ioResult) {
