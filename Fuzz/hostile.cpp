@@ -21,6 +21,7 @@
 #include "Fuzz/Frames.h"
 #include "Fuzz/Input.h"
 #include "Fuzz/Verdict.h"
+#include "RegionTracker/HidesName.h"
 #include "Support/Images.h"
 #include "Support/Reports.h"
 
@@ -273,7 +274,8 @@ private:
 
 // ---- The host's own classes ------------------------------------------------------------
 
-class OwnProperty : public TVK::Object<OwnProperty, DescriptorProperty> {
+// It does not answer to the plain name, as no host's class does.
+class OwnProperty : public HidesName<OwnProperty, DescriptorProperty, DescriptorProperty> {
 public:
     ~OwnProperty() override { Host::Called(kInDestructor); }
     bool IsEqual(Ref<IDescriptorProperty> inOther) override {

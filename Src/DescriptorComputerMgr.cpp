@@ -26,24 +26,25 @@ bool IsBefore(const ComputerIndex::Entry& inEntry, ComputerIndex::Number inNumbe
     return inEntry.mNumber < inNumber;
 }
 
-ComputerIndex::Entry FirstBehind(const std::vector<ComputerIndex::Entry>& inEntries,
-                                 ComputerIndex::Number inNumber) {
+template <class Entries>
+ComputerIndex::Entry FirstBehind(const Entries& inEntries, ComputerIndex::Number inNumber) {
     const auto at =
         std::lower_bound(inEntries.begin(), inEntries.end(), inNumber + 1, IsBefore);
-    return at != inEntries.end() ? *at : ComputerIndex::Entry();
+    if (at == inEntries.end()) return {};
+    return *at;
 }
 
 }  // namespace
 
 // ---- The index -----------------------------------------------------------------------
 
-void ComputerIndex::Add(const Ref<IDescriptorComputer>& inComputer) {
-    const auto property = inComputer->GetDescriptorProperty();
-    Entries& some = IsOwnProperty(property) ? mOfSources[property->GetSourceID()] : mOfHosts;
-    const Entry entry{mNewest + 1, inComputer.operator->()};
-    mAll.push_back(entry);
+void ComputerIndex::Add(IDescriptorComputer* inComputer, const quillet::WideString* inSource) {
+    const auto source =
+        inSource != nullptr ? mOfSources.try_emplace(*inSource).first : mOfSources.end();
+    const Entry entry{mNewest + 1, inComputer};
+    mAll.push_back({entry, source});
     try {
-        some.push_back(entry);
+        (inSource != nullptr ? source->second : mOfHosts).push_back(entry);
     } catch (...) {
         mAll.pop_back();
         throw;
@@ -59,13 +60,11 @@ void ComputerIndex::Remove(IDescriptorComputer* inComputer) {
     const auto drop = [number = at->mNumber](Entries& ioEntries) {
         ioEntries.erase(std::lower_bound(ioEntries.begin(), ioEntries.end(), number, IsBefore));
     };
-    const auto property = inComputer->GetDescriptorProperty();
-    if (IsOwnProperty(property)) {
-        const auto source = mOfSources.find(property->GetSourceID());
-        drop(source->second);
-        if (source->second.empty()) mOfSources.erase(source);
-    } else {
+    if (at->mSource == mOfSources.end()) {
         drop(mOfHosts);
+    } else {
+        drop(at->mSource->second);
+        if (at->mSource->second.empty()) mOfSources.erase(at->mSource);
     }
     mAll.erase(at);
 }
@@ -98,10 +97,11 @@ Ref<IDescriptorComputer> DescriptorComputerMgr::GetDescriptorComputer(
     // The incoming property does the comparing: a tracker's looks at more than a plain one.
     // A host's may call back, so the walk holds the computer and its number alone.
     const bool isOwn = IsOwnProperty(inDescriptorProperty);
-    const quillet::WideString source =
+    const quillet::WideString text =
         isOwn ? inDescriptorProperty->GetSourceID() : quillet::WideString();
+    const quillet::WideString* const source = isOwn ? &text : nullptr;
     ComputerIndex::Entry entry;
-    while ((entry = mIndex.Next(isOwn ? &source : nullptr, entry.mNumber)).mNumber != 0) {
+    while ((entry = mIndex.Next(source, entry.mNumber)).mNumber != 0) {
         const Ref<IDescriptorComputer> computer(entry.mComputer);
         if (inDescriptorProperty->IsEqual(computer->GetDescriptorProperty())) return computer;
     }
@@ -111,7 +111,7 @@ Ref<IDescriptorComputer> DescriptorComputerMgr::GetDescriptorComputer(
     Ref<DescriptorComputer>(made)->SetDescriptorProperty(inDescriptorProperty);
     mComputers.push_back(made);
     try {
-        mIndex.Add(made);
+        mIndex.Add(made.operator->(), source);
     } catch (...) {
         mComputers.pop_back();
         throw;

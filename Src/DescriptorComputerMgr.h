@@ -24,6 +24,8 @@ namespace DP {
 ///     of "clip"      2        5           one of the library's with this source comes in:
 ///     of hosts          3           7       2, 3, 5, 7
 ///
+/// Whose property a computer has is told when it is added, and no host's code is called here.
+///
 /// Ownership: none; whoever owns a computer takes it out before it goes.
 /// Threads: one at a time.
 /// Errors: `std::bad_alloc` passes through `Add`, which has then added nothing.
@@ -35,7 +37,8 @@ public:
         IDescriptorComputer* mComputer = nullptr;
     };
 
-    void Add(const Ref<IDescriptorComputer>& inComputer);
+    /// A null source is that of a host's property.
+    void Add(IDescriptorComputer* inComputer, const quillet::WideString* inSource);
     void Remove(IDescriptorComputer* inComputer);
     void Clear();
 
@@ -44,11 +47,15 @@ public:
 
 private:
     using Entries = std::vector<Entry>;
+    using Sources = std::map<quillet::WideString, Entries>;
+    struct Listed : Entry {
+        Sources::iterator mSource;  // the end for a host's
+    };
 
     Number mNewest = 0;
-    Entries mAll;
+    std::vector<Listed> mAll;
     Entries mOfHosts;
-    std::map<quillet::WideString, Entries> mOfSources;
+    Sources mOfSources;
 };
 
 class DescriptorComputerMgr

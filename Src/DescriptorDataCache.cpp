@@ -56,8 +56,9 @@ void DescriptorDataCache::EnterData(const Ref<IDescriptorDataKey>& inKey,
     const ScopeLock lock(mDataMutex);
     if (mDataMap.find(inKey) != mDataMap.end()) return;
     // Destructors of a host's data run in here, and may store: the same key, or as many others
-    // as there is room for.
-    while (static_cast<int>(mDataMap.size()) > mMaxEntries && !mDataMap.empty()) {
+    // as there is room for, which go as well. Those that store another one each time get no
+    // third round: it would never end.
+    for (int round = 0; round < 2 && static_cast<int>(mDataMap.size()) > mMaxEntries; ++round) {
         ClearCache();
         if (mDataMap.find(inKey) != mDataMap.end()) return;
     }

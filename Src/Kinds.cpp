@@ -3,11 +3,8 @@
 
 #include "Kinds.h"
 
-#include <typeinfo>
-
 #include "APT/APTDescriptorComputer.h"
 #include "APT/APTDescriptorData.h"
-#include "APT/APTDescriptorProperty.h"
 #include "APT/APTDescriptorWorkerItem.h"
 #include "ColourPyramid/ColourPyramidDescriptorData.h"
 #include "ColourPyramid/ColourPyramidDescriptorWorkerItem.h"
@@ -20,13 +17,11 @@
 #include "GreyImage/GreyImageDescriptorWorkerItem.h"
 #include "KLTDescriptorComputer.h"
 #include "KLTDescriptorData.h"
-#include "KLTDescriptorProperty.h"
 #include "KLTDescriptorWorkerItem.h"
 #include "Pyramid/ImagePyramidDescriptorData.h"
 #include "Pyramid/ImagePyramidDescriptorWorkerItem.h"
 #include "RegionTracker/RegionTrackerDescriptorComputer.h"
 #include "RegionTracker/RegionTrackerDescriptorData.h"
-#include "RegionTracker/RegionTrackerDescriptorProperty.h"
 #include "RegionTracker/RegionTrackerDescriptorWorkerItem.h"
 
 namespace DP {
@@ -82,12 +77,18 @@ const Kind* FindKind(DescriptorDataType inType) {
     return inType >= 0 && inType < kDescriptorDataTypeCount ? &kKinds[inType] : nullptr;
 }
 
+// Asked by the names of our classes: a host's may have been compiled without what `typeid`
+// reads. The region's does not answer to the plain name. One of a host's that hands questions
+// on to one of ours answers with an object that is not itself.
 bool IsOwnProperty(const Ref<IDescriptorProperty>& inProperty) {
-    const IDescriptorProperty& property = *inProperty.operator->();
-    const std::type_info& type = typeid(property);
-    return type == typeid(DescriptorProperty) || type == typeid(KLTDescriptorProperty) ||
-           type == typeid(APTDescriptorProperty) ||
-           type == typeid(RegionTrackerDescriptorProperty);
+    IDescriptorProperty* const property = inProperty.operator->();
+    const auto answers_to = [&](const TVK::InterfaceID& inClass) {
+        void* found = nullptr;
+        return property->QueryInterfaceNoAddRef(inClass, &found) == TVK::kTVKSuccess &&
+               found == property;
+    };
+    return answers_to(TVK::kIdentifierOf<DescriptorProperty>) ||
+           answers_to(TVK::kIdentifierOf<RegionTrackerDescriptorProperty>);
 }
 
 }  // namespace DP

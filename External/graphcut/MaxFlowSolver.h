@@ -140,9 +140,9 @@ private:
 /// @param ioSegments  grown to one byte per node. On a persistent graph it must live as
 ///        long as the graph: the solver keeps pointing at it.
 /// @param inTimeLimit  in seconds, negative for none. A solve that ran out of time, or was
-///        aborted, leaves valid trees, but no minimum cut; the next call goes on from there,
-///        bit by bit as if it had not been aborted. Trees that are being mended then may hold
-///        orphans until that call, or the next change of a capacity.
+///        aborted, leaves no minimum cut, but trees that the next call goes on with, bit by bit
+///        as if it had not been aborted. They are valid, but for orphans where they were being
+///        mended: these lead to no root until that call, or the next change of a capacity.
 void RunMaxFlow(FlowGraph& inGraph, unsigned int inSource, unsigned int inSink,
                 std::vector<unsigned char>& ioSegments, double inTimeLimit,
                 AbortCallback* inAbort);

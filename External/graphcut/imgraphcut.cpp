@@ -138,7 +138,8 @@ void ImageGraph::BuildRegionGraph(const void* inPlane0, const void* inPlane1,
     mRegionMode = true;
     mRegionCount = 0;
     mRegions.clear();
-    // Room that is not touched costs nothing; moving a table of this size does.
+    // Moving a large table takes longer than a stop may; of room that is not touched the system
+    // fills 16 MiB at most.
     constexpr std::size_t kLeastUsualPixels = 4;
     mRegions.reserve(static_cast<std::size_t>(std::max(inRows, 0)) *
                      static_cast<std::size_t>(std::max(inColumns, 0)) / kLeastUsualPixels);
@@ -146,13 +147,19 @@ void ImageGraph::BuildRegionGraph(const void* inPlane0, const void* inPlane1,
               mNodeImage.get(), inRowStride, mColumns, inPlanes, inBitDepth, inTolerance,
               inRadius, &mRegionCount, &mRegions);
     // Small regions of the whole area are found again in the window below their seeds. Not so
-    // where a seed, as one that is no number, did not belong to its own region: one that has a
-    // seed further down may reach up to it.
+    // where a seed, as one that is no number, did not belong to its own region: it may belong
+    // to none, or to one that has its seed further down and reaches up to it.
     constexpr int kMostRadius = 7;
     const bool isSmall = inRadius >= -kMostRadius && inRadius <= kMostRadius;
-    const bool haveSeeds = std::ranges::all_of(
-        mRegions, [](const SegmentRegion& inRegion) { return inRegion.mPixels != 0; });
-    if (!isSmall || inRows != mRows || inColumns != mColumns || !haveSeeds) mRegions.clear();
+    bool haveSeeds = true;
+    std::int64_t labelled = 0;
+    for (const SegmentRegion& region : mRegions) {
+        haveSeeds = haveSeeds && region.mPixels != 0;
+        labelled += region.mPixels;
+    }
+    const bool isWhole = inRows == mRows && inColumns == mColumns &&
+                         labelled == std::int64_t{inRows} * inColumns;
+    if (!isSmall || !isWhole || !haveSeeds) mRegions.clear();
     mRegionRadius = isSmall ? std::abs(inRadius) : 0;
 
     mFlowGraph->AddNodesWithTerminals(mRegionCount, mSourceNode, mSinkNode);

@@ -118,7 +118,7 @@ bool CheckRowBytes(const FrameBounds& inRGBImageBounds, unsigned int inRowBytes)
     return true;
 }
 
-// A flow that is stopped leaves valid trees, so it must not be left by an exception.
+// A flow that is stopped leaves trees to go on with, so it must not be left by an exception.
 class WatchedFlow final : public AbortCallback {
 public:
     bool ShouldAbort(int) override {

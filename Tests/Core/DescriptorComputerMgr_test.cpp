@@ -7,6 +7,7 @@
 #include "DP/DescriptorFactory.h"
 #include "DescriptorComputer.h"
 #include "DescriptorDataCacheMgr.h"
+#include "RegionTracker/HidesName.h"
 #include "Support/Items.h"
 #include "Support/StartLine.h"
 #include "Support/Test.h"
@@ -91,7 +92,8 @@ TEST_F(ComputerMgr, ComputerWithoutAPropertyHasNoSourceAndThrowsForItsKind) {
 // ---- Many computers ------------------------------------------------------------------
 
 /// Equal to what its number says, and of another source at each step.
-class OddProperty : public TVK::Object<OddProperty, DescriptorProperty> {
+// It does not answer to the plain name, as no host's class does.
+class OddProperty : public HidesName<OddProperty, DescriptorProperty, DescriptorProperty> {
 public:
     bool IsEqual(Ref<IDescriptorProperty> inOther) override {
         return inOther->GetSourceID().size() % 7 == mNumber % 7;

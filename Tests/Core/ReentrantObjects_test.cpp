@@ -5,6 +5,7 @@
 #include "DP/DescriptorFactory.h"
 #include "DescriptorDataCache.h"
 #include "DescriptorObjects.h"
+#include "RegionTracker/HidesName.h"
 #include "Support/Test.h"
 
 namespace {
@@ -42,7 +43,9 @@ private:
     std::function<void()> mCall;
 };
 
-class CallingProperty : public TVK::Object<CallingProperty, DescriptorProperty> {
+// It does not answer to the plain name, as no host's class does.
+class CallingProperty
+    : public HidesName<CallingProperty, DescriptorProperty, DescriptorProperty> {
 public:
     ~CallingProperty() override { mOnDestruction(); }
     bool IsEqual(Ref<IDescriptorProperty> inOther) override {
@@ -212,6 +215,22 @@ TEST_F(ReentrantData, DestructorFillsTheCacheThatMakesRoom) {
     mCache->StoreData(KeyOf(50), CallingData::Create());
     EXPECT_TRUE(hasFilled);
     EXPECT_EQ(mCache->GetTotalDataSize(), 1u) << "never more than one above the limit";
+}
+
+TEST_F(ReentrantData, DestructorsThatAlwaysStoreDoNotHoldTheCache) {
+    bool isOver = false;
+    long long frame = 0;
+    std::function<void()> store = [&] {
+        if (isOver) return;
+        const auto data = CallingData::Create();
+        data->mOnDestruction = store;
+        mCache->StoreData(KeyOf(frame++), data);
+    };
+    for (int i = 0; i < 17; ++i)
+        store();
+    EXPECT_LT(frame, 100);
+    isOver = true;
+    mCache->ClearCache();
 }
 
 TEST_F(ReentrantData, DestructorAsksTheCacheThatIsCleared) {

@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "DescriptorObjects.h"
+#include "RegionTracker/HidesName.h"
 
 namespace Testing {
 
@@ -103,8 +104,10 @@ public:
     Crossing* mCrossing = nullptr;
 };
 
-/// Calls itself equal to every other.
-class WatchedProperty : public TVK::Object<WatchedProperty, DP::DescriptorProperty> {
+/// Calls itself equal to every other. It does not answer to the plain name, as no host's class
+/// does.
+class WatchedProperty
+    : public DP::HidesName<WatchedProperty, DP::DescriptorProperty, DP::DescriptorProperty> {
 public:
     bool IsEqual(DP::Ref<DP::IDescriptorProperty>) override {
         mCrossing->Pass();
