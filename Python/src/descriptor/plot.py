@@ -47,7 +47,7 @@ def _figure(width: float, height: float, panels: int = 1) -> tuple[Figure, list[
     return figure, list(np.atleast_1d(figure.subplots(panels, 1)))
 
 
-def _lined(axes: Any, title: str, x: str, y: str) -> None:
+def _lined(axes: Any, title: str, x: str, y: str, legend: str = "best") -> None:
     from matplotlib.ticker import MaxNLocator
 
     axes.set(title=title, xlabel=x, ylabel=y)
@@ -55,7 +55,7 @@ def _lined(axes: Any, title: str, x: str, y: str) -> None:
     axes.spines[["top", "right"]].set_visible(False)
     axes.grid(alpha=0.25)
     if axes.get_legend_handles_labels()[0]:
-        axes.legend(frameon=False)
+        axes.legend(frameon=False, loc=legend)
 
 
 def rgb(picture: Array | VideoFrame) -> Array:
@@ -140,7 +140,7 @@ def points(run: Sequence[FramePoints]) -> Figure:
                        label="all but the youngest and the oldest tenth")
     below.plot(numbers, ages[:, 1], color=_BLUE, linewidth=2.5, label="median")
     below.set_ylim(bottom=0)
-    _lined(below, "Ages of the live points", "frame", "age in frames")
+    _lined(below, "Ages of the live points", "frame", "age in frames", "upper left")
     for axes in (above, below):
         for cut in (p.frame for p in run if p.is_cut):
             axes.axvline(cut, color=_GREY, linestyle="--", linewidth=1.2)
