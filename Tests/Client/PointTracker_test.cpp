@@ -220,6 +220,7 @@ TEST(PointTracker, RestartsWithFramesOfAnySize) {
         EXPECT_EQ(point.age, 0u);
         EXPECT_GT(point.id, last);
     }
+    EXPECT_TRUE(tracker.points().lost.empty()) << "they ended with the restart";
 }
 
 }  // namespace

@@ -60,6 +60,7 @@ TEST(Settings, ThatCannotBeAreRefusedByName) {
     ExpectArgument(points({.max_points = 0}), "settings.max_points: 0 is not in 1 to 100000");
     ExpectArgument(points({.stationary_limit = std::nanf("")}),
                    "settings.stationary_limit: nan is not in -1 to 1000");
+    ExpectArgument(points({.round_trip = -1}), "settings.round_trip: -1 is not in 0 to 1000");
     ExpectArgument(points({.engine = Engine::klt, .verify = true}),
                    "settings.verify: is for the APT engine");
     ExpectArgument(points({.engine = Engine::klt, .min_distance = 9}),
@@ -93,8 +94,8 @@ TEST(Trackers, StandWhereTheyStoodAfterABadFrame) {
     RegionTracker plainRegion({.x = 60, .y = 60, .width = 60, .height = 50});
     for (int n = 0; n < 4; ++n) {
         if (n > 0) {
-            ExpectArgument([&] { tracker.advance(MovingFrame(n, 100, 90)); },
-                           "frame: 100x90 after frames of 200x160; restart for another size");
+            ExpectArgument([&] { tracker.advance(MovingFrame(n, 200, 90)); },
+                           "frame: 200x90 after frames of 200x160; restart for another size");
             EXPECT_THROW(region.advance(Frame{}, {.width = 5, .height = 5}), ArgumentError);
         }
         tracker.advance(MovingFrame(n));

@@ -264,6 +264,7 @@ TEST(StrokesJson, RefusesWhatIsNoSuchFile) {
             ADD_FAILURE() << text;
         } catch (const ArgumentError& error) {
             EXPECT_EQ(std::string(error.what()).find('\n'), std::string::npos);
+            EXPECT_EQ(error.argument().find(' '), std::string::npos) << "names come first";
         }
     }
 }
@@ -282,6 +283,7 @@ TEST(StrokeMasks, AreDrawnAgainToThePixelAndCutTheSame) {
     for (const Label label : {Label::foreground, Label::background})
         EXPECT_EQ(Bytes(mask_of(again, label, kWidth, kHeight)),
                   Bytes(mask_of(drawn, label, kWidth, kHeight)));
+    EXPECT_EQ(std::ranges::max(Bytes(mask_of(drawn, Label::foreground, kWidth, kHeight))), 255);
     const Frame picture = Picture();
     const auto cut = [&](const Strokes& inStrokes) {
         Selection selection(picture);

@@ -126,4 +126,14 @@ INSTANTIATE_TEST_SUITE_P(EveryKind, OutOfMemory, testing::ValuesIn(Testing::Ever
                              return name;
                          });
 
+TEST(MemoryRecyclers, GiveUnusedBlocksBackWhenTheyGo) {
+    const long before = Testing::LiveMallocBlocks();
+    {
+        TVK::MemoryRecycler recycler;
+        TVK::MemoryBuffer buffer = recycler.AllocateBuffer(100000);
+        recycler.RecycleBuffer(buffer);
+    }
+    EXPECT_EQ(Testing::LiveMallocBlocks(), before);
+}
+
 }  // namespace
