@@ -31,7 +31,7 @@ ComputerIndex::Entry FirstBehind(const Entries& inEntries, ComputerIndex::Number
     const auto at =
         std::lower_bound(inEntries.begin(), inEntries.end(), inNumber + 1, IsBefore);
     if (at == inEntries.end()) return {};
-    return *at;
+    return {at->mNumber, at->mComputer};
 }
 
 }  // namespace
