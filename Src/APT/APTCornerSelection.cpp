@@ -166,8 +166,17 @@ void APTCornerSelection::SelectBest(std::size_t inLimit) {
     }
 }
 
+// A large frame's mask is fresh pages, which take the system long: some rows at a time.
 void APTCornerSelection::MakeMask(const APTFeature* inFirst, const APTFeature* inLast) {
-    mMask.assign(static_cast<std::size_t>(mWidth) * static_cast<std::size_t>(mHeight), 1);
+    constexpr int kRowsAtOnce = 64;
+    const auto width = static_cast<std::size_t>(mWidth);
+    mMask.clear();
+    mMask.reserve(width * static_cast<std::size_t>(mHeight));
+    for (int y = 0; y < mHeight; y += kRowsAtOnce) {
+        IP::Checkpoint(y, mHeight);
+        const int rows = std::min(kRowsAtOnce, mHeight - y);
+        mMask.insert(mMask.end(), width * static_cast<std::size_t>(rows), 1);
+    }
     for (const APTFeature* feature = inFirst; feature != inLast; ++feature)
         if (feature->mStatus >= 0) ClearDisc(feature->mX, feature->mY);
 }

@@ -40,11 +40,20 @@ void APTImagePyramid::Reset(const float* inImage, int inWidth, int inHeight, int
         level.mTileIsMade.assign(
             static_cast<std::size_t>(level.mTileColumns) * static_cast<std::size_t>(tileRows),
             0);
-        level.mOwned.resize(static_cast<std::size_t>(level.mWidth) *
-                            static_cast<std::size_t>(level.mHeight) *
-                            static_cast<std::size_t>(inChannels));
-        level.mPixels = level.mOwned.data();
+        MakeRoom(static_cast<std::size_t>(level.mWidth) *
+                     static_cast<std::size_t>(level.mHeight) *
+                     static_cast<std::size_t>(inChannels),
+                 level);
+        level.mPixels = level.mOwned.get();
     }
+}
+
+void APTImagePyramid::MakeRoom(std::size_t inFloats, Level& ioLevel) {
+    if (inFloats <= ioLevel.mOwnedFloats) return;
+    ioLevel.mOwnedFloats = 0;
+    ioLevel.mOwned.reset();  // the old one goes first
+    ioLevel.mOwned = std::make_unique_for_overwrite<float[]>(inFloats);
+    ioLevel.mOwnedFloats = inFloats;
 }
 
 const float* APTImagePyramid::GetBlock(int inLevel, int inX, int inY, int inLastX,
@@ -88,7 +97,7 @@ void APTImagePyramid::MakeTile(int inLevel, int inTileColumn, int inTileRow) {
     const int innerRight = std::min(right, level.mWidth - 1);
 
     for (int y = top; y < bottom; ++y) {
-        float* const row = level.mOwned.data() + y * GetRowLength(inLevel);
+        float* const row = level.mOwned.get() + y * GetRowLength(inLevel);
         std::fill(row + left * mChannels, row + right * mChannels, 0.0f);
         if (!isReduced || y == 0 || y == level.mHeight - 1 || innerLeft >= innerRight) continue;
         const float* const source =

@@ -17,6 +17,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <vector>
 
 namespace DP {
@@ -27,7 +28,7 @@ namespace DP {
 /// Errors: no memory throws std::bad_alloc.
 class APTImagePyramid {
 public:
-    /// Starts a frame. Allocates only when a size changes.
+    /// Starts a frame. Allocates only when a level grows.
     void Reset(const float* inImage, int inWidth, int inHeight, int inChannels, int inLevels);
 
     int GetLevelCount() const { return static_cast<int>(mLevels.size()); }
@@ -56,10 +57,13 @@ private:
         int mHeight = 0;
         int mTileColumns = 0;
         const float* mPixels = nullptr;
-        std::vector<float> mOwned;  // empty for level 0
+        // As the heap gives them, null for level 0: a tile that nobody asks for costs no page.
+        std::unique_ptr<float[]> mOwned;
+        std::size_t mOwnedFloats = 0;
         std::vector<std::uint8_t> mTileIsMade;
     };
 
+    static void MakeRoom(std::size_t inFloats, Level& ioLevel);
     void MakeTile(int inLevel, int inTileColumn, int inTileRow);
 
     int mChannels = 0;

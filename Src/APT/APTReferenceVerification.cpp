@@ -314,6 +314,7 @@ void APTReferenceVerification::Capture(const APTFeatureList& inFeatures,
         const APTFeature& feature = inFeatures[i];
         // Above 0 is a point that was found in the frame before: its patch is the reference.
         if (feature.mStatus <= 0) continue;
+        IP::Checkpoint(0, 0);
         if (mTemplates[i].IsEmpty()) mTemplates[i].Init(mShape, mLevels);
         mTemplates[i].Capture({feature.mX, feature.mY}, inPrevious);
         mRecords[i] = {feature.mX, feature.mY, {}};
