@@ -1,14 +1,16 @@
 #!/bin/sh
 # Makes the pictures of README and Docs by the tool: from the real clip of Examples/Footage, as
-# JPEG, and a plot by the Python package. Then it prints the times that stand beside them, from one run of `bench`.
+# JPEG, and a plot by the Python package. Then it prints the times that stand beside them, from
+# one run of `bench`.
 #
-#   Tools/make_pictures.sh [BUILD_FOLDER]      default: build
+#   Tools/make_pictures.sh [BUILD_FOLDER]      default: build/release
 #
 # The same build gives the same pictures; each stays below 300 KB. Needs the program ffmpeg.
 
 set -e
 root=$(cd "$(dirname "$0")/.." && pwd)
-host=${1:-$root/build}/Tool/descriptor-host
+build=${1:-$root/build/release}
+host=$build/Tool/descriptor-host
 clip=$root/Examples/Footage/car-park.mp4
 rect=322,124,152,276  # the red car in the first frame
 pictures=$root/Docs/pictures
@@ -30,7 +32,7 @@ take grey grey.png grey.jpg
 
 "$host" track "$clip" -o "$work/track" --no-video --json "$work/track.json"
 take track track.png track.jpg
-PYTHONPATH=${1:-$root/build}/Python/package /usr/bin/python3 -m descriptor.plot \
+PYTHONPATH=$build/Python/package /usr/bin/python3 -m descriptor.plot \
     "$work/track.json" -o "$pictures/points.png"
 
 "$host" track "$clip" -o "$work/compare" --compare --no-video
