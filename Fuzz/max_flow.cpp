@@ -18,11 +18,13 @@ using Fuzz::Require;
 
 constexpr unsigned int kMost = 12;  // nodes, with source 0 and sink 1
 
-// Ends a solve after some augmentations.
+// Ends a solve after some augmentations, or pauses it at some question.
 struct Abort : AbortCallback {
-    explicit Abort(int inLeft) : mLeft(inLeft) {}
+    Abort(int inLeft, bool inPauses) : mLeft(inLeft), mPauses(inPauses) {}
     bool ShouldAbort(int) override { return --mLeft < 0; }
+    bool Pauses() const override { return mPauses; }
     int mLeft;
+    bool mPauses;
 };
 
 class Twin {
@@ -112,7 +114,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* inData, std::size_t in
         for (int changes = input.Between(0, 15); changes > 0 && twin.MayChange(); --changes)
             twin.Change(input);
         const int stops = input.Byte();
-        Abort abort(stops % 8);
+        Abort abort(stops % 8, stops % 16 >= 8);
         twin.Solve(stops >= 0xc0 ? &abort : nullptr);
         if (stops < 0xc0) twin.Check();
         if (input.IsAtEnd()) break;

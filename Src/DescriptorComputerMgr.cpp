@@ -41,12 +41,15 @@ ComputerIndex::Entry FirstBehind(const Entries& inEntries, ComputerIndex::Number
 void ComputerIndex::Add(IDescriptorComputer* inComputer, const quillet::WideString* inSource) {
     const auto source =
         inSource != nullptr ? mOfSources.try_emplace(*inSource).first : mOfSources.end();
+    Entries& ofSource = inSource != nullptr ? source->second : mOfHosts;
+    const std::size_t before = ofSource.size();
     const Entry entry{mNewest + 1, inComputer};
-    mAll.push_back({entry, source});
     try {
-        (inSource != nullptr ? source->second : mOfHosts).push_back(entry);
+        ofSource.push_back(entry);
+        mAll.push_back({entry, source});
     } catch (...) {
-        mAll.pop_back();
+        ofSource.resize(before);
+        if (inSource != nullptr && before == 0) mOfSources.erase(source);
         throw;
     }
     ++mNewest;

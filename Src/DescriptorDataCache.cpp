@@ -55,16 +55,22 @@ void DescriptorDataCache::EnterData(const Ref<IDescriptorDataKey>& inKey,
                                     const Ref<IDescriptorData>& inData) {
     const ScopeLock lock(mDataMutex);
     if (mDataMap.find(inKey) != mDataMap.end()) return;
-    // Destructors of a host's data run in here, and may store: the same key, or as many others
-    // as there is room for, which go as well. Those that store another one each time get no
-    // third round: it would never end.
-    for (int round = 0; round < 2 && static_cast<int>(mDataMap.size()) > mMaxEntries; ++round) {
-        ClearCache();
-        if (mDataMap.find(inKey) != mDataMap.end()) return;
-    }
+    MakeRoom();
+    if (mDataMap.find(inKey) != mDataMap.end()) return;  // stored in there
     mDataMap.emplace(inKey, inData);
     mTotalDataSize += inData->GetDataSize();
     StampNow(*inData.operator->());
+}
+
+// Destructors of a host's data run in here, and may store. What they store goes in the second
+// round, and makes no room of its own; those that store whenever they die get no third one: it
+// would never end.
+void DescriptorDataCache::MakeRoom() {
+    if (mIsMakingRoom) return;
+    mIsMakingRoom = true;
+    for (int round = 0; round < 2 && static_cast<int>(mDataMap.size()) > mMaxEntries; ++round)
+        ClearCache();
+    mIsMakingRoom = false;
 }
 
 void DescriptorDataCache::ForgetKeyMutex(const Ref<IDescriptorDataKey>& inKey) {

@@ -31,6 +31,7 @@ private:
     bool FindData(const Ref<IDescriptorDataKey>& inKey, Ref<IDescriptorData>& outData);
     RecursiveMutexPtr FindOrMakeKeyMutex(const Ref<IDescriptorDataKey>& inKey);
     void EnterData(const Ref<IDescriptorDataKey>& inKey, const Ref<IDescriptorData>& inData);
+    void MakeRoom() DP_REQUIRES(mDataMutex);
     void ForgetKeyMutex(const Ref<IDescriptorDataKey>& inKey);
     void StampNow(IDescriptorData& ioData) DP_REQUIRES(mDataMutex);
 
@@ -50,6 +51,7 @@ private:
         DP_GUARDED_BY(mInFlightMutex);
     quillet::threads::RecursiveMutex mInFlightMutex;
     DescriptorStopwatch mStopwatch DP_GUARDED_BY(mDataMutex);
+    bool mIsMakingRoom DP_GUARDED_BY(mDataMutex) = false;
 };
 
 }  // namespace DP

@@ -22,6 +22,11 @@ public:
     /// True ends the solve. `inReason` is always 1.
     virtual bool ShouldAbort(int inReason) = 0;
 
+    /// Whether a solve is only paused by it: it is asked within growth and adoption too, and
+    /// the next solve goes on as if this one had not ended. Else it is asked behind each path
+    /// alone, and the next solve is a resume like any other.
+    virtual bool Pauses() const { return false; }
+
 protected:
     ~AbortCallback() = default;
 };

@@ -128,8 +128,8 @@ float MaxFlowSolver::Resume(double inTimeLimit, AbortCallback* inAbort) {
     const Deadline deadline(inTimeLimit);
     if (std::exchange(mHasSettledNodes, false))
         std::fill(mMarks.begin(), mMarks.end(), static_cast<unsigned char>(0));
-    if (!mIsAdopting) ++mTime;
-    if (!Adopt(inAbort)) return mFlow;
+    if (!std::exchange(mIsPaused, false)) ++mTime;
+    if (!Adopt(PauseOf(inAbort))) return mFlow;
     return AugmentLoop(deadline, inAbort);
 }
 
@@ -144,14 +144,26 @@ struct MaxFlowSolver::PathsGivenBack {
 
 float MaxFlowSolver::AugmentLoop(const Deadline& inDeadline, AbortCallback* inAbort) {
     const PathsGivenBack whenDone{*this};
-    while (Grow(inAbort)) {
+    AbortCallback* const pause = PauseOf(inAbort);
+    while (Grow(pause)) {
         ++mTime;
         Augment();
-        if (!Adopt(inAbort)) break;
+        if (!Adopt(pause)) break;
         if (inDeadline.HasPassed()) break;
-        if (inAbort && inAbort->ShouldAbort(1)) break;
+        if (pause ? Pause(pause) : inAbort && inAbort->ShouldAbort(1)) break;
     }
     return mFlow;
+}
+
+AbortCallback* MaxFlowSolver::PauseOf(AbortCallback* inAbort) {
+    return inAbort && inAbort->Pauses() ? inAbort : nullptr;
+}
+
+// While a solve is paused time stands still: the ways that were marked are right until a
+// capacity changes, and a later solve's choices hang on how old they are.
+bool MaxFlowSolver::Pause(AbortCallback* inPause) {
+    mIsPaused = inPause && inPause->ShouldAbort(1);
+    return mIsPaused;
 }
 
 // ---- Paths of two arcs ---------------------------------------------------------------
@@ -236,11 +248,11 @@ void MaxFlowSolver::FindSettledNodes() {
 // ---- Growth --------------------------------------------------------------------------
 
 // True with `mMeetingArc` set if the trees touch; the node that they touched at stays at
-// the front of the active list. So does the next node where growth is aborted.
-bool MaxFlowSolver::Grow(AbortCallback* inAbort) {
+// the front of the active list. So does the next node where growth is paused.
+bool MaxFlowSolver::Grow(AbortCallback* inPause) {
     constexpr unsigned int kNodesAtOnce = 1024;
     for (unsigned int grown = 1; !mActive.IsEmpty(); ++grown) {
-        if (grown % kNodesAtOnce == 0 && inAbort && inAbort->ShouldAbort(1)) return false;
+        if (grown % kNodesAtOnce == 0 && Pause(inPause)) return false;
         const unsigned int node = mActive.Front();
         if (!(mMarks[node] & kSettled) && GrowFrom(node)) return true;
         MakePassive(node);
@@ -395,24 +407,21 @@ void MaxFlowSolver::LeavePath(unsigned int inNode) {
 // ---- Adoption ------------------------------------------------------------------------
 
 // The children of an orphan that became free come before the next orphan. False if it was
-// aborted: the next call goes on there, and the time stands still until it is done, since
-// ways that were marked in it are right.
-bool MaxFlowSolver::Adopt(AbortCallback* inAbort) {
+// paused: the next call goes on there.
+bool MaxFlowSolver::Adopt(AbortCallback* inPause) {
     constexpr unsigned int kNodesAtOnce = 64;
     unsigned int nodes = 0;
-    const auto isAborted = [&] {
-        return ++nodes % kNodesAtOnce == 0 && inAbort && inAbort->ShouldAbort(1);
+    const auto isPaused = [&] {
+        return ++nodes % kNodesAtOnce == 0 && Pause(inPause);
     };
-    mIsAdopting = true;
     while (!mChildOrphans.IsEmpty() || !mOrphans.IsEmpty()) {
         ProcessOrphan((mChildOrphans.IsEmpty() ? mOrphans : mChildOrphans).PopFront());
-        if (isAborted()) return false;
+        if (isPaused()) return false;
     }
     while (!mFreed.IsEmpty()) {
         RejoinByTerminalArc(mFreed.PopFront());
-        if (isAborted()) return false;
+        if (isPaused()) return false;
     }
-    mIsAdopting = false;
     return true;
 }
 
@@ -521,10 +530,14 @@ bool MaxFlowSolver::HasTerminalOrigin(unsigned int inNode, unsigned int inRoot,
 
 // ---- Changed capacities --------------------------------------------------------------
 
-// An adoption that was aborted comes to its end first: a node that it has set free may become
-// an orphan here, and can stand in one queue alone.
+// An adoption that was paused comes to its end first: a node that it has set free may become
+// an orphan here, and can stand in one queue alone. Behind that time has to move again.
+void MaxFlowSolver::EndPause() {
+    if (std::exchange(mIsPaused, false)) Adopt(nullptr);
+}
+
 void MaxFlowSolver::TerminalCapacitiesChanged(const TerminalArcs& inArcs) {
-    if (mIsAdopting) Adopt(nullptr);
+    EndPause();
     const unsigned int node = inArcs.mNode;
     float& in = *inArcs.mFromSource.mResidual;
     float& out = *inArcs.mToSink.mResidual;
@@ -551,7 +564,7 @@ void MaxFlowSolver::TerminalCapacitiesChanged(const TerminalArcs& inArcs) {
 }
 
 void MaxFlowSolver::LinkChanged(unsigned int inArc, unsigned int inFrom, unsigned int inTo) {
-    if (mIsAdopting) Adopt(nullptr);
+    EndPause();
     const unsigned char fromTree = (*mSegments)[inFrom], toTree = (*mSegments)[inTo];
     if (mGraph->mArcs[inArc].mResidual > 0) {
         if (fromTree == kSourceTree) MakeActive(inFrom);

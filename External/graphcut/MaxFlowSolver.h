@@ -83,7 +83,10 @@ private:
                          unsigned int inToSinkArc, float& ioIn, float& ioOut);
     void FindSettledNodes();
     float AugmentLoop(const Deadline& inDeadline, AbortCallback* inAbort);
-    bool Grow(AbortCallback* inAbort);
+    static AbortCallback* PauseOf(AbortCallback* inAbort);
+    bool Pause(AbortCallback* inPause);
+    void EndPause();
+    bool Grow(AbortCallback* inPause);
     bool GrowFrom(unsigned int inNode);
     bool MeetsTerminal(unsigned int inNode, unsigned char inTree);
     void MeetOn(unsigned int inArc);
@@ -95,7 +98,7 @@ private:
     void GiveBackStep(const TreePath::Step& inStep, unsigned char inTree);
     void ShortenPath(unsigned char inTree, std::size_t inSize);
     void LeavePath(unsigned int inNode);
-    bool Adopt(AbortCallback* inAbort);
+    bool Adopt(AbortCallback* inPause);
     void ProcessOrphan(unsigned int inNode);
     Node FindParent(unsigned int inNode, unsigned char inTree);
     void UnsettleNeighbors(unsigned int inNode);
@@ -123,7 +126,7 @@ private:
     NodeQueue mOrphans{mNextOrphans};
     NodeQueue mChildOrphans{mNextOrphans};
     NodeQueue mFreed{mNextOrphans};
-    bool mIsAdopting = false;  // also where an adoption was aborted
+    bool mIsPaused = false;
     unsigned int mTime = 1;
     IP::RecycledVector<unsigned char> mMarks;  // of a node: a sum of `Mark`
     bool mHasSettledNodes = false;
@@ -140,9 +143,11 @@ private:
 /// @param ioSegments  grown to one byte per node. On a persistent graph it must live as
 ///        long as the graph: the solver keeps pointing at it.
 /// @param inTimeLimit  in seconds, negative for none. A solve that ran out of time, or was
-///        aborted, leaves no minimum cut, but trees that the next call goes on with, bit by bit
-///        as if it had not been aborted. They are valid, but for orphans where they were being
-///        mended: these lead to no root until that call, or the next change of a capacity.
+///        aborted, leaves no minimum cut, but valid trees that the next call goes on with. One
+///        that was paused (`AbortCallback::Pauses`) is brought to its end by the next call bit
+///        by bit as if it had not been, and so is what follows. Its trees are valid, but for
+///        orphans where they were being mended: these lead to no root until that call, or the
+///        next change of a capacity.
 void RunMaxFlow(FlowGraph& inGraph, unsigned int inSource, unsigned int inSink,
                 std::vector<unsigned char>& ioSegments, double inTimeLimit,
                 AbortCallback* inAbort);

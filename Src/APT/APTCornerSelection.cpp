@@ -172,9 +172,9 @@ void APTCornerSelection::MakeMask(const APTFeature* inFirst, const APTFeature* i
     const auto width = static_cast<std::size_t>(mWidth);
     mMask.clear();
     mMask.reserve(width * static_cast<std::size_t>(mHeight));
-    for (int y = 0; y < mHeight; y += kRowsAtOnce) {
+    for (int rows = 0, y = 0; y < mHeight; y += rows) {
         IP::Checkpoint(y, mHeight);
-        const int rows = std::min(kRowsAtOnce, mHeight - y);
+        rows = std::min(kRowsAtOnce, mHeight - y);
         mMask.insert(mMask.end(), width * static_cast<std::size_t>(rows), 1);
     }
     for (const APTFeature* feature = inFirst; feature != inLast; ++feature)

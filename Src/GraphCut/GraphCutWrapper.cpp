@@ -126,6 +126,7 @@ public:
         if (!mIsStopped && mAsked++ % kPathsAtOnce == 0) mIsStopped = !IP::GoesOn(0, 1);
         return mIsStopped;
     }
+    bool Pauses() const override { return true; }
     bool mIsStopped = false;
 
 private:
@@ -249,17 +250,18 @@ void GraphCutWrapper::BindStrokes(const Image& inForeground, const Image& inBack
     const int rows = inForeground->GetRows();
     const int columns = inForeground->GetColumns();
     mImageGraph->mValid = false;
-    for (; mOwed.mBoundRows < rows; mOwed.mBoundRows += kRowsAtOnce) {
+    while (mOwed.mBoundRows < rows) {
         if (!IP::GoesOn(0, 1)) {
             if (!mOwed.mStrokes) KeepStrokes(inForeground, inBackground);
             mImageGraph->mValid = true;
             throw IP::Interrupted();
         }
+        const int rowsNow = std::min(kRowsAtOnce, rows - mOwed.mBoundRows);
         const std::ptrdiff_t place = std::ptrdiff_t{mOwed.mBoundRows} * columns;
         mImageGraph->SetStrokeEnergies(inForeground->GetData() + place,
                                        inBackground->GetData() + place, kStrokeThreshold8Bit,
-                                       std::min(kRowsAtOnce, rows - mOwed.mBoundRows), columns,
-                                       0, mOwed.mBoundRows, columns, columns);
+                                       rowsNow, columns, 0, mOwed.mBoundRows, columns, columns);
+        mOwed.mBoundRows += rowsNow;
     }
     mOwed = {};
     mOwed.mFlow = true;
@@ -311,11 +313,11 @@ void GraphCutWrapper::BuildImageGraph(const unsigned char* inRGBImage,
     const Image green = NewImage(width, height);
     const Image blue = NewImage(width, height);
     constexpr int kRowsAtOnce = 64;
-    for (int y = 0; y < height; y += kRowsAtOnce) {
+    for (int rows = 0, y = 0; y < height; y += rows) {
         const std::ptrdiff_t place = std::ptrdiff_t{y} * width;
         IP::Checkpoint(0, 1);
-        CAFU::SplitPackedPixels(inRGBImage + std::ptrdiff_t{y} * inRowBytes,
-                                std::min(kRowsAtOnce, height - y), width,
+        rows = std::min(kRowsAtOnce, height - y);
+        CAFU::SplitPackedPixels(inRGBImage + std::ptrdiff_t{y} * inRowBytes, rows, width,
                                 static_cast<int>(inRowBytes), red->GetData() + place,
                                 green->GetData() + place, blue->GetData() + place);
     }

@@ -226,9 +226,9 @@ TEST_F(ReentrantData, DestructorsThatAlwaysStoreDoNotHoldTheCache) {
         data->mOnDestruction = store;
         mCache->StoreData(KeyOf(frame++), data);
     };
-    for (int i = 0; i < 17; ++i)
+    for (int i = 0; i < 40; ++i)
         store();
-    EXPECT_LT(frame, 100);
+    EXPECT_LT(frame, 2000) << "each store drops what there is, twice";
     isOver = true;
     mCache->ClearCache();
 }

@@ -18,7 +18,8 @@ using RecursiveMutexPtr = TVK::ObjectPtr<quillet::threads::RecursiveMutex>;
 ///
 /// Eviction is coarse by design: a store of a new key into a cache that holds more entries
 /// than its limit drops every entry first. A cache therefore holds at most its limit and
-/// one. Docs/Kinds.md has the limit of each kind.
+/// one, and what a host's data store when they are dropped. Docs/Kinds.md has the limit of
+/// each kind.
 ///
 /// A key that is hit, or asked for and not stored, keeps an entry of some 240 bytes among
 /// the keys in work, which neither eviction nor `ClearCache` takes out: a `StoreData` under

@@ -27,7 +27,7 @@ namespace DP {
 ///     the rest of this one and brings its flow to the end: what follows is, bit by bit, what
 ///     it would have been. A call that is stopped in this first part has not begun with its
 ///     own stroke, and its label image is as it was. So ask again for a stroke that was
-///     stopped: where it stayed, a second time changes nothing.
+///     stopped: where it stayed, a second time changes no label.
 ///
 /// Without a callback the item computes as an item without this interface, bit by bit; with
 /// one that never says stop as well. Requests that a host's own objects make in the
