@@ -216,6 +216,25 @@ TEST_F(ComputerMgr, TheIncomingPropertyComparesAndOneThreadAtATime) {
     EXPECT_FALSE(crossing.HaveMet());
 }
 
+// The manager is held: asking for it would put the threads in an order.
+TEST_F(ComputerMgr, WhatOneThreadMakesAnotherRemoves) {
+    const auto mgr = CreateDescriptorComputerMgr();
+    for (const bool all : {false, true}) {
+        LooseSignal made;
+        std::thread other([&] {
+            made.Await();
+            all ? mgr->RemoveAllDescriptorComputers()
+                : mgr->RemoveDescriptorComputers(Wide("a"));
+        });
+        const auto computer = mgr->GetDescriptorComputer(
+            CreateDescriptorProperty(Wide("a"), kDescriptorDataTypeGreyImage));
+        made.Give();
+        other.join();
+        EXPECT_FALSE(Grey("a") == computer);
+        FlushAllDescriptorResources();
+    }
+}
+
 TEST_F(ComputerMgr, ThreadsWithEqualPropertiesGetOneComputer) {
     StartLine start(8);
     std::vector<Ref<IDescriptorComputer>> computers(8);

@@ -10,6 +10,7 @@
 #include "DP/DescriptorFactory.h"
 #include "Pyramid/ImagePyramidDescriptorDataKey.h"
 #include "Support/Items.h"
+#include "Support/StartLine.h"
 #include "Support/Test.h"
 #include "platform/Clock.h"
 #include "quillet/Error.h"
@@ -254,6 +255,20 @@ TEST_F(Cache, OneThreadAtATimeLooksAtTheData) {
         mCache->StoreData(KeyOf(1), CountedData::Make());
     reader.join();
     EXPECT_FALSE(crossing.HaveMet());
+}
+
+TEST_F(Cache, SizesAndTimeStampsAreReadWhileOthersStore) {
+    const auto data = CountedData::Make(7);
+    LooseSignal stored;
+    std::thread reader([&] {
+        stored.Await();
+        EXPECT_EQ(mCache->GetTotalDataSize() % 7, 0u);
+        unsigned int time = 0;
+        data->GetTimeStamp(time);
+    });
+    mCache->StoreData(KeyOf(1), data);
+    stored.Give();
+    reader.join();
 }
 
 TEST_F(Cache, AHigherLimitThanSignedNumbersHaveCountsAsNegative) {

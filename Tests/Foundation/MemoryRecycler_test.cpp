@@ -109,10 +109,12 @@ TEST(MemoryRecycler, HoldsWhatWasInUseAtOnceAndTheOldestGoFirst) {
     giveBack();
 }
 
-// 64 TiB is a size that there is a class for; no system is known to have it.
+// 64 TiB: there is a class for it, and no system is known to have it.
+constexpr std::int64_t kMostBytes = std::int64_t{1} << 46;
+
 TEST(MemoryRecycler, WhatTheSystemDoesNotHaveIsNotCountedAsUsed) {
     MemoryRecycler recycler;
-    MemoryBuffer buffer = recycler.AllocateBuffer(std::int64_t{1} << 46);
+    MemoryBuffer buffer = recycler.AllocateBuffer(kMostBytes);
     recycler.RecycleBuffer(buffer);
     EXPECT_EQ(recycler.GetUsedBytes(), 0u);
     EXPECT_EQ(recycler.GetUnusedBytes(), 0u);
@@ -132,8 +134,10 @@ TEST(MemoryRecycler, TrimFreesWhatIsUnusedAndLeavesTheRest) {
 }
 
 TEST(MemoryRecycler, InstanceIsOneForAllAndOutlivesItsCallers) {
-    const auto first = MemoryRecycler::Instance();
+    TVK::ObjectPtr<MemoryRecycler> first;
+    std::thread other([&] { first = MemoryRecycler::Instance(); });
     const auto second = MemoryRecycler::Instance();
+    other.join();
     EXPECT_EQ(first, second);
 }
 
@@ -154,11 +158,17 @@ TEST(MemoryRecycler, ThreadsNeverShareABlock) {
                 MemoryBuffer buffer = recycler.AllocateBuffer(size);
                 auto* const bytes = static_cast<unsigned char*>(buffer.mBlock);
                 bytes[0] = bytes[size - 1] = static_cast<unsigned char>(t);
+                if (i % 500 == 250) recycler.AllocateBuffer(kMostBytes);  // frees the unused
                 std::this_thread::yield();
                 if (bytes[0] != t || bytes[size - 1] != t) ++foreign;
                 if (i % 500 == 0) recycler.Trim();
                 recycler.RecycleBuffer(buffer);
             }
+        });
+    for (const auto figure : {&MemoryRecycler::GetUsedBytes, &MemoryRecycler::GetMostUsedBytes,
+                              &MemoryRecycler::GetUnusedBytes})
+        threads.emplace_back([&recycler, figure] {
+            EXPECT_LE((recycler.*figure)(), 4 * 65536 + MemoryRecycler::kSpareBytes);
         });
     for (auto& thread : threads)
         thread.join();

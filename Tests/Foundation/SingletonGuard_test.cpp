@@ -28,6 +28,7 @@ std::atomic<int> sBuilt{0};
 std::atomic<int> sDestroyed{0};
 std::atomic<bool> sFailNext{false};
 std::atomic<bool> sWaitForAnother{false};
+std::atomic<bool> sLingerForAnother{false};
 
 std::int32_t CallersWhileUnbuilt();
 
@@ -39,8 +40,22 @@ public:
         while (sWaitForAnother && CallersWhileUnbuilt() < 2)
             std::this_thread::yield();
     }
-    ~Service() override { ++sDestroyed; }
+    ~Service() override {
+        if (sLingerForAnother.exchange(false)) Linger();
+        ++sDestroyed;
+    }
     int mState = 0;
+
+private:
+    // Until another caller is there, and then long enough for one whom no lock holds back.
+    static void Linger() {
+        const int built = sBuilt;
+        while (CallersWhileUnbuilt() == 0 && sBuilt == built)
+            std::this_thread::yield();
+        for (int i = 0; i < 200; ++i)
+            std::this_thread::yield();
+        EXPECT_EQ(sBuilt, built) << "while it is torn down";
+    }
 };
 
 constexpr int kUnbuilt = TVK::SingletonGuard<Service>::kSingletonUnbuilt;
@@ -97,6 +112,21 @@ TEST(SingletonGuard, WhoComesInWhileAnotherBuildsTakesWhatThatOneBuilt) {
     sWaitForAnother = false;
     EXPECT_EQ(sBuilt - built, 1);
     EXPECT_EQ(gSingleton<Service>.GetWord(), 2);
+}
+
+// It is half torn down when the second caller announces itself.
+TEST(SingletonGuard, WhoComesInWhileItIsTornDownBuildsBehindThat) {
+    auto service = gSingleton<Service>.Instance();
+    sLingerForAnother = true;
+    std::thread another([] {
+        while (gSingleton<Service>.GetWord() >= 0)
+            std::this_thread::yield();
+        gSingleton<Service>.Instance()->mState = 1;
+    });
+    service = nullptr;
+    another.join();
+    EXPECT_EQ(sBuilt, sDestroyed);
+    EXPECT_EQ(gSingleton<Service>.GetWord(), kUnbuilt);
 }
 
 TEST(SingletonGuard, EightThreadsBuildAsOftenAsTheyDestroy) {

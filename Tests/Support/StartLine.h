@@ -2,8 +2,10 @@
 
 #pragma once
 
+#include <atomic>
 #include <condition_variable>
 #include <mutex>
+#include <thread>
 
 namespace Testing {
 
@@ -22,6 +24,20 @@ private:
     std::mutex mMutex;
     std::condition_variable mAllHere;
     int mMissing;
+};
+
+/// Says when, and orders nothing by it: what touches the same memory before and behind it needs
+/// a lock, and the thread sanitizer sees each time where there is none.
+class LooseSignal {
+public:
+    void Give() { mIsGiven.store(true, std::memory_order_relaxed); }
+    void Await() const {
+        while (!mIsGiven.load(std::memory_order_relaxed))
+            std::this_thread::yield();
+    }
+
+private:
+    std::atomic<bool> mIsGiven{false};
 };
 
 }  // namespace Testing
