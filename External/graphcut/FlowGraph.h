@@ -78,7 +78,7 @@ public:
     virtual float GetFlow() const = 0;
 
     virtual void TerminalCapacitiesChanged(const TerminalArcs& inArcs) = 0;
-    /// The arc from `inFrom` to `inTo`.
+    /// The arc from `inFrom` to `inTo`. Comes behind the call for the terminals of each.
     virtual void LinkChanged(unsigned int inArc, unsigned int inFrom, unsigned int inTo) = 0;
 };
 

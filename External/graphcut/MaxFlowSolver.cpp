@@ -564,7 +564,6 @@ void MaxFlowSolver::TerminalCapacitiesChanged(const TerminalArcs& inArcs) {
 }
 
 void MaxFlowSolver::LinkChanged(unsigned int inArc, unsigned int inFrom, unsigned int inTo) {
-    EndPause();
     const unsigned char fromTree = (*mSegments)[inFrom], toTree = (*mSegments)[inTo];
     if (mGraph->mArcs[inArc].mResidual > 0) {
         if (fromTree == kSourceTree) MakeActive(inFrom);
