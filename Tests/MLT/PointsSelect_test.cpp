@@ -43,6 +43,10 @@ TEST(Points, ResultsAreWhatTheClientLayerFollows) {
         EXPECT_NEAR(tracks[i]["places"].back()[1].get<double>(), way.back().y, 0.0051) << i;
     }
     EXPECT_EQ(longest, 20u) << "some point lives through the clip";
+
+    clip.Set("results", "");
+    clip.Render(0);
+    EXPECT_EQ(clip.Get("results"), "") << "begun anew";
 }
 
 TEST(Points, ASecondPassDrawsTheDotsAndNothingFarFromThem) {

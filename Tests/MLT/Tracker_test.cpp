@@ -111,6 +111,9 @@ TEST(Tracker, AnAnalysisThatIsStoppedSaysSoAndASecondOneEnds) {
     seen.Set("results", clip.Get("results"));
     seen.Render(1);
     EXPECT_THAT(seen.Get("state"), IsEmpty()) << "analysed elsewhere";
+    seen.Set("results", "");
+    seen.Render(0);
+    EXPECT_EQ(seen.Get("state"), "unfinished") << "begun anew";
 }
 
 TEST(Tracker, MltsOwnIsStoodInForWhereItsModuleIsMissing) {
