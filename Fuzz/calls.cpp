@@ -61,7 +61,7 @@ public:
         static constexpr Operation kOperations[] = {
             &Host::MakeProperty, &Host::MakeKey,      &Host::MakeItem,   &Host::MakeData,
             &Host::MakeImages,   &Host::MakeComputer, &Host::SetInputs,  &Host::SetInputs,
-            &Host::Compute,      &Host::Compute,      &Host::UseCaches,  &Host::UseComputers,
+            &Host::Compute,      &Host::AskForGrey,   &Host::UseCaches,  &Host::UseComputers,
             &Host::Track,        &Host::LookAtKey,    &Host::LookAtData, &Host::Flush};
         const Operation operation = mInput.OneOf(kOperations);
         Fuzz::ComesThrough([&] { (this->*operation)(); });
@@ -173,14 +173,16 @@ private:
 
     // ---- Requests ----------------------------------------------------------------------
 
+    // Returns whether the frame is of use.
     template <class Item>
-    void SetFrame(const Ref<Item>& inItem) {
-        if (inItem == NULL) return;
+    bool SetFrame(const Ref<Item>& inItem) {
+        if (inItem == NULL) return false;
         const bool isNull = mInput.Byte() >= 0xf8;
         const int rowBytes = mInput.Between(-4, 4 * mSize.mCols);
         const int rows = mInput.Between(-1, mSize.mRows);
         const int cols = mInput.Between(-1, mSize.mCols);
         inItem->SetInputImage(isNull ? nullptr : mFrame.data(), rows, cols, rowBytes);
+        return !isNull && rows > 0 && cols > 0 && rowBytes >= 4 * cols;
     }
 
     // What an item may be given: the pixels, and what three bytes of the input choose.
@@ -247,6 +249,21 @@ private:
         const Ref<IDescriptorComputer>& computer = In(mComputers);
         const Ref<IDescriptorWorkerItem>& item = In(mItems);
         In(mData) = computer->GetDescriptorData(item, mInput.Flag());
+    }
+
+    // All of a request fits but for the frame: by chance five hands seldom do. No other request
+    // has its name, and so it is computed.
+    void AskForGrey() {
+        const bool isFloat = mInput.Flag();
+        const auto kind =
+            isFloat ? kDescriptorDataTypeFloatGreyImage : kDescriptorDataTypeGreyImage;
+        const auto item = CreateDescriptorWorkerItem(kind);
+        item->SetDataKey(CreateDescriptorDataKey(u"grey", 0, mSize.mRows, mSize.mCols));
+        const bool isOfUse = isFloat ? SetFrame(Ref<IFloatGreyImageDescriptorWorkerItem>(item))
+                                     : SetFrame(Ref<IGreyImageDescriptorWorkerItem>(item));
+        const auto data = CreateDescriptorComputer(CreateDescriptorProperty({}, kind))
+                              ->GetDescriptorData(item, false);
+        Fuzz::Require(data == NULL || isOfUse, "a null result for a frame of no use");
     }
 
     void UseCaches() {
