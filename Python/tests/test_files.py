@@ -1,5 +1,6 @@
 """Tables and editors' files: written, read again, and the same as the tool's."""
 
+import json
 import os
 import re
 import subprocess
@@ -74,6 +75,91 @@ def test_tables_of_a_region_are_read_back(ending, tmp_path):
         assert found.state == expected.state and found.frame == expected.frame
     with pytest.raises(files.FormatError, match=path.name):
         files.read_points(path)
+
+
+def test_rows_stay_when_the_frames_fail_and_json_has_frames_without_points(tmp_path):
+    flat = [np.full((180, 240), grey, np.uint8) for grey in (10, 20)]
+    run = list(descriptor.PointTracker().run([*moving(2), *flat, *moving(1)]))
+    assert not len(run[3]) and not len(run[3].lost)
+    files.write_points(tmp_path / "track.json", run)
+    assert [p.frame for p in files.read_points(tmp_path / "track.json")] == list(range(5))
+
+    def failing(results):
+        yield from results
+        raise OSError("the camera is gone")
+
+    rect = descriptor.RegionTracker((100, 80, 60, 50)).run(moving(2))
+    for kind, results in (("points", run[:2]), ("region", rect)):
+        with pytest.raises(OSError, match="camera"):
+            getattr(files, f"write_{kind}")(tmp_path / "a.csv", failing(results))
+        read = getattr(files, f"read_{kind}")(tmp_path / "a.csv")
+        assert [result.frame for result in read] == [0, 1]
+
+
+POINT = {"slot": 0, "x": 1, "y": 1, "status": 1, "correlation": 1, "age": 0, "dx": 0, "dy": 0}
+# As the tool's, with both trackers, and settings and a name to stumble over.
+TRACK = {
+    "command": "track", "source": "$\\frac$.mp4", "cuts": [],
+    "trackers": [{"tracker": "apt", "settings": {"step": 1}},
+                 {"tracker": "klt", "settings": {"step": 2}}],
+    "frames": [{"frame": 0, "time": 0, "trackers": [
+        {"tracker": name, "state": "tracked", "milliseconds": 1.5, "points": [POINT]}
+        for name in ("apt", "klt")]}],
+}
+
+
+@pytest.mark.parametrize(
+    "name, content, error",
+    [
+        ("track.json", b"\x89PNG" + bytes(100000), "UnicodeDecodeError"),
+        ("track.csv", b"\x89PNG" + bytes(100000), "UnicodeDecodeError"),
+        ("track.json", json.dumps(TRACK)[:-9], "is no table: JSONDecodeError"),
+        ("track.json", "[" * 100000, "RecursionError"),
+        ("track.json", "[]", "has no frames"),
+        ("track.csv", "frame,time,state,slot,status\n0,0,tracked,0," + "x" * 1000, "of points"),
+        ("track.json", {"frames": TRACK["frames"], "trackers": []}, "has no tracker$"),
+        ("track.json", {**TRACK, "cuts": [{"frame": 1}]}, "of points: KeyError: 'tracker'"),
+        ("track.json", {**TRACK, "source": 5}, None),
+        ("select.json", {"command": "select", "cuts": []}, "no table of points, but of 'select'"),
+    ],
+    ids=["picture", "picture as CSV", "cut", "deep", "list", "long value", "no tracker", "cuts",
+         "source", "selection"],
+)
+def test_other_files_are_refused_in_one_short_line(name, content, error, tmp_path, capsys):
+    path = tmp_path / name
+    content = json.dumps(content) if isinstance(content, dict) else content
+    path.write_bytes(content if isinstance(content, bytes) else content.encode())
+    with pytest.raises(files.FormatError, match=error) as caught:
+        files.read_points(path) if error else files.describe(path)
+    assert len(str(caught.value)) < len(str(path)) + 160
+    pytest.importorskip("matplotlib")
+    from descriptor import plot
+
+    assert plot.main([str(path), "-o", str(tmp_path / "out.png")]) == 1
+    line = capsys.readouterr().err
+    assert line.count("\n") == line.count(str(path)) == 1
+
+
+@pytest.mark.parametrize(
+    "document, arguments, shown, hidden",
+    [
+        (TRACK, "--kind time", ["apt", "klt", "$\\frac$.mp4, apt, klt"], []),
+        (TRACK, "--kind time --tracker klt", ["klt", "$\\frac$.mp4, klt, step 2"], ["apt"]),
+        (TRACK, "", ["live", "$\\frac$.mp4, apt, step 1"], []),
+        ({"command": "grey", "frames": [{"frame": 0, "grey_milliseconds": 1.0}]}, "",
+         ["Time in the library", "grey"], []),
+    ],
+)
+def test_a_plot_shows_what_is_asked_for_and_says_so(document, arguments, shown, hidden, tmp_path):
+    pytest.importorskip("matplotlib")
+    from descriptor import plot
+
+    table, output = tmp_path / "table.json", tmp_path / "out.svg"
+    table.write_text(json.dumps(document))
+    assert plot.main([str(table), *arguments.split(), "-o", str(output)]) == 0
+    texts = re.findall("<!-- (.*) -->", output.read_text())
+    assert set(shown) <= set(texts) and not set(hidden) & set(texts)
+    assert plot.main([str(table), "--tracker", "sift", "-o", str(output)]) == 1
 
 
 def test_the_longest_paths_come_first():

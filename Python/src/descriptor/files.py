@@ -14,9 +14,10 @@ import json
 import math
 import os
 import re
+from contextlib import contextmanager
 from dataclasses import dataclass, field
 from pathlib import Path
-from typing import Any, Callable, Iterable, NamedTuple, Sequence
+from typing import Any, Callable, Iterable, Iterator, NamedTuple, Sequence, Union
 
 import numpy as np
 
@@ -32,6 +33,22 @@ class FormatError(Error, ValueError):
 
 
 FormatError.__module__ = "descriptor.files"
+
+
+@contextmanager
+def _reading(path: Any, what: str = "table") -> Iterator[None]:
+    """What goes wrong with the contents of a file becomes a FormatError, in a short line."""
+    try:
+        yield
+    except FormatError:
+        raise
+    except (ValueError, LookupError, TypeError, AttributeError, OverflowError, RecursionError,
+            csv.Error) as error:
+        text = f"{type(error).__name__}: {error}"
+        if len(text) > 120:  # some repeat all that they could not read
+            text = text[:120] + "..."
+        raise FormatError(f"{path}: is no {what}: {text}") from None
+
 
 # The codes in the tables, by engine: what a lost point's status is called there.
 _LOST_CODES = {
@@ -78,6 +95,10 @@ def _point_row(point: Any, frame: FramePoints, engine: Engine) -> list[Any]:
     ]
 
 
+def _is_json(path: Any) -> bool:
+    return Path(path).suffix.lower() == ".json"
+
+
 def _write_csv(path: Any, columns: Sequence[str], rows: Iterable[Sequence[Any]]) -> None:
     with open(path, "w", encoding="utf-8", newline="\n") as file:
         file.write(",".join(columns) + "\n")
@@ -88,7 +109,10 @@ def _write_csv(path: Any, columns: Sequence[str], rows: Iterable[Sequence[Any]])
 def write_points(
     path: str | os.PathLike[str], frames: Iterable[FramePoints], engine: Engine = Engine.APT
 ) -> None:
-    """A row for each point that lives in a frame or was lost in it, in the order of slots."""
+    """A row for each point that lives in a frame or was lost in it, in the order of slots.
+
+    A CSV is written frame by frame, and has those that came before one that raises.
+    """
     columns = _HEAD + _MARKS[engine] + _TAIL
 
     def rows(frame: FramePoints) -> list[list[Any]]:
@@ -98,10 +122,10 @@ def write_points(
             for point in points[np.argsort(points["slot"], kind="stable")]
         ]
 
-    frames = list(frames)
-    if Path(path).suffix.lower() != ".json":
+    if not _is_json(path):
         _write_csv(path, columns, (row for frame in frames for row in rows(frame)))
         return
+    frames = list(frames)
     name = engine.text
     document = {
         "command": "track",
@@ -126,84 +150,114 @@ def write_points(
 
 def write_region(path: str | os.PathLike[str], results: Iterable[RegionResult]) -> None:
     """A row for each frame."""
-    rows = [
+    rows = (
         [r.frame, r.time, r.state.text, _shortest(r.rect.x), _shortest(r.rect.y),
          _shortest(r.rect.x + r.rect.width), _shortest(r.rect.y + r.rect.height), len(r.points)]
         for r in results
-    ]
-    if Path(path).suffix.lower() != ".json":
+    )
+    if not _is_json(path):
         _write_csv(path, _REGION, rows)
         return
     document = {"command": "region", "frames": [dict(zip(_REGION, row)) for row in rows]}
     Path(path).write_text(json.dumps(document) + "\n", encoding="utf-8")
 
 
-def _flat_rows(path: Any, tracker: str | None) -> list[dict[str, Any]]:
-    """The rows of a table, whichever form it has."""
-    try:
-        if Path(path).suffix.lower() != ".json":
+class Table(NamedTuple):
+    """A table that `open_table` has opened, for several readings."""
+
+    path: str
+    head: dict[str, Any]  #: what a JSON says beside its frames; nothing of a CSV
+    rows: list[dict[str, Any]]  #: of a CSV; the frames of a JSON
+
+    @property
+    def command(self) -> str:
+        """The command of `descriptor-host` that such a table is of: what a JSON says, else by
+        the columns, and "" where there are none."""
+        first = self.rows[0] if self.rows else {}
+        by_columns = ("track" if "slot" in first or "trackers" in first else
+                      "region" if "left" in first else "")
+        return str(self.head.get("command", by_columns))
+
+
+AnyTable = Union[str, "os.PathLike[str]", Table]
+
+
+def open_table(path: AnyTable) -> Table:
+    """A table as it stands in its file, which is read once."""
+    if isinstance(path, Table):
+        return path
+    with _reading(path):
+        if not _is_json(path):
             with open(path, encoding="utf-8", newline="") as file:
-                return list(csv.DictReader(file))
-        frames = json.loads(Path(path).read_text(encoding="utf-8"))["frames"]
-        rows = []
-        for frame in frames:
-            if "trackers" not in frame:
-                rows.append(frame)
-                continue
-            head = {"frame": frame["frame"], "time": frame["time"]}
-            for run in frame["trackers"]:
-                if tracker in (None, run["tracker"]):
-                    head["state"] = run["state"]
-                    rows += [{**head, **point} for point in run["points"]]
-                    break
-        return rows
-    except (ValueError, KeyError, TypeError, AttributeError) as error:
-        raise FormatError(f"{path}: is no table: {error!r}") from None
+                return Table(str(path), {}, list(csv.DictReader(file)))
+        head = json.loads(Path(path).read_text(encoding="utf-8"))
+        rows = None
+        if isinstance(head, dict):
+            rows = head.pop("frames", [] if "command" in head else None)
+        if not isinstance(rows, list) or not all(isinstance(row, dict) for row in rows):
+            raise FormatError(f"{path}: is no table: has no frames")
+        return Table(str(path), head, rows)
 
 
-def _document(path: Any) -> dict[str, Any]:
-    """What a JSON says beside its frames; nothing of a CSV."""
-    if Path(path).suffix.lower() != ".json":
-        return {}
-    try:
-        document = json.loads(Path(path).read_text(encoding="utf-8"))
-        return {name: value for name, value in document.items() if name != "frames"}
-    except (ValueError, AttributeError) as error:
-        raise FormatError(f"{path}: is no table: {error!r}") from None
+def _expect(table: Table, command: str, what: str) -> None:
+    if table.command != command and (table.command or table.rows):
+        of = f", but of {table.command!r}" if table.command else ""
+        raise FormatError(f"{table.path}: is no table of {what}{of}")
 
 
-def describe(path: str | os.PathLike[str], tracker: str | None = None) -> str:
+def _is_meant(run: dict[str, Any], tracker: str | None) -> bool:
+    return tracker in (None, run.get("tracker", tracker))
+
+
+def _trackers(table: Table, tracker: str | None) -> list[dict[str, Any]]:
+    """What a JSON says of its trackers, or of the one that is meant: at least one."""
+    runs = [run for run in table.head.get("trackers", [{}]) if _is_meant(run, tracker)]
+    if not runs:
+        raise FormatError(f"{table.path}: has no tracker {tracker or ''}".rstrip())
+    return runs
+
+
+def describe(path: AnyTable, tracker: str | None = None, every: bool = False) -> str:
     """What a table is of, in a line: the clip, the tracker and what it was asked for. A CSV says
-    nothing of them, and is called by its own name."""
-    head = _document(path)
-    runs = [run for run in head.get("trackers", [{}]) if tracker in (None, run.get("tracker"))]
-    run = runs[0] if runs else {}
-    words = [Path(head.get("source", path)).name, run.get("tracker", head.get("command"))]
-    for name, value in {**head.get("settings", {}), **run.get("settings", {})}.items():
-        if isinstance(value, dict):
-            value = ",".join(f"{part:g}" for part in value.values())
-        words.append(f"{name} {str(value).lower() if isinstance(value, bool) else value}")
-    return ", ".join(word for word in words if word)
+    nothing of them, and is called by its own name.
+
+    tracker  of a JSON with two, the name of the one that is meant; else the first
+    every    all trackers are meant: of two, the names without what each was asked for
+    """
+    table = open_table(path)
+    with _reading(table.path):
+        runs = _trackers(table, tracker)[: None if every else 1]
+        words = [Path(table.head.get("source", table.path)).name]
+        words += [run.get("tracker", table.head.get("command")) for run in runs]
+        own = runs[0].get("settings", {}) if len(runs) == 1 else {}
+        for name, value in {**table.head.get("settings", {}), **own}.items():
+            if isinstance(value, dict):
+                value = ",".join(f"{part:g}" for part in value.values())
+            words.append(f"{name} {str(value).lower() if isinstance(value, bool) else value}")
+        return ", ".join(word for word in words if word)
 
 
-def read_milliseconds(path: str | os.PathLike[str]) -> dict[str, list[tuple[int, float]]]:
+def read_milliseconds(
+    path: AnyTable, tracker: str | None = None
+) -> dict[str, list[tuple[int, float]]]:
     """The time that the library took, as (frame, milliseconds), of every run that a JSON of
-    `descriptor-host` or a `region.csv` has. Points have it in JSON alone."""
+    `descriptor-host` or a `region.csv` has. Points have it in JSON alone.
+
+    tracker  of a JSON with two, the name of the only one that is meant
+    """
+    table = open_table(path)
     times: dict[str, list[tuple[int, float]]] = {}
-    try:
-        rows = (json.loads(Path(path).read_text(encoding="utf-8"))["frames"]
-                if Path(path).suffix.lower() == ".json" else _flat_rows(path, None))
-        for row in rows:
+    with _reading(table.path):
+        _trackers(table, tracker)
+        for row in table.rows:
             for run in row.get("trackers", [row]):
-                for name, value in run.items():
+                for name, value in run.items() if _is_meant(run, tracker) else ():
                     if name.endswith("milliseconds") and value not in (None, ""):
                         kind = name.removesuffix("milliseconds").strip("_").replace("_", " ")
                         label = run.get("tracker", kind or "region")
                         times.setdefault(label, []).append((int(row["frame"]), float(value)))
-    except (ValueError, KeyError, TypeError, AttributeError) as error:
-        raise FormatError(f"{path}: is no table: {error!r}") from None
     if not times:
-        raise FormatError(f"{path}: says no milliseconds")
+        raise FormatError(f"{table.path}: says no milliseconds")
     return times
 
 
@@ -211,7 +265,29 @@ def _number(value: Any) -> float | None:
     return None if value in (None, "") else float(value)
 
 
-def read_points(path: str | os.PathLike[str], tracker: str | None = None) -> list[FramePoints]:
+def _frames_of_points(
+    table: Table, tracker: str | None
+) -> Iterator[tuple[dict[str, Any], list[dict[str, Any]]]]:
+    """What is said of a frame, and rows of it: in a JSON all, which may be none."""
+    for row in table.rows:
+        if not _is_json(table.path):
+            yield row, [row]
+            continue
+        for run in row["trackers"]:
+            if _is_meant(run, tracker):
+                yield {**row, **run}, run["points"]
+                break
+
+
+def _point_of(row: dict[str, Any], name: int, code: int, engine: Engine) -> tuple[Any, ...]:
+    status = (PointStatus.FOUND if code > 0 else PointStatus.TRACKED if code == 0
+              else _LOST_CODES[engine].get(code, PointStatus.LOST))
+    score = float(row["correlation"]) if engine == Engine.APT else 0.0
+    return (name, int(row["slot"]), int(status), float(row["x"]), float(row["y"]),
+            float(row["dx"]), float(row["dy"]), int(row["age"]), score, math.nan, True)
+
+
+def read_points(path: AnyTable, tracker: str | None = None) -> list[FramePoints]:
     """The frames of a `track.csv` or of the JSON of a track; frames without points are not in
     CSV.
 
@@ -220,65 +296,55 @@ def read_points(path: str | os.PathLike[str], tracker: str | None = None) -> lis
     A table has no correlation of KLT and no way back, and a CSV no marks of cuts: those have the
     values of a tracker that was not asked. An id is counted where a table has none.
     """
-    rows = _flat_rows(path, tracker)
-    head = _document(path)
-    meant = tracker or head.get("trackers", [{}])[0].get("tracker")
-    cuts = {cut["frame"] for cut in head.get("cuts", []) if cut["tracker"] == meant}
-    if rows and not {"slot", "x", "y", "age"} <= rows[0].keys():
-        raise FormatError(f"{path}: has no columns slot, x, y and age")
-    engine = Engine.KLT if rows and "value" in rows[0] else Engine.APT
-    codes, mark = _LOST_CODES[engine], _MARKS[engine][0]
+    table = open_table(path)
     owners: dict[int, int] = {}
     names = 0
-    frames: list[FramePoints] = []
     lists: dict[int, tuple[list[Any], list[Any]]] = {}
     heads: dict[int, tuple[float | None, bool]] = {}
-    try:
-        for row in rows:
-            number, slot, code = int(row["frame"]), int(row["slot"]), int(row[mark])
-            heads[number] = (_number(row["time"]), row["state"] == "held")
+    with _reading(table.path, "table of points"):
+        _expect(table, "track", "points")
+        meant = _trackers(table, tracker)[0].get("tracker", tracker)
+        cuts = {cut["frame"] for cut in table.head.get("cuts", []) if cut["tracker"] == meant}
+        for head, rows in _frames_of_points(table, meant):
+            number = int(head["frame"])
+            heads[number] = (_number(head["time"]), head["state"] == "held")
             live, lost = lists.setdefault(number, ([], []))
-            if code < 0 and slot not in owners:
-                continue  # older tables have a row for each free slot as well
-            if code > 0 and int(row["age"]) == 0:
-                owners[slot] = names
-                names += 1
-            name = owners.setdefault(slot, names)
-            names = max(names, name + 1)
-            if engine == Engine.KLT:
-                name = int(row["id"])
-            status = (PointStatus.FOUND if code > 0 else PointStatus.TRACKED if code == 0
-                      else codes.get(code, PointStatus.LOST))
-            score = float(row["correlation"]) if engine == Engine.APT else 0.0
-            point = (name, slot, int(status), float(row["x"]), float(row["y"]),
-                     float(row["dx"]), float(row["dy"]), int(row["age"]), score, math.nan, True)
-            (lost if code < 0 else live).append(point)
-            if code < 0:
-                del owners[slot]
-    except (ValueError, KeyError, TypeError) as error:
-        raise FormatError(f"{path}: is no table of points: {error!r}") from None
-    for number, (live, lost) in lists.items():
-        frames.append(FramePoints(
-            np.array(live, POINT_DTYPE), np.array(lost, POINT_DTYPE), number, *heads[number],
-            number in cuts,
-        ))
-    return frames
+            for row in rows:
+                engine = Engine.KLT if "value" in row else Engine.APT
+                slot, code = int(row["slot"]), int(row[_MARKS[engine][0]])
+                if code < 0 and slot not in owners:
+                    continue  # older tables have a row for each free slot as well
+                if code > 0 and int(row["age"]) == 0:
+                    owners[slot] = names
+                    names += 1
+                name = owners.setdefault(slot, names)
+                names = max(names, name + 1)
+                if engine == Engine.KLT:
+                    name = int(row["id"])
+                (lost if code < 0 else live).append(_point_of(row, name, code, engine))
+                if code < 0:
+                    del owners[slot]
+        return [
+            FramePoints(np.array(live, POINT_DTYPE), np.array(lost, POINT_DTYPE), number,
+                        *heads[number], number in cuts)
+            for number, (live, lost) in lists.items()
+        ]
 
 
-def read_region(path: str | os.PathLike[str]) -> list[RegionResult]:
+def read_region(path: AnyTable) -> list[RegionResult]:
     """The results of a `region.csv` or of the JSON of a region, without their points."""
+    table = open_table(path)
     states = {state.text: state for state in RegionState}
     results = []
-    try:
-        for row in _flat_rows(path, None):
+    with _reading(table.path, "table of a region"):
+        _expect(table, "region", "a region")
+        for row in table.rows:
             left, top = float(row["left"]), float(row["top"])
             rect = Rect(left, top, float(row["right"]) - left, float(row["bottom"]) - top)
             results.append(RegionResult(
                 rect, states[row["state"]], None, np.empty(0, POINT_DTYPE), int(row["frame"]),
                 _number(row["time"]),
             ))
-    except (ValueError, KeyError, TypeError) as error:
-        raise FormatError(f"{path}: is no table of a region: {error!r}") from None
     return results
 
 
@@ -431,24 +497,11 @@ def write_editor(motion: Motion, form: str, path: str | os.PathLike[str]) -> Non
         file.write(_WRITERS[form][1](motion))
 
 
-def read_editor(
-    path: str | os.PathLike[str],
-    form: str,
-    width: int,
-    height: int,
-    frame_rate: float,
-    size: tuple[float, float] = (0.0, 0.0),
-) -> Motion:
-    """The motion of an editor's file, for a picture of a size.
-
-    size  of the rectangle in the first frame, which "ae" and "nuke" do not say
-
-    Coordinates have the digits of the file.
-    """
-    editor_file_name("", form)
-    text = Path(path).read_text(encoding="utf-8")
+def _keys_of(
+    text: str, form: str, width: int, height: int, frame_rate: float, size: tuple[float, float]
+) -> list[Key]:
     number = r"(-?[\d.]+(?:e[-+]?\d+)?)"
-    keys = []
+    keys: list[Key] = []
 
     def add(frame: str, x: float, y: float, w: float, h: float) -> None:
         n = int(frame)
@@ -479,6 +532,27 @@ def read_editor(
             c = json.loads(body)
             time = int(hours) * 3600 + int(minutes) * 60 + int(seconds) + int(ms) / 1000
             keys.append(Key(c["frame"], time, Rect(c["x"], c["y"], c["width"], c["height"])))
+    return keys
+
+
+def read_editor(
+    path: str | os.PathLike[str],
+    form: str,
+    width: int,
+    height: int,
+    frame_rate: float,
+    size: tuple[float, float] = (0.0, 0.0),
+) -> Motion:
+    """The motion of an editor's file, for a picture of a size.
+
+    size  of the rectangle in the first frame, which "ae" and "nuke" do not say
+
+    Coordinates have the digits of the file.
+    """
+    editor_file_name("", form)
+    with _reading(path, f"file of the form {form}"):
+        text = Path(path).read_text(encoding="utf-8")
+        keys = _keys_of(text, form, width, height, frame_rate, size)
     if not keys:
         raise FormatError(f"{path}: has no key frames of the form {form!r}")
     return Motion(width, height, frame_rate, keys)

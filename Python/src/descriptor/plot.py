@@ -90,7 +90,7 @@ def captioned(figure: Figure, text: str) -> Figure:
     """The figure with a line below it: what it is of. A long one is made smaller."""
     room = 150.0 * figure.get_figwidth() / 8.0
     figure.supxlabel(text, fontsize=9.0 * min(1.0, room / max(len(text), 1)), color=_GREY,
-                     x=0.01, horizontalalignment="left")
+                     x=0.01, horizontalalignment="left", parse_math=False)  # a name may have $
     return figure
 
 
@@ -160,7 +160,8 @@ def lengths(run: Sequence[FramePoints]) -> Figure:
     axes.hist(list(seen.values()), bins=np.linspace(0.5, most + 0.5, min(60, most) + 1),
               color=_BLUE, edgecolor="white", linewidth=0.5)
     # Most tracks are short, and it is the few long ones that one looks for.
-    axes.set_yscale("log")
+    if seen:
+        axes.set_yscale("log")
     axes.yaxis.set_major_formatter("{x:g}")
     axes.set_ylim(bottom=0.7)
     _lined(axes, "Lengths of the tracks, those that live at the end too",
@@ -247,25 +248,30 @@ _KINDS: dict[str, Any] = {
     "points": points, "tracks": tracks, "lengths": lengths, "path": path, "size": size,
     "time": time,
 }
+# Of the tables of each command, the default first.
+_KINDS_OF = {
+    "track": ("points", "tracks", "lengths", "time"),
+    "region": ("path", "size", "time"),
+    "grey": ("time",),
+}
 
 
 def main(arguments: Sequence[str] | None = None) -> int:
     """The command. 0, or 1 with one line on standard error."""
     parser = argparse.ArgumentParser(
         prog="python3 -m descriptor.plot",
-        description="Draws a table of tracked points or of a tracked rectangle.",
+        description="Draws a table of tracked points, of a tracked rectangle or of times.",
     )
-    parser.add_argument("table", help="track.csv, region.csv, or the JSON of either")
+    parser.add_argument("table", help="track.csv, region.csv, or a JSON of track, region or grey")
     parser.add_argument("-o", "--output", required=True, help="a .png, .svg or .pdf")
     parser.add_argument("--kind", choices=_KINDS, help="points (the default), tracks or lengths "
                         "of points; path (the default) or size of a rectangle; time a frame of "
-                        "either")
+                        "either, or of grey images")
     parser.add_argument("--video", help="the clip, whose last frame stands behind tracks and path")
     parser.add_argument("--tracker", help="which one, of a JSON with two")
     options = parser.parse_args(arguments)
     try:
-        figure = captioned(_draw(options), files.describe(options.table, options.tracker))
-        figure.savefig(options.output)
+        _draw(options).savefig(options.output)
     except (Error, OSError, ValueError, ImportError) as error:
         print(f"descriptor.plot: {error}", file=sys.stderr)
         return 1
@@ -273,24 +279,29 @@ def main(arguments: Sequence[str] | None = None) -> int:
 
 
 def _draw(options: argparse.Namespace) -> Figure:
-    run: Sequence[Any]
-    if options.kind == "time":
-        return time(files.read_milliseconds(options.table))
-    try:
-        run = files.read_points(options.table, options.tracker)
-        kind = options.kind or "points"
-    except files.FormatError:
-        run = files.read_region(options.table)
-        kind = options.kind or "path"
-    ours = ("path", "size") if run and isinstance(run[0], RegionResult) else (
-        "points", "tracks", "lengths")
-    if kind not in ours:
-        raise ValueError(f"{options.table}: has {' and '.join(ours)}, and no {kind}")
+    table = files.open_table(options.table)
+    kinds = _KINDS_OF.get(table.command, ())
+    if not kinds:
+        what = f"is of {table.command}, and has no plot" if table.command else "has no rows to plot"
+        raise ValueError(f"{table.path}: {what}")
+    kind = options.kind or kinds[0]
+    if kind not in kinds:
+        raise ValueError(f"{table.path}: has {' and '.join(kinds)}, and no {kind}")
+    if options.tracker and "trackers" not in table.head:
+        raise ValueError(f"{table.path}: names no trackers")
+    run: Any
+    if kind == "time":
+        run = files.read_milliseconds(table, options.tracker)
+    elif table.command == "track":
+        run = files.read_points(table, options.tracker)
+    else:
+        run = files.read_region(table)
     if not run:
-        raise ValueError(f"{options.table}: has no rows")
-    if kind in ("tracks", "path") and options.video:
-        return _KINDS[kind](run, picture_of(options.video, run[-1].frame))
-    return _KINDS[kind](run)
+        raise ValueError(f"{table.path}: has no rows")
+    behind = [picture_of(options.video, run[-1].frame)] if (
+        kind in ("tracks", "path") and options.video) else []
+    caption = files.describe(table, options.tracker, every=kind == "time")
+    return captioned(_KINDS[kind](run, *behind), caption)
 
 
 if __name__ == "__main__":
