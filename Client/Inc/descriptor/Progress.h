@@ -24,9 +24,8 @@ struct Progress {
 
 /// Called before each frame, and within one that takes long every few milliseconds, on the
 /// thread that works. False stops the run there: a cut or a tracker's step at work is given
-/// up within some 50 ms on an 8K frame, a first frame of KLT within 100, a further stroke over
-/// half of the picture within 800. The callback may not call the object that is at work;
-/// within a cut it may call no `Selection` (`BusyError`).
+/// up within some 30 ms on a frame of 7680 by 4320. The callback may not call the object that
+/// is at work; within a cut it may call no `Selection` (`BusyError`).
 using ProgressCallback = std::function<bool(const Progress&)>;
 
 /// @throws Cancelled if the callback says stop. An empty callback never does.
