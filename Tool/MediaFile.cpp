@@ -209,10 +209,13 @@ std::string MediaFile::Trouble() const {
     std::string trouble;
     if (mDamages > 0) trouble = "is damaged " + mDamage;
     if (mDamages > 1) trouble += " and in " + std::to_string(mDamages - 1) + " more places";
-    if (mMissing > 0)
+    // Frames that step often come at any time: such a clip lacks none.
+    if (mGaps > 0 && (mDamages > 0 || mGaps <= 1 + mFramesRead / 200))
         trouble += (mDamages > 0 ? ", and " : "misses frames: ") + std::to_string(mMissing) +
-                   (mMissing == 1 ? " frame is" : " frames are") + " missing" + mGap;
-    if (!mEarlyEnd.empty()) trouble += (trouble.empty() ? "" : ", and ") + mEarlyEnd;
+                   (mMissing == 1 ? " frame is" : " frames are") + " missing" + mGap +
+                   (mGaps > 1 ? " and later on" : "");
+    for (const std::string& what : {mJump, mEarlyEnd})
+        if (!what.empty()) trouble += (trouble.empty() ? "" : ", and ") + what;
     return trouble.empty() ? trouble : "'" + mFile + "' " + trouble;
 }
 
@@ -310,19 +313,19 @@ void MediaFile::CheckEnd(int inError) {
 }
 
 // What a broadcast lost leaves no packet behind; it shows as a step in time. Only streams of
-// bare packets lose frames so, and where frames come at any time a step means nothing.
+// bare packets lose frames so. A time that is guessed tells nothing.
 void MediaFile::NoteGap(std::int64_t inTime, std::int64_t inUsual) {
     const std::int64_t missing = (inTime - mNextTime + inUsual / 2) / inUsual;
-    const AVStream& stream = *mFormat->streams[mStream];
-    const bool isSteady =
-        mDamages > 0 || av_cmp_q(stream.avg_frame_rate, stream.r_frame_rate) == 0;
-    if (mFramesRead == 0 || missing < 1 || !isSteady ||
-        std::strncmp(mFormat->iformat->name, "mpeg", 4) != 0)
+    if (mFramesRead == 0 || missing < 1 || std::strncmp(mFormat->iformat->name, "mpeg", 4) != 0)
         return;
-    if (mMissing == 0)
+    constexpr double kLongestGap = 60.0;  // behind more seconds another recording begins
+    if (GetTimeBase().Seconds(inTime - mNextTime) > kLongestGap) {
+        if (mJump.empty())
+            mJump = "jumps in time from " + Seconds(mNextTime) + " to " + Seconds(inTime);
+        return;
+    }
+    if (++mGaps == 1)
         mGap = " between " + Seconds(mNextTime - inUsual) + " and " + Seconds(inTime);
-    else if (mGap.back() == 's')
-        mGap += " and later on";
     mMissing += missing;
 }
 
@@ -335,7 +338,7 @@ void MediaFile::SetTime(Frame& outFrame) {
     outFrame.mTime = decoded.best_effort_timestamp != AV_NOPTS_VALUE
                          ? decoded.best_effort_timestamp
                          : mNextTime;
-    NoteGap(outFrame.mTime, usual);
+    if (decoded.pts != AV_NOPTS_VALUE) NoteGap(decoded.pts, usual);
     outFrame.mDuration = decoded.pkt_duration;
     mNextTime = outFrame.mTime + (outFrame.mDuration > 0 ? outFrame.mDuration : usual);
 }

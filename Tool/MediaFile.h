@@ -51,8 +51,8 @@ struct Turn {
 /// Ownership: plain object, one owner.
 /// Threads: one thread at a time.
 /// Errors: what cannot be opened, or has no frame that can be decoded, throws `UserError`
-///   with the file's name in it. Damage behind the first frame, and an end before the one
-///   that the file announces, are told by `Trouble`; what can be decoded is given.
+///   with the file's name in it. Damage behind the first frame, lost frames, and an end before
+///   the one that the file announces, are told by `Trouble`; what can be decoded is given.
 class MediaFile {
 public:
     explicit MediaFile(const std::string& inFile);
@@ -97,8 +97,8 @@ private:
     int mStream = -1, mSoundStream = -1;
     SoundPackets mSound;  // since the last frame
     std::string mNote, mDamage, mEarlyEnd;
-    std::string mGap;  // the first one
-    long long mDamages = 0, mMissing = 0, mPackets = 0, mFramesRead = 0;
+    std::string mGap, mJump;  // the first ones
+    long long mDamages = 0, mGaps = 0, mMissing = 0, mPackets = 0, mFramesRead = 0;
     std::int64_t mNextTime = 0;  // the end of the last frame
     double mLastPacketEnd = 0.0;
     bool mIsStill = false, mDraining = false;

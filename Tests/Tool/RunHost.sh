@@ -408,7 +408,15 @@ open('damaged.mp4', 'wb').write(b)"
     # A broadcast: what was lost has no packets, so nothing but the times tells of it. The
     # counters go on where a multiple of 16 packets is gone.
     ffmpeg -v error -i whole.mp4 -c copy whole.ts || fail ffmpeg
-    runs grey whole.ts --no-video
+    ffmpeg -v error -i whole.mp4 -c copy -output_ts_offset 1000 later.ts || fail ffmpeg
+    # Frames that come unevenly, or without times of their own, miss none.
+    ffmpeg -v error -i whole.mp4 -vf "select=not(mod(n\,5))+lt(n\,20)" -vsync vfr uneven.ts ||
+        fail ffmpeg
+    ffmpeg -v error -f lavfi -i testsrc2=size=160x120:duration=4 -c:v libx264 -f mpegts - |
+        ffmpeg -v error -i - -c copy untimed.mpg || fail ffmpeg
+    for name in whole.ts uneven.ts untimed.mpg; do
+        runs grey $name --no-video
+    done
     python3 -c "
 b = open('whole.ts', 'rb').read()
 p = [b[i:i + 188] for i in range(0, len(b), 188)]
@@ -424,6 +432,9 @@ open('zeros.ts', 'wb').write(b''.join(p[:n] + [bytes(188)] * 48 + p[n + 48:]))"
             next('%.3f s and %.3f s' % (a, b) for a, b in zip(t, t[1:]) if b - a > 0.06)))(
             [f['time'] for f in d['frames']], d['trouble'])"
     done
+    cat whole.ts later.ts >jump.ts
+    "$host" grey jump.ts --no-video >output 2>errors && fail "exit code of a jump"
+    grep -q "jumps in time from 5[0-9.]* s to 100[0-9.]* s$" errors || fail "the jump"
     ;;
 repeats)
     # Every second frame repeats the one before, as in a clip that was re-timed.
