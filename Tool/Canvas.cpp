@@ -173,6 +173,7 @@ void Canvas::Line(const Point& inFrom, const Point& inTo, double inWidth,
     const int top = int(std::max({inClip.mY, 0.0, std::min(inFrom.mY, inTo.mY) - reach}));
     const int bottom = int(std::min(
         {inClip.Bottom(), double(mHeight), std::max(inFrom.mY, inTo.mY) + reach + 1.0}));
+    if (all.mFrom >= all.mTo) return;
     const float alongX = float(inTo.mX - inFrom.mX), alongY = float(inTo.mY - inFrom.mY);
     const float perSquare = 1.0f / std::max(1e-6f, alongX * alongX + alongY * alongY);
     const auto farthest = float(reach), alpha = float(inAlpha * 256.0);

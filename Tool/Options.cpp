@@ -4,6 +4,7 @@
 
 #include <charconv>
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 
 #include "EditorFiles.h"
@@ -47,6 +48,17 @@ Size ParseSize(const std::string& inText) {
                      "' is none");
 }
 
+CLI::Validator RealRange(double inLeast, double inMost) {
+    const auto check = [inLeast, inMost](const std::string& inText) -> std::string {
+        char* end = nullptr;
+        const double value = std::strtod(inText.c_str(), &end);
+        if (!inText.empty() && *end == '\0' && value >= inLeast && value <= inMost) return {};
+        return "Value " + inText + " not in range " + std::to_string(inLeast) + " to " +
+               std::to_string(inMost);
+    };
+    return {check, ""};
+}
+
 void InputOptions::AddTo(CLI::App& ioCommand) {
     ioCommand
         .add_option(
@@ -60,20 +72,18 @@ void InputOptions::AddTo(CLI::App& ioCommand) {
         ->type_name("N");
     ioCommand.add_option("--size", mSize, "Size of the rendered clip (640x480).")
         ->type_name("WxH");
-    CLI::Option* const raw = AddRawTo(ioCommand);
+    CLI::Option* const raw = AddRawTo(ioCommand,
+                                      "INPUT, a pipe or a file, is bare frames of this size, "
+                                      "as ffmpeg -f rawvideo writes them.");
     ioCommand.add_option("--fps", mRawRate, "Raw frames a second, for playback (25).")
         ->needs(raw)
-        ->check(CLI::Range(1.0, 1000.0).description(""))
+        ->check(RealRange(1.0, 1000.0))
         ->type_name("N");
 }
 
-CLI::Option* InputOptions::AddRawTo(CLI::App& ioCommand) {
+CLI::Option* InputOptions::AddRawTo(CLI::App& ioCommand, const std::string& inHelp) {
     CLI::Option* const raw =
-        ioCommand
-            .add_option("--raw", mRawSize,
-                        Wrapped("INPUT, a pipe or a file, is bare frames of this size, as "
-                                "ffmpeg -f rawvideo writes them."))
-            ->type_name("WxH");
+        ioCommand.add_option("--raw", mRawSize, Wrapped(inHelp))->type_name("WxH");
     ioCommand.add_option("--format", mRawPixels, "Raw pixels: bgra (default), rgb24 or gray8.")
         ->needs(raw)
         ->type_name("NAME");

@@ -13,6 +13,7 @@
 namespace CLI {
 class App;
 class Option;
+class Validator;
 }  // namespace CLI
 
 namespace Host {
@@ -25,6 +26,9 @@ struct Size {
 /// @throws UsageError for anything but two numbers from 16 to 16384.
 Size ParseSize(const std::string& inText);
 
+/// Lets real numbers within the limits pass. (`CLI::Range` lets "nan" pass too.)
+CLI::Validator RealRange(double inLeast, double inMost);
+
 struct InputOptions {
     std::string mInput;
     std::string mSize;
@@ -35,7 +39,7 @@ struct InputOptions {
 
     void AddTo(CLI::App& ioCommand);
     /// `--raw` alone, which is given back, and `--format`.
-    CLI::Option* AddRawTo(CLI::App& ioCommand);
+    CLI::Option* AddRawTo(CLI::App& ioCommand, const std::string& inHelp);
     /// Opens the input, or the rendered clip where none is named.
     std::unique_ptr<FrameSource> Open() const;
     /// The files that will be read.

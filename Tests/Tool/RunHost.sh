@@ -105,6 +105,7 @@ raw)
     refuses 1 grey nosuch --raw 160x120
     refuses 2 grey whole --format gray8
     refuses 2 grey - --raw 0x0
+    refuses 2 grey whole --raw 160x120 --fps nan
     ;;
 json)
     runs track --size 240x180 --frames 4 --features 60 --compare --no-video --json track.json
@@ -251,6 +252,7 @@ track)
     refuses 2 track --engine klt --verify
     refuses 2 track --exported-tracker --features 9
     refuses 2 track --features 0
+    refuses 2 track --stationary-limit nan
     ;;
 select)
     runs select -o out --size 320x240
@@ -284,6 +286,7 @@ region)
     refuses 2 region clip/grey.mp4
     refuses 2 region --rect 1,2,3
     refuses 2 region --rect 1,2,3,-4
+    refuses 2 region --rect 1,2,3,4 --interactive
     refuses 1 region --rect 5000,2,3,4
     refuses 1 region --truth nosuch.txt
     ;;
@@ -582,7 +585,8 @@ window)
 window_region)
     # A rectangle, the end of the clip by the bar, and a correction half way. What is written
     # begins with the one and meets the other, and is the same when it is opened once more.
-    runs region --interactive --demo -o out --size 320x240 --frames 20 --editors mlt
+    runs region --interactive --demo -o out --size 320x240 --frames 20 --editors mlt --json out.json
+    holds out.json '{f["milliseconds"] for f in d["frames"]} == {None}'
     written out/window.png 10000
     written out/region.mp4 3000
     says "undo took a key frame away: yes; redo brought it back: yes"

@@ -174,9 +174,9 @@ Columns RegionColumns(bool inHasTruth) {
     Columns columns = FrameColumns();
     for (const Column& column : Columns{
              {"state", "word",
-              "key frame: given; tracked; held: no place was found and the last one stands; "
-              "restarted: a new run began with the last rectangle; lost: nothing there to "
-              "follow"},
+              "key frame: given; tracked; held: a repeat, or no good place was found, and the "
+              "last one stands; restarted: a new run began with the last rectangle; lost: "
+              "nothing there to follow"},
              {"left", "pixel", "the left edge; 0 is that of the picture"},
              {"top", "pixel", "the upper edge, y downward"},
              {"right", "pixel", "the right edge"},
@@ -244,7 +244,7 @@ void Report(const FrameSource& inSource, const LoopResult& inResult, const Regio
         std::printf("  tracking  %8.3f ms a frame\n", inSeconds / frames * 1e3);
     std::printf("  points    %8.1f on average\n", double(inRun.mPoints) / frames);
     if (const long long held = inRun.Count(RegionState::held))
-        std::printf("  held in   %8lld frames: repeats, or without a place\n", held);
+        std::printf("  held in   %8lld frames: repeats, or without a good place\n", held);
     if (const long long restarts = inRun.Count(RegionState::restarted))
         std::printf("  restarted %8lld times with the last good rectangle\n", restarts);
     if (const long long lost = inRun.Count(RegionState::lost))
@@ -348,9 +348,7 @@ int RunWindow(const RegionOptions& inOptions, FrameSource& ioSource,
                     {[&](const Frame&, long long inNumber) -> const RegionResult& {
                          return *run.At(inNumber);
                      },
-                     [] {
-                         return 0.0;
-                     }});
+                     {}});
 }
 
 int RunRegion(const RegionOptions& inOptions) {
@@ -400,11 +398,12 @@ void AddRegionCommand(CLI::App& ioProgram, Run& outRun) {
                      "Pixels between new points (3).")
         ->check(CLI::Range(0, 10000).description(""))
         ->type_name("N");
-    command->add_flag(
-        "--interactive", options->mInteractive,
-        Wrapped("In a window: draw the rectangle on any frame, look at the others, "
-                "correct it where it went wrong; what is written is followed from "
-                "all of them, both ways."));
+    command
+        ->add_flag("--interactive", options->mInteractive,
+                   Wrapped("In a window: draw the rectangle on any frame, look at the others, "
+                           "correct it where it went wrong; what is written is followed from "
+                           "all of them, both ways."))
+        ->excludes("--rect");
     command
         ->add_flag("--demo", options->mDemo,
                    Wrapped("With --interactive, on the rendered clip: draw the panel's true "

@@ -291,7 +291,9 @@ void AddSelectCommand(CLI::App& ioProgram, Run& outRun) {
                      Wrapped("The picture. Left out, a scene with a known foreground and "
                              "strokes is rendered."))
         ->type_name("");
-    options->mRaw.AddRawTo(*command);
+    options->mRaw.AddRawTo(*command,
+                           "IMAGE, a pipe or a file, begins with a bare frame of this size, as "
+                           "ffmpeg -f rawvideo writes it.");
     const auto files = [&](const char* inName, std::vector<std::string>& outFiles,
                            const std::string& inHelp) {
         command->add_option(inName, outFiles, Wrapped(inHelp))->type_name("FILE");

@@ -381,7 +381,7 @@ void AddTrackerOptions(CLI::App& ioCommand, TrackOptions& outOptions) {
         .add_option("--stationary-limit", settings.stationary_limit,
                     Wrapped("APT: points that move no more than so many pixels are dropped "
                             "(0)."))
-        ->check(CLI::Range(-1.0, 1000.0).description(""))
+        ->check(RealRange(-1.0, 1000.0))
         ->type_name("PX");
     ioCommand.add_flag("--verify", settings.verify,
                        Wrapped("APT: check each point against its first patch."));
