@@ -1,5 +1,6 @@
 #include "FrameLoop.h"
 
+#include <cstdio>
 #include <exception>
 #include <iostream>
 #include <mutex>
@@ -152,9 +153,18 @@ int LoopResult::ExitCode() const {
     return kInterruptedExitCode;
 }
 
+std::optional<VideoWriter> OpenVideo(const std::string& inName, const Canvas& inPicture,
+                                     const FrameSource& inSource,
+                                     const OutputOptions& inOutput) {
+    if (inOutput.mWithoutVideo) return std::nullopt;
+    return std::optional<VideoWriter>(
+        std::in_place, inOutput.Path(inName + ".mp4"),
+        VideoShape(inPicture.Width(), inPicture.Height(), inSource));
+}
+
 LoopResult ForEachFrame(FrameSource& ioSource, const std::string& inWhat,
                         const OutputOptions& inOutput, const FrameStep& inStep,
-                        const SoundStep& inSound) {
+                        std::optional<VideoWriter>& ioVideo) {
     LoopResult result;
     Progress progress(inWhat, ioSource.FrameCount(), inOutput.mProgress);
     Drawer drawer;
@@ -163,8 +173,8 @@ LoopResult ForEachFrame(FrameSource& ioSource, const std::string& inWhat,
         const std::optional<ReadFrame> read = reader.Next();
         if (!read) break;
         const FramePtr frame = read->mFrame;
-        if (inSound && !frame->mSound.empty())
-            drawer.Do([&inSound, frame] { inSound(frame->mSound); });
+        if (ioVideo && !frame->mSound.empty())
+            drawer.Do([&ioVideo, frame] { ioVideo->WriteSound(frame->mSound); });
         if (read->mIsLast) break;
         drawer.Do(inStep(frame, result.mFrames));
         ++result.mFrames;
@@ -175,7 +185,18 @@ LoopResult ForEachFrame(FrameSource& ioSource, const std::string& inWhat,
     result.mStopped = Interrupted();
     if (result.mTrouble.empty()) result.mTrouble = ioSource.Trouble();
     result.mSeconds = progress.Seconds();
+    if (ioVideo) ioVideo->Finish();
     return result;
+}
+
+int EndRun(const std::string& inName, const Canvas& inLast, const std::string& inTables,
+           const std::optional<VideoWriter>& inVideo, const LoopResult& inResult,
+           const OutputOptions& inOutput) {
+    inLast.WritePng(inOutput.Path(inName + ".png"));
+    std::printf("  wrote %s.png%s%s in %s\n", inName.c_str(), inTables.c_str(),
+                inVideo ? (" and " + inName + ".mp4").c_str() : "", inOutput.mFolder.c_str());
+    ReportSound(inVideo);
+    return inResult.ExitCode();
 }
 
 }  // namespace Host

@@ -9,13 +9,16 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 
+#include "Canvas.h"
 #include "FrameSource.h"
 #include "Interrupt.h"
 #include "JsonFile.h"
 #include "Options.h"
 #include "Stopwatch.h"
+#include "VideoWriter.h"
 
 namespace Host {
 
@@ -27,9 +30,6 @@ using DrawJob = std::function<void()>;
 
 /// Calls for each frame, numbers from 0.
 using FrameStep = std::function<DrawJob(const FramePtr&, long long)>;
-
-/// Called on the drawing thread with the sound between the frames; may be empty.
-using SoundStep = std::function<void(const SoundPackets&)>;
 
 /// "1 frame", "12 frames".
 std::string FramesText(long long inCount);
@@ -48,10 +48,23 @@ struct LoopResult {
     int ExitCode() const;
 };
 
+/// "NAME.mp4" of such pictures, unless there shall be no video.
+std::optional<VideoWriter> OpenVideo(const std::string& inName, const Canvas& inPicture,
+                                     const FrameSource& inSource,
+                                     const OutputOptions& inOutput);
+
 /// Runs until the frames end or the user presses Ctrl-C. An input that breaks off behind the
-/// first frame ends the loop: what was computed stays. All jobs are done when it returns.
+/// first frame ends the loop: what was computed stays. When it returns all jobs are done, and
+/// the video is finished, with the sound of the source in it.
 LoopResult ForEachFrame(FrameSource& ioSource, const std::string& inWhat,
                         const OutputOptions& inOutput, const FrameStep& inStep,
-                        const SoundStep& inSound = {});
+                        std::optional<VideoWriter>& ioVideo);
+
+/// The end of a run that had frames: writes the last picture as "NAME.png", and says what was
+/// written, `inTables` too, and what was wrong.
+/// @return  the exit code of the command.
+int EndRun(const std::string& inName, const Canvas& inLast, const std::string& inTables,
+           const std::optional<VideoWriter>& inVideo, const LoopResult& inResult,
+           const OutputOptions& inOutput);
 
 }  // namespace Host

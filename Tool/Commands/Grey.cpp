@@ -14,7 +14,6 @@
 #include "Help.h"
 #include "Options.h"
 #include "UserError.h"
-#include "VideoWriter.h"
 #include "descriptor/Caches.h"
 #include "descriptor/GreyFrames.h"
 
@@ -167,11 +166,8 @@ int RunGrey(const GreyOptions& inOptions) {
     const descriptor::GreyFrames images{descriptor::Source(source->Name())};
     const auto json = inOptions.mOutput.OpenJson(JsonHead("grey", *source), "frames");
     GreySheet sheet(source->Width(), source->Height());
-    std::optional<VideoWriter> video;
-    if (!inOptions.mOutput.mWithoutVideo)
-        video.emplace(
-            inOptions.mOutput.Path("grey.mp4"),
-            VideoShape(sheet.GetCanvas().Width(), sheet.GetCanvas().Height(), *source));
+    std::optional<VideoWriter> video =
+        OpenVideo("grey", sheet.GetCanvas(), *source, inOptions.mOutput);
 
     GreyFigures figures;
     DrawJob last;
@@ -198,12 +194,8 @@ int RunGrey(const GreyOptions& inOptions) {
             video->Write(sheet.GetCanvas(), inFrame->mTime, inFrame->mDuration);
         };
     };
-    const LoopResult result = ForEachFrame(*source, "grey", inOptions.mOutput, step,
-                                           [&](const SoundPackets& inSound) {
-                                               if (video) video->WriteSound(inSound);
-                                           });
+    const LoopResult result = ForEachFrame(*source, "grey", inOptions.mOutput, step, video);
 
-    if (video) video->Finish();
     if (json) {
         Json tail = Summary(result, figures);
         tail.update(result.Ending());
@@ -212,11 +204,7 @@ int RunGrey(const GreyOptions& inOptions) {
     if (result.mFrames == 0) return result.ExitCode();  // stopped before it began
     Report(*source, result, figures);
     last();
-    sheet.GetCanvas().WritePng(inOptions.mOutput.Path("grey.png"));
-    std::printf("  wrote %s%s\n", inOptions.mOutput.Path("grey.png").c_str(),
-                video ? (" and " + video->File()).c_str() : "");
-    ReportSound(video);
-    return result.ExitCode();
+    return EndRun("grey", sheet.GetCanvas(), "", video, result, inOptions.mOutput);
 }
 
 }  // namespace

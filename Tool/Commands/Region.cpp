@@ -21,7 +21,6 @@
 #include "Table.h"
 #include "Trackers.h"
 #include "UserError.h"
-#include "VideoWriter.h"
 #include "Windows.h"
 
 namespace Host {
@@ -279,10 +278,7 @@ int WriteRun(const RegionOptions& inOptions, FrameSource& ioSource, const Region
     const Columns columns = RegionColumns(hasTruth);
     CsvFile file(inOptions.mOutput.Path("region.csv"), columns);
     const auto json = OpenJson(inOptions, ioSource, inStart, columns);
-    std::optional<VideoWriter> video;
-    if (!inOptions.mOutput.mWithoutVideo)
-        video.emplace(inOptions.mOutput.Path("region.mp4"),
-                      VideoShape(canvas.Width(), canvas.Height(), ioSource));
+    std::optional<VideoWriter> video = OpenVideo("region", canvas, ioSource, inOptions.mOutput);
 
     RegionRun run;
     Motion motion{ioSource.Width(), ioSource.Height(), ioSource.FrameRate(), {}};
@@ -310,23 +306,15 @@ int WriteRun(const RegionOptions& inOptions, FrameSource& ioSource, const Region
                 canvas.WritePng(inOptions.mOutput.NumberedPath("region", inNumber, ".png"));
         };
     };
-    const LoopResult result = ForEachFrame(ioSource, "region", inOptions.mOutput, step,
-                                           [&](const SoundPackets& inSound) {
-                                               if (video) video->WriteSound(inSound);
-                                           });
+    const LoopResult result = ForEachFrame(ioSource, "region", inOptions.mOutput, step, video);
 
-    if (video) video->Finish();
     file.Finish();
     if (json) json->Finish(result.Ending());
     WriteEditorFiles(motion, inOptions.mOutput.mEditors, inOptions.mOutput.Path("region"));
     if (result.mFrames == 0) return result.ExitCode();  // stopped before it began
     Report(ioSource, result, run, inFollower.Seconds());
     DrawRegion(canvas, *last, *lastView);
-    canvas.WritePng(inOptions.mOutput.Path("region.png"));
-    std::printf("  wrote region.png, region.csv%s in %s\n", video ? " and region.mp4" : "",
-                inOptions.mOutput.mFolder.c_str());
-    ReportSound(video);
-    return result.ExitCode();
+    return EndRun("region", canvas, ", region.csv", video, result, inOptions.mOutput);
 }
 
 // The true rectangles that a hand would draw: in the first frame, and a correction half way.

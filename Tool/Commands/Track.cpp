@@ -18,7 +18,6 @@
 #include "TrackPicture.h"
 #include "Trackers.h"
 #include "UserError.h"
-#include "VideoWriter.h"
 #include "Windows.h"
 
 namespace Host {
@@ -250,10 +249,7 @@ void CheckOutputs(const TrackOptions& inOptions) {
 int WriteRuns(const TrackOptions& inOptions, FrameSource& ioSource, const TrackRuns& inRuns) {
     TrackSheet sheet(ioSource.Width(), ioSource.Height(), int(inRuns.size()));
     const Canvas& canvas = sheet.GetCanvas();
-    std::optional<VideoWriter> video;
-    if (!inOptions.mOutput.mWithoutVideo)
-        video.emplace(inOptions.mOutput.Path("track.mp4"),
-                      VideoShape(canvas.Width(), canvas.Height(), ioSource));
+    std::optional<VideoWriter> video = OpenVideo("track", canvas, ioSource, inOptions.mOutput);
 
     const auto json = OpenJson(inOptions, ioSource, inRuns);
     long long tracked = 0, lastNumber = 0;
@@ -281,12 +277,8 @@ int WriteRuns(const TrackOptions& inOptions, FrameSource& ioSource, const TrackR
                 canvas.WritePng(inOptions.mOutput.NumberedPath("track", inNumber, ".png"));
         };
     };
-    const LoopResult result = ForEachFrame(ioSource, "track", inOptions.mOutput, step,
-                                           [&](const SoundPackets& inSound) {
-                                               if (video) video->WriteSound(inSound);
-                                           });
+    const LoopResult result = ForEachFrame(ioSource, "track", inOptions.mOutput, step, video);
 
-    if (video) video->Finish();
     for (const auto& run : inRuns)
         run->mFile.Finish();
     if (json) json->Finish(JsonTail(result, inRuns));
@@ -294,11 +286,7 @@ int WriteRuns(const TrackOptions& inOptions, FrameSource& ioSource, const TrackR
     if (tracked == 0) return result.ExitCode();  // stopped before it began
     Report(ioSource, result, inRuns, tracked);
     sheet.Draw(*last, ViewsOf(inRuns, lastNumber));
-    canvas.WritePng(inOptions.mOutput.Path("track.png"));
-    std::printf("  wrote track.png, the tables (csv)%s in %s\n", video ? " and track.mp4" : "",
-                inOptions.mOutput.mFolder.c_str());
-    ReportSound(video);
-    return result.ExitCode();
+    return EndRun("track", canvas, ", the tables (csv)", video, result, inOptions.mOutput);
 }
 
 // The rectangles that a hand would draw: the panel's in the first frame, and half way.
