@@ -60,6 +60,15 @@ TEST(Kernels, WidthsOfStrangeSigmasStayInsideTheArray) {
     }
 }
 
+TEST(Kernels, TakeTheirPlaceWhole) {
+    IP::ConvolutionKernel gauss, deriv, usedGauss, usedDeriv;
+    IP::ComputeKernels(3.6f, usedGauss, usedDeriv);
+    IP::ComputeKernels(0.7f, usedGauss, usedDeriv);
+    IP::ComputeKernels(0.7f, gauss, deriv);
+    EXPECT_TRUE(std::ranges::equal(gauss.mTaps, usedGauss.mTaps));
+    EXPECT_TRUE(std::ranges::equal(deriv.mTaps, usedDeriv.mTaps));
+}
+
 TEST(Kernels, TailsBeyondTheArrayAreReportedOnceEach) {
     const RecordedReports reports(RecordedReports::Later::kShow);
     Widths(8.0f);
