@@ -101,7 +101,7 @@ MaxFlowSolver::MaxFlowSolver(FlowGraph& inGraph, unsigned int inSource, unsigned
 void RunMaxFlow(FlowGraph& inGraph, unsigned int inSource, unsigned int inSink,
                 std::vector<unsigned char>& ioSegments, double inTimeLimit,
                 AbortCallback* inAbort) {
-    if (ioSegments.size() < inGraph.mNodeCount) ioSegments.resize(inGraph.mNodeCount);
+    FillTable(ioSegments, inGraph.mNodeCount, static_cast<unsigned char>(0));
     if (inSource != FlowGraph::kHomeSource || inSink != FlowGraph::kHomeSink)
         inGraph.SpreadHomeTerminals();
 

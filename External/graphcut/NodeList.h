@@ -5,16 +5,17 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <vector>
 
 #include "image/Interruption.h"
 #include "image/RecycledAllocator.h"
 
-/// Makes an empty table as long as is asked for, a few pages of memory at a time.
+/// Makes a table at least as long as is asked for, a few pages of memory at a time.
 ///
 /// Errors: `std::bad_alloc` and `IP::Interrupted` pass through.
-template <class T>
-void FillTable(IP::RecycledVector<T>& ioTable, std::size_t inSize, const T& inValue) {
-    constexpr std::size_t kEntriesAtOnce = (std::size_t{4} << 20) / sizeof(T);
+template <class T, class Allocator>
+void FillTable(std::vector<T, Allocator>& ioTable, std::size_t inSize, const T& inValue) {
+    constexpr std::size_t kEntriesAtOnce = (std::size_t{1} << 20) / sizeof(T);
     ioTable.reserve(inSize);
     while (ioTable.size() < inSize) {
         IP::Checkpoint(0, 0);

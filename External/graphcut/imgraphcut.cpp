@@ -565,8 +565,16 @@ void ImageGraph::UpdateLabels(unsigned char* ioLabels,
         return;
     }
     if (ioSegments.size() != mSegments->size()) {
-        ioSegments.assign(mSegments->size(), MaxFlowSolver::kSourceTree);
-        std::fill_n(ioLabels, mPixelSourceEnergies.size(), static_cast<unsigned char>(0));
+        // The segments come last: a stop before they are whole begins here again.
+        constexpr std::size_t kPixelsAtOnce = std::size_t{1} << 22;
+        const std::size_t pixels = mPixelSourceEnergies.size();
+        for (std::size_t begin = 0; begin < pixels; begin += kPixelsAtOnce) {
+            IP::Checkpoint(0, 0);
+            std::fill_n(ioLabels + begin, std::min(kPixelsAtOnce, pixels - begin),
+                        static_cast<unsigned char>(0));
+        }
+        ioSegments.clear();
+        FillTable(ioSegments, mSegments->size(), MaxFlowSolver::kSourceTree);
         const std::size_t terminals = std::min<std::size_t>(kFirstRegion, mSegments->size());
         std::copy_n(mSegments->begin(), terminals, ioSegments.begin());
     }

@@ -64,22 +64,29 @@ std::size_t PixelCount(const Image& inImage) {
            static_cast<std::size_t>(inImage->GetColumns());
 }
 
+// Some pixels after the other, since pages that are new to the process come one by one.
+template <class Step>
+void ForPixels(const Image& inImage, Step inStep) {
+    constexpr std::size_t kPixelsAtOnce = std::size_t{1} << 22;
+    const std::size_t count = PixelCount(inImage);
+    for (std::size_t begin = 0; begin < count; begin += kPixelsAtOnce) {
+        IP::Checkpoint(0, 0);
+        inStep(begin, std::min(kPixelsAtOnce, count - begin));
+    }
+}
+
 Image NewClearedImage(int inColumns, int inRows) {
     const Image image = NewImage(inColumns, inRows);
-    std::memset(image->GetData(), 0, PixelCount(image));
+    ForPixels(image, [&](std::size_t inBegin, std::size_t inCount) {
+        std::memset(image->GetData() + inBegin, 0, inCount);
+    });
     return image;
 }
 
-// Into pixels that may be new to the process: pages of memory come one by one.
-void CopyPixels(const IP::Image<unsigned char>& inImage, IP::Image<unsigned char>& outImage) {
-    constexpr std::size_t kPixelsAtOnce = std::size_t{1} << 22;
-    const std::size_t count = static_cast<std::size_t>(inImage.GetRows()) *
-                              static_cast<std::size_t>(inImage.GetColumns());
-    for (std::size_t begin = 0; begin < count; begin += kPixelsAtOnce) {
-        IP::Checkpoint(0, 0);
-        std::memcpy(outImage.GetData() + begin, inImage.GetData() + begin,
-                    std::min(kPixelsAtOnce, count - begin));
-    }
+void CopyPixels(const Image& inImage, const Image& outImage) {
+    ForPixels(inImage, [&](std::size_t inBegin, std::size_t inCount) {
+        std::memcpy(outImage->GetData() + inBegin, inImage->GetData() + inBegin, inCount);
+    });
 }
 
 // A diagnostic file: the same plane for red, green and blue.
@@ -191,7 +198,7 @@ Image GraphCutWrapper::Cut(const unsigned char* inRGBImage, unsigned int inRowBy
         if (!KeepsFrame(columns, rows)) return {};
         mImageGraph->mValid = false;  // until its strokes are bound
         inCurrentLabelImage = NewImage(columns, rows);
-        CopyPixels(*inForegroundStrokeImage, *inCurrentLabelImage);
+        CopyPixels(inForegroundStrokeImage, inCurrentLabelImage);
     } else {
         FinishOwed();
         MergeForegroundIntoLabel(inForegroundStrokeImage, inCurrentLabelImage);
@@ -207,7 +214,7 @@ Image GraphCutWrapper::Cut(const unsigned char* inRGBImage, unsigned int inRowBy
     if (isNewFrame) IP::Checkpoint(0, 1);
     FinishFlow();
     mImageGraph->UpdateLabels(mLabels->GetData(), mSegments);
-    CopyPixels(*mLabels, *result);
+    CopyPixels(mLabels, result);
     return result;
 }
 
