@@ -2,6 +2,8 @@
 
 #pragma once
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdint>
 
 namespace IP {
@@ -76,6 +78,25 @@ inline void Checkpoint(std::int64_t inDone, std::int64_t inOf) {
 inline void SparseCheckpoint(std::int64_t inDone, std::int64_t inOf) {
     constexpr std::int64_t kStepsAtOnce = 1 << 16;
     if (inDone % kStepsAtOnce == 0) Checkpoint(inDone, inOf);
+}
+
+/// Calls `inStep(begin, count)` for some pages of memory after the other and asks in between:
+/// those that are new to the process take the system long.
+/// @throws Interrupted for stop.
+template <class T, class Step>
+void ForPages(std::size_t inCount, Step inStep) {
+    constexpr std::size_t kAtOnce = (std::size_t{4} << 20) / sizeof(T);
+    for (std::size_t begin = 0; begin < inCount; begin += kAtOnce) {
+        Checkpoint(0, 0);
+        inStep(begin, std::min(kAtOnce, inCount - begin));
+    }
+}
+
+template <class T>
+void FillPages(T* outValues, std::size_t inCount, T inValue) {
+    ForPages<T>(inCount, [&](std::size_t inBegin, std::size_t inNow) {
+        std::fill_n(outValues + inBegin, inNow, inValue);
+    });
 }
 
 /// Names the part of the whole that comes next.

@@ -106,12 +106,7 @@ void ImageGraph::Initialize(int inRows, int inColumns, FlowGraph* inSharedGraph,
         MakeOwnFlowGraph(std::make_unique<std::vector<unsigned char>>());
     }
     mDefaultNode = mSourceNode;
-    constexpr std::int64_t kPixelsAtOnce = 1 << 21;
-    for (std::int64_t begin = 0; begin < pixels; begin += kPixelsAtOnce) {
-        IP::Checkpoint(0, 0);
-        std::fill_n(mNodeImage.get() + begin, std::min(kPixelsAtOnce, pixels - begin),
-                    mDefaultNode);
-    }
+    IP::FillPages(mNodeImage.get(), static_cast<std::size_t>(pixels), mDefaultNode);
     mNeighborhood = inNeighborhood;
     mValid = true;
 }
@@ -566,13 +561,7 @@ void ImageGraph::UpdateLabels(unsigned char* ioLabels,
     }
     if (ioSegments.size() != mSegments->size()) {
         // The segments come last: a stop before they are whole begins here again.
-        constexpr std::size_t kPixelsAtOnce = std::size_t{1} << 22;
-        const std::size_t pixels = mPixelSourceEnergies.size();
-        for (std::size_t begin = 0; begin < pixels; begin += kPixelsAtOnce) {
-            IP::Checkpoint(0, 0);
-            std::fill_n(ioLabels + begin, std::min(kPixelsAtOnce, pixels - begin),
-                        static_cast<unsigned char>(0));
-        }
+        IP::FillPages(ioLabels, mPixelSourceEnergies.size(), static_cast<unsigned char>(0));
         ioSegments.clear();
         FillTable(ioSegments, mSegments->size(), MaxFlowSolver::kSourceTree);
         const std::size_t terminals = std::min<std::size_t>(kFirstRegion, mSegments->size());

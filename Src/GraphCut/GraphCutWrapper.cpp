@@ -64,28 +64,15 @@ std::size_t PixelCount(const Image& inImage) {
            static_cast<std::size_t>(inImage->GetColumns());
 }
 
-// Some pixels after the other, since pages that are new to the process come one by one.
-template <class Step>
-void ForPixels(const Image& inImage, Step inStep) {
-    constexpr std::size_t kPixelsAtOnce = std::size_t{1} << 22;
-    const std::size_t count = PixelCount(inImage);
-    for (std::size_t begin = 0; begin < count; begin += kPixelsAtOnce) {
-        IP::Checkpoint(0, 0);
-        inStep(begin, std::min(kPixelsAtOnce, count - begin));
-    }
-}
-
 Image NewClearedImage(int inColumns, int inRows) {
     const Image image = NewImage(inColumns, inRows);
-    ForPixels(image, [&](std::size_t inBegin, std::size_t inCount) {
-        std::memset(image->GetData() + inBegin, 0, inCount);
-    });
+    IP::FillPages(image->GetData(), PixelCount(image), static_cast<unsigned char>(0));
     return image;
 }
 
 void CopyPixels(const Image& inImage, const Image& outImage) {
-    ForPixels(inImage, [&](std::size_t inBegin, std::size_t inCount) {
-        std::memcpy(outImage->GetData() + inBegin, inImage->GetData() + inBegin, inCount);
+    IP::ForPages<unsigned char>(PixelCount(inImage), [&](std::size_t inAt, std::size_t inNow) {
+        std::memcpy(outImage->GetData() + inAt, inImage->GetData() + inAt, inNow);
     });
 }
 

@@ -330,12 +330,7 @@ void EnforceMinimumDistance(SortedPoints& ioPoints, int inCols, int inRows, int 
                             int inMinEigenvalue, bool inOverwriteAll, KLTFeatureList& ioList) {
     IP::RecycledArray<unsigned char> map(static_cast<std::size_t>(std::max(inCols, 0)) *
                                          static_cast<std::size_t>(std::max(inRows, 0)));
-    constexpr std::size_t kPixelsAtOnce = 1 << 22;
-    for (std::size_t begin = 0; begin < map.size(); begin += kPixelsAtOnce) {
-        IP::Checkpoint(0, 0);
-        std::fill_n(map.begin() + begin, std::min(kPixelsAtOnce, map.size() - begin),
-                    static_cast<unsigned char>(0));
-    }
+    IP::FillPages(map.begin(), map.size(), static_cast<unsigned char>(0));
     const int distance = inMinDist - 1;
     const int leastValue = std::max(inMinEigenvalue, 1);
     if (!inOverwriteAll)

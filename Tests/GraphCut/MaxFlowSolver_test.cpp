@@ -248,6 +248,23 @@ TEST(MaxFlowLimits, PausedResumeGoesOnToTheBitsOfOneThatWasNot) {
     EXPECT_GT(aborted, 60);
 }
 
+TEST(MaxFlowLimits, APlainAbortIsAskedBehindPathsAlone) {
+    struct Plain : PauseAt {
+        using PauseAt::PauseAt;
+        bool Pauses() const override { return false; }
+    } plain(1 << 30);
+    PauseAt pause(1 << 30);
+    for (PauseAt* const asked : {&pause, static_cast<PauseAt*>(&plain)}) {
+        Random random(8);
+        Kept kept(GridModel(random, 40, 40, 30));
+        kept.Solve();
+        ExchangeTerminals(kept);
+        RunMaxFlow(kept.mGraph, 0, 1, kept.mSegments, -1.0, asked);
+    }
+    EXPECT_LT(plain.mCallsLeft, 1 << 30);
+    EXPECT_GT(plain.mCallsLeft, pause.mCallsLeft) << "growth and adoption ask for a pause";
+}
+
 // Strokes of some nodes on a grid with few terminals; the first one may be paused, and is
 // brought to its end then.
 struct Strokes {

@@ -48,7 +48,7 @@ public:
             const auto item = inMake();
             const Ref<IInterruptibleWorkerItem> interruptible(item);
             if (mStopAt != 0) interruptible->SetProgressCallback(&Host::GoesOn, this);
-            mLastDone = 0;
+            mLastDone = -1;
             const auto result = computer->GetDescriptorData(item, true);
             if (result != NULL) return result;
             EXPECT_TRUE(interruptible->WasInterrupted());
@@ -61,6 +61,7 @@ public:
 private:
     static bool GoesOn(void* inHost, double inDone) {
         Host& self = *static_cast<Host*>(inHost);
+        EXPECT_TRUE(self.mLastDone >= 0 || inDone < 0.5) << "begins with " << inDone;
         EXPECT_GE(inDone, self.mLastDone);
         EXPECT_LE(inDone, 1.0);
         self.mLastDone = inDone;
